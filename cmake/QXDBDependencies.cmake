@@ -1,0 +1,11 @@
+# Every outside library, found once; folders link the imported targets named here.
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+find_package(ACE REQUIRED)
+find_package(Poco REQUIRED COMPONENTS Foundation Crypto Data DataSQLite DataPostgreSQL DataMySQL DataODBC)
+find_package(OpenSSL REQUIRED)
+find_package(SQLite3 REQUIRED)
+pkg_check_modules(ZSTD REQUIRED IMPORTED_TARGET libzstd)
+if(BUILD_TESTING)
+  find_package(GTest REQUIRED)
+endif()

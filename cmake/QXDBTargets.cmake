@@ -1,0 +1,31 @@
+# qxdb_internal_library(FOLDER sources...): the static library qxdb_FOLDER of one folder.
+function(qxdb_internal_library name)
+  add_library(qxdb_${name} STATIC ${ARGN})
+  target_link_libraries(qxdb_${name} PUBLIC qxdb_options)
+endfunction()
+
+# qxdb_product_library(NAME Product sources...): the shared library QXDBProduct_x64, whose classes are
+# exported through the macro QXDB_PRODUCT_API. The alias QXDB::Product also names the installed package.
+function(qxdb_product_library name product)
+  add_library(qxdb_${name} SHARED ${ARGN})
+  add_library(QXDB::${product} ALIAS qxdb_${name})
+  string(TOUPPER "${name}" upper)
+  set_target_properties(qxdb_${name} PROPERTIES
+    OUTPUT_NAME "QXDB${product}_x64" EXPORT_NAME "${product}"
+    SOVERSION ${PROJECT_VERSION_MAJOR} VERSION ${PROJECT_VERSION}
+    DEFINE_SYMBOL "QXDB_${upper}_EXPORTS")
+  target_link_libraries(qxdb_${name} PRIVATE "$<BUILD_INTERFACE:qxdb_options>")
+  target_include_directories(qxdb_${name} PUBLIC
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+endfunction()
+
+# qxdb_test(NAME sources... LIBS targets...): one GoogleTest program, its cases known to CTest.
+function(qxdb_test name)
+  cmake_parse_arguments(T "" "TIMEOUT" "LIBS" ${ARGN})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${T_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE qxdb_options ${T_LIBS} GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${T_TIMEOUT})
+endfunction()
