@@ -7,8 +7,9 @@
 
 namespace CQXBASE {
 
-/// Pieces of `text` between occurrences of `separator`. Empty pieces between two separators are kept;
-/// what follows the last separator is a piece only when it is not empty. `separator` is not empty.
+/// Pieces of `text` between occurrences of `separator`. Empty pieces between two separators are
+/// kept; what follows the last separator is a piece only when it is not empty. `separator` is not
+/// empty.
 std::vector<std::wstring> Split(std::wstring_view text, std::wstring_view separator);
 
 /// Leading decimal digits of piece `index` as a number, after blanks and a sign: 0 when there is no

@@ -1,0 +1,27 @@
+#include "util/text.h"
+
+#include "platform/code_page.h"
+
+namespace CQXBASE {
+
+std::wstring ToWide(const std::string& text, unsigned codePage) {
+    return ToWide(text.c_str(), codePage);
+}
+
+std::wstring ToWide(const char* text, unsigned codePage) {
+    if (text == nullptr || *text == '\0') {
+        return {};
+    }
+    return platform::NeedsUtf8Codec(codePage) ? Utf8ToWide(text) : platform::Widen(text, codePage);
+}
+
+std::string ToNarrow(const std::wstring& text, unsigned codePage) {
+    const wchar_t* first = text.c_str();
+    if (*first == L'\0') {
+        return {};
+    }
+    return platform::NeedsUtf8Codec(codePage) ? WideToUtf8(first)
+                                              : platform::Narrow(first, codePage);
+}
+
+}  // namespace CQXBASE
