@@ -1,0 +1,34 @@
+// The platform's hooks for faults outside the language's exceptions.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/fault_record.h"
+
+namespace CQXBASE::platform {
+
+// Handlers end in a throw.
+using FaultTranslator = void (*)(unsigned int code, ExceptionPointers* pointers);
+using InvalidParameterHandler = void (*)(const wchar_t* expression, const wchar_t* function,
+                                         const wchar_t* file, unsigned int line,
+                                         std::uintptr_t reserved);
+using PureCallHandler = void (*)();
+
+/// For the calling thread. Prepares it for a stack overflow too.
+void SetFaultTranslator(FaultTranslator translator) noexcept;
+/// For the process, where its runtime checks parameters.
+void SetInvalidParameterHandler(InvalidParameterHandler handler) noexcept;
+/// For the process on Windows; elsewhere for the classes of this program or shared library.
+void SetPureCallHandler(PureCallHandler handler) noexcept;
+
+/// The calling thread's faults go to its translator while a region lives, and to the host
+/// otherwise.
+class FaultRegion {
+  public:
+    FaultRegion() noexcept;
+    ~FaultRegion();
+    FaultRegion(const FaultRegion&) = delete;
+    FaultRegion& operator=(const FaultRegion&) = delete;
+};
+
+}  // namespace CQXBASE::platform
