@@ -1,0 +1,32 @@
+// What an operating system tells a long-running program: stop, or report.
+#pragma once
+
+#include <functional>
+#include <thread>
+
+namespace CQXBASE::platform {
+
+/// Calls back from a thread of its own, so the callbacks may do anything that a thread may. SIGTERM
+/// and SIGINT ask to stop, SIGUSR1 to report; on Windows Ctrl-C, Ctrl-Break and a closed console
+/// ask to stop, and nothing asks to report. Make it before any other thread of the process starts,
+/// since they inherit that the signals are not delivered to them; one object a process at a time.
+class StopSignals {
+  public:
+    StopSignals(std::function<void()> onStop, std::function<void()> onReport);
+    ~StopSignals();
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+
+  private:
+    void Watch();
+
+    std::function<void()> onStop_;
+    std::function<void()> onReport_;
+    std::thread thread_;
+};
+
+/// Lets a send to a closed peer fail with an error number instead of ending the process. For
+/// programs; a library has no say in its host's signals.
+void IgnoreBrokenPipes() noexcept;
+
+}  // namespace CQXBASE::platform
