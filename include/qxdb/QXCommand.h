@@ -15,7 +15,8 @@
 namespace CQXDB {
 
 /// Parameters stand as "?" in the text, on every database; "??" is a literal question mark. Copies
-/// share the statement text and the data source until one of them is changed, so a copy a row is cheap.
+/// share the statement text and the data source until one of them is changed, so a copy a row is
+/// cheap.
 class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
   public:
     QXCommand();
@@ -30,6 +31,9 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
     void SetTextUtf8(std::string_view utf8);
     std::wstring Text() const;
     const std::string& TextUtf8() const noexcept;
+    /// The statement text, shared with the command's copies. Two commands of the same pointer have
+    /// the same text; never null.
+    const std::shared_ptr<const std::string>& SharedText() const noexcept { return text_; }
 
     void AddParam(QXValue value) { params_.push_back(std::move(value)); }
     /// Sets parameter `index` (from 0); parameters before it that were never set become null.
@@ -56,7 +60,7 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
     std::size_t size() override;
 
   private:
-    std::shared_ptr<const std::string> text_;  ///< UTF-8; null stands for ""
+    std::shared_ptr<const std::string> text_;  ///< UTF-8; never null
     std::vector<QXValue> params_;
     std::shared_ptr<const QXDataSource> dataSource_;  ///< null stands for a default one
     std::wstring token_;

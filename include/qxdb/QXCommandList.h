@@ -10,6 +10,8 @@
 
 namespace CQXDB {
 
+class CommandGroups;
+
 /// What the list holds (data source, token, page) counts; the same members of its commands do not.
 class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
   public:
@@ -39,6 +41,8 @@ class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
     std::size_t size() override;
 
   private:
+    void TakeCommands(CommandGroups& groups);
+
     std::vector<QXCommand> commands_;
     QXDataSource dataSource_;
     std::wstring token_;

@@ -24,13 +24,13 @@ class QXDB_OBJECTS_API QXDateTime {
     static std::int64_t Timestamp(std::int32_t year, unsigned month, unsigned day, unsigned hour,
                                   unsigned minute, unsigned second, unsigned micros = 0) noexcept;
 
-    static std::string FormatDate(std::int32_t days);            ///< "2026-11-22"
-    static std::string FormatTime(std::int64_t micros);          ///< "-01:02:03.5"
-    static std::string FormatTimestamp(std::int64_t micros);     ///< "2026-11-22 08:00:00.000001"
+    static std::string FormatDate(std::int32_t days);         ///< "2026-11-22"
+    static std::string FormatTime(std::int64_t micros);       ///< "-01:02:03.5"
+    static std::string FormatTimestamp(std::int64_t micros);  ///< "2026-11-22 08:00:00.000001"
 
-    /// Each parses the whole text or returns false and leaves the result alone. A timestamp may have
-    /// "T" for the blank, may be a date alone, and may end in "Z" or an offset such as "+02:00",
-    /// which is applied so that the result is UTC.
+    /// Each parses the whole text or returns false and leaves the result alone. A timestamp may
+    /// have "T" for the blank, may be a date alone, and may end in "Z" or an offset such as
+    /// "+02:00", which is applied so that the result is UTC.
     static bool ParseDate(std::string_view text, std::int32_t& days) noexcept;
     static bool ParseTime(std::string_view text, std::int64_t& micros) noexcept;
     static bool ParseTimestamp(std::string_view text, std::int64_t& micros) noexcept;

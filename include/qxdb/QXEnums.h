@@ -7,7 +7,8 @@ namespace CQXDB {
 
 /// Which database a data source describes.
 enum CQXDB_DSType_ENUM : std::int32_t {
-    CQXDB_DS_EMBEDDED = 0,    ///< embedded SQLite; `database` is the file path, ":memory:" a private one
+    CQXDB_DS_EMBEDDED =
+        0,  ///< embedded SQLite; `database` is the file path, ":memory:" a private one
     CQXDB_DS_SQLITE = 1,      ///< SQLite through POCO Data; `database` as above
     CQXDB_DS_POSTGRESQL = 2,  ///< PostgreSQL
     CQXDB_DS_MYSQL = 3,       ///< MySQL
@@ -28,7 +29,7 @@ enum CQXDB_DriverType_ENUM : std::int32_t {
 
 /// Type of one value, and of a column whose values all have it. The numbers are wire values.
 enum class QXValueType : std::uint8_t {
-    Null = 0,       ///< no value; as a column type: nothing but nulls
+    Null = 0,  ///< no value; as a column type: nothing but nulls
     Bool = 1,
     Int64 = 2,
     Double = 3,
@@ -44,7 +45,7 @@ enum class QXValueType : std::uint8_t {
 /// QXProxyInfo::kind.
 enum QXProxyKind : std::int32_t {
     QXPROXY_NONE = 0,
-    QXPROXY_HTTP = 1,    ///< HTTP CONNECT, with Basic credentials when `user` is not empty
+    QXPROXY_HTTP = 1,  ///< HTTP CONNECT, with Basic credentials when `user` is not empty
     QXPROXY_SOCKS4 = 2,
     QXPROXY_SOCKS5 = 3,  ///< with user and password when `user` is not empty
 };

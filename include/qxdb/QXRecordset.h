@@ -13,8 +13,8 @@
 namespace CQXDB {
 
 /// Row and column numbers count from 0. A freshly filled recordset stands on its first row. Getters
-/// by (row, column) are const and may be used by several threads at once; the navigating ones move one
-/// shared position. A wrong row, column or name throws std::out_of_range.
+/// by (row, column) are const and may be used by several threads at once; the navigating ones move
+/// one shared position. A wrong row, column or name throws std::out_of_range.
 class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
   public:
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
@@ -41,16 +41,31 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     std::size_t Position() const noexcept { return position_; }
 
     // Random access. The conversions are those of QXValue.
-    bool IsNull(std::size_t row, std::size_t column) const;
-    QXValueType TypeAt(std::size_t row, std::size_t column) const;
-    QXValue GetValue(std::size_t row, std::size_t column) const;
+    bool IsNull(std::size_t row, std::size_t column) const {
+        return CellColumn(row, column).IsNull(row);
+    }
+    QXValueType TypeAt(std::size_t row, std::size_t column) const {
+        return CellColumn(row, column).TypeAt(row);
+    }
+    QXValue GetValue(std::size_t row, std::size_t column) const {
+        return CellColumn(row, column).Get(row);
+    }
     bool GetBool(std::size_t row, std::size_t column) const;
-    std::int64_t GetInt64(std::size_t row, std::size_t column) const;
-    double GetDouble(std::size_t row, std::size_t column) const;
+    std::int64_t GetInt64(std::size_t row, std::size_t column) const {
+        const QXColumn& cells = CellColumn(row, column);
+        return cells.Type() == QXValueType::Int64 && !cells.IsNull(row) ? cells.Int64At(row)
+                                                                        : ConvertInt64(row, column);
+    }
+    double GetDouble(std::size_t row, std::size_t column) const {
+        const QXColumn& cells = CellColumn(row, column);
+        return cells.Type() == QXValueType::Double && !cells.IsNull(row)
+                   ? cells.DoubleAt(row)
+                   : ConvertDouble(row, column);
+    }
     std::wstring GetText(std::size_t row, std::size_t column) const;
     std::string GetTextUtf8(std::size_t row, std::size_t column) const;
-    /// The stored bytes of a Text, Decimal or Blob cell without a copy; empty for other types. Valid
-    /// until the recordset is filled again or destroyed.
+    /// The stored bytes of a Text, Decimal or Blob cell without a copy; empty for other types.
+    /// Valid until the recordset is filled again or destroyed.
     std::string_view GetBytes(std::size_t row, std::size_t column) const;
 
     // The current row, by index or by name.
@@ -61,7 +76,9 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     bool GetBool(std::size_t column) const { return GetBool(position_, column); }
     bool GetBool(std::wstring_view name) const { return GetBool(position_, Require(name)); }
     std::int64_t GetInt64(std::size_t column) const { return GetInt64(position_, column); }
-    std::int64_t GetInt64(std::wstring_view name) const { return GetInt64(position_, Require(name)); }
+    std::int64_t GetInt64(std::wstring_view name) const {
+        return GetInt64(position_, Require(name));
+    }
     double GetDouble(std::size_t column) const { return GetDouble(position_, column); }
     double GetDouble(std::wstring_view name) const { return GetDouble(position_, Require(name)); }
     std::wstring GetText(std::size_t column) const { return GetText(position_, column); }
@@ -78,7 +95,9 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
         std::int64_t GetInt64(std::size_t column) const { return owner_->GetInt64(index_, column); }
         double GetDouble(std::size_t column) const { return owner_->GetDouble(index_, column); }
         std::wstring GetText(std::size_t column) const { return owner_->GetText(index_, column); }
-        std::string GetTextUtf8(std::size_t column) const { return owner_->GetTextUtf8(index_, column); }
+        std::string GetTextUtf8(std::size_t column) const {
+            return owner_->GetTextUtf8(index_, column);
+        }
 
       private:
         const QXRecordset* owner_;
@@ -86,7 +105,8 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     };
     class RowIterator {
       public:
-        RowIterator(const QXRecordset& owner, std::size_t index) noexcept : owner_(&owner), index_(index) {}
+        RowIterator(const QXRecordset& owner, std::size_t index) noexcept
+            : owner_(&owner), index_(index) {}
         Row operator*() const noexcept { return {*owner_, index_}; }
         RowIterator& operator++() noexcept {
             ++index_;
@@ -101,10 +121,11 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     RowIterator begin() const noexcept { return {*this, 0}; }
     RowIterator end() const noexcept { return {*this, RowCount()}; }
 
-    // Filling, by the adapters: Clear, AddColumn for each column, then append a cell to every column
-    // for each row, then FillDone.
+    // Filling, by the adapters: Clear, AddColumn for each column, then append a cell to every
+    // column for each row, then FillDone.
     /// Removes all columns and rows; the page stays.
     void Clear() noexcept;
+    /// The column; valid until the next AddColumn.
     QXColumn& AddColumn(std::string_view nameUtf8, QXValueType type = QXValueType::Null);
     QXColumn& MutableColumn(std::size_t index) { return columns_.at(index); }
     /// Gives spare memory back and moves to the first row. Throws std::logic_error when the columns
@@ -119,6 +140,15 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     std::size_t size() override;
 
   private:
+    const QXColumn& CellColumn(std::size_t row, std::size_t column) const {
+        if (column >= columns_.size() || row >= columns_[column].RowCount()) {
+            RefuseCell(row, column);
+        }
+        return columns_[column];
+    }
+    [[noreturn]] void RefuseCell(std::size_t row, std::size_t column) const;
+    std::int64_t ConvertInt64(std::size_t row, std::size_t column) const;
+    double ConvertDouble(std::size_t row, std::size_t column) const;
     std::size_t Require(std::wstring_view name) const;
 
     std::vector<QXColumn> columns_;

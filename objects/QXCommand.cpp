@@ -1,0 +1,83 @@
+#include <qxdb/QXCommand.h>
+
+#include "util/text.h"
+
+namespace CQXDB {
+namespace {
+
+const QXDataSource& DefaultDataSource() {
+    static const QXDataSource source;
+    return source;
+}
+
+const std::shared_ptr<const std::string>& EmptyText() {
+    static const auto empty = std::make_shared<const std::string>();
+    return empty;
+}
+
+}  // namespace
+
+QXCommand::QXCommand() : text_(EmptyText()) {}
+QXCommand::QXCommand(std::wstring_view text) {
+    SetText(text);
+}
+QXCommand::QXCommand(const QXCommand&) = default;
+QXCommand::QXCommand(QXCommand&& other) noexcept : QXCommand() {
+    *this = std::move(other);
+}
+QXCommand& QXCommand::operator=(const QXCommand&) = default;
+QXCommand& QXCommand::operator=(QXCommand&& other) noexcept {
+    text_.swap(other.text_);
+    params_.swap(other.params_);
+    dataSource_.swap(other.dataSource_);
+    token_.swap(other.token_);
+    pageSize_ = other.pageSize_;
+    pageNo_ = other.pageNo_;
+    return *this;
+}
+QXCommand::~QXCommand() = default;
+
+void QXCommand::SetText(std::wstring_view text) {
+    text_ = std::make_shared<const std::string>(CQXBASE::WideToUtf8(text));
+}
+
+void QXCommand::SetTextUtf8(std::string_view utf8) {
+    text_ = std::make_shared<const std::string>(utf8);
+}
+
+std::wstring QXCommand::Text() const {
+    return CQXBASE::Utf8ToWide(TextUtf8());
+}
+
+const std::string& QXCommand::TextUtf8() const noexcept {
+    return *text_;
+}
+
+void QXCommand::SetParam(std::size_t index, QXValue value) {
+    if (index >= params_.size()) {
+        params_.resize(index + 1);
+    }
+    params_[index] = std::move(value);
+}
+
+void QXCommand::SetSysDataSrc(const QXDataSource& dataSource) {
+    dataSource_ = std::make_shared<const QXDataSource>(dataSource);
+}
+
+const QXDataSource& QXCommand::SysDataSrc() const noexcept {
+    return dataSource_ ? *dataSource_ : DefaultDataSource();
+}
+
+void QXCommand::SetDB(const std::wstring& database) {
+    if (database != DB()) {
+        QXDataSource changed = SysDataSrc();
+        changed.database = database;
+        dataSource_ = std::make_shared<const QXDataSource>(std::move(changed));
+    }
+}
+
+const std::wstring& QXCommand::DB() const noexcept {
+    return SysDataSrc().database;
+}
+
+}  // namespace CQXDB

@@ -1,0 +1,48 @@
+#include <qxdb/QXRsList.h>
+
+#include "objects/cdr_fields.h"
+#include "objects/format_version.h"
+
+namespace CQXDB {
+namespace {
+
+constexpr std::size_t kLeastRecordset = 5 * CQXBASE::kNumberSize;
+
+}  // namespace
+
+int QXRsList::toCDR(ACE_OutputCDR& out) const {
+    if (!WriteVersion(out) || !CQXBASE::WriteCount(out, recordsets_.size())) {
+        return 0;
+    }
+    for (const QXRecordset& recordset : recordsets_) {
+        if (recordset.toCDR(out) == 0) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+int QXRsList::fromCDR(ACE_InputCDR& in) {
+    RemoveAll();
+    std::uint32_t count = 0;
+    if (!ReadVersion(in) || !CQXBASE::ReadCount(in, count, kLeastRecordset)) {
+        return 0;
+    }
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (recordsets_.emplace_back().fromCDR(in) == 0) {
+            RemoveAll();
+            return 0;
+        }
+    }
+    return 1;
+}
+
+std::size_t QXRsList::size() {
+    std::size_t bytes = 2 * CQXBASE::kNumberSize;
+    for (QXRecordset& recordset : recordsets_) {
+        bytes += recordset.size() + CQXBASE::kNumberSize;  // a recordset may end unaligned
+    }
+    return bytes;
+}
+
+}  // namespace CQXDB

@@ -1,0 +1,137 @@
+// Columns out of a block that a peer sent: every count is checked before memory is taken for it.
+#include "objects/column_codec.h"
+#include "objects/number_codec.h"
+
+namespace CQXDB {
+namespace {
+
+constexpr std::uint64_t kHeapLimit = 0xFFFFFFFFU;
+
+/// A number that the type can't hold is cut to one that it can.
+std::int64_t Fitted(std::int64_t word, QXValueType type) {
+    switch (type) {
+        case QXValueType::Null:
+            return 0;
+        case QXValueType::Bool:
+            return word != 0 ? 1 : 0;
+        case QXValueType::Date:
+            return static_cast<std::int32_t>(word);
+        default:
+            return word;
+    }
+}
+
+}  // namespace
+
+bool ColumnCodec::Get(PlainReader& in, QXColumn& column, std::size_t rows, std::size_t rowWeight,
+                      ExpansionBudget& budget) {
+    std::uint8_t byte = 0;
+    std::uint64_t nameSize = 0;
+    if (!in.Get(byte) || !in.GetVarint(nameSize)) {
+        return false;
+    }
+    const ColumnHead head = UnpackHead(byte);
+    const char* name = in.Take(nameSize);
+    if (name == nullptr || !IsValid(head, rows) ||
+        !budget.Take(ExpansionOf(head, rows, rowWeight))) {
+        return false;
+    }
+    column.name_.assign(name, nameSize);
+    column.type_ = head.type;
+    column.rows_ = rows;
+    column.hasValues_ = head.nulls != NullCoding::All;
+    return !column.hasValues_ ||
+           ((head.nulls == NullCoding::None || GetNulls(in, column)) && GetValues(in, column));
+}
+
+bool ColumnCodec::GetNulls(PlainReader& in, QXColumn& column) {
+    const std::size_t size = NullBitmapSize(column.rows_);
+    const char* bitmap = in.Take(size);
+    if (bitmap == nullptr) {
+        return false;
+    }
+    column.nulls_.Append(reinterpret_cast<const std::uint8_t*>(bitmap), size);
+    if (column.rows_ % 8 != 0) {
+        column.nulls_.Back() =
+            static_cast<std::uint8_t>(column.nulls_.Back() & ((1U << (column.rows_ % 8)) - 1));
+    }
+    return true;
+}
+
+bool ColumnCodec::GetValues(PlainReader& in, QXColumn& column) {
+    switch (column.type_) {
+        case QXValueType::Bool:
+            return GetBools(in, column);
+        case QXValueType::Date:
+            column.days_.Resize(column.rows_);
+            return GetNumbers(in, column.days_.data(), column.rows_);
+        case QXValueType::Decimal:
+        case QXValueType::Text:
+        case QXValueType::Blob:
+            return GetBytes(in, column);
+        case QXValueType::Mixed:
+            return GetMixed(in, column);
+        default:
+            column.words_.Resize(column.rows_);
+            return GetNumbers(in, column.words_.data(), column.rows_);
+    }
+}
+
+bool ColumnCodec::GetBools(PlainReader& in, QXColumn& column) {
+    column.bytes_.Resize(column.rows_);
+    if (!GetNumbers(in, column.bytes_.data(), column.rows_)) {
+        return false;
+    }
+    for (std::size_t row = 0; row < column.rows_; ++row) {
+        column.bytes_[row] = column.bytes_[row] != 0 ? 1 : 0;
+    }
+    return true;
+}
+
+bool ColumnCodec::GetBytes(PlainReader& in, QXColumn& column) {
+    column.ends_.Resize(column.rows_);
+    if (!GetNumbers(in, column.ends_.data(), column.rows_)) {
+        return false;
+    }
+    std::uint64_t end = 0;
+    for (std::size_t row = 0; row < column.rows_; ++row) {
+        end += column.ends_[row];
+        column.ends_[row] = static_cast<std::uint32_t>(end);
+    }
+    return GetHeap(in, column, end);
+}
+
+bool ColumnCodec::GetMixed(PlainReader& in, QXColumn& column) {
+    const char* types = in.Take(column.rows_);
+    if (types == nullptr) {
+        return false;
+    }
+    column.bytes_.Append(reinterpret_cast<const std::uint8_t*>(types), column.rows_);
+    column.words_.Resize(column.rows_);
+    if (!GetNumbers(in, column.words_.data(), column.rows_)) {
+        return false;
+    }
+    std::uint64_t end = 0;
+    for (std::size_t row = 0; row < column.rows_; ++row) {
+        const auto type = static_cast<QXValueType>(column.bytes_[row]);
+        const auto length = static_cast<std::uint64_t>(column.words_[row]);
+        if (type >= QXValueType::Mixed || (IsBytes(type) && length > kHeapLimit - end)) {
+            return false;
+        }
+        column.words_[row] = IsBytes(type) ? static_cast<std::int64_t>(end | length << 32)
+                                           : Fitted(column.words_[row], type);
+        end += IsBytes(type) ? length : 0;
+    }
+    return GetHeap(in, column, end);
+}
+
+/// The block holds at most 4 GiB, so a total that is there fits the 32-bit places.
+bool ColumnCodec::GetHeap(PlainReader& in, QXColumn& column, std::uint64_t size) {
+    const char* bytes = in.Take(size);
+    if (bytes != nullptr) {
+        column.heap_.Append(bytes, size);
+    }
+    return bytes != nullptr;
+}
+
+}  // namespace CQXDB

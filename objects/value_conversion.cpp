@@ -1,0 +1,117 @@
+#include "objects/value_conversion.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include <qxdb/QXDateTime.h>
+
+#include "objects/number_text.h"
+
+namespace CQXDB {
+namespace {
+
+std::int64_t Saturate(double value) noexcept {
+    constexpr double kLimit = 9223372036854775808.0;  // 2 to the 63rd
+    if (std::isnan(value)) {
+        return 0;
+    }
+    if (value >= kLimit) {
+        return std::numeric_limits<std::int64_t>::max();
+    }
+    return value < -kLimit ? std::numeric_limits<std::int64_t>::min()
+                           : static_cast<std::int64_t>(value);
+}
+
+bool IsTrueWord(std::string_view text) noexcept {
+    constexpr std::string_view kTrue = "true";
+    if (text.size() != 1 && text.size() != kTrue.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if ((text[i] | 0x20) != kTrue[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string Hex(std::string_view bytes) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string text = "\\x";
+    text.reserve(2 + 2 * bytes.size());
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        text += kDigits[value >> 4];
+        text += kDigits[value & 15];
+    }
+    return text;
+}
+
+}  // namespace
+
+double BitsToDouble(std::int64_t bits) noexcept {
+    double value = 0;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+std::int64_t DoubleToBits(double value) noexcept {
+    std::int64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+bool ToBool(const ValueView& value) noexcept {
+    return (value.type == QXValueType::Text && IsTrueWord(value.bytes)) || ToDouble(value) != 0;
+}
+
+std::int64_t ToInt64(const ValueView& value) noexcept {
+    switch (value.type) {
+        case QXValueType::Double:
+            return Saturate(BitsToDouble(value.number));
+        case QXValueType::Decimal:
+        case QXValueType::Text:
+            return ParseInt64(value.bytes);
+        default:
+            return value.number;
+    }
+}
+
+double ToDouble(const ValueView& value) noexcept {
+    switch (value.type) {
+        case QXValueType::Double:
+            return BitsToDouble(value.number);
+        case QXValueType::Decimal:
+        case QXValueType::Text:
+            return ParseDouble(value.bytes);
+        default:
+            return static_cast<double>(value.number);
+    }
+}
+
+std::string ToUtf8(const ValueView& value) {
+    switch (value.type) {
+        case QXValueType::Bool:
+            return value.number != 0 ? "true" : "false";
+        case QXValueType::Int64:
+            return std::to_string(value.number);
+        case QXValueType::Double:
+            return FormatDouble(BitsToDouble(value.number));
+        case QXValueType::Decimal:
+        case QXValueType::Text:
+            return std::string(value.bytes);
+        case QXValueType::Blob:
+            return Hex(value.bytes);
+        case QXValueType::Date:
+            return QXDateTime::FormatDate(static_cast<std::int32_t>(value.number));
+        case QXValueType::Time:
+            return QXDateTime::FormatTime(value.number);
+        case QXValueType::Timestamp:
+            return QXDateTime::FormatTimestamp(value.number);
+        default:
+            return {};
+    }
+}
+
+}  // namespace CQXDB
