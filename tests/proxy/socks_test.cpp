@@ -5,10 +5,13 @@
 
 #include "proxy/proxy_handshake.h"
 #include "tests/proxy/scripted_peer.h"
-#include "tests/support/hex.h"
+#include "tests/support/Hex.h"
 
 namespace CQXBASE {
 namespace {
+
+using qxdb_test::FromHex;
+using qxdb_test::ToHex;
 
 struct Answered {
     int result;

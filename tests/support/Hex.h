@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+namespace qxdb_test {
+
 /// "07 00 00 00"
 inline std::string ToHex(std::string_view bytes) {
     static constexpr char kDigits[] = "0123456789abcdef";
@@ -21,9 +23,9 @@ inline std::string ToHex(std::string_view bytes) {
 inline std::string FromHex(std::string_view hex) {
     std::string digits;
     for (const char character : hex) {
-        digits += std::isxdigit(static_cast<unsigned char>(character)) != 0
-                      ? std::string(1, character)
-                      : "";
+        if (std::isxdigit(static_cast<unsigned char>(character)) != 0) {
+            digits += character;
+        }
     }
     std::string out;
     for (std::size_t at = 0; at + 1 < digits.size(); at += 2) {
@@ -31,3 +33,5 @@ inline std::string FromHex(std::string_view hex) {
     }
     return out;
 }
+
+}  // namespace qxdb_test

@@ -1,0 +1,144 @@
+#include "messages/message_holder.h"
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <ace/Message_Block.h>
+
+#include <qxdb/QXCommandList.h>
+#include <qxdb/QXOtpAuth.h>
+#include <qxdb/QXRsList.h>
+
+#include "messages/session_records.h"
+#include "objects/cdr_fields.h"
+
+namespace CQXBASE {
+namespace {
+
+constexpr int kLittleEndian = 1;
+
+std::unique_ptr<QXIOBase> NewRecord(BodyClass body) {
+    switch (body) {
+        case BodyClass::SimpleMsg:
+            return std::make_unique<QXSimpleMsg>(std::wstring(), 0);
+        case BodyClass::OneString:
+            return std::make_unique<QXOneString>(std::wstring());
+        case BodyClass::SesInfo:
+            return std::make_unique<QXSesInfo>();
+        case BodyClass::OtpAuthData:
+            return std::make_unique<CQXDB::QXOtpAuth::OtpAuth_Data>(0, std::string(),
+                                                                    std::string());
+        case BodyClass::Command:
+            return std::make_unique<CQXDB::QXCommand>();
+        case BodyClass::CommandList:
+            return std::make_unique<CQXDB::QXCommandList>();
+        case BodyClass::Recordset:
+            return std::make_unique<CQXDB::QXRecordset>();
+        case BodyClass::RsList:
+            return std::make_unique<CQXDB::QXRsList>();
+        case BodyClass::None:
+            break;
+    }
+    return nullptr;
+}
+
+QXIOBase* CallersObject(BodyClass expected, void* result) {
+    if (expected == BodyClass::Recordset) {
+        return static_cast<CQXDB::QXRecordset*>(result);
+    }
+    if (expected == BodyClass::RsList) {
+        return static_cast<CQXDB::QXRsList*>(result);
+    }
+    return nullptr;
+}
+
+/// CDR alignment counts from the first byte while the decoder aligns addresses, so bytes that start
+/// at an odd address are decoded from a copy.
+class AlignedBytes {
+  public:
+    AlignedBytes(const void* bytes, std::size_t length) : begin_(bytes) {
+        if (reinterpret_cast<std::uintptr_t>(bytes) % ACE_CDR::MAX_ALIGNMENT != 0) {
+            copy_.resize(length / sizeof(std::uint64_t) + 1);
+            begin_ = std::memcpy(copy_.data(), bytes, length);
+        }
+    }
+    const char* Begin() const { return static_cast<const char*>(begin_); }
+
+  private:
+    const void* begin_;
+    std::vector<std::uint64_t> copy_;
+};
+
+}  // namespace
+
+MessageHolder MessageHolder::Request(std::uint32_t code, const ReceivedBody& body) {
+    MessageHolder holder(code);
+    holder.Create(BodyOf(code), nullptr);
+    holder.Decode(body);
+    return holder;
+}
+
+MessageHolder MessageHolder::Reply(std::uint32_t requestCode, std::uint32_t replyCode,
+                                   const ReceivedBody& body, void* result) {
+    MessageHolder holder(replyCode);
+    const BodyClass expected = ExpectedReply(requestCode);
+    const BodyClass received = ExpectedReply(replyCode);
+    if (received != expected && received != BodyClass::None && replyCode != kErrorReply) {
+        holder.state_ = State::UnexpectedBody;
+        return holder;
+    }
+    holder.mayBeEmpty_ = replyCode == kExecute || replyCode == kExecuteList;
+    holder.Create(received, received == expected ? CallersObject(expected, result) : nullptr);
+    holder.Decode(body);
+    return holder;
+}
+
+void MessageHolder::Create(BodyClass body, QXIOBase* callers) {
+    if (body == BodyClass::None) {
+        code_ = kUnknownCode;
+        return;
+    }
+    if (callers == nullptr) {
+        owned_ = NewRecord(body);
+    }
+    object_ = callers != nullptr ? callers : owned_.get();
+}
+
+void MessageHolder::Decode(const ReceivedBody& body) {
+    if (object_ == nullptr) {
+        return;
+    }
+    if (body.raw) {
+        DecodeRaw(body.data, body.length);
+    } else {
+        DecodeFrame(*static_cast<const ACE_Message_Block*>(body.data));
+    }
+}
+
+void MessageHolder::DecodeRaw(const void* bytes, std::size_t length) {
+    const AlignedBytes aligned(bytes, length);
+    ACE_InputCDR in(aligned.Begin(), length, kLittleEndian, 1, 2);
+    DecodeFrom(in);
+}
+
+void MessageHolder::DecodeFrame(const ACE_Message_Block& block) {
+    const AlignedBytes aligned(block.rd_ptr(), block.length());
+    ACE_InputCDR in(aligned.Begin(), block.length(), kLittleEndian, 1, 2);
+    ACE_CDR::Boolean littleEndian = true;
+    in.read_boolean(littleEndian);
+    in.reset_byte_order(littleEndian ? kLittleEndian : 0);
+    for (int word = 0; word < 3; ++word) {
+        std::uint32_t ignored = 0;
+        ReadULong(in, ignored);
+    }
+    DecodeFrom(in);
+}
+
+void MessageHolder::DecodeFrom(ACE_InputCDR& in) {
+    const bool skip = mayBeEmpty_ && in.good_bit() && in.length() == 0;
+    state_ = skip || object_->fromCDR(in) != 0 ? State::Good : State::Undecodable;
+}
+
+}  // namespace CQXBASE
