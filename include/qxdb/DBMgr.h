@@ -1,8 +1,10 @@
 // The database manager for embedded SQLite.
 #pragma once
 
+#include <functional>
 #include <string>
 
+#include <qxdb/DBMgrErrors.h>
 #include <qxdb/Export.h>
 #include <qxdb/QXCommandList.h>
 #include <qxdb/QXDataSource.h>
@@ -10,11 +12,16 @@
 
 namespace CQXDB {
 
+namespace adapter {
+class Connection;
+}
+
 /// Serves data sources whose type and driver type are both 0; the database member is the file path.
-/// A manager is cheap: connections live in a process-wide pool for each data source, from which every
-/// call takes one. Different managers may be used by different threads at once; one manager by one
-/// thread at a time. A failed call leaves its transaction rolled back, and the manager usable.
-/// No operation throws for a database error; read errNumber() and errDesc() after each call.
+/// A manager is cheap: connections live in a process-wide pool for each data source, from which
+/// every call takes one. Different managers may be used by different threads at once; one manager
+/// by one thread at a time. A failed call leaves its transaction rolled back, and the manager
+/// usable. No operation throws for a database error; read errNumber() and errDesc() after each
+/// call.
 class QXDB_ADAPTER_API DBMgr {
   public:
     DBMgr();
@@ -22,26 +29,32 @@ class QXDB_ADAPTER_API DBMgr {
     DBMgr(const DBMgr&) = delete;
     DBMgr& operator=(const DBMgr&) = delete;
 
-    /// True when a connection to the described database can be made.
+    /// True when a connection to the described database can be made. SQLite creates a missing file.
     bool CanConnect(QXDataSource* dataSource);
+    /// A text without parameters may be a script of several statements.
     void Execute(QXCommand* command);
     /// Runs the commands in one transaction: all or nothing.
     void Execute(QXCommandList* list);
     /// Fills `rs` with the page that its page size and current page ask for; page size 0 means all
-    /// rows. Rows after the page are not fetched.
+    /// rows. Rows after the page are not fetched. After an error `rs` is empty. A statement that
+    /// gives no rows runs and leaves `rs` without columns.
     void OpenQuery(QXCommand* command, QXRecordset& rs);
     /// Runs the commands in one transaction; `rs` takes the rows of the last one.
     void OpenQuery(QXCommandList* list, QXRecordset& rs);
-    /// Runs the commands in one transaction and appends one recordset for each to `out`.
+    /// Runs the commands in one transaction and appends one recordset for each to `out`; after an
+    /// error `out` is empty.
     void BatchQry(QXCommandList* list, QXRsList& out);
-    /// Closes the pooled connections that this process does not use at the moment.
+    /// Closes the pooled connections that this process does not use at the moment. The database of
+    /// ":memory:" goes with its connection.
     void CloseConn();
 
-    /// The database's own code of the last call's error; 0 is success.
+    /// The database's own code of the last call's error, or a DBMgrError; 0 is success.
     long errNumber() const noexcept { return errNumber_; }
     std::wstring errDesc() const { return errDesc_; }
 
   private:
+    void Run(const QXDataSource* dataSource, const std::function<void(adapter::Connection&)>& work);
+
     long errNumber_ = 0;
     std::wstring errDesc_;
 };

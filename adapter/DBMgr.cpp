@@ -1,0 +1,75 @@
+#include <qxdb/DBMgr.h>
+
+#include "adapter/manager_call.h"
+#include "adapter/sqlite_open.h"
+#include "adapter/work.h"
+
+namespace CQXDB {
+namespace {
+
+adapter::PoolRegistry& Pools() {
+    static adapter::PoolRegistry pools(adapter::MakeSqlitePool);
+    return pools;
+}
+
+template <typename Commands>
+const QXDataSource* DataSourceOf(const Commands* commands) {
+    return commands == nullptr ? nullptr : &commands->SysDataSrc();
+}
+
+}  // namespace
+
+DBMgr::DBMgr() = default;
+DBMgr::~DBMgr() = default;
+
+void DBMgr::Run(const QXDataSource* dataSource,
+                const std::function<void(adapter::Connection&)>& work) {
+    adapter::CallResult result = adapter::CallManager(Pools(), dataSource, work);
+    errNumber_ = result.code;
+    errDesc_ = std::move(result.text);
+}
+
+bool DBMgr::CanConnect(QXDataSource* dataSource) {
+    Run(dataSource, [](adapter::Connection&) {});
+    return errNumber_ == 0;
+}
+
+void DBMgr::Execute(QXCommand* command) {
+    Run(DataSourceOf(command), [&](auto& connection) { adapter::Execute(connection, *command); });
+}
+
+void DBMgr::Execute(QXCommandList* list) {
+    Run(DataSourceOf(list), [&](auto& connection) { adapter::Execute(connection, *list); });
+}
+
+void DBMgr::OpenQuery(QXCommand* command, QXRecordset& rs) {
+    rs.Clear();
+    Run(DataSourceOf(command),
+        [&](auto& connection) { adapter::OpenQuery(connection, *command, rs); });
+    if (errNumber_ != 0) {
+        rs.Clear();
+    }
+}
+
+void DBMgr::OpenQuery(QXCommandList* list, QXRecordset& rs) {
+    rs.Clear();
+    Run(DataSourceOf(list), [&](auto& connection) { adapter::OpenQuery(connection, *list, rs); });
+    if (errNumber_ != 0) {
+        rs.Clear();
+    }
+}
+
+void DBMgr::BatchQry(QXCommandList* list, QXRsList& out) {
+    Run(DataSourceOf(list), [&](auto& connection) { adapter::BatchQry(connection, *list, out); });
+    if (errNumber_ != 0) {
+        out.RemoveAll();
+    }
+}
+
+void DBMgr::CloseConn() {
+    adapter::CallResult result = adapter::Guarded([] { Pools().CloseIdle(); });
+    errNumber_ = result.code;
+    errDesc_ = std::move(result.text);
+}
+
+}  // namespace CQXDB

@@ -1,0 +1,75 @@
+#include <qxdb/DBMgrWithPOCO.h>
+
+#include "adapter/manager_call.h"
+#include "adapter/poco_pools.h"
+#include "adapter/work.h"
+
+namespace CQXDB {
+namespace {
+
+adapter::PoolRegistry& Pools() {
+    static adapter::PoolRegistry pools(adapter::MakePocoPool);
+    return pools;
+}
+
+template <typename Commands>
+const QXDataSource* DataSourceOf(const Commands* commands) {
+    return commands == nullptr ? nullptr : &commands->SysDataSrc();
+}
+
+}  // namespace
+
+DBMgrWithPOCO::DBMgrWithPOCO() = default;
+DBMgrWithPOCO::~DBMgrWithPOCO() = default;
+
+void DBMgrWithPOCO::Run(const QXDataSource* dataSource,
+                        const std::function<void(adapter::Connection&)>& work) {
+    adapter::CallResult result = adapter::CallManager(Pools(), dataSource, work);
+    errNumber_ = result.code;
+    errDesc_ = std::move(result.text);
+}
+
+bool DBMgrWithPOCO::CanConnect(QXDataSource* dataSource) {
+    Run(dataSource, [](adapter::Connection&) {});
+    return errNumber_ == 0;
+}
+
+void DBMgrWithPOCO::Execute(QXCommand* command) {
+    Run(DataSourceOf(command), [&](auto& connection) { adapter::Execute(connection, *command); });
+}
+
+void DBMgrWithPOCO::Execute(QXCommandList* list) {
+    Run(DataSourceOf(list), [&](auto& connection) { adapter::Execute(connection, *list); });
+}
+
+void DBMgrWithPOCO::OpenQuery(QXCommand* command, QXRecordset& rs) {
+    rs.Clear();
+    Run(DataSourceOf(command),
+        [&](auto& connection) { adapter::OpenQuery(connection, *command, rs); });
+    if (errNumber_ != 0) {
+        rs.Clear();
+    }
+}
+
+void DBMgrWithPOCO::OpenQuery(QXCommandList* list, QXRecordset& rs) {
+    rs.Clear();
+    Run(DataSourceOf(list), [&](auto& connection) { adapter::OpenQuery(connection, *list, rs); });
+    if (errNumber_ != 0) {
+        rs.Clear();
+    }
+}
+
+void DBMgrWithPOCO::BatchQry(QXCommandList* list, QXRsList& out) {
+    Run(DataSourceOf(list), [&](auto& connection) { adapter::BatchQry(connection, *list, out); });
+    if (errNumber_ != 0) {
+        out.RemoveAll();
+    }
+}
+
+void DBMgrWithPOCO::CloseConn() {
+    adapter::CallResult result = adapter::Guarded([] { Pools().CloseIdle(); });
+    errNumber_ = result.code;
+    errDesc_ = std::move(result.text);
+}
+
+}  // namespace CQXDB

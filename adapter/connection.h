@@ -1,0 +1,65 @@
+// What the managers need of a database: connections that prepare statements, and statements that
+// run.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <qxdb/QXRecordset.h>
+#include <qxdb/QXValue.h>
+
+#include "adapter/page.h"
+#include "adapter/sql_lexer.h"
+
+namespace CQXDB::adapter {
+
+using Parameters = std::vector<QXValue>;
+
+/// A prepared text. Every call checks the number of parameters before anything runs, and throws
+/// DatabaseError for what the database refuses.
+class Statement {
+  public:
+    Statement() = default;
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+    virtual ~Statement() = default;
+
+    /// Runs to the end; rows are dropped.
+    virtual void Execute(const Parameters& parameters) = 0;
+    /// Appends columns and the rows of the page to `rs`, which is empty. A statement without a
+    /// result set runs and leaves `rs` without columns.
+    virtual void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) = 0;
+};
+
+enum class TransactionKind { Read, Write };
+
+/// One connection, used by one thread at a time.
+class Connection {
+  public:
+    Connection() = default;
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    virtual ~Connection() = default;
+
+    /// The text is UTF-8. The statement must not outlive the connection.
+    virtual std::shared_ptr<Statement> Prepare(const std::string& text) = 0;
+    /// Prepares what may be a script: several statements, which take no parameters and run as one
+    /// transaction unless they hold BEGIN, COMMIT or the like themselves. A failed script may leave
+    /// its transaction open, for the caller to roll back. `text` must outlive the statement.
+    virtual std::shared_ptr<Statement> PrepareScript(const std::string& text) = 0;
+    virtual const SqlDialect& Dialect() const noexcept = 0;
+
+    virtual void Begin(TransactionKind kind) = 0;
+    virtual void Commit() = 0;
+    /// Never throws: a connection that can't roll back counts as broken from then on.
+    virtual void Rollback() noexcept = 0;
+    virtual bool InTransaction() noexcept = 0;
+
+    /// Asks, after a time unused, whether the database is still there and still the same one.
+    virtual bool Alive() noexcept = 0;
+    /// False once a call has shown that the connection is lost.
+    virtual bool Usable() noexcept { return true; }
+};
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,72 @@
+// The pooled connections of one data source.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "adapter/connection.h"
+
+namespace CQXDB::adapter {
+
+struct PoolLimits {
+    std::size_t maxConnections = 8;
+    std::chrono::seconds waitTimeout{30};
+};
+
+class ConnectionPool;
+
+/// A connection taken from a pool, given back on destruction.
+class Lease {
+  public:
+    Lease(std::shared_ptr<ConnectionPool> pool, std::unique_ptr<Connection> connection) noexcept;
+    Lease(Lease&&) noexcept = default;
+    Lease& operator=(Lease&&) = delete;
+    ~Lease();
+    Connection& operator*() const noexcept { return *connection_; }
+    Connection* operator->() const noexcept { return connection_.get(); }
+
+  private:
+    std::shared_ptr<ConnectionPool> pool_;
+    std::unique_ptr<Connection> connection_;
+};
+
+/// Thread-safe. Opening, checking and closing of connections happens outside the lock.
+class ConnectionPool : public std::enable_shared_from_this<ConnectionPool> {
+  public:
+    using Opener = std::function<std::unique_ptr<Connection>()>;
+
+    ConnectionPool(Opener open, PoolLimits limits);
+
+    /// Takes an idle connection that is still alive, or opens one. Waits while all are in use;
+    /// throws DatabaseError when that lasts too long, and what the opener throws.
+    Lease Take();
+    void CloseIdle() noexcept;
+    /// True when no connection is open or being opened.
+    bool Empty();
+
+  private:
+    friend class Lease;
+    using Idle = std::vector<std::unique_ptr<Connection>>;
+
+    /// An idle connection, or null after reserving the right to open one.
+    std::unique_ptr<Connection> TakeIdleOrReserve();
+    std::unique_ptr<Connection> OpenReserved();
+    void Return(std::unique_ptr<Connection> connection) noexcept;
+    void GiveUpOne() noexcept;
+
+    const Opener opener_;
+    const PoolLimits limits_;
+
+    std::mutex mutex_;
+    std::condition_variable freed_;
+    // Guarded by mutex_:
+    Idle idle_;             ///< the one used last is at the back
+    std::size_t open_ = 0;  ///< idle ones, those in use, and those being opened
+};
+
+}  // namespace CQXDB::adapter

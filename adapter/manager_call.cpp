@@ -1,0 +1,53 @@
+#include "adapter/manager_call.h"
+
+#include <exception>
+#include <new>
+
+#include "adapter/database_error.h"
+#include "util/text.h"
+
+namespace CQXDB::adapter {
+namespace {
+
+void RunAndSettle(Connection& connection, const std::function<void(Connection&)>& work) {
+    try {
+        work(connection);
+    } catch (...) {
+        connection.Rollback();
+        throw;
+    }
+    if (connection.InTransaction()) {
+        connection.Rollback();
+        throw DatabaseError(DBMGR_OPEN_TRANSACTION,
+                            "the command left a transaction open, which was rolled back: BEGIN and "
+                            "COMMIT must stand in one script, or the commands in one command list");
+    }
+}
+
+}  // namespace
+
+CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource,
+                       const std::function<void(Connection&)>& work) {
+    return Guarded([&] {
+        if (dataSource == nullptr) {
+            throw DatabaseError(DBMGR_NO_COMMAND, "no command or data source was given");
+        }
+        const Lease lease = pools.Take(*dataSource);
+        RunAndSettle(*lease, work);
+    });
+}
+
+CallResult Guarded(const std::function<void()>& step) {
+    try {
+        step();
+        return {};
+    } catch (const DatabaseError& error) {
+        return {error.Code(), CQXBASE::Utf8ToWide(error.what())};
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& error) {
+        return {DBMGR_UNEXPECTED, CQXBASE::Utf8ToWide(error.what())};
+    }
+}
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,28 @@
+// The frame around every call of a manager: a connection from the pool, a clean end of its
+// transaction, and errors as a code and a text.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include <qxdb/QXDataSource.h>
+
+#include "adapter/connection.h"
+#include "adapter/pool_registry.h"
+
+namespace CQXDB::adapter {
+
+struct CallResult {
+    long code = 0;
+    std::wstring text;
+};
+
+/// Runs `work` on a connection of the data source. When it fails, or leaves a transaction open, the
+/// connection is rolled back before it returns to the pool. Lets nothing out but std::bad_alloc.
+CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource,
+                       const std::function<void(Connection&)>& work);
+
+/// Turns what `step` throws into a result, for work that needs no connection.
+CallResult Guarded(const std::function<void()>& step);
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,95 @@
+#include "adapter/options.h"
+
+#include <charconv>
+#include <utility>
+
+#include "adapter/database_error.h"
+
+namespace CQXDB::adapter {
+namespace {
+
+std::string_view Trim(std::string_view text) noexcept {
+    const std::size_t first = text.find_first_not_of(" \t\r\n");
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(" \t\r\n") + 1 - first);
+}
+
+std::string Lower(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower) {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return lower;
+}
+
+[[noreturn]] void Refuse(const std::string& what) {
+    throw DatabaseError(DBMGR_BAD_OPTION, what);
+}
+
+}  // namespace
+
+Options::Options(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(';'), text.size());
+        const std::string_view pair = Trim(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (pair.empty()) {
+            continue;
+        }
+        const std::size_t equals = pair.find('=');
+        if (equals == std::string_view::npos || equals == 0) {
+            Refuse("the option \"" + std::string(pair) + "\" is not of the form key=value");
+        }
+        values_[Lower(Trim(pair.substr(0, equals)))] = Trim(pair.substr(equals + 1));
+    }
+}
+
+std::string Options::Take(const std::string& key, const std::string& otherwise) {
+    const auto node = values_.extract(key);
+    return node.empty() ? otherwise : node.mapped();
+}
+
+std::int64_t Options::TakeNumber(const std::string& key, std::int64_t otherwise, std::int64_t least,
+                                 std::int64_t most) {
+    const auto node = values_.extract(key);
+    if (node.empty()) {
+        return otherwise;
+    }
+    const std::string& text = node.mapped();
+    std::int64_t number = 0;
+    const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (fault != std::errc() || end != text.data() + text.size() || number < least ||
+        number > most) {
+        Refuse("the option " + key + " takes a number from " + std::to_string(least) + " to " +
+               std::to_string(most) + ", not \"" + text + "\"");
+    }
+    return number;
+}
+
+bool Options::TakeFlag(const std::string& key, bool otherwise) {
+    const std::string text = Lower(Take(key, otherwise ? "1" : "0"));
+    if (text == "1" || text == "true" || text == "on" || text == "yes") {
+        return true;
+    }
+    if (text != "0" && text != "false" && text != "off" && text != "no") {
+        Refuse("the option " + key + " takes 1 or 0, not \"" + text + "\"");
+    }
+    return false;
+}
+
+PoolLimits Options::TakePoolLimits() {
+    PoolLimits limits;
+    limits.maxConnections = static_cast<std::size_t>(TakeNumber("pool_size", 8, 1, 1000));
+    limits.waitTimeout = std::chrono::seconds(TakeNumber("pool_timeout", 30, 0, 86400));
+    return limits;
+}
+
+void Options::RefuseRest() const {
+    if (!values_.empty()) {
+        Refuse("the option \"" + values_.begin()->first + "\" is not known for this database");
+    }
+}
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,84 @@
+#include "adapter/pool_registry.h"
+
+#include <initializer_list>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace CQXDB::adapter {
+namespace {
+
+void AddPart(std::wstring& key, std::wstring_view part) {
+    key.append(std::to_wstring(part.size())).append(1, L':').append(part);
+}
+
+/// Everything that makes a difference to a connection; the name and the version do not.
+std::wstring KeyOf(const QXDataSource& ds) {
+    std::wstring key;
+    for (const std::int32_t number :
+         {static_cast<std::int32_t>(ds.type), ds.port, std::int32_t{ds.trusted},
+          static_cast<std::int32_t>(ds.driver)}) {
+        AddPart(key, std::to_wstring(number));
+    }
+    for (const std::wstring* text : {&ds.server, &ds.database, &ds.user, &ds.password,
+                                     &ds.driverName, &ds.dsn, &ds.connectionString, &ds.extra}) {
+        AddPart(key, *text);
+    }
+    return key.append(ds.options.begin(), ds.options.end());
+}
+
+}  // namespace
+
+PoolRegistry::PoolRegistry(PoolMaker maker) : maker_(std::move(maker)) {}
+
+Lease PoolRegistry::Take(const QXDataSource& dataSource) {
+    std::shared_ptr<ConnectionPool> pool = PoolOf(dataSource);
+    try {
+        return pool->Take();
+    } catch (...) {
+        pool.reset();
+        ForgetUnused();
+        throw;
+    }
+}
+
+std::shared_ptr<ConnectionPool> PoolRegistry::PoolOf(const QXDataSource& dataSource) {
+    const std::wstring key = KeyOf(dataSource);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::shared_ptr<ConnectionPool>& pool = pools_[key];
+    if (!pool) {
+        try {
+            pool = maker_(dataSource);
+        } catch (...) {
+            pools_.erase(key);
+            throw;
+        }
+    }
+    return pool;
+}
+
+void PoolRegistry::ForgetUnused() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (auto it = pools_.begin(); it != pools_.end();) {
+        // Nobody else can get hold of the pool while the lock is held.
+        const bool unused = it->second.use_count() == 1 && it->second->Empty();
+        it = unused ? pools_.erase(it) : std::next(it);
+    }
+}
+
+void PoolRegistry::CloseIdle() {
+    std::vector<std::shared_ptr<ConnectionPool>> pools;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        for (const auto& [key, pool] : pools_) {
+            pools.push_back(pool);
+        }
+    }
+    for (const auto& pool : pools) {
+        pool->CloseIdle();
+    }
+    pools.clear();
+    ForgetUnused();
+}
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,71 @@
+#include "adapter/sqlite_connection.h"
+
+#include <utility>
+#include <vector>
+
+#include "adapter/sqlite_error.h"
+#include "adapter/sqlite_script.h"
+#include "adapter/statement_text.h"
+
+namespace CQXDB::adapter {
+namespace {
+
+constexpr std::size_t kCachedStatements = 64;
+
+}  // namespace
+
+SqliteConnection::SqliteConnection(sqlite3* db, std::shared_ptr<void> owner)
+    : owner_(std::move(owner)), db_(db), cache_(kCachedStatements) {}
+
+std::shared_ptr<Statement> SqliteConnection::Prepare(const std::string& text) {
+    std::shared_ptr<Statement> statement = cache_.Find(text);
+    if (!statement) {
+        statement = std::make_shared<SqliteStatement>(db_, text, true);
+        cache_.Add(text, statement);
+    }
+    return statement;
+}
+
+std::shared_ptr<Statement> SqliteConnection::PrepareScript(const std::string& text) {
+    if (std::shared_ptr<Statement> statement = cache_.Find(text)) {
+        return statement;
+    }
+    std::vector<std::string_view> statements = SplitStatements(text, kSqliteDialect);
+    if (statements.size() > 1) {
+        return std::make_shared<SqliteScript>(*this, std::move(statements));
+    }
+    return Prepare(text);
+}
+
+void SqliteConnection::RunOnce(std::string_view statement) {
+    SqliteStatement(db_, statement, false).Execute({});
+}
+
+void SqliteConnection::Begin(TransactionKind kind) {
+    // A transaction that will write asks for the write lock at once: one that asks later can't be
+    // made to wait for it, and would fail instead.
+    RunOnce(kind == TransactionKind::Write ? "BEGIN IMMEDIATE" : "BEGIN");
+}
+
+void SqliteConnection::Commit() {
+    RunOnce("COMMIT");
+}
+
+void SqliteConnection::Rollback() noexcept {
+    if (InTransaction()) {
+        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+}
+
+bool SqliteConnection::InTransaction() noexcept {
+    return sqlite3_get_autocommit(db_) == 0;
+}
+
+bool SqliteConnection::Alive() noexcept {
+    // A file that was deleted or replaced would take further changes and lose them.
+    int moved = 0;
+    const int code = sqlite3_file_control(db_, "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+    return code != SQLITE_OK || moved == 0;
+}
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,39 @@
+// A SQLite connection with its prepared statements.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <sqlite3.h>
+
+#include "adapter/connection.h"
+#include "adapter/sqlite_statement.h"
+#include "adapter/statement_cache.h"
+
+namespace CQXDB::adapter {
+
+class SqliteConnection : public Connection {
+  public:
+    /// `owner` keeps `db` open and closes it when the connection goes.
+    SqliteConnection(sqlite3* db, std::shared_ptr<void> owner);
+
+    std::shared_ptr<Statement> Prepare(const std::string& text) override;
+    std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
+    const SqlDialect& Dialect() const noexcept override { return kSqliteDialect; }
+
+    void Begin(TransactionKind kind) override;
+    void Commit() override;
+    void Rollback() noexcept override;
+    bool InTransaction() noexcept override;
+    bool Alive() noexcept override;
+
+    /// Runs one statement that is not worth keeping.
+    void RunOnce(std::string_view statement);
+
+  private:
+    std::shared_ptr<void> owner_;
+    sqlite3* db_;
+    StatementCache cache_;
+};
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,37 @@
+// From a data source to an open SQLite connection.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <sqlite3.h>
+
+#include <qxdb/QXDataSource.h>
+
+#include "adapter/connection_pool.h"
+
+namespace CQXDB::adapter {
+
+/// What a data source asks of a SQLite connection.
+struct SqliteSettings {
+    std::string path;  ///< UTF-8; may be a "file:" URI
+    int openFlags = 0;
+    int busyTimeoutMs = 5000;
+    bool foreignKeys = true;
+    std::string journalMode;  ///< "": as the file has it
+    std::string synchronous;  ///< "": SQLite's default
+    PoolLimits pool;
+
+    /// Throws DatabaseError for a missing path or options that make no sense.
+    static SqliteSettings Of(const QXDataSource& dataSource);
+    /// True when every connection would see a database of its own.
+    bool Private() const;
+};
+
+/// Makes an open handle ready for use, and checks that it is a database. Throws DatabaseError.
+void ConfigureSqlite(sqlite3* db, const SqliteSettings& settings);
+
+std::unique_ptr<Connection> OpenSqlite(const SqliteSettings& settings);
+std::shared_ptr<ConnectionPool> MakeSqlitePool(const QXDataSource& dataSource);
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,36 @@
+// Rows on their way out of SQLite.
+#pragma once
+
+#include <vector>
+
+#include <sqlite3.h>
+
+#include <qxdb/QXRecordset.h>
+
+#include "adapter/declared_type.h"
+
+namespace CQXDB::adapter {
+
+/// Moves the rows of one execution into a recordset.
+class SqliteRowReader {
+  public:
+    /// Adds the statement's columns to `rs`, which is empty. To be made after the first step, since
+    /// only then the statement is known to fit the schema.
+    SqliteRowReader(sqlite3_stmt* statement, QXRecordset& rs);
+
+    /// Appends the row that the statement stands on.
+    void Append();
+
+  private:
+    struct Column {
+        QXColumn* target;
+        DeclaredType declared;
+    };
+
+    void AppendCell(int index, const Column& column);
+
+    sqlite3_stmt* statement_;
+    std::vector<Column> columns_;
+};
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,79 @@
+#include "adapter/sqlite_statement.h"
+
+#include <climits>
+
+#include "adapter/parameter_count.h"
+#include "adapter/sqlite_bind.h"
+#include "adapter/sqlite_error.h"
+#include "adapter/sqlite_rows.h"
+#include "adapter/statement_text.h"
+
+namespace CQXDB::adapter {
+
+/// One execution: bound at its start, reset and unbound at its end.
+class SqliteStatement::Run {
+  public:
+    Run(SqliteStatement& statement, const Parameters& parameters)
+        : handle_(statement.handle_.get()) {
+        CheckParameterCount(statement.parameterCount_, parameters.size());
+        BindSqlite(statement.db_, handle_, parameters);
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+    ~Run() {
+        sqlite3_reset(handle_);
+        sqlite3_clear_bindings(handle_);
+    }
+
+  private:
+    sqlite3_stmt* handle_;
+};
+
+SqliteStatement::SqliteStatement(sqlite3* db, std::string_view text, bool keep) : db_(db) {
+    if (text.size() > INT_MAX) {
+        throw DatabaseError(SQLITE_TOOBIG, sqlite3_errstr(SQLITE_TOOBIG));
+    }
+    sqlite3_stmt* handle = nullptr;
+    const char* tail = nullptr;
+    CheckSqlite(db, sqlite3_prepare_v3(db, text.data(), static_cast<int>(text.size()),
+                                       keep ? SQLITE_PREPARE_PERSISTENT : 0, &handle, &tail));
+    handle_.reset(handle);
+    if (!handle_) {
+        throw DatabaseError(DBMGR_EMPTY_STATEMENT, "the text holds no statement");
+    }
+    text.remove_prefix(static_cast<std::size_t>(tail - text.data()));
+    if (!SplitStatements(text, kSqliteDialect).empty()) {
+        throw DatabaseError(DBMGR_SEVERAL_STATEMENTS,
+                            "the text holds several statements where one is required");
+    }
+    parameterCount_ = static_cast<std::size_t>(sqlite3_bind_parameter_count(handle));
+}
+
+bool SqliteStatement::Step() {
+    const int code = sqlite3_step(handle_.get());
+    CheckSqlite(db_, code);
+    return code == SQLITE_ROW;
+}
+
+void SqliteStatement::Execute(const Parameters& parameters) {
+    const Run run(*this, parameters);
+    while (Step()) {
+    }
+}
+
+void SqliteStatement::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
+    const Run run(*this, parameters);
+    bool row = Step();
+    SqliteRowReader reader(handle_.get(), rs);
+    for (std::int64_t i = 0; row && i < page.first; ++i) {
+        row = Step();
+    }
+    for (std::int64_t i = 0; row && i < page.count; ++i) {
+        reader.Append();
+        row = i + 1 < page.count && Step();
+    }
+    // Ending early can fail too: a statement that changed rows commits only now.
+    CheckSqlite(db_, sqlite3_reset(handle_.get()));
+}
+
+}  // namespace CQXDB::adapter

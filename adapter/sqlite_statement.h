@@ -1,0 +1,35 @@
+// One prepared SQLite statement.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+#include <sqlite3.h>
+
+#include "adapter/connection.h"
+
+namespace CQXDB::adapter {
+
+class SqliteStatement : public Statement {
+  public:
+    /// Compiles exactly one statement; `text` is what SQLite gets to see.
+    SqliteStatement(sqlite3* db, std::string_view text, bool keep);
+
+    void Execute(const Parameters& parameters) override;
+    void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
+
+  private:
+    struct Finalizer {
+        void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
+    };
+    class Run;
+
+    bool Step();
+
+    sqlite3* db_;
+    std::unique_ptr<sqlite3_stmt, Finalizer> handle_;
+    std::size_t parameterCount_ = 0;
+};
+
+}  // namespace CQXDB::adapter

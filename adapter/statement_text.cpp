@@ -1,0 +1,163 @@
+#include "adapter/statement_text.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+namespace CQXDB::adapter {
+namespace {
+
+char Upper(char c) noexcept {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+/// `upper` is in capitals.
+bool Is(std::string_view word, std::string_view upper) noexcept {
+    return word.size() == upper.size() && std::equal(word.begin(), word.end(), upper.begin(),
+                                                     [](char a, char b) { return Upper(a) == b; });
+}
+
+bool IsOneOf(std::string_view word, std::initializer_list<std::string_view> uppers) noexcept {
+    return std::any_of(uppers.begin(), uppers.end(),
+                       [word](std::string_view upper) { return Is(word, upper); });
+}
+
+/// Follows the words of a statement to tell which semicolons belong to the body of a trigger or of
+/// a stored procedure.
+class BodyWatch {
+  public:
+    explicit BodyWatch(bool nestedBodies) noexcept : nestedBodies_(nestedBodies) {}
+
+    void Word(std::string_view word) noexcept {
+        if (words_ == 0) {
+            create_ = Is(word, "CREATE");
+        } else if (create_ && !body_) {
+            body_ = Is(word, "TRIGGER") ||
+                    (nestedBodies_ && IsOneOf(word, {"PROCEDURE", "FUNCTION", "EVENT", "PACKAGE"}));
+        }
+        ++words_;
+        closing_ = afterSemicolon_ && Is(word, "END");
+        afterSemicolon_ = false;
+    }
+    void OtherToken() noexcept { afterSemicolon_ = closing_ = false; }
+    /// True when this semicolon ends the statement.
+    bool Semicolon() noexcept {
+        if (body_ && (nestedBodies_ || !closing_)) {
+            afterSemicolon_ = true;
+            return false;
+        }
+        *this = BodyWatch(nestedBodies_);
+        return true;
+    }
+
+  private:
+    bool nestedBodies_;
+    int words_ = 0;
+    bool create_ = false;
+    bool body_ = false;
+    bool afterSemicolon_ = false;
+    bool closing_ = false;  ///< the last two tokens were a semicolon and END
+};
+
+}  // namespace
+
+NativeText ToNative(std::string_view text, const SqlDialect& dialect, ParameterStyle style) {
+    NativeText native;
+    native.sql.reserve(text.size() + 8);
+    std::size_t copied = 0;
+    const auto replace = [&](const SqlLexer& lexer, std::string_view by) {
+        native.sql.append(text.substr(copied, lexer.Begin() - copied)).append(by);
+        copied = lexer.End();
+    };
+    SqlLexer lexer(text, dialect);
+    for (SqlToken token = lexer.Next(); token != SqlToken::End; token = lexer.Next()) {
+        if (token == SqlToken::QuestionMark) {
+            native.literalQuestionMark = true;
+            replace(lexer, "?");
+        } else if (token == SqlToken::Parameter) {
+            ++native.parameters;
+            if (style == ParameterStyle::DollarNumber) {
+                replace(lexer, "$" + std::to_string(native.parameters));
+            }
+        }
+    }
+    native.sql.append(text.substr(copied));
+    return native;
+}
+
+std::vector<std::string_view> SplitStatements(std::string_view text, const SqlDialect& dialect) {
+    std::vector<std::string_view> statements;
+    BodyWatch watch(dialect.nestedBodies);
+    SqlLexer lexer(text, dialect);
+    std::size_t begin = std::string_view::npos;
+    for (SqlToken token = lexer.Next(); token != SqlToken::End; token = lexer.Next()) {
+        if (token == SqlToken::Semicolon) {
+            if (watch.Semicolon() && begin != std::string_view::npos) {
+                statements.push_back(text.substr(begin, lexer.Begin() - begin));
+                begin = std::string_view::npos;
+            }
+            continue;
+        }
+        begin = begin == std::string_view::npos ? lexer.Begin() : begin;
+        token == SqlToken::Word ? watch.Word(lexer.Text()) : watch.OtherToken();
+    }
+    if (begin != std::string_view::npos) {
+        statements.push_back(text.substr(begin));
+    }
+    return statements;
+}
+
+bool ControlsTransaction(std::string_view statement, const SqlDialect& dialect) {
+    SqlLexer lexer(statement, dialect);
+    if (lexer.Next() != SqlToken::Word) {
+        return false;
+    }
+    const std::string_view first = lexer.Text();
+    if (IsOneOf(first, {"BEGIN", "COMMIT", "END", "ABORT"})) {
+        return true;
+    }
+    if (Is(first, "START")) {
+        return lexer.Next() == SqlToken::Word && Is(lexer.Text(), "TRANSACTION");
+    }
+    if (!Is(first, "ROLLBACK")) {
+        return false;
+    }
+    SqlToken token = lexer.Next();
+    while (token == SqlToken::Word && IsOneOf(lexer.Text(), {"TRANSACTION", "WORK"})) {
+        token = lexer.Next();
+    }
+    return token != SqlToken::Word || !Is(lexer.Text(), "TO");
+}
+
+bool HoldsTransactionControl(std::string_view text, const SqlDialect& dialect) {
+    const std::vector<std::string_view> statements = SplitStatements(text, dialect);
+    return std::any_of(
+        statements.begin(), statements.end(),
+        [&dialect](std::string_view statement) { return ControlsTransaction(statement, dialect); });
+}
+
+std::string FirstWord(std::string_view statement, const SqlDialect& dialect) {
+    SqlLexer lexer(statement, dialect);
+    if (lexer.Next() != SqlToken::Word) {
+        return {};
+    }
+    std::string word(lexer.Text());
+    std::transform(word.begin(), word.end(), word.begin(), Upper);
+    return word;
+}
+
+bool LooksReadOnly(std::string_view statement, const SqlDialect& dialect) {
+    SqlLexer lexer(statement, dialect);
+    SqlToken token = lexer.Next();
+    if (token != SqlToken::Word || !IsOneOf(lexer.Text(), {"SELECT", "VALUES", "WITH", "TABLE"})) {
+        return false;
+    }
+    for (; token != SqlToken::End; token = lexer.Next()) {
+        if (token == SqlToken::Word &&
+            IsOneOf(lexer.Text(), {"INSERT", "UPDATE", "DELETE", "MERGE", "REPLACE", "INTO"})) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,148 @@
+#include "adapter/work.h"
+
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "adapter/database_error.h"
+#include "adapter/statement_text.h"
+
+namespace CQXDB::adapter {
+namespace {
+
+const std::string& CheckedText(const QXCommand& command) {
+    const std::string& text = command.TextUtf8();
+    if (text.find('\0') != std::string::npos) {
+        throw DatabaseError(DBMGR_BAD_VALUE, "the statement text holds a NUL character");
+    }
+    return text;
+}
+
+void Query(Statement& statement, const QXCommand& command, const Page& page, QXRecordset& rs) {
+    statement.Query(command.Params(), page, rs);
+    rs.FillDone();
+}
+
+/// The commands of a list, with the statement of each. Commands that share one text, as copies of a
+/// command do, share the statement without looking at the text again.
+class ListRun {
+  public:
+    ListRun(Connection& connection, const QXCommandList& list) noexcept
+        : connection_(connection), list_(list) {}
+
+    /// Calls `step` for every command from `first` to before `last`, and tells in an error's text
+    /// which command it was.
+    void Each(std::size_t first, std::size_t last,
+              const std::function<void(const QXCommand&, std::size_t)>& step) {
+        std::size_t i = first;
+        try {
+            for (; i < last; ++i) {
+                step(list_.At(i), i);
+            }
+        } catch (const DatabaseError& error) {
+            if (list_.Count() < 2) {
+                throw;
+            }
+            throw DatabaseError(error.Code(), std::string(error.what()) + " (command " +
+                                                  std::to_string(i + 1) + " of " +
+                                                  std::to_string(list_.Count()) + ")");
+        }
+    }
+
+    Statement& Script(const QXCommand& command) {
+        return Look(command, &Connection::PrepareScript);
+    }
+    Statement& One(const QXCommand& command) { return Look(command, &Connection::Prepare); }
+
+  private:
+    using Preparing = std::shared_ptr<Statement> (Connection::*)(const std::string&);
+
+    Statement& Look(const QXCommand& command, Preparing prepare) {
+        const std::string* text = &command.TextUtf8();
+        if (text != text_ || prepare != prepare_) {
+            if (HoldsTransactionControl(CheckedText(command), connection_.Dialect())) {
+                throw DatabaseError(DBMGR_TRANSACTION_CONTROL,
+                                    "a command list is one transaction and can't hold a statement "
+                                    "that begins or ends one");
+            }
+            statement_ = (connection_.*prepare)(*text);
+            text_ = text;
+            prepare_ = prepare;
+        }
+        return *statement_;
+    }
+
+    Connection& connection_;
+    const QXCommandList& list_;
+    const std::string* text_ = nullptr;
+    Preparing prepare_ = nullptr;
+    std::shared_ptr<Statement> statement_;
+};
+
+TransactionKind KindOf(const Connection& connection, const QXCommandList& list) {
+    const std::string* seen = nullptr;
+    for (const QXCommand& command : list) {
+        const std::string* text = &command.TextUtf8();
+        if (text != seen && !LooksReadOnly(*text, connection.Dialect())) {
+            return TransactionKind::Write;
+        }
+        seen = text;
+    }
+    return TransactionKind::Read;
+}
+
+template <typename Work>
+void InOneTransaction(Connection& connection, const QXCommandList& list, Work work) {
+    if (list.Empty()) {
+        return;
+    }
+    connection.Begin(KindOf(connection, list));
+    ListRun run(connection, list);
+    work(run);
+    connection.Commit();
+}
+
+}  // namespace
+
+void Execute(Connection& connection, const QXCommand& command) {
+    connection.PrepareScript(CheckedText(command))->Execute(command.Params());
+}
+
+void Execute(Connection& connection, const QXCommandList& list) {
+    InOneTransaction(connection, list, [&list](ListRun& run) {
+        run.Each(0, list.Count(), [&run](const QXCommand& command, std::size_t) {
+            run.Script(command).Execute(command.Params());
+        });
+    });
+}
+
+void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs) {
+    const Page page = Page::Of(rs);
+    Query(*connection.Prepare(CheckedText(command)), command, page, rs);
+}
+
+void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs) {
+    const Page page = Page::Of(rs);
+    InOneTransaction(connection, list, [&](ListRun& run) {
+        const std::size_t last = list.Count() - 1;
+        run.Each(0, list.Count(), [&](const QXCommand& command, std::size_t index) {
+            if (index < last) {
+                run.Script(command).Execute(command.Params());
+            } else {
+                Query(run.One(command), command, page, rs);
+            }
+        });
+    });
+}
+
+void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out) {
+    InOneTransaction(connection, list, [&](ListRun& run) {
+        run.Each(0, list.Count(), [&](const QXCommand& command, std::size_t) {
+            QXRecordset rs;
+            Query(run.One(command), command, Page{}, rs);
+            out.Add(std::move(rs));
+        });
+    });
+}
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,24 @@
+// The database managers' own error codes.
+#pragma once
+
+namespace CQXDB {
+
+/// What errNumber() gives when the error is not the database's own. A database's codes are never in
+/// this range: SQLite's and MySQL's are positive, and an SQLSTATE is mapped to a positive number.
+enum DBMgrError : long {
+    DBMGR_NO_COMMAND = -7001,  ///< a null pointer was passed for the command or the data source
+    DBMGR_EMPTY_STATEMENT = -7002,  ///< the text holds no statement
+    DBMGR_PARAMETER_COUNT =
+        -7003,  ///< the text has another number of "?" than there are parameters
+    DBMGR_SEVERAL_STATEMENTS = -7004,  ///< several statements where one is required
+    DBMGR_BAD_PAGE = -7005,            ///< a page number below 1 or a negative page size
+    DBMGR_BAD_VALUE = -7006,           ///< a parameter that this database cannot store as it is
+    DBMGR_BAD_OPTION = -7007,        ///< a key or value in QXDataSource::options is not understood
+    DBMGR_BAD_DATA_SOURCE = -7008,   ///< the description is incomplete, or no connector serves it
+    DBMGR_POOL_TIMEOUT = -7009,      ///< all connections of the pool stayed in use for too long
+    DBMGR_OPEN_TRANSACTION = -7010,  ///< the command left a transaction open; it was rolled back
+    DBMGR_TRANSACTION_CONTROL = -7011,  ///< BEGIN, COMMIT or the like inside a command list
+    DBMGR_UNEXPECTED = -7012,           ///< a fault outside the database; the text tells what
+};
+
+}  // namespace CQXDB

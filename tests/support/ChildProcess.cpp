@@ -1,0 +1,193 @@
+#include "tests/support/ChildProcess.h"
+
+#include <condition_variable>
+#include <csignal>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+
+#include <Poco/Exception.h>
+#include <Poco/Pipe.h>
+#include <Poco/Process.h>
+#include <ace/OS_NS_signal.h>
+
+namespace qxdb_test {
+namespace {
+
+constexpr std::chrono::milliseconds kPollInterval{10};
+
+Poco::Process::Env EnvironmentOf(const std::vector<std::string>& pairs) {
+    Poco::Process::Env environment;
+    for (const std::string& pair : pairs) {
+        const std::size_t equals = pair.find('=');
+        environment[pair.substr(0, equals)] = pair.substr(equals + 1);
+    }
+    return environment;
+}
+
+/// What one pipe has brought, read by a thread of its own.
+class Collector {
+  public:
+    Poco::Pipe& Pipe() noexcept { return pipe_; }
+    void Start() {
+        thread_ = std::thread([this] { Read(); });
+    }
+    void Join() {
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+    }
+    std::string Text() const {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return text_;
+    }
+
+  private:
+    void Read() {
+        char buffer[4096];
+        try {
+            while (const int count = pipe_.readBytes(buffer, sizeof buffer)) {
+                const std::lock_guard<std::mutex> lock(mutex_);
+                text_.append(buffer, static_cast<std::size_t>(count));
+            }
+        } catch (const Poco::Exception&) {
+            // The other end is gone, which ends the text.
+        }
+    }
+
+    Poco::Pipe pipe_;
+    mutable std::mutex mutex_;
+    std::string text_;
+    std::thread thread_;
+};
+
+}  // namespace
+
+struct ChildProcess::Impl {
+    Poco::Pipe input;
+    Collector output;
+    Collector errors;
+    std::optional<Poco::ProcessHandle> handle;
+    std::optional<int> status;
+
+    /// True once the program has ended, and all that it wrote has been read. Only this may ask for
+    /// the status, which exists once.
+    bool Ended() {
+        if (!status) {
+            const int code = handle->tryWait();
+            if (code == -1) {
+                return false;
+            }
+            status = code >= 256 ? code - 128 : code;
+            output.Join();
+            errors.Join();
+        }
+        return true;
+    }
+};
+
+ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments)
+    : ChildProcess(program, arguments, Options{}) {}
+
+ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
+                           const Options& options)
+    : impl_(std::make_unique<Impl>()) {
+    impl_->handle.emplace(Poco::Process::launch(
+        program, arguments, options.workingDirectory, &impl_->input, &impl_->output.Pipe(),
+        &impl_->errors.Pipe(), EnvironmentOf(options.environment)));
+    impl_->output.Start();
+    impl_->errors.Start();
+    if (!options.input.empty()) {
+        Write(options.input);
+        CloseInput();
+    }
+}
+
+ChildProcess::~ChildProcess() {
+    CloseInput();
+    Terminate();
+    try {
+        Wait(std::chrono::seconds(10));
+    } catch (const std::runtime_error&) {
+        Kill();
+        Wait(std::chrono::seconds(10));
+    }
+}
+
+int ChildProcess::Pid() const {
+    return static_cast<int>(impl_->handle->id());
+}
+
+bool ChildProcess::Running() {
+    return !impl_->Ended();
+}
+
+void ChildProcess::Write(const std::string& bytes) {
+    std::size_t written = 0;
+    while (written < bytes.size()) {
+        written += static_cast<std::size_t>(impl_->input.writeBytes(
+            bytes.data() + written, static_cast<int>(bytes.size() - written)));
+    }
+}
+
+void ChildProcess::CloseInput() {
+    impl_->input.close(Poco::Pipe::CLOSE_WRITE);
+}
+
+void ChildProcess::Terminate() {
+    if (Running() && ACE_OS::kill(static_cast<pid_t>(Pid()), SIGTERM) != 0) {
+        Kill();
+    }
+}
+
+void ChildProcess::Kill() {
+    if (Running()) {
+        Poco::Process::kill(*impl_->handle);
+    }
+}
+
+int ChildProcess::Wait(std::chrono::seconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!impl_->Ended()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            throw std::runtime_error("process " + std::to_string(Pid()) + " does not end");
+        }
+        std::this_thread::sleep_for(kPollInterval);
+    }
+    return *impl_->status;
+}
+
+std::string ChildProcess::Output() const {
+    return impl_->output.Text();
+}
+
+std::string ChildProcess::Errors() const {
+    return impl_->errors.Text();
+}
+
+bool ChildProcess::WaitForText(const std::string& text, std::chrono::seconds limit) const {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    for (;;) {
+        const bool ended = impl_->Ended();
+        if (Output().find(text) != std::string::npos || Errors().find(text) != std::string::npos) {
+            return true;
+        }
+        if (ended || std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(kPollInterval);
+    }
+}
+
+int RunProgram(const std::string& program, const std::vector<std::string>& arguments,
+               std::string& output) {
+    ChildProcess child(program, arguments);
+    child.CloseInput();
+    const int status = child.Wait(std::chrono::seconds(120));
+    output = child.Output() + child.Errors();
+    return status;
+}
+
+}  // namespace qxdb_test
