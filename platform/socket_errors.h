@@ -1,0 +1,29 @@
+// Socket error numbers: one numbering for callers, the platform's own texts.
+#pragma once
+
+#include <string>
+
+namespace CQXBASE::platform {
+
+// Winsock numbers that the transport treats in a way of their own.
+constexpr int kConnectionReset = 10054;
+constexpr int kConnectionRefused = 10061;
+
+/// `error`, an errno as ACE leaves it, in Winsock numbering. A send to a closed peer counts as a
+/// reset, a wait that ran out as timed out, a failed name lookup as its resolver number. Errors
+/// that are not of the socket layer, and 0, keep their number.
+int WinsockNumber(int error) noexcept;
+
+/// The platform's text for `error`, in the ANSI code page; "" when it has none.
+std::string SocketErrorText(int error);
+
+/// Sets errno and the system's last error to 0.
+void ClearLastError() noexcept;
+/// errno; when that is 0, the system's last error.
+int LastError() noexcept;
+
+/// Each sets errno to the platform's number for what it names.
+void SetNotConnected() noexcept;
+void SetStaleSocket() noexcept;
+
+}  // namespace CQXBASE::platform

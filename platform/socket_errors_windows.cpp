@@ -1,0 +1,36 @@
+#include <cerrno>
+
+#include <ace/OS_NS_errno.h>
+#include <ace/OS_NS_string.h>
+
+#include "platform/socket_errors.h"
+
+namespace CQXBASE::platform {
+
+int WinsockNumber(int error) noexcept {
+    return error == ETIME ? WSAETIMEDOUT : error;
+}
+
+std::string SocketErrorText(int error) {
+    const char* text = ACE_OS::strerror(error);
+    return text == nullptr ? std::string() : std::string(text);
+}
+
+void ClearLastError() noexcept {
+    ACE_OS::last_error(0);
+    errno = 0;
+}
+
+int LastError() noexcept {
+    return errno != 0 ? errno : ACE_OS::last_error();
+}
+
+void SetNotConnected() noexcept {
+    errno = WSAENOTCONN;
+}
+
+void SetStaleSocket() noexcept {
+    errno = WSAENOTSOCK;
+}
+
+}  // namespace CQXBASE::platform

@@ -1,0 +1,21 @@
+// Whole-buffer transfers on a connected stream. A closed peer is an error, never a signal.
+#pragma once
+
+#include <cstddef>
+
+#include <ace/SOCK_Stream.h>
+#include <ace/os_include/sys/os_uio.h>
+
+namespace CQXBASE::platform {
+
+constexpr int kNoTimeout = -1;
+
+/// Writes the `count` parts in order, as one gathered write that is continued while the socket
+/// takes only a piece. `timeoutMs` bounds each wait for room. False leaves the reason in errno.
+bool SendParts(ACE_SOCK_Stream& stream, const iovec* parts, int count, int timeoutMs);
+
+/// Reads exactly `count` bytes. False leaves the reason in errno: 0 when the peer has closed, a
+/// time-out when the socket's receive time-out passed in silence.
+bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count);
+
+}  // namespace CQXBASE::platform
