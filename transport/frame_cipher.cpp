@@ -1,8 +1,11 @@
 #include "transport/frame_cipher.h"
 
+#include <memory>
+
 #include <Poco/Crypto/CipherFactory.h>
 #include <Poco/Crypto/CipherKey.h>
 #include <Poco/Exception.h>
+#include <openssl/evp.h>
 
 namespace CQXBASE {
 namespace {
@@ -13,11 +16,26 @@ constexpr char kPassphrase[] = "qmvdkarlop\x0b\x0c";
 constexpr char kSalt[] = "Few ripe figs";
 constexpr int kIterations = 2000;
 
+/// An OpenSSL restricted to approved algorithms has neither, and POCO would go on without them.
+void RequireAlgorithms() {
+    const std::unique_ptr<EVP_CIPHER, decltype(&EVP_CIPHER_free)> sm4(
+        EVP_CIPHER_fetch(nullptr, "SM4-CBC", nullptr), EVP_CIPHER_free);
+    const std::unique_ptr<EVP_MD, decltype(&EVP_MD_free)> md5(EVP_MD_fetch(nullptr, "MD5", nullptr),
+                                                              EVP_MD_free);
+    if (sm4 == nullptr || md5 == nullptr) {
+        throw Poco::NotImplementedException("OpenSSL offers no SM4 or no MD5");
+    }
+}
+
+Poco::Crypto::CipherKey FrameKey() {
+    RequireAlgorithms();
+    return {"sm4", kPassphrase, kSalt, kIterations, "md5"};
+}
+
 }  // namespace
 
 FrameCipher::FrameCipher()
-    : cipher_(Poco::Crypto::CipherFactory::defaultFactory().createCipher(
-          Poco::Crypto::CipherKey("sm4", kPassphrase, kSalt, kIterations, "md5"))) {}
+    : cipher_(Poco::Crypto::CipherFactory::defaultFactory().createCipher(FrameKey())) {}
 
 std::string FrameCipher::Encipher(std::string_view plain) const {
     std::string cipherText = cipher_->encryptString(std::string(plain), Cipher::ENC_NONE);

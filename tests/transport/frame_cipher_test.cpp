@@ -3,29 +3,21 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <Poco/Exception.h>
-#include <Poco/HexBinaryDecoder.h>
-#include <Poco/StreamCopier.h>
 #include <Poco/TemporaryFile.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/Hex.h"
 #include "transport/frame.h"
 
 namespace CQXBASE {
 namespace {
 
-std::string FromHex(const std::string& hex) {
-    std::istringstream source(hex);
-    Poco::HexBinaryDecoder decoder(source);
-    std::string bytes;
-    Poco::StreamCopier::copyToString(decoder, bytes);
-    return bytes;
-}
+using qxdb_test::FromHex;
 
 std::string Pattern(std::size_t length) {
     std::string bytes(length, '\0');

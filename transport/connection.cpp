@@ -1,0 +1,145 @@
+// How a transport makes, checks and drops its connection.
+#include <cerrno>
+
+#include <ace/OS_NS_sys_socket.h>
+#include <ace/SOCK_Connector.h>
+
+#include "platform/socket_errors.h"
+#include "platform/socket_options.h"
+#include "proxy/proxy_handshake.h"
+#include "transport/qxio.h"
+#include "util/text.h"
+
+namespace CQXBASE {
+namespace {
+
+constexpr unsigned kKeepAliveIdleMs = 5000;
+constexpr unsigned kKeepAliveIntervalMs = 15000;
+
+/// Tries each address of `target`, "host:port", in turn. False leaves the last reason in errno.
+bool Connect(ACE_SOCK_Stream& stream, const std::wstring& target) {
+    ACE_INET_Addr address;
+    errno = EINVAL;  // what a port out of range leaves as it is
+    if (address.set(target.c_str(), AF_UNSPEC) == -1) {
+        return false;
+    }
+    ACE_SOCK_Connector connector;
+    do {
+        if (connector.connect(stream, address, nullptr, ACE_Addr::sap_any, 1, 0, 0, 0) == 0) {
+            return true;
+        }
+        const int error = errno;
+        stream.close();  // ACE leaves the socket open after a time-out
+        errno = error;
+    } while (address.next());
+    return false;
+}
+
+}  // namespace
+
+int QXIO::open_connection() {
+    if (!ownsStream_) {
+        return 0;
+    }
+    if (peer_ != nullptr) {
+        probe_connection();
+    }
+    if (peer_ != nullptr) {
+        return 0;
+    }
+    const bool direct = proxyType_ == kProxyNone;
+    const std::wstring& host = direct ? serverHost_ : proxyHost_;
+    if (connect_peer(host + L":" + std::to_wstring(direct ? serverPort_ : proxyPort_)) != 0 ||
+        (!direct && tunnel_through_proxy() != 0)) {
+        return -1;
+    }
+    return proactor_ == nullptr ? 0 : open_writer();
+}
+
+int QXIO::connect_peer(const std::wstring& target) {
+    auto stream = std::make_unique<ACE_SOCK_Stream>();
+    set_keepalive(*stream);
+    if (!Connect(*stream, target)) {
+        record_socket_error(L" connect to " + target + L" error", lastErrorCode_, lastErrorText_);
+        return -1;
+    }
+    peer_ = stream.release();
+    ++connection_;
+    platform::KeepFromChildren(peer_->get_handle());
+    platform::AddToSet(*handleSet_, peer_->get_handle());
+    clear_send_buffer(*peer_);
+    return 0;
+}
+
+int QXIO::tunnel_through_proxy() {
+    ProxyParam proxy;
+    proxy.type = proxyType_;
+    proxy.host = ToNarrow(proxyHost_, kCodePageAnsi);
+    proxy.port = static_cast<std::uint16_t>(proxyPort_);
+    proxy.user = ToNarrow(proxyUser_, kCodePageAnsi);
+    proxy.password = ToNarrow(proxyPassword_, kCodePageAnsi);
+    std::wstring answer;
+    if (ProxyHandshake(proxy, peer_->get_handle(), ToNarrow(serverHost_, kCodePageAnsi),
+                       static_cast<std::uint16_t>(serverPort_), answer) == kProxyDone) {
+        return 0;
+    }
+    set_last_error(-1, L"连接代理服务器失败, " + answer);
+    return -1;
+}
+
+bool QXIO::probe_connection() {
+    if (!ownsStream_ || peer_ == nullptr) {
+        return false;
+    }
+    bool idle = platform::ReadyToRead(*handleSet_, peer_->get_handle()) == 0;
+    if (idle) {
+        platform::AddToSet(*handleSet_, peer_->get_handle());
+        platform::ClearLastError();
+        char byte = 0;
+        peer_->recv_n(&byte, 1, &ACE_Time_Value::zero);
+        idle = platform::MeansIdle(platform::LastError());
+    }
+    if (!idle) {
+        close_stream();
+    }
+    return !idle;
+}
+
+void QXIO::close_stream() {
+    if (peer_ == nullptr) {
+        return;
+    }
+    if (handleSet_ != nullptr) {
+        platform::RemoveFromSet(*handleSet_, peer_->get_handle());
+    }
+    hard_close(*peer_);
+    delete peer_;
+    peer_ = nullptr;
+    ++connection_;
+}
+
+void QXIO::hard_close(ACE_SOCK_Stream& stream) {
+    linger reset{};
+    reset.l_onoff = 1;
+    reset.l_linger = 0;
+    stream.set_option(SOL_SOCKET, SO_LINGER, &reset, static_cast<int>(sizeof reset));
+    ACE_OS::closesocket(stream.get_handle());
+    stream.set_handle(ACE_INVALID_HANDLE);
+}
+
+void QXIO::set_keepalive(ACE_SOCK_Stream& stream) {
+    int on = 1;
+    if (stream.set_option(SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) == 0) {
+        platform::SetKeepAliveTiming(stream, kKeepAliveIdleMs, kKeepAliveIntervalMs);
+    }
+}
+
+void QXIO::clear_receive_buffer(ACE_SOCK_Stream& stream) {
+    platform::ClearReceiveBuffer(stream);
+}
+
+void QXIO::clear_send_buffer(ACE_SOCK_Stream& stream) {
+    platform::ClearSendBuffer(stream);
+}
+
+}  // namespace CQXBASE

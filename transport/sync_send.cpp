@@ -1,0 +1,86 @@
+// The sending half of the blocking exchange.
+#include <cerrno>
+
+#include "errors/caught_exception.h"
+#include "platform/socket_errors.h"
+#include "platform/socket_transfer.h"
+#include "transport/outgoing_frame.h"
+#include "transport/qxio.h"
+#include "transport/result_codes.h"
+#include "util/text.h"
+
+namespace CQXBASE {
+namespace {
+
+constexpr int kMaxAttempts = 3;
+
+}  // namespace
+
+int QXIO::Syc_sendobj(QXIOBase& obj, unsigned typeCode, bool encipher, bool retry) {
+    const auto send = [&] {
+        OutgoingFrame frame(obj);
+        if (pipe_before_send(frame.body, frame.header, typeCode, frame.MaxLength(), encipher,
+                             frame.cipherText) != 0) {
+            return kSendFailed;
+        }
+        return send_with_retry(retry);
+    };
+    return RunProtected(QXDB_SITE(L"qxio", L"CQXBASE::QXIO::Syc_sendobj"), send,
+                        [this](const CaughtException& caught) {
+                            set_last_error(kSendFailed, caught.text());
+                            return kSendFailed;
+                        });
+}
+
+int QXIO::send_with_retry(bool retry) {
+    for (int attempt = 1;; ++attempt) {
+        if (open_connection() != 0) {
+            return kSendFailed;
+        }
+        if (Syc_send_frame() == 0) {
+            return 0;
+        }
+        if (!retry || attempt >= kMaxAttempts) {
+            return kSendFailed;
+        }
+        close_stream();
+    }
+}
+
+int QXIO::Syc_send_frame() {
+    platform::ClearLastError();
+    if (!write_parts(sendIov_, 2, platform::kNoTimeout)) {
+        return record_failed_send(errno);
+    }
+    log_progress(__LINE__, ACE_TEXT("%D(%i): send data to %C, data size is %d. \n"),
+                 static_cast<int>(sendIov_[1].iov_len));
+    return 0;
+}
+
+bool QXIO::write_parts(const iovec* parts, int count, int timeoutMs) {
+    if (peer_ == nullptr) {
+        platform::SetNotConnected();
+        return false;
+    }
+    return platform::SendParts(*peer_, parts, count, timeoutMs);
+}
+
+int QXIO::record_failed_send(int error) {
+    const int bodyLength = static_cast<int>(sendIov_[1].iov_len);
+    log_peer(__LINE__, error,
+             ACE_TEXT("%D(%i): send data to %C error (errno=%i, %m), data size is %d. \n"),
+             platform::WinsockNumber(error), bodyLength);
+    std::wstring client;
+    GetClientIp(client);
+    errno = error;
+    record_socket_error(L"", lastErrorCode_, lastErrorText_);
+    if (lastErrorCode_ != platform::kConnectionReset) {
+        LogLine(LM_ERROR, __LINE__, 0, error,
+                ACE_TEXT("%D: %d, send data to %C error, %C. data size is %d .\n"), lastErrorCode_,
+                ToNarrow(client, kCodePageAnsi).c_str(),
+                ToNarrow(lastErrorText_, kCodePageAnsi).c_str(), bodyLength);
+    }
+    return 1;
+}
+
+}  // namespace CQXBASE
