@@ -1,11 +1,11 @@
 // Columns out of a block that a peer sent: every count is checked before memory is taken for it.
+#include "objects/bytes_codec.h"
 #include "objects/column_codec.h"
+#include "objects/double_codec.h"
 #include "objects/number_codec.h"
 
 namespace CQXDB {
 namespace {
-
-constexpr std::uint64_t kHeapLimit = 0xFFFFFFFFU;
 
 /// A number that the type can't hold is cut to one that it can.
 std::int64_t Fitted(std::int64_t word, QXValueType type) {
@@ -40,8 +40,8 @@ bool ColumnCodec::Get(PlainReader& in, QXColumn& column, std::size_t rows, std::
     column.type_ = head.type;
     column.rows_ = rows;
     column.hasValues_ = head.nulls != NullCoding::All;
-    return !column.hasValues_ ||
-           ((head.nulls == NullCoding::None || GetNulls(in, column)) && GetValues(in, column));
+    return !column.hasValues_ || ((head.nulls == NullCoding::None || GetNulls(in, column)) &&
+                                  GetValues(in, column, budget));
 }
 
 bool ColumnCodec::GetNulls(PlainReader& in, QXColumn& column) {
@@ -58,19 +58,23 @@ bool ColumnCodec::GetNulls(PlainReader& in, QXColumn& column) {
     return true;
 }
 
-bool ColumnCodec::GetValues(PlainReader& in, QXColumn& column) {
+bool ColumnCodec::GetValues(PlainReader& in, QXColumn& column, ExpansionBudget& budget) {
     switch (column.type_) {
         case QXValueType::Bool:
             return GetBools(in, column);
         case QXValueType::Date:
             column.days_.Resize(column.rows_);
             return GetNumbers(in, column.days_.data(), column.rows_);
+        case QXValueType::Double:
+            column.words_.Resize(column.rows_);
+            return GetDoubles(in, column.words_.data(), column.rows_);
         case QXValueType::Decimal:
         case QXValueType::Text:
         case QXValueType::Blob:
-            return GetBytes(in, column);
+            column.ends_.Resize(column.rows_);
+            return GetRowBytes(in, column.ends_, column.heap_, budget);
         case QXValueType::Mixed:
-            return GetMixed(in, column);
+            return GetMixed(in, column, budget);
         default:
             column.words_.Resize(column.rows_);
             return GetNumbers(in, column.words_.data(), column.rows_);
@@ -88,20 +92,7 @@ bool ColumnCodec::GetBools(PlainReader& in, QXColumn& column) {
     return true;
 }
 
-bool ColumnCodec::GetBytes(PlainReader& in, QXColumn& column) {
-    column.ends_.Resize(column.rows_);
-    if (!GetNumbers(in, column.ends_.data(), column.rows_)) {
-        return false;
-    }
-    std::uint64_t end = 0;
-    for (std::size_t row = 0; row < column.rows_; ++row) {
-        end += column.ends_[row];
-        column.ends_[row] = static_cast<std::uint32_t>(end);
-    }
-    return GetHeap(in, column, end);
-}
-
-bool ColumnCodec::GetMixed(PlainReader& in, QXColumn& column) {
+bool ColumnCodec::GetMixed(PlainReader& in, QXColumn& column, ExpansionBudget& budget) {
     const char* types = in.Take(column.rows_);
     if (types == nullptr) {
         return false;
@@ -115,23 +106,14 @@ bool ColumnCodec::GetMixed(PlainReader& in, QXColumn& column) {
     for (std::size_t row = 0; row < column.rows_; ++row) {
         const auto type = static_cast<QXValueType>(column.bytes_[row]);
         const auto length = static_cast<std::uint64_t>(column.words_[row]);
-        if (type >= QXValueType::Mixed || (IsBytes(type) && length > kHeapLimit - end)) {
+        if (type >= QXValueType::Mixed || (IsBytes(type) && length > QXColumn::kMaxBytes - end)) {
             return false;
         }
         column.words_[row] = IsBytes(type) ? static_cast<std::int64_t>(end | length << 32)
                                            : Fitted(column.words_[row], type);
         end += IsBytes(type) ? length : 0;
     }
-    return GetHeap(in, column, end);
-}
-
-/// The block holds at most 4 GiB, so a total that is there fits the 32-bit places.
-bool ColumnCodec::GetHeap(PlainReader& in, QXColumn& column, std::uint64_t size) {
-    const char* bytes = in.Take(size);
-    if (bytes != nullptr) {
-        column.heap_.Append(bytes, size);
-    }
-    return bytes != nullptr;
+    return GetHeap(in, column.heap_, end, budget);
 }
 
 }  // namespace CQXDB

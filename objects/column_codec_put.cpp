@@ -1,5 +1,7 @@
 // Columns into a block.
+#include "objects/bytes_codec.h"
 #include "objects/column_codec.h"
+#include "objects/double_codec.h"
 #include "objects/number_codec.h"
 
 namespace CQXDB {
@@ -8,6 +10,10 @@ ColumnHead ColumnCodec::HeadOf(const QXColumn& column) noexcept {
     return {column.type_, !column.hasValues_ || column.rows_ == 0 ? NullCoding::All
                           : column.nulls_.empty()                 ? NullCoding::None
                                                                   : NullCoding::Bitmap};
+}
+
+std::uint64_t ColumnCodec::Expansion(const QXColumn& column, std::size_t rowWeight) noexcept {
+    return ExpansionOf(HeadOf(column), column.rows_, rowWeight) + column.heap_.size();
 }
 
 void ColumnCodec::Put(PlainBytes& out, const QXColumn& column) {
@@ -39,19 +45,22 @@ void ColumnCodec::PutValues(PlainBytes& out, const QXColumn& column) {
         case QXValueType::Date:
             PutNumbers(out, column.days_.data(), column.rows_);
             break;
+        case QXValueType::Double:
+            PutDoubles(out, column.words_.data(), column.rows_);
+            break;
         case QXValueType::Decimal:
         case QXValueType::Text:
         case QXValueType::Blob:
-            PutNumbers(out, Lengths(column).data(), column.rows_);
+            PutRowBytes(out, column.ends_, column.heap_);
             break;
         case QXValueType::Mixed:
             PutArray(out, column.bytes_.data(), column.rows_);
             PutNumbers(out, MixedWords(column).data(), column.rows_);
+            out.Append(column.heap_.data(), column.heap_.size());
             break;
         default:
             PutNumbers(out, column.words_.data(), column.rows_);
     }
-    out.Append(column.heap_.data(), column.heap_.size());
 }
 
 std::size_t ColumnCodec::ValuesSize(const QXColumn& column) {
@@ -60,26 +69,18 @@ std::size_t ColumnCodec::ValuesSize(const QXColumn& column) {
             return NumbersSize(column.bytes_.data(), column.rows_);
         case QXValueType::Date:
             return NumbersSize(column.days_.data(), column.rows_);
+        case QXValueType::Double:
+            return DoublesSize(column.words_.data(), column.rows_);
         case QXValueType::Decimal:
         case QXValueType::Text:
         case QXValueType::Blob:
-            return NumbersSize(Lengths(column).data(), column.rows_) + column.heap_.size();
+            return RowBytesSize(column.ends_, column.heap_);
         case QXValueType::Mixed:
             return column.rows_ + NumbersSize(MixedWords(column).data(), column.rows_) +
                    column.heap_.size();
         default:
             return NumbersSize(column.words_.data(), column.rows_);
     }
-}
-
-QXBuffer<std::uint32_t> ColumnCodec::Lengths(const QXColumn& column) {
-    QXBuffer<std::uint32_t> lengths;
-    lengths.Resize(column.rows_);
-    lengths[0] = column.ends_[0];
-    for (std::size_t row = 1; row < column.rows_; ++row) {
-        lengths[row] = column.ends_[row] - column.ends_[row - 1];
-    }
-    return lengths;
 }
 
 /// The words as they travel: a length in place of a place in the heap.

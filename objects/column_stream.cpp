@@ -24,7 +24,7 @@ void ColumnWriter::Add(const QXColumn& column, std::size_t rowWeight) {
         return;
     }
     ColumnCodec::Put(plain_, column);
-    expansion_ += ExpansionOf(ColumnCodec::HeadOf(column), column.RowCount(), rowWeight);
+    expansion_ += ColumnCodec::Expansion(column, rowWeight);
     if (plain_.size() >= kBlockEnd) {
         good_ = WriteBlock();
     }
@@ -63,7 +63,7 @@ bool ColumnWriter::WritePadding(std::size_t size) {
 
 void ColumnsSize::Add(const QXColumn& column, std::size_t rowWeight) {
     plain_ += ColumnCodec::Size(column);
-    expansion_ += ExpansionOf(ColumnCodec::HeadOf(column), column.RowCount(), rowWeight);
+    expansion_ += ColumnCodec::Expansion(column, rowWeight);
     if (plain_ >= kBlockEnd) {
         finished_ = Total();
         plain_ = 0;

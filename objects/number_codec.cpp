@@ -2,71 +2,65 @@
 
 #include <algorithm>
 
+#include "objects/byte_planes.h"
+
 namespace CQXDB {
 namespace {
 
+/// The range of a sequence of numbers, as its least one and the distance to the greatest.
+class Range {
+  public:
+    explicit Range(std::int64_t first) noexcept : least_(first), most_(first) {}
+    void Add(std::int64_t value) noexcept {
+        least_ = std::min(least_, value);
+        most_ = std::max(most_, value);
+    }
+    std::int64_t Least() const noexcept { return least_; }
+    std::size_t Planes() const noexcept {
+        std::size_t planes = 0;
+        for (auto width = static_cast<std::uint64_t>(most_) - static_cast<std::uint64_t>(least_);
+             width != 0; width >>= 8) {
+            ++planes;
+        }
+        return planes;
+    }
+
+  private:
+    std::int64_t least_;
+    std::int64_t most_;
+};
+
+/// Steps wrap around, so that any two neighbours have one.
+std::int64_t Step(std::int64_t from, std::int64_t to) noexcept {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(to) -
+                                     static_cast<std::uint64_t>(from));
+}
+
+/// Offsets from `base`, or with `deltas` the steps' offsets from `base` behind the value `first`.
 struct Plan {
-    NumberCoding coding;
+    std::size_t planes;
     std::int64_t base;
+    bool deltas;
+    std::int64_t first;
 };
 
 template <class T>
 Plan PlanFor(const T* values, std::size_t count) {
-    T least = values[0];
-    T most = values[0];
+    const auto first = static_cast<std::int64_t>(values[0]);
+    Range range(first);
     for (std::size_t i = 1; i < count; ++i) {
-        least = std::min(least, values[i]);
-        most = std::max(most, values[i]);
+        range.Add(static_cast<std::int64_t>(values[i]));
     }
-    const auto base = static_cast<std::int64_t>(least);
-    const std::uint64_t range =
-        static_cast<std::uint64_t>(most) - static_cast<std::uint64_t>(least);
-    return {range == 0             ? NumberCoding::Constant
-            : range <= 0xFF        ? NumberCoding::Offset8
-            : range <= 0xFFFF      ? NumberCoding::Offset16
-            : range <= 0xFFFFFFFFU ? NumberCoding::Offset32
-                                   : NumberCoding::Plain,
-            base};
-}
-
-constexpr std::size_t WidthOf(NumberCoding coding) {
-    switch (coding) {
-        case NumberCoding::Constant:
-            return 0;
-        case NumberCoding::Offset8:
-            return 1;
-        case NumberCoding::Offset16:
-            return 2;
-        case NumberCoding::Offset32:
-            return 4;
-        case NumberCoding::Plain:
-            break;
+    const Plan plain{range.Planes(), range.Least(), false, first};
+    if (plain.planes == 0) {
+        return plain;
     }
-    return 8;
-}
-
-template <class Offset, class T>
-void PutOffsets(PlainBytes& out, const T* values, std::size_t count, std::int64_t base) {
-    char* place = out.Extend(count * sizeof(Offset));
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto offset = static_cast<Offset>(static_cast<std::uint64_t>(values[i]) -
-                                                static_cast<std::uint64_t>(base));
-        std::memcpy(place + i * sizeof(Offset), &offset, sizeof(Offset));
+    Range steps(Step(first, static_cast<std::int64_t>(values[1])));
+    for (std::size_t i = 2; i < count; ++i) {
+        steps.Add(
+            Step(static_cast<std::int64_t>(values[i - 1]), static_cast<std::int64_t>(values[i])));
     }
-}
-
-template <class Offset, class T>
-bool GetOffsets(PlainReader& in, T* values, std::size_t count, std::int64_t base) {
-    const char* place = in.Take(count * sizeof(Offset));
-    if (place == nullptr) {
-        return false;
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-        Offset offset{};
-        std::memcpy(&offset, place + i * sizeof(Offset), sizeof(Offset));
-        values[i] = static_cast<T>(static_cast<std::uint64_t>(base) + offset);
-    }
-    return true;
+    return steps.Planes() < plain.planes ? Plan{steps.Planes(), steps.Least(), true, first} : plain;
 }
 
 }  // namespace
@@ -74,50 +68,54 @@ bool GetOffsets(PlainReader& in, T* values, std::size_t count, std::int64_t base
 template <class T>
 void PutNumbers(PlainBytes& out, const T* values, std::size_t count) {
     const Plan plan = PlanFor(values, count);
-    Put(out, plan.coding);
-    if (plan.coding == NumberCoding::Plain) {
-        PutOffsets<std::uint64_t>(out, values, count, 0);
+    const auto base = static_cast<std::uint64_t>(plan.base);
+    Put(out, static_cast<std::uint8_t>(plan.planes | (plan.deltas ? kDeltas : 0U)));
+    PutVarint(out, ZigZag(plan.base));
+    if (!plan.deltas) {
+        PutPlanes(out, count, plan.planes, [=](std::size_t i) {
+            return static_cast<std::uint64_t>(static_cast<std::int64_t>(values[i])) - base;
+        });
         return;
     }
-    PutVarint(out, ZigZag(plan.base));
-    if (plan.coding == NumberCoding::Offset8) {
-        PutOffsets<std::uint8_t>(out, values, count, plan.base);
-    } else if (plan.coding == NumberCoding::Offset16) {
-        PutOffsets<std::uint16_t>(out, values, count, plan.base);
-    } else if (plan.coding == NumberCoding::Offset32) {
-        PutOffsets<std::uint32_t>(out, values, count, plan.base);
-    }
+    PutVarint(out, ZigZag(plan.first));
+    PutPlanes(out, count - 1, plan.planes, [=](std::size_t i) {
+        return static_cast<std::uint64_t>(static_cast<std::int64_t>(values[i + 1])) -
+               static_cast<std::uint64_t>(static_cast<std::int64_t>(values[i])) - base;
+    });
 }
 
 template <class T>
 std::size_t NumbersSize(const T* values, std::size_t count) {
     const Plan plan = PlanFor(values, count);
-    const std::size_t base = plan.coding == NumberCoding::Plain ? 0 : VarintSize(ZigZag(plan.base));
-    return 1 + base + count * WidthOf(plan.coding);
+    const std::size_t bases =
+        VarintSize(ZigZag(plan.base)) + (plan.deltas ? VarintSize(ZigZag(plan.first)) : 0);
+    return 1 + bases + (plan.deltas ? count - 1 : count) * plan.planes;
 }
 
 template <class T>
 bool GetNumbers(PlainReader& in, T* values, std::size_t count) {
-    NumberCoding coding{};
-    std::uint64_t zigzag = 0;
-    if (!in.Get(coding) || (coding != NumberCoding::Plain && !in.GetVarint(zigzag))) {
+    std::uint8_t coding = 0;
+    std::int64_t signedBase = 0;
+    std::int64_t first = 0;
+    if (!in.Get(coding) || (coding & ~(kPlaneCount | kDeltas)) != 0 || !in.GetSigned(signedBase)) {
         return false;
     }
-    const std::int64_t base = UnZigZag(zigzag);
-    switch (coding) {
-        case NumberCoding::Constant:
-            std::fill_n(values, count, static_cast<T>(base));
-            return true;
-        case NumberCoding::Offset8:
-            return GetOffsets<std::uint8_t>(in, values, count, base);
-        case NumberCoding::Offset16:
-            return GetOffsets<std::uint16_t>(in, values, count, base);
-        case NumberCoding::Offset32:
-            return GetOffsets<std::uint32_t>(in, values, count, base);
-        case NumberCoding::Plain:
-            return GetOffsets<std::uint64_t>(in, values, count, 0);
+    const auto base = static_cast<std::uint64_t>(signedBase);
+    const std::size_t planes = coding & kPlaneCount;
+    if ((coding & kDeltas) == 0) {
+        return GetPlanes(in, count, planes, [=](std::size_t i, std::uint64_t offset) {
+            values[i] = static_cast<T>(base + offset);
+        });
     }
-    return false;
+    if (!in.GetSigned(first)) {
+        return false;
+    }
+    auto value = static_cast<std::uint64_t>(first);
+    values[0] = static_cast<T>(value);
+    return GetPlanes(in, count - 1, planes, [=, &value](std::size_t i, std::uint64_t offset) {
+        value += base + offset;
+        values[i + 1] = static_cast<T>(value);
+    });
 }
 
 template void PutNumbers(PlainBytes&, const std::uint8_t*, std::size_t);

@@ -1,4 +1,8 @@
 // Arrays of whole numbers in the fewest bytes a number that hold their range.
+//
+// An array travels as a coding byte, a base or two, and byte planes: the lowest byte of every
+// number, then the next one of every number, and so on. Planes compress far better than whole
+// numbers do, because bytes of one kind stand together.
 #pragma once
 
 #include <cstddef>
@@ -8,14 +12,9 @@
 
 namespace CQXDB {
 
-/// How an array of numbers stands in a block. The numbers are wire values.
-enum class NumberCoding : std::uint8_t {
-    Constant = 1,  ///< the value, as a zigzag varint
-    Offset8 = 2,   ///< the smallest value as above, then each one's distance from it, 1 byte
-    Offset16 = 3,  ///< as above, 2 bytes
-    Offset32 = 4,  ///< as above, 4 bytes
-    Plain = 5,     ///< the values, 8 bytes each
-};
+/// The coding byte's parts.
+constexpr std::uint8_t kPlaneCount = 0x0F;  ///< planes that follow, 0 to 8
+constexpr std::uint8_t kDeltas = 0x10;      ///< the planes hold steps between neighbours
 
 /// T is std::uint8_t, std::int32_t, std::uint32_t or std::int64_t; `count` is not 0.
 template <class T>

@@ -86,6 +86,13 @@ class PlainReader {
         return false;
     }
 
+    bool GetSigned(std::int64_t& value) noexcept {
+        std::uint64_t zigzag = 0;
+        const bool read = GetVarint(zigzag);
+        value = UnZigZag(zigzag);
+        return read;
+    }
+
   private:
     const char* next_ = nullptr;
     const char* end_ = nullptr;

@@ -20,9 +20,12 @@ namespace CQXDB {
 ///
 /// A row takes 1 byte in a Bool column, 4 in a Date column, 8 in other columns of numbers, 4 beside
 /// its bytes in a column of texts, decimals or blobs, 9 beside its bytes in a Mixed one, and
-/// nothing while all rows are null. The bytes of one column end at 4 GiB: std::length_error.
+/// nothing while all rows are null. More than kMaxBytes: std::length_error.
 class QXDB_OBJECTS_API QXColumn {
   public:
+    /// Bytes of text, decimals and blobs that one column holds at most.
+    static constexpr std::size_t kMaxBytes = 0xFFFFFFFFU;
+
     QXColumn() = default;
     QXColumn(std::string_view nameUtf8, QXValueType type) : name_(nameUtf8), type_(type) {}
 
@@ -138,7 +141,6 @@ class QXDB_OBJECTS_API QXColumn {
     static constexpr unsigned kNumbers = 1U << 1 | 1U << 2 | 1U << 7 | 1U << 8 | 1U << 9;
     static constexpr unsigned kDoubles = 1U << 3;
     static constexpr unsigned kBytes = 1U << 4 | 1U << 5 | 1U << 6;
-    static constexpr std::size_t kHeapLimit = 0xFFFFFFFFU;
 
     static std::int64_t Narrowed(std::int64_t value, QXValueType type) noexcept {
         return type == QXValueType::Bool   ? static_cast<std::int64_t>(value != 0)
@@ -151,7 +153,7 @@ class QXDB_OBJECTS_API QXColumn {
         }
     }
     void AddToHeap(std::string_view bytes) {
-        if (bytes.size() > kHeapLimit - heap_.size()) {
+        if (bytes.size() > kMaxBytes - heap_.size()) {
             RefuseBytes();
         }
         heap_.Append(bytes.data(), bytes.size());

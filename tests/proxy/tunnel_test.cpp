@@ -1,0 +1,165 @@
+#include <array>
+#include <string>
+#include <thread>
+
+#include <ace/INET_Addr.h>
+#include <ace/SOCK_Acceptor.h>
+#include <ace/SOCK_Connector.h>
+#include <ace/SOCK_Stream.h>
+#include <gtest/gtest.h>
+
+#include "proxy/proxy_handshake.h"
+#include "tests/support/FreePort.h"
+#include "tests/support/ProxyServers.h"
+
+namespace CQXBASE {
+namespace {
+
+using qxdb_test::ProxyAccess;
+using qxdb_test::ProxyServer;
+
+/// The server at the tunnel's far end: returns what the first client sends, until that hangs up.
+class EchoPeer {
+  public:
+    EchoPeer() {
+        ACE_INET_Addr address(static_cast<unsigned short>(0), "127.0.0.1");
+        EXPECT_EQ(0, acceptor_.open(address));
+        EXPECT_EQ(0, acceptor_.get_local_addr(address));
+        port_ = address.get_port_number();
+        thread_ = std::thread([this] { Echo(); });
+    }
+    ~EchoPeer() {
+        // Ends a wait for a client that never came.
+        ACE_SOCK_Stream stream;
+        ACE_SOCK_Connector().connect(stream, ACE_INET_Addr(port_, "127.0.0.1"));
+        stream.close();
+        thread_.join();
+        acceptor_.close();
+    }
+    EchoPeer(const EchoPeer&) = delete;
+    EchoPeer& operator=(const EchoPeer&) = delete;
+    std::uint16_t Port() const { return port_; }
+
+  private:
+    void Echo() {
+        ACE_SOCK_Stream client;
+        acceptor_.accept(client);
+        std::array<char, 65536> piece{};
+        ssize_t count = 0;
+        while ((count = client.recv(piece.data(), piece.size())) > 0) {
+            client.send_n(piece.data(), static_cast<std::size_t>(count));
+        }
+        client.close();
+    }
+
+    ACE_SOCK_Acceptor acceptor_;
+    std::uint16_t port_ = 0;
+    std::thread thread_;
+};
+
+struct Tunnel {
+    int result = -1;
+    std::wstring errText;
+    std::string echoed;  ///< what came back through it, once it stands
+};
+
+const std::string& Data() {
+    static const std::string data(100'000, 'q');
+    return data;
+}
+
+struct Login {
+    std::string user;
+    std::string password;
+};
+const Login kRight{qxdb_test::kProxyUser, qxdb_test::kProxyPassword};
+const Login kWrong{qxdb_test::kProxyUser, "wrong"};
+
+/// Asks for a tunnel to the port and, when it stands, sends data and takes as much back.
+Tunnel Ask(const ProxyServer& proxy, std::uint32_t kind, const Login& login, std::uint16_t port) {
+    ACE_SOCK_Stream stream;
+    EXPECT_EQ(0, ACE_SOCK_Connector().connect(stream, ACE_INET_Addr(proxy.Port(), "127.0.0.1")));
+    Tunnel tunnel;
+    tunnel.result = ProxyHandshake({kind, "127.0.0.1", proxy.Port(), login.user, login.password},
+                                   stream.get_handle(), "127.0.0.1", port, tunnel.errText);
+    if (tunnel.result == kProxyDone) {
+        stream.send_n(Data().data(), Data().size());
+        tunnel.echoed.resize(Data().size());
+        stream.recv_n(tunnel.echoed.data(), tunnel.echoed.size());
+    }
+    stream.close();
+    return tunnel;
+}
+
+Tunnel Open(const ProxyServer& proxy, std::uint32_t kind, const Login& login = {}) {
+    const EchoPeer peer;
+    return Ask(proxy, kind, login, peer.Port());
+}
+
+/// To a port where nobody listens.
+Tunnel OpenNowhere(const ProxyServer& proxy, std::uint32_t kind, const Login& login = {}) {
+    return Ask(proxy, kind, login, qxdb_test::FreePort());
+}
+
+void ExpectOpen(const Tunnel& tunnel) {
+    EXPECT_EQ(kProxyDone, tunnel.result) << testing::PrintToString(tunnel.errText);
+    EXPECT_TRUE(tunnel.echoed == Data()) << "the tunnel carries other bytes";
+}
+
+void ExpectRefused(const Tunnel& tunnel, const std::wstring& answer = L"") {
+    EXPECT_EQ(kProxyFailed, tunnel.result);
+    EXPECT_EQ(answer, tunnel.errText.substr(0, answer.size()));
+}
+
+TEST(Tunnel, Tinyproxy) {
+    const auto open = qxdb_test::StartTinyproxy(ProxyAccess::Open);
+    ExpectOpen(Open(*open, kProxyHttp));
+    ExpectOpen(Open(*open, kProxyHttp, kWrong));
+    ExpectRefused(OpenNowhere(*open, kProxyHttp), L"HTTP/1.1 500 Unable to connect");
+    const auto locked = qxdb_test::StartTinyproxy(ProxyAccess::Password);
+    ExpectOpen(Open(*locked, kProxyHttp, kRight));
+    ExpectRefused(Open(*locked, kProxyHttp, kWrong), L"HTTP/1.0 401 Unauthorized");
+    ExpectRefused(Open(*locked, kProxyHttp), L"HTTP/1.0 407 Proxy Authentication Required");
+}
+
+TEST(Tunnel, Squid) {
+    const auto open = qxdb_test::StartSquid(ProxyAccess::Open);
+    ExpectOpen(Open(*open, kProxyHttp));
+    ExpectOpen(Open(*open, kProxyHttp, kWrong));
+    ExpectRefused(OpenNowhere(*open, kProxyHttp), L"HTTP/1.1 503 Service Unavailable");
+    const auto locked = qxdb_test::StartSquid(ProxyAccess::Password);
+    ExpectOpen(Open(*locked, kProxyHttp, kRight));
+    const std::wstring refusal = L"HTTP/1.1 407 Proxy Authentication Required";
+    ExpectRefused(Open(*locked, kProxyHttp, kWrong), refusal);
+    ExpectRefused(Open(*locked, kProxyHttp), refusal);
+}
+
+TEST(Tunnel, Dante) {
+    const auto open = qxdb_test::StartDante(ProxyAccess::Open);
+    ExpectOpen(Open(*open, kProxySocks4));
+    ExpectOpen(Open(*open, kProxySocks4, kWrong));
+    ExpectRefused(OpenNowhere(*open, kProxySocks4));
+    ExpectOpen(Open(*open, kProxySocks5));
+    ExpectRefused(Open(*open, kProxySocks5, kRight));
+    ExpectRefused(OpenNowhere(*open, kProxySocks5));
+    const auto locked = qxdb_test::StartDante(ProxyAccess::Password);
+    ExpectOpen(Open(*locked, kProxySocks5, kRight));
+    ExpectRefused(Open(*locked, kProxySocks5, kWrong));
+    ExpectRefused(Open(*locked, kProxySocks5));
+    ExpectRefused(Open(*locked, kProxySocks4));
+}
+
+TEST(Tunnel, Microsocks) {
+    const auto open = qxdb_test::StartMicrosocks(ProxyAccess::Open);
+    ExpectOpen(Open(*open, kProxySocks5));
+    ExpectRefused(Open(*open, kProxySocks5, kRight));
+    ExpectRefused(Open(*open, kProxySocks4));
+    ExpectRefused(OpenNowhere(*open, kProxySocks5));
+    const auto locked = qxdb_test::StartMicrosocks(ProxyAccess::Password);
+    ExpectOpen(Open(*locked, kProxySocks5, kRight));
+    ExpectRefused(Open(*locked, kProxySocks5, kWrong));
+    ExpectRefused(Open(*locked, kProxySocks5));
+}
+
+}  // namespace
+}  // namespace CQXBASE
