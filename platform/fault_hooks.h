@@ -29,6 +29,12 @@ class FaultRegion {
     ~FaultRegion();
     FaultRegion(const FaultRegion&) = delete;
     FaultRegion& operator=(const FaultRegion&) = delete;
+
+  private:
+    const FaultRegion* outer_;
 };
+
+/// Whether the calling thread is inside a region.
+bool InFaultRegion() noexcept;
 
 }  // namespace CQXBASE::platform

@@ -9,6 +9,10 @@ struct _EXCEPTION_POINTERS;  // NOLINT(bugprone-reserved-identifier)
 
 namespace CQXBASE::platform {
 
+constexpr std::uint32_t kAccessViolation = 0xC0000005;
+constexpr std::uint32_t kBreakpoint = 0x80000003;
+constexpr std::uint32_t kStackOverflow = 0xC00000FD;
+
 struct FaultRecord {
     std::uint32_t code;      ///< exception code in Windows numbering, on every platform
     std::uintptr_t address;  ///< of the instruction that faulted

@@ -1,0 +1,22 @@
+#include "platform/fault_hooks.h"
+
+// Faults and pure virtual calls keep the effect that the host gives them.
+
+namespace CQXBASE::platform {
+
+FaultRecord RecordOf(const ExceptionPointers& pointers) noexcept {
+    return *pointers.record;
+}
+
+void SetFaultTranslator(FaultTranslator) noexcept {}
+void SetInvalidParameterHandler(InvalidParameterHandler) noexcept {}
+void SetPureCallHandler(PureCallHandler) noexcept {}
+
+FaultRegion::FaultRegion() noexcept : outer_(nullptr) {}
+FaultRegion::~FaultRegion() = default;
+
+bool InFaultRegion() noexcept {
+    return false;
+}
+
+}  // namespace CQXBASE::platform

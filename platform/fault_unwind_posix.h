@@ -1,0 +1,27 @@
+// What unwinding from a fault would meet.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace CQXBASE::platform {
+
+/// Registers that a function finds again after a call, and where it then goes on.
+struct CallerState {
+    std::uintptr_t returnAddress;
+    std::uintptr_t stack;
+    std::array<std::uintptr_t, 6> saved;  ///< in the order of kSavedRegisters
+};
+
+// Called in a signal handler, for the fault at `instruction`.
+
+bool HasUnwindData(std::uintptr_t instruction) noexcept;
+
+/// Whether every frame from the fault up to the one that holds `object` can be unwound.
+bool CanUnwindTo(std::uintptr_t instruction, const void* object) noexcept;
+
+/// True when the fault lies before all that the function's exception table covers, where unwinding
+/// would find no entry and end the process: `caller` is then where to unwind from.
+bool IsBeforeExceptionTable(std::uintptr_t instruction, CallerState& caller) noexcept;
+
+}  // namespace CQXBASE::platform

@@ -1,0 +1,31 @@
+// Faults to be raised in tests, each by the instruction or call that its name tells. The optimiser
+// sees neither that they will fault nor that their results are unused.
+#pragma once
+
+#include <string>
+
+namespace CQXBASE::test {
+
+void WriteToNull();
+void DivideByZero();
+void ExecuteIllegalInstruction();
+void HitBreakpoint();
+void CallNullPointer();
+void JumpIntoData();
+/// In the constructor of an abstract class.
+void CallPureVirtual();
+/// Lets the C library copy to address 0.
+void CopyToNull();
+/// Recursion without end in frames that have nothing to clean up.
+void OverflowStack();
+/// The same in frames that own objects.
+void OverflowStackOfOwners();
+
+/// How many of the objects in OverflowStackOfOwners() live on this thread.
+int LiveOwners() noexcept;
+
+/// Runs `fault` in a protected region; gives the text that the catch boundary would report, or ""
+/// when nothing was caught.
+std::wstring Report(void (*fault)());
+
+}  // namespace CQXBASE::test
