@@ -19,7 +19,8 @@ class QXIO;
 namespace CQXDB {
 
 /// One agent holds a data source, a session token, a server address, a proxy, and whether it works
-/// locally (the default: straight against the database) or remotely (through an application server).
+/// locally (the default: straight against the database) or remotely (through an application
+/// server).
 ///
 /// Threads: one thread uses one agent at a time; different agents may work on different threads.
 /// Remote exchanges of all agents of a process run one after the other.
@@ -44,16 +45,16 @@ class QXDB_AGENT_API DBAgent {
 
     // Configuration.
 
-    /// `server` is "host:port"; `db`, when not empty, becomes the data source's database name. A remote
-    /// agent gets its transport here, which connects at the first exchange.
-    void init(const std::wstring& server, QXProxyInfo proxy, const std::wstring& token, bool isLocal,
-              const std::wstring& db = std::wstring());
+    /// `server` is "host:port"; `db`, when not empty, becomes the data source's database name. A
+    /// remote agent gets its transport here, which connects at the first exchange.
+    void init(const std::wstring& server, QXProxyInfo proxy, const std::wstring& token,
+              bool isLocal, const std::wstring& db = std::wstring());
     void init(const QXSvrInfo& server, QXProxyInfo proxy, const std::wstring& token, bool isLocal);
-    /// Describes the database; the arguments go to QXDataSource::init, `options` in the active ANSI code
-    /// page (UTF-8 on Linux).
-    void initDB(CQXDB_DSType_ENUM type, const std::wstring& server, long port, const std::wstring& database,
-                const std::wstring& user, const std::wstring& password, const std::wstring& options,
-                bool trusted);
+    /// Describes the database; the arguments go to QXDataSource::init, `options` in the active ANSI
+    /// code page (UTF-8 on Linux).
+    void initDB(CQXDB_DSType_ENUM type, const std::wstring& server, long port,
+                const std::wstring& database, const std::wstring& user,
+                const std::wstring& password, const std::wstring& options, bool trusted);
     void initDB(const QXDataSource& dataSource);
     /// Changes the data source's database name; an empty name changes nothing.
     void SetDB(const std::wstring& db);
@@ -65,8 +66,8 @@ class QXDB_AGENT_API DBAgent {
     std::wstring ServerName() const;  ///< "host:port" of the server
     std::wstring token() const;       ///< session token; empty before a login
 
-    // Work. `db`, when not empty, names a database for this one call. Each resets errCode and errText,
-    // then stamps the command with the data source, database and token.
+    // Work. `db`, when not empty, names a database for this one call. Each resets errCode and
+    // errText, then stamps the command with the data source, database and token.
 
     void Execute(long& errCode, std::wstring& errText, QXCommand& cmd,
                  const std::wstring& db = std::wstring());
@@ -85,17 +86,53 @@ class QXDB_AGENT_API DBAgent {
 
     // Local database. Both look at the data source, never at the server.
 
-    /// Makes the arguments the agent's data source and tests it. False sets errCode_ and errText_; the
-    /// data source stays changed either way.
+    /// Makes the arguments the agent's data source and tests it. False sets errCode_ and errText_;
+    /// the data source stays changed either way.
     bool CanConnect(CQXDB_DSType_ENUM type, const std::wstring& server, long port,
-                    const std::wstring& database, const std::wstring& user, const std::wstring& password,
-                    bool trusted, CQXDB_DriverType_ENUM driver, const std::wstring& driverName,
-                    const std::wstring& dsn, const std::wstring& connectionString,
-                    const std::wstring& extra);
+                    const std::wstring& database, const std::wstring& user,
+                    const std::wstring& password, bool trusted, CQXDB_DriverType_ENUM driver,
+                    const std::wstring& driverName, const std::wstring& dsn,
+                    const std::wstring& connectionString, const std::wstring& extra);
     /// Closes the adapter's idle database connections. A remote session is not touched.
     void CloseConn();
 
+    // Session on the application server. Each uses `host`, `port` (1 to 65535) and `proxy` for the
+    // transport: the same host (without regard to case) and port keep the connection, others
+    // replace it. `login` is "user|~|password", with "|~|database" behind it to choose a database.
+
+    /// Logs in. `info` is the server's free text, `token` goes with every later command. True on
+    /// success; false sets errCode_ and errText_. The out-arguments are set either way, to what the
+    /// agent then holds.
+    bool Login(const std::wstring& host, long port, QXProxyInfo proxy, const std::wstring& login,
+               std::wstring& info, std::wstring& token);
+    /// Logs in and tells the kind and driver of the database behind the server. As Login otherwise.
+    bool VirLogin(const std::wstring& host, long port, QXProxyInfo proxy, const std::wstring& login,
+                  std::wstring& token, CQXDB_DSType_ENUM& dsType,
+                  CQXDB_DriverType_ENUM& driverType);
+    /// Ends a virtual login; the token is no longer good, though the agent keeps it. errCode_ and
+    /// errText_ tell a failure.
+    void VirLogout(const std::wstring& host, long port, QXProxyInfo proxy,
+                   const std::wstring& login);
+    /// True when the server answers with status 0. errCode_ and errText_ change only on a failure.
+    bool Shakehand();
+    /// Sends a text to the server; false for an empty one, with nothing sent. errCode_ and errText_
+    /// change only on a failure.
+    bool SendMsg(const std::wstring& text);
+
+    /// One exchange: sends `request` under a request code and takes the reply. `result` is what the
+    /// reply is decoded into: a QXRecordset for codes 3 and 5, a QXRsList for code 7, otherwise
+    /// null. Returns -1, with errCode and errText set, when the transport failed or the reply made
+    /// no sense
+    /// (-5005); otherwise 0 or the status that the server's reply holds.
+    int RemoteExec(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& request, int type,
+                   void* result);
+
   private:
+    void connectTo_(const std::wstring& server, QXProxyInfo proxy);
+    void newConn_(const std::wstring& host, long port, QXProxyInfo proxy);
+    int proc_data(long& errCode, std::wstring& errText, int replyType, void* reply);
+    void takeDatabaseKind_(const std::wstring& info);
+
     bool useODBC_() const;
     void myRaiseError(long code, std::wstring text);
 
@@ -107,10 +144,18 @@ class QXDB_AGENT_API DBAgent {
                         long pageSize, long pageNo);
     void BatchQryLocal(long& errCode, std::wstring& errText, QXCommandList& list, QXRsList& out);
 
-    QXDataSource* dataSource_;              ///< owned; shared with copies
-    ACE_SOCK_Stream* sock_ = nullptr;       ///< owned; shared with copies
-    QXRecordset* pendingRs_ = nullptr;      ///< the caller's, during a remote OpenQuery
-    QXRsList* pendingRsList_ = nullptr;     ///< the caller's, during a remote BatchQry
+    int ExecuteRemote(long& errCode, std::wstring& errText, QXCommand& cmd);
+    int ExecuteRemote(long& errCode, std::wstring& errText, QXCommandList& list);
+    void OpenQueryRemote(long& errCode, std::wstring& errText, QXCommand& cmd, QXRecordset& rs,
+                         long pageSize, long pageNo);
+    void OpenQueryRemote(long& errCode, std::wstring& errText, QXCommandList& list, QXRecordset& rs,
+                         long pageSize, long pageNo);
+    void BatchQryRemote(long& errCode, std::wstring& errText, QXCommandList& list, QXRsList& out);
+
+    QXDataSource* dataSource_;           ///< owned; shared with copies
+    ACE_SOCK_Stream* sock_ = nullptr;    ///< owned; shared with copies
+    QXRecordset* pendingRs_ = nullptr;   ///< the caller's, during a remote OpenQuery
+    QXRsList* pendingRsList_ = nullptr;  ///< the caller's, during a remote BatchQry
     std::wstring loginInfo_;
     std::wstring token_;
     CQXDB_DSType_ENUM dsType_ = CQXDB_DS_EMBEDDED;

@@ -1,0 +1,160 @@
+#include <exception>
+#include <string>
+
+#include <qxdb/DBAgent.h>
+
+#include "messages/message_holder.h"
+#include "messages/session_records.h"
+#include "messages/type_codes.h"
+#include "transport/qxio.h"
+#include "util/auto_lock.h"
+#include "util/critical_section.h"
+#include "util/split.h"
+#include "util/text.h"
+
+namespace CQXDB {
+namespace {
+
+using CQXBASE::MessageHolder;
+using CQXBASE::QXSesInfo;
+using CQXBASE::QXSimpleMsg;
+
+constexpr long kNoServer = -1;
+constexpr long kBadReply = -5005;
+
+/// Serialises every exchange of the process, from sending the request to decoding its reply.
+CQXBASE::critical_section exchangeLock;
+
+/// Codes travel as 32 bits and are signed.
+long SignedCode(std::uint32_t code) {
+    return static_cast<std::int32_t>(code);
+}
+
+int Fail(long& errCode, std::wstring& errText, long code, std::wstring text) {
+    errCode = code;
+    errText = std::move(text);
+    return -1;
+}
+
+std::wstring Complaint(MessageHolder::State state, unsigned replyCode) {
+    const std::wstring code = std::to_wstring(replyCode);
+    switch (state) {
+        case MessageHolder::State::UnknownCode:
+            return L"the server sent a reply of unknown code " + code + L".";
+        case MessageHolder::State::UnexpectedBody:
+            return L"the server's reply of code " + code + L" does not answer the request.";
+        default:
+            return L"the server's reply of code " + code + L" can't be decoded.";
+    }
+}
+
+template <typename Record>
+Record& As(void* reply) {
+    return *static_cast<Record*>(static_cast<CQXBASE::QXIOBase*>(reply));
+}
+
+}  // namespace
+
+int DBAgent::RemoteExec(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& request, int type,
+                        void* result) {
+    const CQXBASE::auto_lock<CQXBASE::critical_section> guard(exchangeLock);
+    if (io_ == nullptr) {
+        return Fail(errCode, errText, kNoServer,
+                    L"no server: give one with init, Login or VirLogin first.");
+    }
+    const auto requestCode = static_cast<unsigned>(type);
+    char* data = nullptr;
+    unsigned length = 0;
+    std::string plainText;
+    unsigned replyCode = 0;
+    bool enciphered = false;
+    if (io_->Syc_sendobj(request, requestCode, true, true) != 0 ||
+        io_->Syc_receive_data(data, length, plainText, replyCode, enciphered) != 0) {
+        return Fail(errCode, errText, io_->LastErrorCode(), io_->LastErrorText());
+    }
+    try {
+        const auto reply = MessageHolder::Reply(
+            requestCode, replyCode, CQXBASE::ReceivedBody::Of(data, length, enciphered), result);
+        if (reply.GetState() != MessageHolder::State::Good) {
+            return Fail(errCode, errText, kBadReply, Complaint(reply.GetState(), replyCode));
+        }
+        return proc_data(errCode, errText, static_cast<int>(replyCode), reply.Object());
+    } catch (const std::exception& error) {
+        return Fail(errCode, errText, kBadReply,
+                    L"decoding the server's reply failed: " +
+                        CQXBASE::ToWide(error.what(), CQXBASE::kCodePageAnsi));
+    }
+}
+
+int DBAgent::proc_data(long& errCode, std::wstring& errText, int replyType, void* reply) {
+    switch (replyType) {
+        case CQXBASE::kErrorReply: {
+            const auto& message = As<QXSimpleMsg>(reply);
+            errCode = SignedCode(message.code);
+            errText = message.text;
+            return message.code != 0 ? 1 : 0;
+        }
+        case CQXBASE::kSendText:
+        case CQXBASE::kHandshake:
+        case CQXBASE::kVirtualLogout:
+            return static_cast<int>(SignedCode(As<QXSimpleMsg>(reply).code));
+        case CQXBASE::kLogin:
+        case CQXBASE::kVirtualLogin: {
+            const auto& session = As<QXSesInfo>(reply);
+            errCode = SignedCode(session.code);
+            errText = session.text;
+            token_ = session.token;
+            if (replyType == CQXBASE::kLogin) {
+                loginInfo_ = session.info;
+            } else {
+                takeDatabaseKind_(session.info);
+            }
+            return static_cast<int>(errCode);
+        }
+        default:
+            return 0;
+    }
+}
+
+/// Takes "type|~|driver"; without a second piece the driver type stays.
+void DBAgent::takeDatabaseKind_(const std::wstring& info) {
+    const auto pieces = CQXBASE::Split(info, L"|~|");
+    dsType_ = static_cast<CQXDB_DSType_ENUM>(CQXBASE::PieceToLong(pieces, 0));
+    if (pieces.size() > 1) {
+        driverType_ = static_cast<CQXDB_DriverType_ENUM>(CQXBASE::PieceToLong(pieces, 1));
+    }
+}
+
+int DBAgent::ExecuteRemote(long& errCode, std::wstring& errText, QXCommand& cmd) {
+    return RemoteExec(errCode, errText, cmd, CQXBASE::kExecute, nullptr);
+}
+
+int DBAgent::ExecuteRemote(long& errCode, std::wstring& errText, QXCommandList& list) {
+    return RemoteExec(errCode, errText, list, CQXBASE::kExecuteList, nullptr);
+}
+
+void DBAgent::OpenQueryRemote(long& errCode, std::wstring& errText, QXCommand& cmd, QXRecordset& rs,
+                              long pageSize, long pageNo) {
+    rs.setPageSize(pageSize);
+    rs.setCurrentPage(pageNo);
+    pendingRs_ = &rs;
+    RemoteExec(errCode, errText, cmd, CQXBASE::kQuery, &rs);
+    pendingRs_ = nullptr;
+}
+
+// The list carries the page already, so the recordset's own page is left alone here.
+void DBAgent::OpenQueryRemote(long& errCode, std::wstring& errText, QXCommandList& list,
+                              QXRecordset& rs, long /*pageSize*/, long /*pageNo*/) {
+    pendingRs_ = &rs;
+    RemoteExec(errCode, errText, list, CQXBASE::kQueryList, &rs);
+    pendingRs_ = nullptr;
+}
+
+void DBAgent::BatchQryRemote(long& errCode, std::wstring& errText, QXCommandList& list,
+                             QXRsList& out) {
+    pendingRsList_ = &out;
+    RemoteExec(errCode, errText, list, CQXBASE::kBatchQuery, &out);
+    pendingRsList_ = nullptr;
+}
+
+}  // namespace CQXDB

@@ -1,0 +1,94 @@
+#include <new>
+
+#include <gtest/gtest.h>
+
+#include <qxdb/DBAgent.h>
+
+namespace {
+
+using CQXDB::DBAgent;
+using CQXDB::QXDataSource;
+using CQXDB::QXProxyInfo;
+
+TEST(AgentConfiguration, ANewAgentIsLocalAndBlank) {
+    const DBAgent agent;
+    EXPECT_TRUE(agent.isLocal());
+    EXPECT_EQ(agent.token(), L"");
+    EXPECT_EQ(agent.ServerName(), L"");
+    EXPECT_EQ(agent.DefaultDB(), L"");
+    EXPECT_EQ(agent.errCode_, 0);
+}
+
+TEST(AgentConfiguration, AnEmptyDatabaseNameChangesNothing) {
+    DBAgent agent;
+    agent.SetDB(L"first");
+    agent.SetDB(L"");
+    EXPECT_EQ(agent.DefaultDB(), L"first");
+    agent.init(L"srv:1", {}, L"t", true, L"");
+    EXPECT_EQ(agent.DefaultDB(), L"first");
+    agent.init(L"srv:1", {}, L"t", true, L"second");
+    EXPECT_EQ(agent.DefaultDB(), L"second");
+}
+
+TEST(AgentConfiguration, ServerNameIsKeptAsGivenLocallyAndRebuiltRemotely) {
+    DBAgent local;
+    local.init(L"srv:0080:x", {}, L"tok", true);
+    EXPECT_EQ(local.ServerName(), L"srv:0080:x");
+
+    struct Case {
+        const wchar_t* given;
+        const wchar_t* key;
+    };
+    for (const Case& c : {Case{L"srv:9000", L"srv:9000"},
+                          {L"srv:080", L"srv:80"},
+                          {L"srv", L"srv:0"},
+                          {L"srv:", L"srv:0"},
+                          {L"srv:x", L"srv:0"},
+                          {L"", L":0"},
+                          {L":7", L":7"}}) {
+        DBAgent agent;
+        agent.init(c.given, {}, L"tok", false);
+        EXPECT_EQ(agent.ServerName(), c.key) << c.given;
+        EXPECT_FALSE(agent.isLocal());
+        EXPECT_EQ(agent.token(), L"tok");
+    }
+}
+
+TEST(AgentConfiguration, ServerInfoCarriesHostPortAndDatabase) {
+    CQXDB::QXSvrInfo server;
+    server.host = L"srv";
+    server.port = 9000;
+    server.database = L"db1";
+    DBAgent agent;
+    agent.init(server, {}, L"tok", false);
+    EXPECT_EQ(agent.ServerName(), L"srv:9000");
+    EXPECT_EQ(agent.DefaultDB(), L"db1");
+}
+
+TEST(AgentConfiguration, SwitchingToRemoteTargetsTheRememberedServer) {
+    DBAgent agent;
+    agent.init(L"srv:0081", {}, L"", true);
+    agent.SetIsLocal(false);
+    EXPECT_EQ(agent.ServerName(), L"srv:81");
+    agent.SetIsLocal(true);
+    EXPECT_TRUE(agent.isLocal());
+    EXPECT_EQ(agent.ServerName(), L"srv:81");
+}
+
+TEST(AgentConfiguration, CopiesShareTheDataSource) {
+    DBAgent agent;
+    agent.SetDB(L"a");
+    agent.init(L"srv:1", {}, L"tok", true);
+    // A copy must never be destroyed beside its original; this one just ends with its storage. Its
+    // strings are short enough to hold no memory of their own.
+    alignas(DBAgent) unsigned char storage[sizeof(DBAgent)];
+    auto* copy = new (storage) DBAgent(agent);
+    EXPECT_EQ(copy->token(), L"tok");
+    copy->SetDB(L"b");
+    EXPECT_EQ(agent.DefaultDB(), L"b");
+    copy->init(L"srv:2", {}, L"new", true);
+    EXPECT_EQ(agent.token(), L"tok");
+    EXPECT_EQ(agent.ServerName(), L"srv:1");
+}
+
+}  // namespace

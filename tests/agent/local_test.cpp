@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include <qxdb/DBAgent.h>
+
+#include "tests/support/TempDir.h"
+
+namespace {
+
+using namespace CQXDB;
+
+class LocalAgent : public testing::Test {
+  protected:
+    LocalAgent() {
+        UseFile(agent_);
+        Run(L"CREATE TABLE t (id INTEGER PRIMARY KEY, name TEXT)");
+        Run(L"INSERT INTO t VALUES (1, 'a'), (2, 'b'), (3, 'c'), (4, 'd'), (5, 'e')");
+    }
+
+    void UseFile(DBAgent& agent) const {
+        QXDataSource source;
+        source.database = Path();
+        agent.initDB(source);
+    }
+    std::wstring Path() const { return QXValue::TextUtf8(dir_.File("local.db")).ToText(); }
+
+    void Run(const wchar_t* sql) {
+        QXCommand command(sql);
+        agent_.Execute(code_, text_, command);
+        ASSERT_EQ(code_, 0) << QXValue::Text(text_).ToUtf8();
+    }
+
+    qxdb_test::TempDir dir_;
+    DBAgent agent_;
+    long code_ = 0;
+    std::wstring text_;
+};
+
+TEST_F(LocalAgent, APageIsSetOnTheRecordsetAndFilled) {
+    QXCommand query(L"SELECT id FROM t WHERE id >= ? ORDER BY id");
+    query.AddParam(QXValue::Int64(2));
+    QXRecordset rows;
+    agent_.OpenQuery(code_, text_, query, rows, 2, 2);
+    ASSERT_EQ(code_, 0);
+    EXPECT_EQ(rows.pageSize(), 2);
+    EXPECT_EQ(rows.currentPage(), 2);
+    ASSERT_EQ(rows.RowCount(), 2U);
+    EXPECT_EQ(rows.GetInt64(0, 0), 4);
+    EXPECT_EQ(rows.GetInt64(1, 0), 5);
+}
+
+TEST_F(LocalAgent, AFailureSetsTheArgumentsAndTheNextCallResetsThem) {
+    agent_.errCode_ = 77;
+    QXCommand bad(L"SELECT missing FROM nowhere");
+    QXRecordset rows;
+    agent_.OpenQuery(code_, text_, bad, rows);
+    EXPECT_EQ(code_, 1);
+    EXPECT_NE(text_.find(L"nowhere"), std::wstring::npos) << QXValue::Text(text_).ToUtf8();
+    EXPECT_EQ(agent_.errCode_, 77);
+    QXCommand good(L"SELECT COUNT(*) FROM t");
+    agent_.OpenQuery(code_, text_, good, rows);
+    EXPECT_EQ(code_, 0);
+    EXPECT_EQ(text_, L"");
+    EXPECT_EQ(rows.GetInt64(0, 0), 5);
+}
+
+TEST_F(LocalAgent, AListIsAllOrNothing) {
+    QXCommandList list;
+    list.Add(QXCommand(L"INSERT INTO t VALUES (6, 'f')"));
+    list.Add(QXCommand(L"INSERT INTO t VALUES (1, 'again')"));
+    agent_.Execute(code_, text_, list);
+    EXPECT_NE(code_, 0);
+    QXCommand count(L"SELECT COUNT(*) FROM t");
+    QXRecordset rows;
+    agent_.OpenQuery(code_, text_, count, rows);
+    EXPECT_EQ(rows.GetInt64(0, 0), 5);
+}
+
+TEST_F(LocalAgent, ABatchEmptiesItsListEvenWhenItFails) {
+    QXRsList results;
+    QXCommandList list;
+    list.Add(QXCommand(L"SELECT 1"));
+    list.Add(QXCommand(L"SELECT name FROM t"));
+    agent_.BatchQry(code_, text_, list, results);
+    ASSERT_EQ(code_, 0);
+    ASSERT_EQ(results.Count(), 2U);
+    EXPECT_EQ(results.At(1).RowCount(), 5U);
+    list.Add(QXCommand(L"SELEC"));
+    agent_.BatchQry(code_, text_, list, results);
+    EXPECT_NE(code_, 0);
+    EXPECT_TRUE(results.Empty());
+}
+
+TEST_F(LocalAgent, ADatabaseNamedInTheCallIsForThatCallOnly) {
+    const std::wstring other = Path() + L".other";
+    QXCommand create(L"CREATE TABLE only_there (x)");
+    agent_.Execute(code_, text_, create, other);
+    ASSERT_EQ(code_, 0);
+    EXPECT_EQ(agent_.DefaultDB(), Path());
+    QXCommand query(L"SELECT * FROM only_there");
+    QXRecordset rows;
+    agent_.OpenQuery(code_, text_, query, rows);
+    EXPECT_EQ(code_, 1);
+    agent_.OpenQuery(code_, text_, query, rows, 0, 1, other);
+    EXPECT_EQ(code_, 0);
+}
+
+// A data source whose type or driver is not 0 goes to the other manager, which reads the same file.
+TEST_F(LocalAgent, TypeAndDriverChooseTheManagerAnewOnEachCall) {
+    QXCommand query(L"SELECT name FROM t ORDER BY id");
+    for (const auto type : {CQXDB_DS_SQLITE, CQXDB_DS_EMBEDDED}) {
+        for (const auto driver : {CQXDB_DRIVER_SQLITE, CQXDB_DRIVER_DEFAULT}) {
+            EXPECT_TRUE(agent_.CanConnect(type, L"", 0, Path(), L"", L"", false, driver, L"", L"",
+                                          L"", L""));
+            QXRecordset rows;
+            agent_.OpenQuery(code_, text_, query, rows);
+            ASSERT_EQ(code_, 0);
+            EXPECT_EQ(rows.GetText(4, 0), L"e");
+        }
+    }
+    agent_.CloseConn();
+}
+
+TEST_F(LocalAgent, AFailedConnectionTestTellsWhyAndKeepsTheDescription) {
+    EXPECT_FALSE(agent_.CanConnect(CQXDB_DS_EMBEDDED, L"", 0, L"/no/such/folder/x.db", L"", L"",
+                                   false, CQXDB_DRIVER_DEFAULT, L"", L"", L"", L""));
+    EXPECT_NE(agent_.errCode_, 0);
+    EXPECT_NE(agent_.errText_, L"");
+    EXPECT_EQ(agent_.DefaultDB(), L"/no/such/folder/x.db");
+    EXPECT_TRUE(agent_.CanConnect(CQXDB_DS_EMBEDDED, L"", 0, Path(), L"", L"", false,
+                                  CQXDB_DRIVER_DEFAULT, L"", L"", L"", L""));
+    EXPECT_EQ(agent_.errCode_, 0);
+    EXPECT_EQ(agent_.errText_, L"");
+}
+
+}  // namespace

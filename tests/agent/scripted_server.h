@@ -1,0 +1,65 @@
+// A server that answers each request with the next reply of a script.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <ace/SOCK_Acceptor.h>
+
+#include <qxdb/QXIOBase.h>
+
+namespace qxdb_test {
+
+struct Request {
+    std::uint32_t code = 0;
+    std::string body;  ///< deciphered CDR
+    bool enciphered = false;
+    int connection = 0;  ///< counts accepted connections from 1
+};
+
+/// CDR encoding of an object, little-endian.
+std::string Encode(CQXBASE::QXIOBase& object);
+
+class ScriptedServer {
+  public:
+    ScriptedServer();
+    ~ScriptedServer();
+    ScriptedServer(const ScriptedServer&) = delete;
+    ScriptedServer& operator=(const ScriptedServer&) = delete;
+
+    std::uint16_t Port() const { return port_; }
+
+    // The script, one step a request. Without a step left, the connection is closed.
+    void Reply(std::uint32_t code, std::string body, bool encipher = true);
+    void Reply(std::uint32_t code, CQXBASE::QXIOBase&& object, bool encipher = true);
+    void ReplyRaw(std::string bytes);  ///< these bytes, then an orderly close
+    void Hangup();                     ///< closes instead of answering
+    void CloseAfterReply(std::uint32_t code, std::string body);
+
+    /// All requests so far.
+    std::vector<Request> Requests();
+
+  private:
+    struct Step {
+        std::string frame;
+        bool closeAfter = false;
+    };
+    void Add(Step step);
+    void Serve();
+    bool ServeOne(ACE_SOCK_Stream& peer, int connection);
+
+    ACE_SOCK_Acceptor acceptor_;
+    std::uint16_t port_ = 0;
+    std::mutex mutex_;
+    std::deque<Step> script_;
+    std::vector<Request> requests_;
+    bool stopping_ = false;
+    std::thread thread_;
+};
+
+}  // namespace qxdb_test
