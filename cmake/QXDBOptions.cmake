@@ -10,6 +10,10 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 
+# An installed tree finds its own libraries wherever it is moved to.
+file(RELATIVE_PATH QXDB_BIN_TO_LIB "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/${QXDB_BIN_TO_LIB}")
+
 set(QXDB_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize=")
 
 find_program(CCACHE_PROGRAM ccache)

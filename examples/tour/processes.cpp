@@ -1,0 +1,109 @@
+#include "processes.h"
+
+#include <fstream>
+#include <functional>
+#include <stdexcept>
+
+#include <Poco/Exception.h>
+#include <Poco/Net/ServerSocket.h>
+#include <Poco/Net/StreamSocket.h>
+#include <Poco/Pipe.h>
+#include <Poco/PipeStream.h>
+#include <Poco/Process.h>
+#include <Poco/Thread.h>
+
+namespace tour {
+
+class Child {
+  public:
+    Child(const std::string& program, const Poco::Process::Args& arguments)
+        : handle_(Poco::Process::launch(program, arguments)) {}
+    ~Child() {
+        try {
+            Poco::Process::requestTermination(handle_.id());
+            handle_.wait();
+        } catch (const Poco::Exception&) {  // it has ended already
+        }
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    bool Running() const { return Poco::Process::isRunning(handle_.id()); }
+
+  private:
+    Poco::ProcessHandle handle_;
+};
+
+namespace {
+
+constexpr int kPollMillis = 10;
+constexpr int kPatience = 1000;  ///< polls
+
+/// Waits until `ready` says so; throws when the child ends first or time runs out.
+void Await(const Child& child, const std::string& name, const std::function<bool()>& ready) {
+    for (int poll = 0; poll < kPatience && child.Running(); ++poll) {
+        if (ready()) {
+            return;
+        }
+        Poco::Thread::sleep(kPollMillis);
+    }
+    throw std::runtime_error(name + " did not start");
+}
+
+void AddUser(const std::string& program, const std::string& workDir, const std::string& user,
+             const std::string& password) {
+    Poco::Pipe in;
+    auto handle = Poco::Process::launch(program, {"user", "add", "--data", workDir, user}, &in,
+                                        nullptr, nullptr);
+    {
+        Poco::PipeOutputStream stream(in);
+        stream << password << "\n";
+    }
+    if (handle.wait() != 0) {
+        throw std::runtime_error("qxdbserver user add failed");
+    }
+}
+
+}  // namespace
+
+Server::Server(const std::string& program, const std::string& workDir, const std::string& user,
+               const std::string& password) {
+    AddUser(program, workDir, user, password);
+    const std::string portFile = workDir + "/port";
+    child_ = std::make_unique<Child>(
+        program,
+        Poco::Process::Args{"--data", workDir, "--listen", "127.0.0.1:0", "--port-file", portFile});
+    Await(*child_, "qxdbserver",
+          [&] { return static_cast<bool>(std::ifstream(portFile) >> port_); });
+}
+
+Server::~Server() = default;
+
+SocksProxy::SocksProxy() {
+    {
+        const Poco::Net::ServerSocket free(Poco::Net::SocketAddress("127.0.0.1", 0));
+        port_ = free.address().port();
+    }
+    child_ = std::make_unique<Child>(
+        "microsocks", Poco::Process::Args{"-q", "-i", "127.0.0.1", "-p", std::to_string(port_)});
+    Await(*child_, "microsocks", [&] {
+        try {
+            const Poco::Net::StreamSocket probe(Poco::Net::SocketAddress("127.0.0.1", port_));
+            return true;
+        } catch (const Poco::Exception&) {
+            return false;
+        }
+    });
+}
+
+SocksProxy::~SocksProxy() = default;
+
+CQXDB::QXProxyInfo SocksProxy::Info() const {
+    CQXDB::QXProxyInfo info;
+    info.kind = CQXDB::QXPROXY_SOCKS5;
+    info.host = L"127.0.0.1";
+    info.port = port_;
+    return info;
+}
+
+}  // namespace tour

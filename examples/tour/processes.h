@@ -1,0 +1,47 @@
+// The programs that the tour starts on loopback and stops again.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <qxdb/QXProxyInfo.h>
+
+namespace tour {
+
+/// A child process; terminated and waited for on destruction.
+class Child;
+
+/// qxdbserver on a free port, with one account.
+class Server {
+  public:
+    Server(const std::string& program, const std::string& workDir, const std::string& user,
+           const std::string& password);
+    ~Server();
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    std::uint16_t Port() const { return port_; }
+
+  private:
+    std::unique_ptr<Child> child_;
+    std::uint16_t port_ = 0;
+};
+
+/// microsocks on a free port.
+class SocksProxy {
+  public:
+    SocksProxy();
+    ~SocksProxy();
+    SocksProxy(const SocksProxy&) = delete;
+    SocksProxy& operator=(const SocksProxy&) = delete;
+
+    std::uint16_t Port() const { return port_; }
+    CQXDB::QXProxyInfo Info() const;
+
+  private:
+    std::unique_ptr<Child> child_;
+    std::uint16_t port_ = 0;
+};
+
+}  // namespace tour
