@@ -42,10 +42,26 @@ ValueView ViewOf(const QXColumn& column, std::size_t row) {
 
 }  // namespace
 
+QXRecordset::QXRecordset(const QXRecordset& other)
+    : QXIOBase(other),
+      position_(other.position_),
+      pageSize_(other.pageSize_),
+      currentPage_(other.currentPage_) {
+    columns_.reserve(other.ColumnCount());
+    for (const auto& column : other.columns_) {
+        columns_.push_back(std::make_unique<QXColumn>(*column));
+    }
+}
+
+QXRecordset& QXRecordset::operator=(const QXRecordset& other) {
+    *this = QXRecordset(other);
+    return *this;
+}
+
 std::size_t QXRecordset::FindColumn(std::wstring_view name) const {
     const std::string wanted = CQXBASE::WideToUtf8(name);
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-        if (SameName(columns_[i].NameUtf8(), wanted)) {
+        if (SameName(Column(i).NameUtf8(), wanted)) {
             return i;
         }
     }
@@ -71,11 +87,11 @@ bool QXRecordset::GetBool(std::size_t row, std::size_t column) const {
 }
 
 std::int64_t QXRecordset::ConvertInt64(std::size_t row, std::size_t column) const {
-    return ToInt64(ViewOf(columns_[column], row));
+    return ToInt64(ViewOf(*columns_[column], row));
 }
 
 double QXRecordset::ConvertDouble(std::size_t row, std::size_t column) const {
-    return ToDouble(ViewOf(columns_[column], row));
+    return ToDouble(ViewOf(*columns_[column], row));
 }
 
 std::wstring QXRecordset::GetText(std::size_t row, std::size_t column) const {
@@ -98,25 +114,25 @@ void QXRecordset::Clear() noexcept {
 }
 
 QXColumn& QXRecordset::AddColumn(std::string_view nameUtf8, QXValueType type) {
-    return columns_.emplace_back(nameUtf8, type);
+    return *columns_.emplace_back(std::make_unique<QXColumn>(nameUtf8, type));
 }
 
 void QXRecordset::FillDone() {
-    for (QXColumn& column : columns_) {
-        if (column.RowCount() != RowCount()) {
-            throw std::logic_error("column '" + column.NameUtf8() + "' has " +
-                                   std::to_string(column.RowCount()) + " rows, the first one " +
+    for (const auto& column : columns_) {
+        if (column->RowCount() != RowCount()) {
+            throw std::logic_error("column '" + column->NameUtf8() + "' has " +
+                                   std::to_string(column->RowCount()) + " rows, the first one " +
                                    std::to_string(RowCount()));
         }
-        column.ShrinkToFit();
+        column->ShrinkToFit();
     }
     MoveFirst();
 }
 
 std::size_t QXRecordset::MemoryBytes() const noexcept {
     std::size_t bytes = 0;
-    for (const QXColumn& column : columns_) {
-        bytes += column.MemoryBytes();
+    for (const auto& column : columns_) {
+        bytes += column->MemoryBytes();
     }
     return bytes;
 }

@@ -13,11 +13,11 @@ int QXRecordset::toCDR(ACE_OutputCDR& out) const {
         return 0;
     }
     ColumnWriter writer(out);
-    for (const QXColumn& column : columns_) {
-        if (column.RowCount() != RowCount()) {
+    for (const auto& column : columns_) {
+        if (column->RowCount() != RowCount()) {
             return 0;
         }
-        writer.Add(column);
+        writer.Add(*column);
     }
     return writer.Finish();
 }
@@ -36,7 +36,7 @@ int QXRecordset::fromCDR(ACE_InputCDR& in) {
     }
     ColumnReader reader(in);
     for (std::uint32_t i = 0; i < columns; ++i) {
-        if (!reader.Read(columns_.emplace_back(), rows)) {
+        if (!reader.Read(AddColumn({}), rows)) {
             Clear();
             return 0;
         }
@@ -46,8 +46,8 @@ int QXRecordset::fromCDR(ACE_InputCDR& in) {
 
 std::size_t QXRecordset::size() {
     ColumnsSize columns;
-    for (const QXColumn& column : columns_) {
-        columns.Add(column);
+    for (const auto& column : columns_) {
+        columns.Add(*column);
     }
     return 5 * CQXBASE::kNumberSize + columns.Total();
 }

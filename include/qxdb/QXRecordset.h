@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,13 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
   public:
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
+    QXRecordset() = default;
+    QXRecordset(const QXRecordset& other);
+    QXRecordset(QXRecordset&&) noexcept = default;
+    QXRecordset& operator=(const QXRecordset& other);
+    QXRecordset& operator=(QXRecordset&&) noexcept = default;
+    ~QXRecordset() override = default;
+
     // Page. Set before a query, it says which rows to fetch; 0 rows a page means all of them.
     void setPageSize(long rows) { pageSize_ = static_cast<std::int32_t>(rows); }
     long pageSize() const noexcept { return pageSize_; }
@@ -26,8 +34,8 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     long currentPage() const noexcept { return currentPage_; }  ///< from 1
 
     std::size_t ColumnCount() const noexcept { return columns_.size(); }
-    std::size_t RowCount() const noexcept { return columns_.empty() ? 0 : columns_[0].RowCount(); }
-    const QXColumn& Column(std::size_t index) const { return columns_.at(index); }
+    std::size_t RowCount() const noexcept { return columns_.empty() ? 0 : columns_[0]->RowCount(); }
+    const QXColumn& Column(std::size_t index) const { return *columns_.at(index); }
     std::wstring ColumnName(std::size_t index) const { return Column(index).Name(); }
     QXValueType ColumnType(std::size_t index) const { return Column(index).Type(); }
     /// Index of the first column of that name (compared without regard to ASCII case), or npos.
@@ -125,9 +133,9 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     // column for each row, then FillDone.
     /// Removes all columns and rows; the page stays.
     void Clear() noexcept;
-    /// The column; valid until the next AddColumn.
+    /// The new column, which stays in place until the recordset is cleared or destroyed.
     QXColumn& AddColumn(std::string_view nameUtf8, QXValueType type = QXValueType::Null);
-    QXColumn& MutableColumn(std::size_t index) { return columns_.at(index); }
+    QXColumn& MutableColumn(std::size_t index) { return *columns_.at(index); }
     /// Gives spare memory back and moves to the first row. Throws std::logic_error when the columns
     /// differ in length.
     void FillDone();
@@ -141,17 +149,18 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
 
   private:
     const QXColumn& CellColumn(std::size_t row, std::size_t column) const {
-        if (column >= columns_.size() || row >= columns_[column].RowCount()) {
+        if (column >= columns_.size() || row >= columns_[column]->RowCount()) {
             RefuseCell(row, column);
         }
-        return columns_[column];
+        return *columns_[column];
     }
     [[noreturn]] void RefuseCell(std::size_t row, std::size_t column) const;
     std::int64_t ConvertInt64(std::size_t row, std::size_t column) const;
     double ConvertDouble(std::size_t row, std::size_t column) const;
     std::size_t Require(std::wstring_view name) const;
 
-    std::vector<QXColumn> columns_;
+    std::vector<std::unique_ptr<QXColumn>>
+        columns_;  ///< each stays in place while others are added
     std::size_t position_ = 0;
     std::int32_t pageSize_ = 0;
     std::int32_t currentPage_ = 1;

@@ -1,0 +1,112 @@
+// How a column takes its type, and keeps cells of all types.
+#include <stdexcept>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <qxdb/QXColumn.h>
+
+#include "tests/objects/samples.h"
+
+namespace qxdb_test {
+namespace {
+
+using namespace CQXDB;
+
+TEST(Column, TakesTheTypeOfItsFirstValue) {
+    QXColumn column("n", QXValueType::Int64);
+    column.AppendNull();
+    EXPECT_EQ(column.Type(), QXValueType::Int64);
+    column.AppendBytes("x", QXValueType::Text);
+    EXPECT_EQ(column.Type(), QXValueType::Text);
+    EXPECT_TRUE(column.IsNull(0));
+    EXPECT_EQ(column.BytesAt(1), "x");
+}
+
+/// Every way from one type to another, with nulls before, between and behind.
+TEST(Column, AnySequenceOfValuesIsKeptExactly) {
+    const std::vector<QXValue> values = EdgeValues();
+    for (const QXValue& first : values) {
+        for (const QXValue& second : values) {
+            QXColumn column;
+            const std::vector<QXValue> cells = {QXValue::Null(), first,  first,
+                                                QXValue::Null(), second, QXValue::Null(),
+                                                first,           second};
+            for (const QXValue& cell : cells) {
+                column.Append(cell);
+            }
+            const bool mixed = !first.IsNull() && !second.IsNull() && first.Type() != second.Type();
+            EXPECT_EQ(column.Type() == QXValueType::Mixed, mixed);
+            for (std::size_t row = 0; row < cells.size(); ++row) {
+                ASSERT_EQ(column.Get(row), cells[row]);
+                ASSERT_EQ(column.TypeAt(row), cells[row].Type());
+                ASSERT_EQ(column.IsNull(row), cells[row].IsNull());
+            }
+        }
+    }
+}
+
+TEST(Column, NullsStayWithTheirRowsAcrossBitmapBytes) {
+    for (std::size_t leading = 0; leading < 20; ++leading) {
+        QXColumn column;
+        for (std::size_t row = 0; row < 40; ++row) {
+            if (row < leading || row % 7 == 3) {
+                column.AppendNull();
+            } else {
+                column.AppendDouble(static_cast<double>(row));
+            }
+        }
+        for (std::size_t row = 0; row < 40; ++row) {
+            ASSERT_EQ(column.IsNull(row), row < leading || row % 7 == 3) << leading << ' ' << row;
+        }
+    }
+}
+
+TEST(Column, CellsHoldNoMoreThanTheirTypeSays) {
+    QXColumn column;
+    column.AppendInt64(5, QXValueType::Bool);
+    column.AppendInt64(0x100000001, QXValueType::Date);
+    column.AppendInt64(7, QXValueType::Bool);
+    EXPECT_EQ(column.Get(0), QXValue::Bool(true));
+    EXPECT_EQ(column.Get(1), QXValue::Date(1));
+    EXPECT_EQ(column.Get(2), QXValue::Bool(true));
+}
+
+TEST(Column, RefusedValueLeavesTheColumnAsItWas) {
+    QXColumn column("n", QXValueType::Null);
+    EXPECT_THROW(column.AppendInt64(1, QXValueType::Text), std::invalid_argument);
+    EXPECT_THROW(column.AppendBytes("1", QXValueType::Int64), std::invalid_argument);
+    EXPECT_THROW(column.AppendInt64(1, QXValueType::Mixed), std::invalid_argument);
+    EXPECT_EQ(column.Type(), QXValueType::Null);
+    column.AppendDouble(1.5);
+    EXPECT_THROW(column.AppendInt64(1, QXValueType::Null), std::invalid_argument);
+    EXPECT_EQ(column.RowCount(), 1U);
+    EXPECT_EQ(column.Get(0), QXValue::Double(1.5));
+}
+
+TEST(Column, TextBeyondFourGibibytesIsRefused) {
+    QXColumn column("big", QXValueType::Null);
+    const char* nothing = "";
+    // Never read: the length alone is refused.
+    const std::string_view huge(nothing, QXColumn::kMaxBytes + std::size_t{1});
+    EXPECT_THROW(column.AppendBytes(huge, QXValueType::Text), std::length_error);
+    column.AppendNull();
+    column.AppendBytes("fits", QXValueType::Text);
+    ASSERT_EQ(column.RowCount(), 2U);
+    EXPECT_TRUE(column.IsNull(0));
+    EXPECT_EQ(column.BytesAt(1), "fits");
+}
+
+TEST(Column, CopiesAreIndependent) {
+    QXColumn original;
+    original.AppendBytes("one", QXValueType::Text);
+    QXColumn copy = original;
+    copy.AppendBytes("two", QXValueType::Text);
+    original = copy;
+    copy.AppendNull();
+    EXPECT_EQ(original.RowCount(), 2U);
+    EXPECT_EQ(original.BytesAt(1), "two");
+}
+
+}  // namespace
+}  // namespace qxdb_test

@@ -1,0 +1,83 @@
+// Commands share what they have in common, in memory and on the wire.
+#include <gtest/gtest.h>
+
+#include "tests/objects/cdr_support.h"
+#include "tests/objects/samples.h"
+
+namespace qxdb_test {
+namespace {
+
+using namespace CQXDB;
+
+TEST(Command, CopiesShareTextAndDataSourceUntilChanged) {
+    const QXCommand original = FilledCommand();
+    QXCommand copy = original;
+    EXPECT_EQ(copy.SharedText(), original.SharedText());
+    copy.SetText(L"COMMIT");
+    copy.SetDB(L"other");
+    EXPECT_EQ(original.Text(), L"SELECT ? /* \u4E2D */");
+    EXPECT_EQ(original.DB(), L"orders");
+    EXPECT_EQ(copy.SysDataSrc().database, L"other");
+    EXPECT_EQ(copy.SysDataSrc().server, L"db.example");
+}
+
+TEST(Command, ParametersThatWereNeverSetAreNull) {
+    QXCommand command;
+    command.SetParam(2, QXValue::Int64(3));
+    command.SetParam(0, QXValue::Bool(true));
+    ASSERT_EQ(command.Params().size(), 3U);
+    EXPECT_EQ(command.Params()[0], QXValue::Bool(true));
+    EXPECT_TRUE(command.Params()[1].IsNull());
+}
+
+TEST(Command, MovedFromCommandIsStillOne) {
+    QXCommand source = FilledCommand();
+    const QXCommand target = std::move(source);
+    source.SetParam(0, QXValue::Int64(1));  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(source.TextUtf8(), "");
+    EXPECT_EQ(target.Text(), L"SELECT ? /* \u4E2D */");
+}
+
+TEST(CommandList, ComesBackInOrderWithSharedTexts) {
+    QXCommandList original = MixedList(200);
+    QXCommandList copy = MixedList(200);
+    ASSERT_TRUE(Decode(Encode(original), copy));
+    ASSERT_EQ(copy.Count(), original.Count());
+    for (std::size_t i = 0; i < copy.Count(); ++i) {
+        ASSERT_EQ(copy.At(i).TextUtf8(), original.At(i).TextUtf8()) << i;
+        ASSERT_EQ(copy.At(i).Params(), original.At(i).Params()) << i;
+    }
+    EXPECT_EQ(copy.At(0).SharedText(), copy.At(3).SharedText());
+    EXPECT_TRUE(Same(copy.SysDataSrc(), original.SysDataSrc()));
+    EXPECT_EQ(copy.Token(), original.Token());
+    EXPECT_EQ(copy.PageSize(), 1);
+    EXPECT_EQ(copy.PageNo(), 2);
+    QXCommandList empty;
+    ASSERT_TRUE(Decode(Encode(empty), copy));
+    EXPECT_TRUE(copy.Empty());
+}
+
+/// Two alternating inserts, as of an order and its lines: nothing is repeated for a command.
+TEST(CommandList, TenThousandInsertsTakeAFewBytesEach) {
+    QXCommandList list;
+    list.Reserve(10000);
+    for (int i = 0; i < 5000; ++i) {
+        QXCommand order(L"INSERT INTO orders (id, customer, placed) VALUES (?, ?, ?)");
+        order.AddParam(QXValue::Int64(i));
+        order.AddParam(QXValue::Text(L"customer " + std::to_wstring(i * 7919 % 10007)));
+        order.AddParam(QXValue::Timestamp(1700000000000000 + 1000 * i));
+        list.Add(order);
+        QXCommand line(L"INSERT INTO lines (order_id, price) VALUES (?, ?)");
+        line.AddParam(QXValue::Int64(i));
+        line.AddParam(QXValue::Double(i * 7919 % 10007 / 100.0));
+        list.Add(line);
+    }
+    const std::string encoded = Encode(list);
+    EXPECT_LT(encoded.size(), 10000 * 6U);
+    QXCommandList copy;
+    ASSERT_TRUE(Decode(encoded, copy));
+    EXPECT_EQ(copy.At(9999).Params(), list.At(9999).Params());
+}
+
+}  // namespace
+}  // namespace qxdb_test
