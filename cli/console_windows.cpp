@@ -1,0 +1,44 @@
+#include <shellapi.h>
+#include <windows.h>
+
+#include "cli/console.h"
+#include "util/text.h"
+
+namespace CQXCLI {
+
+namespace {
+
+bool IsConsole(DWORD stream) noexcept {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(stream), &mode) != 0;
+}
+
+}  // namespace
+
+std::vector<std::string> PrepareConsole(int /*argc*/, char** /*argv*/) {
+    SetConsoleOutputCP(CP_UTF8);
+    int count = 0;
+    LPWSTR* const wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> arguments;
+    for (int i = 1; i < count; ++i) {
+        arguments.push_back(CQXBASE::WideToUtf8(wide[i]));
+    }
+    LocalFree(wide);
+    return arguments;
+}
+
+bool OutputIsTerminal() noexcept {
+    return IsConsole(STD_OUTPUT_HANDLE);
+}
+bool ErrorIsTerminal() noexcept {
+    return IsConsole(STD_ERROR_HANDLE);
+}
+
+std::size_t TerminalColumns() noexcept {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    const bool known = GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) != 0;
+    const int columns = info.srWindow.Right - info.srWindow.Left + 1;
+    return known && columns > 1 ? static_cast<std::size_t>(columns) : 80;
+}
+
+}  // namespace CQXCLI

@@ -1,0 +1,37 @@
+#include <iostream>
+
+#include "cli/console.h"
+#include "cli/output_file.h"
+#include "cli/progress.h"
+#include "cli/stop_request.h"
+#include "cli/tasks.h"
+
+namespace CQXCLI {
+
+ExitStatus RunExport(const Options& options) {
+    const StopRequest stop;
+    Session session(options.connection);
+    const bool shown = ErrorIsTerminal();
+    auto bar = std::make_unique<ProgressBar>(std::cerr, shown, TerminalColumns());
+    std::uint64_t total = 0;
+    Export* running = nullptr;
+    Export exporting(session, options.export_, [&](std::uint64_t rows) {
+        // Only a result of several pages is worth the counting.
+        total = shown && total == 0 ? running->CountAll() : total;
+        bar->Update(rows, total, rows);
+        return !stop.Made();
+    });
+    running = &exporting;
+    OutputFile file(options.export_.file);
+    const bool whole = exporting.Run(file.Stream());
+    bar.reset();
+    if (!whole && stop.Made()) {
+        throw CliError(kFailed, "stopped; " + options.export_.file + " was not written");
+    }
+    file.Finish();
+    std::cerr << Grouped(exporting.Rows()) << (exporting.Rows() == 1 ? " row" : " rows")
+              << " exported to " << options.export_.file << '\n';
+    return kDone;
+}
+
+}  // namespace CQXCLI

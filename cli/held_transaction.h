@@ -1,0 +1,42 @@
+// The statements between BEGIN and COMMIT, held back to run as one transaction.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include <qxdb/QXRsList.h>
+
+#include "cli/session.h"
+#include "cli/statement_splitter.h"
+
+namespace CQXCLI {
+
+class HeldTransaction {
+  public:
+    bool Open() const noexcept { return open_; }
+    /// `line`: where the transaction begins in its script.
+    void Open(std::size_t line);
+    void Add(const Statement& statement);
+    std::size_t Count() const noexcept { return list_.Count(); }
+    std::size_t Line() const noexcept { return line_; }
+    /// Drops what is held and closes.
+    void Drop();
+
+    /// Runs all statements as one transaction and closes.
+    Answer Run(Session& session, CQXDB::QXRsList& results);
+    /// The statement that made Run fail; false when the error doesn't tell.
+    bool FindFailed(const Answer& answer, Statement& failed) const;
+
+  private:
+    CQXDB::QXCommandList list_;
+    std::vector<std::size_t> lines_;  ///< of each command
+    std::size_t line_ = 1;
+    bool open_ = false;
+};
+
+/// The command of a list of `count` at which an error arose, from 0, as the error's text tells at
+/// its end ("... (command 3 of 10)"); `count` when it doesn't.
+std::size_t FailedCommand(const std::string& errorText, std::size_t count);
+
+}  // namespace CQXCLI

@@ -1,0 +1,78 @@
+// An opened agent: the one place that knows whether work happens here or on an application server.
+#pragma once
+
+#include <string>
+
+#include <qxdb/DBAgent.h>
+
+#include "cli/address.h"
+#include "cli/dialect.h"
+
+namespace CQXCLI {
+
+/// Where to connect to, as the command line tells. Texts are UTF-8.
+struct ConnectionOptions {
+    std::string url;           ///< of a database, for local work; else `server` is set
+    std::string server;        ///< HOST:PORT of an application server
+    std::string user;          ///< there
+    std::string database;      ///< there, or instead of the URL's
+    std::string proxy;         ///< URL of a proxy on the way there
+    std::string passwordFile;  ///< its first line is the password
+    std::string dialect;       ///< name of the dialect, for ODBC; empty: by the kind of database
+    bool askPassword = false;  ///< ask on the terminal, for local work too
+};
+
+/// What a call on the database answered.
+struct Answer {
+    long code = 0;     ///< the database's, the server's or a socket's; 0: success
+    std::string text;  ///< UTF-8
+
+    bool Ok() const noexcept { return code == 0; }
+};
+
+class Session {
+  public:
+    /// Opens the connection. Throws CliError: kWrongUsage for options that make no sense,
+    /// kNoConnection when nobody answers or the login is refused.
+    explicit Session(const ConnectionOptions& options);
+    /// Logs out.
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    const Dialect& SqlDialect() const noexcept { return *dialect_; }
+    /// The database that statements go to; empty for a server's default one.
+    std::string Database() const;
+
+    /// Runs any statement; one without a result leaves `rs` without columns.
+    Answer Query(CQXDB::QXCommand& command, CQXDB::QXRecordset& rs, long pageSize = 0,
+                 long page = 1);
+    /// Runs the list in one transaction, one recordset a command.
+    Answer Batch(CQXDB::QXCommandList& list, CQXDB::QXRsList& results);
+    /// Runs the list in one transaction and drops rows.
+    Answer Execute(CQXDB::QXCommandList& list);
+
+    /// False when the connection description doesn't let another database be named.
+    bool CanSwitch() const noexcept { return canSwitch_; }
+    /// Sends further statements to another database. After a failure they go where they went
+    /// before.
+    Answer Switch(const std::string& database);
+    /// Asks the database, or the server, for a sign of life.
+    Answer Probe();
+
+  private:
+    void OpenLocal(const ConnectionOptions& options);
+    void OpenRemote(const ConnectionOptions& options);
+    Answer CheckLocal(const CQXDB::QXDataSource& source);
+    Answer Ask();
+
+    CQXDB::DBAgent agent_;
+    const Dialect* dialect_ = nullptr;
+    ServerAddress server_;  ///< empty host: local work
+    CQXDB::QXProxyInfo proxy_;
+    std::wstring login_;
+    std::wstring database_;  ///< empty: the agent's, or the session's default
+    bool canSwitch_ = true;
+};
+
+}  // namespace CQXCLI

@@ -1,0 +1,211 @@
+#include "cli/statement_splitter.h"
+
+#include <algorithm>
+
+namespace CQXCLI {
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n\f\v";
+constexpr auto npos = std::string_view::npos;
+
+std::string_view Trim(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    return first == npos ? std::string_view()
+                         : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+bool StartsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+}  // namespace
+
+StatementSplitter::StatementSplitter(const Dialect& dialect)
+    : dialect_(&dialect), scanner_(dialect), shape_(dialect) {}
+
+void StatementSplitter::Feed(std::string_view bytes) {
+    const std::size_t drop = begun_ ? start_ : position_;
+    buffer_.erase(0, drop);
+    start_ = 0;
+    end_ -= std::min(end_, drop);
+    position_ -= drop;
+    lineStart_ -= std::min(lineStart_, drop);
+    buffer_ += bytes;
+}
+
+bool StatementSplitter::Next(Statement& out) {
+    while (position_ < buffer_.size()) {
+        const Step step = Advance(out);
+        if (step != Step::Continue) {
+            return step == Step::Taken;
+        }
+    }
+    return finished_ && TakeRest(out);
+}
+
+StatementSplitter::Step StatementSplitter::Advance(Statement& out) {
+    if (!begun_ && buffer_[position_] == '\\') {
+        return TakeCommand(out);
+    }
+    const std::string_view rest = Text(position_, npos);
+    if (delimiter_ != ";" && StartsWith(rest, delimiter_)) {
+        return Take(position_ + delimiter_.size(), out);
+    }
+    if (delimiter_ != ";" && StartsWith(delimiter_, rest) && !finished_) {
+        return Step::Wait;
+    }
+    Token token;
+    const bool whole = scanner_.Next(buffer_, position_, finished_, token);
+    return whole ? Consume(token, out) : Step::Wait;
+}
+
+StatementSplitter::Step StatementSplitter::Consume(const Token& token, Statement& out) {
+    switch (token.kind) {
+        case Token::Kind::Space:
+            return ConsumeSpace(token, out);
+        case Token::Kind::Symbol:
+            return ConsumeSymbol(token, out);
+        case Token::Kind::Word:
+            return ConsumeWord(token);
+        case Token::Kind::Quoted:
+            Begin(token);
+            shape_.Symbol(buffer_[token.begin]);
+            break;
+        case Token::Kind::Comment:
+            // MySQL runs what stands in /*! ... */ and /*M! ... */.
+            const std::string_view text = Text(token.begin, token.end);
+            const bool runs = dialect_->Is(Dialect::Family::MySql) &&
+                              (StartsWith(text, "/*!") || StartsWith(text, "/*M!"));
+            if (runs || !token.closed) {
+                Begin(token);
+            }
+            break;
+    }
+    MoveTo(token.end);
+    return Step::Continue;
+}
+
+StatementSplitter::Step StatementSplitter::ConsumeSpace(const Token& token, Statement& out) {
+    const bool lineEnds = Text(token.begin, token.end).find('\n') != npos;
+    if (lineEnds && AtEndLine(token.begin)) {
+        end_ = lineStart_;
+        return Take(token.end, out);
+    }
+    MoveTo(token.end);
+    return Step::Continue;
+}
+
+StatementSplitter::Step StatementSplitter::ConsumeSymbol(const Token& token, Statement& out) {
+    const char symbol = buffer_[token.begin];
+    if (symbol == ';' && delimiter_ == ";" && shape_.SemicolonEnds()) {
+        return Take(token.end, out);
+    }
+    Begin(token);
+    shape_.Symbol(symbol);
+    MoveTo(token.end);
+    return Step::Continue;
+}
+
+StatementSplitter::Step StatementSplitter::ConsumeWord(const Token& token) {
+    const std::string_view word = Text(token.begin, token.end);
+    if (!begun_ && dialect_->Is(Dialect::Family::MySql) && UpperAscii(word) == "DELIMITER") {
+        return TakeDelimiter();
+    }
+    Begin(token);
+    shape_.Word(word);
+    MoveTo(token.end);
+    return Step::Continue;
+}
+
+StatementSplitter::Step StatementSplitter::TakeDelimiter() {
+    const std::size_t newline = buffer_.find('\n', position_);
+    if (newline == npos && !finished_) {
+        return Step::Wait;
+    }
+    const std::string_view wanted =
+        Trim(Text(position_, newline).substr(std::string_view("DELIMITER").size()));
+    delimiter_ = wanted.empty() ? ";" : wanted;
+    MoveTo(std::min(newline, buffer_.size()));
+    return Step::Continue;
+}
+
+StatementSplitter::Step StatementSplitter::TakeCommand(Statement& out) {
+    const std::size_t newline = buffer_.find('\n', position_);
+    if (newline == npos && !finished_) {
+        return Step::Wait;
+    }
+    std::string_view text = Trim(Text(position_, newline));
+    while (!text.empty() && text.back() == ';') {
+        text = Trim(text.substr(0, text.size() - 1));
+    }
+    out = {std::string(text), line_, true, false};
+    MoveTo(std::min(newline, buffer_.size()));
+    return Step::Taken;
+}
+
+StatementSplitter::Step StatementSplitter::Take(std::size_t next, Statement& out) {
+    const std::string_view text = begun_ ? Trim(Text(start_, end_)) : std::string_view();
+    const bool empty = text.empty();
+    if (!empty) {
+        out = {std::string(text), startLine_, false, unfinished_};
+    }
+    begun_ = false;
+    shape_.Reset();
+    MoveTo(next);
+    return empty ? Step::Continue : Step::Taken;
+}
+
+bool StatementSplitter::TakeRest(Statement& out) {
+    if (AtEndLine(buffer_.size())) {
+        end_ = lineStart_;
+    }
+    return Take(buffer_.size(), out) == Step::Taken;
+}
+
+bool StatementSplitter::AtEndLine(std::size_t end) const {
+    return begun_ && !dialect_->endLine.empty() && lineStart_ >= start_ &&
+           UpperAscii(Trim(Text(lineStart_, end))) == dialect_->endLine;
+}
+
+char StatementSplitter::Inside() const noexcept {
+    if (position_ >= buffer_.size()) {
+        return '\0';
+    }
+    const char first = buffer_[position_];
+    return first == '/' ? '*' : IsWordByte(first) ? '\'' : first;
+}
+
+void StatementSplitter::Clear() {
+    MoveTo(buffer_.size());
+    buffer_.clear();
+    start_ = end_ = position_ = lineStart_ = 0;
+    begun_ = false;
+    scanner_ = SqlScanner(*dialect_);
+    shape_.Reset();
+}
+
+void StatementSplitter::Begin(const Token& token) {
+    if (!begun_) {
+        begun_ = true;
+        start_ = token.begin;
+        startLine_ = line_;
+    }
+    end_ = token.end;
+    unfinished_ = !token.closed;
+}
+
+void StatementSplitter::MoveTo(std::size_t position) {
+    const std::string_view text = std::string_view(buffer_).substr(0, position);
+    for (std::size_t at = text.find('\n', position_); at != npos; at = text.find('\n', at + 1)) {
+        ++line_;
+        lineStart_ = at + 1;
+    }
+    position_ = position;
+}
+
+std::string_view StatementSplitter::Text(std::size_t begin, std::size_t end) const {
+    return std::string_view(buffer_).substr(begin, end == npos ? npos : end - begin);
+}
+
+}  // namespace CQXCLI
