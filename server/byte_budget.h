@@ -1,0 +1,68 @@
+// One bound on the memory that many buffers share.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+
+namespace CQXSERVER {
+
+/// Thread-safe. Whoever took bytes gives the same number back.
+class ByteBudget {
+  public:
+    explicit ByteBudget(std::size_t bytes) noexcept : left_(bytes) {}
+    ByteBudget(const ByteBudget&) = delete;
+    ByteBudget& operator=(const ByteBudget&) = delete;
+
+    /// Takes all or nothing.
+    bool Take(std::size_t bytes) noexcept {
+        std::size_t left = left_.load(std::memory_order_relaxed);
+        while (left >= bytes) {
+            if (left_.compare_exchange_weak(left, left - bytes, std::memory_order_relaxed)) {
+                return true;
+            }
+        }
+        return false;
+    }
+    void Give(std::size_t bytes) noexcept { left_.fetch_add(bytes, std::memory_order_relaxed); }
+
+  private:
+    std::atomic<std::size_t> left_;
+};
+
+/// What one buffer holds of a budget; gives it back at its end.
+class ByteLease {
+  public:
+    explicit ByteLease(ByteBudget& budget) noexcept : budget_(&budget) {}
+    ByteLease(ByteLease&& other) noexcept : budget_(other.budget_), bytes_(other.bytes_) {
+        other.bytes_ = 0;
+    }
+    ByteLease& operator=(ByteLease&& other) noexcept {
+        Release();
+        budget_ = other.budget_;
+        bytes_ = other.bytes_;
+        other.bytes_ = 0;
+        return *this;
+    }
+    ~ByteLease() { Release(); }
+
+    /// Brings the lease to `bytes`, or returns false and leaves it as it was.
+    bool GrowTo(std::size_t bytes) noexcept {
+        if (bytes > bytes_) {
+            if (!budget_->Take(bytes - bytes_)) {
+                return false;
+            }
+            bytes_ = bytes;
+        }
+        return true;
+    }
+    void Release() noexcept {
+        budget_->Give(bytes_);
+        bytes_ = 0;
+    }
+
+  private:
+    ByteBudget* budget_;  ///< borrowed; outlives every lease
+    std::size_t bytes_ = 0;
+};
+
+}  // namespace CQXSERVER

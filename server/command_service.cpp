@@ -1,0 +1,86 @@
+#include "server/command_service.h"
+
+#include <numeric>
+
+#include "messages/session_records.h"
+#include "messages/type_codes.h"
+#include "server/server_error.h"
+#include "util/text.h"
+
+namespace CQXSERVER {
+namespace {
+
+using namespace CQXDB;
+
+std::size_t MemoryOf(const QXRsList& list) noexcept {
+    return std::accumulate(
+        list.begin(), list.end(), std::size_t{0},
+        [](std::size_t sum, const QXRecordset& each) { return sum + each.MemoryBytes(); });
+}
+
+}  // namespace
+
+CommandService::CommandService(LoginService& logins, SessionTable& sessions,
+                               const DatabaseRegistry& databases, const ReplyEncoder& encoder,
+                               std::size_t maxResultBytes)
+    : logins_(logins),
+      sessions_(sessions),
+      databases_(databases),
+      encoder_(encoder),
+      maxResultBytes_(maxResultBytes) {}
+
+Outcome CommandService::Serve(const Request& request, const CQXBASE::MessageHolder& message) {
+    if (auto* const command = message.As<QXCommand>()) {
+        return ServeAny(request, *command);
+    }
+    auto* const list = message.As<QXCommandList>();
+    if (list == nullptr) {
+        throw RequestRefused(ServerError::UndecodableBody);
+    }
+    return request.Code() == CQXBASE::kBatchQuery ? Batch(request, *list)
+                                                  : ServeAny(request, *list);
+}
+
+template <class Commands>
+Outcome CommandService::ServeAny(const Request& request, Commands& commands) {
+    Authorize(commands);
+    if (request.Code() == CQXBASE::kExecute || request.Code() == CQXBASE::kExecuteList) {
+        CQXBASE::QXSimpleMsg status(std::wstring(), 0);
+        return Reply(request, Execute(commands), status, commands.Token());
+    }
+    QXRecordset rs;
+    const DatabaseAnswer answer = Query(commands, rs);
+    if (rs.MemoryBytes() > maxResultBytes_) {
+        throw RequestRefused(ServerError::ResultTooLarge);
+    }
+    return Reply(request, answer, rs, commands.Token());
+}
+
+Outcome CommandService::Batch(const Request& request, QXCommandList& list) {
+    Authorize(list);
+    QXRsList results;
+    const DatabaseAnswer answer = CQXSERVER::Batch(list, results);
+    if (MemoryOf(results) > maxResultBytes_) {
+        throw RequestRefused(ServerError::ResultTooLarge);
+    }
+    return Reply(request, answer, results, list.Token());
+}
+
+template <class Commands>
+void CommandService::Authorize(Commands& commands) {
+    const Session session = sessions_.Require(CQXBASE::WideToUtf8(commands.Token()));
+    const Account account = logins_.AccountOf(session);
+    commands.SetSysDataSrc(databases_.Resolve(commands.SysDataSrc(), account, session.database));
+}
+
+Outcome CommandService::Reply(const Request& request, const DatabaseAnswer& answer,
+                              CQXBASE::QXIOBase& record, const std::wstring& token) const {
+    Outcome outcome;
+    outcome.token = CQXBASE::WideToUtf8(token);
+    outcome.reply = answer.code == 0
+                        ? encoder_.Encode(request.Code(), record, request.Enciphered())
+                        : encoder_.EncodeError(answer.code, answer.text, request.Enciphered());
+    return outcome;
+}
+
+}  // namespace CQXSERVER

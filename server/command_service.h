@@ -1,0 +1,43 @@
+// Commands, queries and batches of sessions.
+#pragma once
+
+#include <qxdb/QXCommandList.h>
+
+#include "messages/message_holder.h"
+#include "server/database_registry.h"
+#include "server/database_work.h"
+#include "server/login_service.h"
+#include "server/request.h"
+#include "server/session_table.h"
+
+namespace CQXSERVER {
+
+/// Thread-safe; everything it is given is borrowed.
+class CommandService {
+  public:
+    CommandService(LoginService& logins, SessionTable& sessions, const DatabaseRegistry& databases,
+                   const ReplyEncoder& encoder, std::size_t maxResultBytes);
+
+    /// Runs what a decoded request of one of the five kinds asks for. A statement that fails is
+    /// answered with the database's own number and text. Throws RequestRefused.
+    Outcome Serve(const Request& request, const CQXBASE::MessageHolder& message);
+
+  private:
+    template <class Commands>
+    Outcome ServeAny(const Request& request, Commands& commands);
+    /// Checks the token that the commands carry and puts the data source to use in the place of
+    /// theirs.
+    template <class Commands>
+    void Authorize(Commands& commands);
+    Outcome Batch(const Request& request, CQXDB::QXCommandList& list);
+    Outcome Reply(const Request& request, const DatabaseAnswer& answer, CQXBASE::QXIOBase& record,
+                  const std::wstring& token) const;
+
+    LoginService& logins_;
+    SessionTable& sessions_;
+    const DatabaseRegistry& databases_;
+    const ReplyEncoder& encoder_;
+    const std::size_t maxResultBytes_;
+};
+
+}  // namespace CQXSERVER

@@ -1,0 +1,18 @@
+// The operator's choices from a TOML file.
+#pragma once
+
+#include <string>
+
+#include "server/server_options.h"
+
+namespace CQXSERVER {
+
+/// Sets in `options` what the file says and leaves the rest. A relative path in the file counts
+/// from the file's folder. Throws OperatorError, with file and line, for what can't be read, an
+/// unknown key or a value out of range.
+void ReadConfigFile(const std::string& path, ServerOptions& options);
+
+/// Adds a database, or gives the one of that name a new URL.
+void SetDatabase(ServerOptions& options, const std::string& name, const std::string& url);
+
+}  // namespace CQXSERVER

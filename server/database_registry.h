@@ -1,0 +1,50 @@
+// The databases that the server serves, by name.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <qxdb/QXDataSource.h>
+
+#include "server/account_store.h"
+#include "server/session_table.h"
+
+namespace CQXSERVER {
+
+/// Filled before the server starts; after that every thread may read it.
+class DatabaseRegistry {
+  public:
+    /// A client's own connection descriptions are honoured only when `allowClientDataSources` is
+    /// set.
+    explicit DatabaseRegistry(bool allowClientDataSources) : allowClient_(allowClientDataSources) {}
+
+    /// Throws OperatorError for a bad or taken name, or a URL that describes no database.
+    void Add(const std::string& name, const std::string& url);
+    void Add(const std::string& name, const CQXDB::QXDataSource& dataSource);
+
+    /// The database to use for a command that came stamped with `wanted`: the client's own
+    /// description when those are allowed and it is one, else the configured database it names;
+    /// without a name the session's, else "main", else the first that the account may use. Throws
+    /// RequestRefused.
+    CQXDB::QXDataSource Resolve(const CQXDB::QXDataSource& wanted, const Account& account,
+                                const std::string& sessionDatabase) const;
+
+    /// The name that Resolve takes for an unnamed database. Throws RequestRefused when there is
+    /// none.
+    std::string DefaultName(const Account& account) const;
+    /// Throws RequestRefused for an unknown name, or one that the account may not use.
+    const CQXDB::QXDataSource& Require(const std::string& name, const Account& account) const;
+
+    const std::vector<std::pair<std::string, CQXDB::QXDataSource>>& All() const noexcept {
+        return databases_;
+    }
+
+  private:
+    const CQXDB::QXDataSource* Find(const std::string& name) const noexcept;
+
+    const bool allowClient_;
+    std::vector<std::pair<std::string, CQXDB::QXDataSource>> databases_;
+};
+
+}  // namespace CQXSERVER

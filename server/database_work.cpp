@@ -1,0 +1,59 @@
+#include "server/database_work.h"
+
+#include <qxdb/DBMgr.h>
+#include <qxdb/DBMgrWithPOCO.h>
+
+namespace CQXSERVER {
+namespace {
+
+using namespace CQXDB;
+
+template <class Manager, class Work>
+DatabaseAnswer RunOn(Work work) {
+    Manager manager;
+    work(manager);
+    return {manager.errNumber(), manager.errDesc()};
+}
+
+template <class Work>
+DatabaseAnswer Run(const QXDataSource& dataSource, Work work) {
+    const bool embedded =
+        dataSource.type == CQXDB_DS_EMBEDDED && dataSource.driver == CQXDB_DRIVER_DEFAULT;
+    return embedded ? RunOn<DBMgr>(work) : RunOn<DBMgrWithPOCO>(work);
+}
+
+template <class Commands>
+DatabaseAnswer ExecuteAny(Commands& commands) {
+    return Run(commands.SysDataSrc(), [&](auto& manager) { manager.Execute(&commands); });
+}
+
+template <class Commands>
+DatabaseAnswer QueryAny(Commands& commands, QXRecordset& rs) {
+    rs.setPageSize(commands.PageSize());
+    rs.setCurrentPage(commands.PageNo());
+    return Run(commands.SysDataSrc(), [&](auto& manager) { manager.OpenQuery(&commands, rs); });
+}
+
+}  // namespace
+
+DatabaseAnswer Execute(QXCommand& command) {
+    return ExecuteAny(command);
+}
+DatabaseAnswer Execute(QXCommandList& list) {
+    return ExecuteAny(list);
+}
+DatabaseAnswer Query(QXCommand& command, QXRecordset& rs) {
+    return QueryAny(command, rs);
+}
+DatabaseAnswer Query(QXCommandList& list, QXRecordset& rs) {
+    return QueryAny(list, rs);
+}
+DatabaseAnswer Batch(QXCommandList& list, QXRsList& out) {
+    return Run(list.SysDataSrc(), [&](auto& manager) { manager.BatchQry(&list, out); });
+}
+DatabaseAnswer Probe(const QXDataSource& dataSource) {
+    QXDataSource copy = dataSource;
+    return Run(dataSource, [&](auto& manager) { manager.CanConnect(&copy); });
+}
+
+}  // namespace CQXSERVER

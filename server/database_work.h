@@ -1,0 +1,27 @@
+// Statements on a data source, through the manager that serves it.
+#pragma once
+
+#include <string>
+
+#include <qxdb/QXCommandList.h>
+#include <qxdb/QXDataSource.h>
+#include <qxdb/QXRsList.h>
+
+namespace CQXSERVER {
+
+/// What the database said; code 0 is success.
+struct DatabaseAnswer {
+    long code = 0;
+    std::wstring text;
+};
+
+// The commands carry the data source they run on. Any thread.
+DatabaseAnswer Execute(CQXDB::QXCommand& command);
+DatabaseAnswer Execute(CQXDB::QXCommandList& list);
+/// Both set the recordset's page by the command's.
+DatabaseAnswer Query(CQXDB::QXCommand& command, CQXDB::QXRecordset& rs);
+DatabaseAnswer Query(CQXDB::QXCommandList& list, CQXDB::QXRecordset& rs);
+DatabaseAnswer Batch(CQXDB::QXCommandList& list, CQXDB::QXRsList& out);
+DatabaseAnswer Probe(const CQXDB::QXDataSource& dataSource);
+
+}  // namespace CQXSERVER

@@ -1,0 +1,85 @@
+#include "server/listener.h"
+
+#include <array>
+#include <utility>
+
+#include <ace/INET_Addr.h>
+#include <ace/OS_NS_errno.h>
+#include <ace/OS_NS_string.h>
+#include <ace/Reactor.h>
+
+#include "server/log.h"
+#include "server/server_error.h"
+
+namespace CQXSERVER {
+namespace {
+
+constexpr int kBacklog = 511;
+constexpr int kAcceptsPerEvent = 64;  ///< then the connections get their turn
+
+std::string HostText(const ACE_INET_Addr& address) {
+    std::array<char, 64> text{};
+    const char* const found = address.get_host_addr(text.data(), static_cast<int>(text.size()));
+    return found != nullptr ? found : "unknown";
+}
+
+}  // namespace
+
+Listener::Listener(const std::string& address, ACE_Reactor& newReactor, OnAccept onAccept)
+    : onAccept_(std::move(onAccept)) {
+    constexpr int kReuseAddress = 1;
+    ACE_INET_Addr local;
+    if (address.rfind(':') == std::string::npos || local.set(address.c_str()) == -1) {
+        throw OperatorError("'" + address + "' is no address to listen on: use HOST:PORT");
+    }
+    if (acceptor_.open(local, kReuseAddress, local.get_type(), kBacklog) == -1 ||
+        acceptor_.enable(ACE_NONBLOCK) == -1) {
+        throw OperatorError("can't listen on " + address + ": " +
+                            ACE_OS::strerror(ACE_OS::last_error()));
+    }
+    reactor(&newReactor);
+    if (newReactor.register_handler(this, ACE_Event_Handler::ACCEPT_MASK) == -1) {
+        acceptor_.close();
+        throw OperatorError("can't watch the listening socket");
+    }
+}
+
+Listener::~Listener() {
+    reactor()->remove_handler(this, ACE_Event_Handler::ACCEPT_MASK | ACE_Event_Handler::DONT_CALL);
+    acceptor_.close();
+}
+
+std::uint16_t Listener::Port() const {
+    ACE_INET_Addr local;
+    acceptor_.get_local_addr(local);
+    return local.get_port_number();
+}
+
+void Listener::Resume() {
+    if (paused_) {
+        paused_ = false;
+        reactor()->mask_ops(this, ACE_Event_Handler::ACCEPT_MASK, ACE_Reactor::SET_MASK);
+    }
+}
+
+int Listener::handle_input(ACE_HANDLE) {
+    for (int i = 0; i < kAcceptsPerEvent; ++i) {
+        ACE_SOCK_Stream peer;
+        ACE_INET_Addr remote;
+        if (acceptor_.accept(peer, &remote) == 0) {
+            onAccept_(peer, HostText(remote));
+            continue;
+        }
+        const int error = ACE_OS::last_error();
+        if (error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM) {
+            // The waiting connection stays readable: without a pause this would spin.
+            LogError("can't accept connections: ", ACE_OS::strerror(error));
+            paused_ = true;
+            reactor()->mask_ops(this, ACE_Event_Handler::EXCEPT_MASK, ACE_Reactor::SET_MASK);
+        }
+        break;
+    }
+    return 0;
+}
+
+}  // namespace CQXSERVER

@@ -1,0 +1,50 @@
+// The server's log. Never given passwords, tokens, statements or URLs.
+#pragma once
+
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include <Poco/Logger.h>
+#include <Poco/Message.h>
+
+namespace CQXSERVER {
+
+/// Sends the log to standard error: time in UTC, level, text. Until then nothing is logged.
+void StartLog(const std::string& level);
+/// fatal, critical, error, warning, notice, information, debug, trace or none.
+bool IsLogLevel(const std::string& level);
+
+Poco::Logger& ServerLog();
+
+/// What a client sent, made fit for a line of the log: control characters become '?'.
+std::string Printable(std::string_view utf8);
+
+/// Writes the parts one behind the other as one line. Thread-safe.
+template <class... Parts>
+void LogAt(Poco::Message::Priority level, const Parts&... parts) {
+    Poco::Logger& log = ServerLog();
+    if (log.is(level)) {
+        std::ostringstream line;
+        (line << ... << parts);
+        log.log(Poco::Message(log.name(), line.str(), level));
+    }
+}
+template <class... Parts>
+void LogError(const Parts&... parts) {
+    LogAt(Poco::Message::PRIO_ERROR, parts...);
+}
+template <class... Parts>
+void LogWarning(const Parts&... parts) {
+    LogAt(Poco::Message::PRIO_WARNING, parts...);
+}
+template <class... Parts>
+void LogInformation(const Parts&... parts) {
+    LogAt(Poco::Message::PRIO_INFORMATION, parts...);
+}
+template <class... Parts>
+void LogDebug(const Parts&... parts) {
+    LogAt(Poco::Message::PRIO_DEBUG, parts...);
+}
+
+}  // namespace CQXSERVER

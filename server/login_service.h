@@ -1,0 +1,64 @@
+// Who may come in.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "messages/session_records.h"
+#include "server/account_store.h"
+#include "server/database_registry.h"
+#include "server/login_throttle.h"
+#include "server/request.h"
+#include "server/session_table.h"
+
+namespace CQXSERVER {
+
+/// What a login string says: "user|~|password", and maybe "|~|database".
+struct Credentials {
+    std::string user;
+    std::string password;
+    std::string database;  ///< "" when not named
+
+    static std::optional<Credentials> Parse(const std::wstring& login);
+};
+
+/// Serves logins. Checking a password takes about 0.1 s of a core, so its thread should do nothing
+/// else. Thread-safe; everything it is given is borrowed.
+class LoginService {
+  public:
+    LoginService(AccountStore& accounts, SessionTable& sessions, LoginThrottle& throttle,
+                 const DatabaseRegistry& databases, const ReplyEncoder& encoder);
+
+    /// A session reply under the request's own code, a refused login's too, maybe after a wait.
+    Outcome Login(const Request& request, const std::wstring& login);
+
+    /// The account of a session. Throws RequestRefused when it is no longer what logged in.
+    Account AccountOf(const Session& session);
+
+  private:
+    struct Attempt {
+        std::uint32_t code;
+        bool enciphered;
+        ConnectionId connection;
+        std::string address;
+        std::string oldToken;
+        Credentials credentials;
+    };
+
+    Outcome Check(const Attempt& attempt);
+    CQXBASE::QXSesInfo Admit(const Attempt& attempt);
+    Account Authenticate(const Attempt& attempt);
+    std::wstring Info(const Attempt& attempt, const Account& account) const;
+    Outcome Reply(const Attempt& attempt, CQXBASE::QXSesInfo record) const;
+    Outcome Refuse(const Attempt& attempt, ServerError error) const;
+
+    AccountStore& accounts_;
+    SessionTable& sessions_;
+    LoginThrottle& throttle_;
+    const DatabaseRegistry& databases_;
+    const ReplyEncoder& encoder_;
+    /// Checked for unknown users, who then take as long as known ones.
+    const std::string nobodysHash_;
+};
+
+}  // namespace CQXSERVER

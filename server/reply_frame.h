@@ -1,0 +1,48 @@
+// A reply on its way to a client.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include <qxdb/QXIOBase.h>
+
+#include "server/byte_budget.h"
+#include "server/server_error.h"
+#include "transport/frame.h"
+#include "transport/frame_cipher.h"
+
+namespace CQXSERVER {
+
+struct ReplyFrame {
+    CQXBASE::FrameHeaderBytes header;
+    std::string body;
+    ByteLease lease;  ///< for `body`
+
+    std::size_t Size() const noexcept { return header.size() + body.size(); }
+};
+
+/// Makes the replies of all connections. Thread-safe.
+class ReplyEncoder {
+  public:
+    /// `budget` is borrowed. Throws Poco::Exception when OpenSSL lacks the cipher.
+    explicit ReplyEncoder(ByteBudget& budget) : budget_(&budget) {}
+
+    /// `record` under `code`, enciphered when that is wanted and the body is not over the length up
+    /// to which bodies travel so. A record that is too long to be sent, or for the buffers that are
+    /// left, makes an error reply instead.
+    ReplyFrame Encode(std::uint32_t code, CQXBASE::QXIOBase& record, bool encipher) const;
+
+    ReplyFrame EncodeError(ServerError error, bool encipher) const;
+    ReplyFrame EncodeError(long code, const std::wstring& text, bool encipher) const;
+
+    const CQXBASE::FrameCipher& Cipher() const noexcept { return cipher_; }
+
+  private:
+    ReplyFrame Frame(std::uint32_t code, std::string body, bool encipher, ByteLease lease) const;
+
+    ByteBudget* budget_;
+    CQXBASE::FrameCipher cipher_;
+};
+
+}  // namespace CQXSERVER

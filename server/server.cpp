@@ -1,0 +1,197 @@
+#include "server/server.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+#include "platform/server_reactor.h"
+#include "platform/stop_signals.h"
+#include "server/log.h"
+#include "server/request_handler.h"
+
+namespace CQXSERVER {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr std::size_t kScratchBytes = 64 * kKiB;
+constexpr std::size_t kRejectedAtOnce = 64;  ///< connections beyond these are closed without a word
+/// Descriptors for the listener, files, database connections and connections being rejected.
+constexpr std::size_t kOtherHandles = 512;
+constexpr unsigned kFewestWorkers = 8;
+
+unsigned WorkerCount(unsigned wanted) {
+    return wanted != 0 ? wanted : std::max(kFewestWorkers, 2 * std::thread::hardware_concurrency());
+}
+
+/// Keeps the number of connections below what the system lets the process open.
+ServerOptions FitToSystem(ServerOptions options) {
+    const std::size_t allowed = CQXBASE::platform::RaiseHandleLimit();
+    const std::size_t usable = allowed > 2 * kOtherHandles ? allowed - kOtherHandles : allowed / 2;
+    if (options.limits.maxConnections > usable) {
+        LogWarning("the system allows ", allowed, " descriptors: at most ", usable,
+                   " connections instead of ", options.limits.maxConnections);
+        options.limits.maxConnections = usable;
+    }
+    return options;
+}
+
+/// Often enough that no time limit is overrun by more than a quarter.
+milliseconds TickInterval(const Limits& limits) {
+    const milliseconds shortest =
+        std::min({limits.loginTimeout, limits.idleTimeout, limits.requestTimeout});
+    return std::clamp(shortest / 4, milliseconds(5), milliseconds(1000));
+}
+
+}  // namespace
+
+Server::Server(ServerOptions options, Clock clock)
+    : options_(FitToSystem(std::move(options))),
+      clock_(std::move(clock)),
+      services_(options_, clock_),
+      loop_(options_.limits.maxConnections + kOtherHandles),
+      scratch_(kScratchBytes, '\0'),
+      workers_(WorkerCount(options_.workers)),
+      loginWorkers_(std::max(1U, options_.loginWorkers)) {
+    CQXBASE::platform::IgnoreBrokenPipes();
+    listener_ = std::make_unique<Listener>(
+        options_.listen, loop_.Reactor(),
+        [this](const ACE_SOCK_Stream& peer, const std::string& address) { Accept(peer, address); });
+    port_ = listener_->Port();
+    Tick();
+}
+
+Server::~Server() {
+    listener_.reset();
+    for (Connection* const each : AllConnections()) {
+        each->Close();
+    }
+}
+
+std::size_t Server::Run() {
+    while (!Finished()) {
+        loop_.RunOnce();
+        retired_.clear();
+    }
+    return stats_.running;
+}
+
+void Server::Stop() {
+    loop_.Post([this] { BeginStop(); });
+}
+
+void Server::LogStatistics() const {
+    LogAt(Poco::Message::PRIO_NOTICE, "connections: ", stats_.open, " open, ", stats_.accepted,
+          " accepted, ", stats_.refused, " refused, ", stats_.timedOut,
+          " timed out; sessions: ", services_.sessions.Count(), "; requests: ", stats_.running,
+          " running, ", stats_.requests, " in all");
+}
+
+void Server::Submit(Request request) {
+    const auto shared = std::make_shared<Request>(std::move(request));
+    ++stats_.requests;
+    ++stats_.running;
+    WorkerPool& pool = RequestHandler::IsLogin(shared->Code()) ? loginWorkers_ : workers_;
+    pool.Submit([this, shared] { Deliver(shared, services_.handler.Handle(*shared)); });
+}
+
+/// Brings an outcome from a worker's thread to the loop's.
+void Server::Deliver(const std::shared_ptr<Request>& request, Outcome outcome) {
+    const auto shared = std::make_shared<Outcome>(std::move(outcome));
+    loop_.Post([this, request, shared] { Complete(request, std::move(*shared)); });
+}
+
+void Server::Complete(const std::shared_ptr<Request>& request, Outcome outcome) {
+    if (outcome.later) {
+        loop_.At(SteadyNow() + outcome.wait, [this, request, later = std::move(outcome.later)] {
+            loginWorkers_.Submit([this, request, later] {
+                Deliver(request, services_.handler.Resume(*request, later));
+            });
+        });
+        return;
+    }
+    --stats_.running;
+    const auto found = connections_.find(request->connection);
+    if (found != connections_.end()) {
+        found->second->Finish(std::move(outcome));
+    }
+}
+
+void Server::Retire(ConnectionId id) {
+    for (Connections* const each : {&connections_, &rejected_}) {
+        const auto found = each->find(id);
+        if (found != each->end()) {
+            LogDebug("connection ", id, ": closed");
+            retired_.push_back(std::move(found->second));
+            each->erase(found);
+        }
+    }
+    stats_.open = connections_.size();
+}
+
+ReplyFrame Server::ErrorReply(ServerError error, bool enciphered) const {
+    return services_.encoder.EncodeError(error, enciphered);
+}
+
+void Server::Accept(const ACE_SOCK_Stream& peer, const std::string& address) {
+    const ConnectionId id = ++lastId_;
+    const bool full = connections_.size() >= options_.limits.maxConnections;
+    ConnectionHost& host = *this;
+    auto connection = std::make_unique<Connection>(id, peer, address, host);
+    Connection& opened = *connection;
+    ++stats_.accepted;
+    stats_.refused += full ? 1 : 0;
+    if (full && rejected_.size() >= kRejectedAtOnce) {
+        return;
+    }
+    LogDebug("connection ", id, ": from ", address, full ? ", one too many" : "");
+    (full ? rejected_ : connections_).emplace(id, std::move(connection));
+    if (opened.Open(loop_.Reactor()) && full) {
+        opened.Reject(ServerError::TooManyConnections);
+    }
+    stats_.open = connections_.size();
+}
+
+void Server::Tick() {
+    const TimePoint now = Now();
+    for (Connection* const each : AllConnections()) {
+        if (each->CloseIfLate(now)) {
+            ++stats_.timedOut;
+        }
+    }
+    if (listener_ != nullptr) {
+        listener_->Resume();
+    }
+    loop_.At(SteadyNow() + TickInterval(options_.limits), [this] { Tick(); });
+}
+
+void Server::BeginStop() {
+    if (stopping_) {
+        return;
+    }
+    stopping_ = true;
+    listener_.reset();
+    graceEnd_ = SteadyNow() + options_.limits.graceTimeout;
+    loop_.At(graceEnd_, [] {});
+    for (Connection* const each : AllConnections()) {
+        each->CloseUnlessBusy();
+    }
+    LogAt(Poco::Message::PRIO_NOTICE, "stopping; requests still running: ", stats_.running);
+}
+
+bool Server::Finished() const {
+    const bool idle = connections_.empty() && stats_.running == 0;
+    return stopping_ && (idle || SteadyNow() >= graceEnd_);
+}
+
+std::vector<Connection*> Server::AllConnections() const {
+    std::vector<Connection*> all;
+    for (const Connections* const table : {&connections_, &rejected_}) {
+        for (const auto& [id, connection] : *table) {
+            all.push_back(connection.get());
+        }
+    }
+    return all;
+}
+
+}  // namespace CQXSERVER

@@ -1,0 +1,84 @@
+// The application server.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "server/clock.h"
+#include "server/connection.h"
+#include "server/event_loop.h"
+#include "server/listener.h"
+#include "server/server_options.h"
+#include "server/server_stats.h"
+#include "server/services.h"
+#include "server/worker_pool.h"
+
+namespace CQXSERVER {
+
+/// One thread moves bytes for all connections; workers do everything that takes time.
+class Server : private ConnectionHost {
+  public:
+    /// Listens when it returns. Throws OperatorError. `clock` serves all time limits but the waits
+    /// themselves.
+    explicit Server(ServerOptions options, Clock clock = SteadyNow);
+    ~Server() override;
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    std::uint16_t Port() const noexcept { return port_; }
+
+    /// Serves until Stop was called and what was under way is done, or the grace time is over.
+    /// Returns the number of requests that were then still running; the destructor waits for them.
+    std::size_t Run();
+
+    // From any thread, before and during Run.
+    /// Refuses new connections and closes the idle ones; running requests are answered.
+    void Stop();
+    void LogStatistics() const;
+    const ServerStats& Stats() const noexcept { return stats_; }
+    AccountStore& Accounts() noexcept { return services_.accounts; }
+
+  private:
+    using Connections = std::unordered_map<ConnectionId, std::unique_ptr<Connection>>;
+
+    void Submit(Request request) override;
+    void Retire(ConnectionId id) override;
+    ReplyFrame ErrorReply(ServerError error, bool enciphered) const override;
+    TimePoint Now() const override { return clock_(); }
+    const Limits& GetLimits() const override { return options_.limits; }
+    ByteBudget& Buffers() override { return services_.buffers; }
+    std::string& Scratch() override { return scratch_; }
+    bool Stopping() const override { return stopping_; }
+
+    void Accept(const ACE_SOCK_Stream& peer, const std::string& address);
+    void Deliver(const std::shared_ptr<Request>& request, Outcome outcome);
+    void Complete(const std::shared_ptr<Request>& request, Outcome outcome);
+    void Tick();
+    void BeginStop();
+    bool Finished() const;
+    std::vector<Connection*> AllConnections() const;
+
+    const ServerOptions options_;
+    const Clock clock_;
+    ServerStats stats_;
+    Services services_;
+    EventLoop loop_;
+    std::string scratch_;
+    Connections connections_;
+    Connections rejected_;  ///< over the limit, being told so
+    std::vector<std::unique_ptr<Connection>> retired_;
+    ConnectionId lastId_ = 0;
+    bool stopping_ = false;
+    TimePoint graceEnd_;
+    std::unique_ptr<Listener> listener_;
+    std::uint16_t port_ = 0;
+    // The last members, so that their threads end before what they use.
+    WorkerPool workers_;
+    WorkerPool loginWorkers_;
+};
+
+}  // namespace CQXSERVER

@@ -1,0 +1,70 @@
+#include "server/services.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "server/database_work.h"
+#include "server/log.h"
+#include "server/server_error.h"
+#include "util/text.h"
+
+namespace CQXSERVER {
+namespace {
+
+namespace fs = std::filesystem;
+
+void MakeDataDir(const std::string& dataDir) {
+    if (dataDir.empty()) {
+        throw OperatorError("no data folder given: use --data DIR");
+    }
+    const fs::path path = fs::u8path(dataDir);
+    std::error_code error;
+    if (fs::create_directories(path, error)) {
+        fs::permissions(path, fs::perms::owner_all, error);
+    }
+    if (error || !fs::is_directory(path)) {
+        throw OperatorError("can't make the data folder " + dataDir +
+                            (error ? ": " + error.message() : std::string()));
+    }
+}
+
+void AddDatabases(DatabaseRegistry& registry, const ServerOptions& options) {
+    for (const auto& [name, url] : options.databases) {
+        registry.Add(name, url);
+    }
+    if (options.databases.empty()) {
+        CQXDB::QXDataSource usual;
+        usual.database = CQXBASE::Utf8ToWide((fs::u8path(options.dataDir) / "main.db").u8string());
+        registry.Add("main", usual);
+    }
+    for (const auto& [name, dataSource] : registry.All()) {
+        const DatabaseAnswer answer = Probe(dataSource);
+        if (answer.code != 0) {
+            LogWarning("database '", name,
+                       "' can't be reached now: ", Printable(CQXBASE::WideToUtf8(answer.text)),
+                       " (", answer.code, ")");
+        }
+    }
+}
+
+}  // namespace
+
+std::string AccountStorePath(const std::string& dataDir) {
+    MakeDataDir(dataDir);
+    return (fs::u8path(dataDir) / "accounts.db").u8string();
+}
+
+Services::Services(const ServerOptions& options, const Clock& clock)
+    : buffers(options.limits.maxBufferedBytes),
+      encoder(buffers),
+      accounts(AccountStorePath(options.dataDir)),
+      databases(options.allowClientDataSources),
+      sessions(options.limits, clock),
+      throttle(clock),
+      logins(accounts, sessions, throttle, databases, encoder),
+      commands(logins, sessions, databases, encoder, options.limits.maxResultBytes),
+      handler(logins, commands, sessions, encoder) {
+    AddDatabases(databases, options);
+}
+
+}  // namespace CQXSERVER

@@ -1,0 +1,206 @@
+// Commands, queries and batches, as a client sees them.
+#include <gtest/gtest.h>
+
+#include "messages/type_codes.h"
+#include "tests/server/test_server.h"
+#include "transport/frame.h"
+#include "util/text.h"
+
+namespace qxdb_test {
+namespace {
+
+using namespace CQXBASE;
+using CQXDB::QXCommand;
+using CQXDB::QXCommandList;
+using CQXDB::QXRecordset;
+using CQXDB::QXValue;
+using CQXSERVER::ServerError;
+
+class CommandTest : public testing::Test {
+  protected:
+    TestServer server_;
+    RawClient client_ = server_.LoggedIn();
+};
+
+TEST_F(CommandTest, EachKindIsAnsweredUnderItsOwnCode) {
+    const Reply made = client_.Execute(L"CREATE TABLE t(n INTEGER, s TEXT)");
+    EXPECT_EQ(made.code, kExecute);
+    EXPECT_EQ(made.Status().code, 0U);
+
+    QXCommandList inserts = client_.List({L"INSERT INTO t VALUES (1, 'eins')"});
+    QXCommand bound(L"INSERT INTO t VALUES (?, ?)");
+    bound.AddParam(QXValue::Int64(2));
+    bound.AddParam(QXValue::Text(L"zwei \U0001F600"));
+    inserts.Add(bound);
+    EXPECT_EQ(client_.Call(kExecuteList, inserts).code, kExecuteList);
+
+    QXCommand select = client_.Command(L"SELECT n, s FROM t ORDER BY n");
+    const Reply rows = client_.Call(kQuery, select);
+    ASSERT_EQ(rows.code, kQuery);
+    EXPECT_EQ(rows.Recordset().RowCount(), 2U);
+    EXPECT_EQ(rows.Recordset().GetText(1, 1), L"zwei \U0001F600");
+
+    QXCommandList list = client_.List({L"UPDATE t SET n = n * 10", L"SELECT sum(n) FROM t"});
+    const Reply last = client_.Call(kQueryList, list);
+    ASSERT_EQ(last.code, kQueryList);
+    EXPECT_EQ(last.Recordset().GetInt64(0, 0), 30);
+
+    QXCommandList batch = client_.List({L"SELECT 1", L"SELECT n FROM t"});
+    const Reply results = client_.Call(kBatchQuery, batch);
+    ASSERT_EQ(results.code, kBatchQuery);
+    ASSERT_EQ(results.ResultList().Count(), 2U);
+    EXPECT_EQ(results.ResultList().At(1).RowCount(), 2U);
+}
+
+TEST_F(CommandTest, TheReplyIsEncipheredWhenTheRequestWas) {
+    QXCommand select = client_.Command(L"SELECT 7");
+    QXCommand broken = client_.Command(L"SELEKT 7");
+    for (const bool encipher : {true, false}) {
+        EXPECT_EQ(client_.Call(kQuery, select, encipher).enciphered, encipher);
+        EXPECT_EQ(client_.Call(kQuery, broken, encipher).enciphered, encipher);
+    }
+}
+
+TEST_F(CommandTest, APageIsWhatTheCommandAsksFor) {
+    QXCommand numbers = client_.Command(
+        L"WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM c WHERE n < 10) SELECT n "
+        L"FROM c");
+    numbers.SetPageSize(3);
+    numbers.SetPageNo(2);
+    const QXRecordset page = client_.Call(kQuery, numbers).Recordset();
+    ASSERT_EQ(page.RowCount(), 3U);
+    EXPECT_EQ(page.GetInt64(0, 0), 4);
+    QXCommandList list = client_.List({numbers.Text()});
+    list.SetPageSize(4);
+    list.SetPageNo(3);
+    const QXRecordset last = client_.Call(kQueryList, list).Recordset();
+    ASSERT_EQ(last.RowCount(), 2U);
+    EXPECT_EQ(last.GetInt64(0, 0), 9);
+}
+
+TEST_F(CommandTest, AFailedStatementGivesTheDatabasesOwnWords) {
+    const Reply reply = client_.Execute(L"INSERT INTO missing VALUES (1)");
+    EXPECT_EQ(reply.code, kErrorReply);
+    EXPECT_GT(reply.Error(), 0);
+    EXPECT_NE(reply.Status().text.find(L"no such table: missing"), std::wstring::npos);
+    EXPECT_EQ(client_.Number(L"SELECT 5"), 5);
+}
+
+TEST_F(CommandTest, AListIsAllOrNothing) {
+    client_.Execute(L"CREATE TABLE t(n INTEGER PRIMARY KEY)");
+    QXCommandList list = client_.List({L"INSERT INTO t VALUES (1)", L"INSERT INTO t VALUES (1)"});
+    for (const std::uint32_t code : {kExecuteList, kQueryList, kBatchQuery}) {
+        EXPECT_EQ(client_.Call(code, list).code, kErrorReply);
+        EXPECT_EQ(client_.Number(L"SELECT count(*) FROM t"), 0);
+    }
+}
+
+TEST_F(CommandTest, RequestsThatAreNoneLeaveTheConnectionUsable) {
+    QXCommand command = client_.Command(L"SELECT 1");
+    QXOneString text(L"x");
+    QXSimpleMsg status(L"", 0);
+    for (const std::uint32_t code : {0U, 9U, 19U, 27U, 31U, 32U, 34U, 40U, 0xffffffffU}) {
+        EXPECT_EQ(client_.Call(code, status).Error(), Number(ServerError::UnknownRequest)) << code;
+    }
+    EXPECT_EQ(client_.Call(kOtpData, text).Error(), Number(ServerError::NotSupported));
+    EXPECT_EQ(client_.Call(kOneString, text).Error(), Number(ServerError::NotSupported));
+    EXPECT_EQ(client_.Call(kQueryList, text).Error(), Number(ServerError::UndecodableBody));
+    for (const bool encipher : {true, false}) {
+        for (const std::string& body :
+             {std::string(), std::string(3, '\1'), std::string(100, '\xff')}) {
+            client_.SendBytes(MakeFrame(kQuery, body, encipher && !body.empty()));
+            EXPECT_EQ(client_.Receive().Error(), Number(ServerError::UndecodableBody));
+        }
+    }
+    EXPECT_EQ(client_.Number(L"SELECT 6"), 6);
+}
+
+TEST_F(CommandTest, ABodyThatIsNoCiphertextIsToldSo) {
+    CQXBASE::FrameHeader header;
+    header.typeCode = kHandshake;
+    const auto send = [&](std::string body, std::uint32_t plainLength) {
+        header.bodyLength = static_cast<std::uint32_t>(body.size());
+        header.plainLength = plainLength;
+        const FrameHeaderBytes bytes = EncodeFrameHeader(header);
+        client_.SendBytes(std::string(bytes.data(), bytes.size()) + body);
+        return client_.Receive().Error();
+    };
+    const std::int32_t refused = Number(ServerError::UndecipherableBody);
+    EXPECT_EQ(send(std::string(32, 'x'), 20), refused);
+    EXPECT_EQ(send(std::string(15, 'x'), 8), refused);
+    EXPECT_EQ(send(std::string(), 8), refused);
+    EXPECT_EQ(send(Encipher(std::string(8, '\0')), 9), refused);
+    EXPECT_EQ(send(Encipher(std::string(8, '\0')), 0xffffffff), refused);
+    EXPECT_EQ(send(Encipher(std::string(8, '\0')), 8), 0);
+}
+
+TEST_F(CommandTest, ABigEndianFrameIsRead) {
+    const std::string login = "bob|~|hunter2";
+    server_.AddUser("bob", "hunter2");
+    std::string body{0, 0, 0, static_cast<char>(login.size())};
+    for (const char unit : login) {
+        body += {'\0', unit};
+    }
+    CQXBASE::FrameHeader header;
+    header.littleEndian = false;
+    header.typeCode = kLogin;
+    header.bodyLength = static_cast<std::uint32_t>(body.size());
+    const FrameHeaderBytes bytes = EncodeFrameHeader(header);
+    client_.SendBytes(std::string(bytes.data(), bytes.size()) + body);
+    EXPECT_EQ(client_.Receive().Error(), 0);
+}
+
+class DatabaseChoiceTest : public testing::TestWithParam<bool> {
+  protected:
+    static void Configure(CQXSERVER::ServerOptions& options) {
+        options.allowClientDataSources = GetParam();
+        options.databases = {{"sales", "sqlite:" + options.dataDir + "/sales.db"},
+                             {"stock", "sqlite:" + options.dataDir + "/stock.db"}};
+    }
+    /// The error of a query stamped with `dataSource`.
+    std::int32_t ErrorWith(const CQXDB::QXDataSource& dataSource) {
+        QXCommand command(L"SELECT 1");
+        command.SetToken(client_.token);
+        command.SetSysDataSrc(dataSource);
+        return client_.Call(kQuery, command).Error();
+    }
+
+    TestServer server_{Configure};
+    RawClient client_ = server_.LoggedIn();
+};
+
+TEST_P(DatabaseChoiceTest, ANameChoosesAmongTheServersOwn) {
+    QXCommand onStock = client_.Command(L"CREATE TABLE only_in_stock(n)", L"stock");
+    EXPECT_EQ(client_.Call(kExecute, onStock).Error(), 0);
+    EXPECT_NE(client_.Execute(L"SELECT * FROM only_in_stock").Error(), 0);
+    client_.Login(L"ann", L"secret", L"stock");
+    EXPECT_EQ(client_.Execute(L"SELECT * FROM only_in_stock").Error(), 0);
+    QXCommand onSales = client_.Command(L"SELECT * FROM only_in_stock", L"sales");
+    EXPECT_NE(client_.Call(kExecute, onSales).Error(), 0);
+}
+
+TEST_P(DatabaseChoiceTest, AClientsOwnDescriptionNeedsLeave) {
+    CQXDB::QXDataSource own;
+    own.database = CQXBASE::Utf8ToWide(server_.Folder().File("clients.db"));
+    const std::int32_t expected = GetParam() ? 0 : Number(ServerError::UnknownDatabase);
+    EXPECT_EQ(ErrorWith(own), expected);
+    own.type = CQXDB::CQXDB_DS_SQLITE;
+    EXPECT_EQ(ErrorWith(own), expected);
+    server_.AddUser("bob", "hunter2", {"sales"});
+    client_.Login(L"bob", L"hunter2");
+    EXPECT_EQ(ErrorWith(own), GetParam() ? Number(ServerError::ForbiddenDatabase) : expected);
+}
+
+TEST_P(DatabaseChoiceTest, ADescriptionThatNamesAServersDatabaseStaysOutsideWithoutLeave) {
+    CQXDB::QXDataSource own;
+    own.type = CQXDB::CQXDB_DS_POSTGRESQL;
+    own.server = L"127.0.0.1";
+    own.port = 1;
+    own.database = L"sales";
+    EXPECT_EQ(ErrorWith(own) == 0, !GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutLeave, DatabaseChoiceTest, testing::Bool());
+
+}  // namespace
+}  // namespace qxdb_test

@@ -1,0 +1,215 @@
+// Clients that are slow, silent, dead or out of their mind.
+#include <filesystem>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "messages/type_codes.h"
+#include "tests/server/test_server.h"
+#include "transport/frame.h"
+
+namespace qxdb_test {
+namespace {
+
+using namespace CQXBASE;
+using namespace CQXSERVER;
+using namespace std::chrono_literals;
+
+std::string HeaderClaiming(std::uint32_t bodyLength) {
+    FrameHeader header;
+    header.typeCode = kLogin;
+    header.bodyLength = bodyLength;
+    const FrameHeaderBytes bytes = EncodeFrameHeader(header);
+    return {bytes.data(), bytes.size()};
+}
+
+/// Open descriptors of this process; 0 where the system doesn't list them.
+std::size_t OpenDescriptors() {
+    std::error_code error;
+    const std::filesystem::directory_iterator entries("/proc/self/fd", error);
+    return error ? 0 : static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+CQXDB::QXCommand BigQuery(const RawClient& client, int megabytes) {
+    return client.Command(L"SELECT randomblob(" + std::to_wstring(megabytes) + L" * 1048576)");
+}
+
+TEST(HostilePeer, ManyThatSendAByteAndStallHoldNobodyUp) {
+    TestServer server;
+    std::vector<RawClient> stalled;
+    for (int i = 0; i < 50; ++i) {
+        stalled.push_back(server.Connect());
+        stalled.back().SendBytes(i % 2 == 0 ? std::string("\1") : HeaderClaiming(1000) + "x");
+    }
+    RawClient client = server.LoggedIn();
+    EXPECT_EQ(client.Number(L"SELECT 1"), 1);
+}
+
+TEST(HostilePeer, DeathInTheMiddleOfAFrameLeavesNothingBehind) {
+    TestServer server;
+    { server.LoggedIn().Number(L"SELECT 1"); }
+    ASSERT_TRUE(Eventually([&] { return server.Get().Stats().open == 0; }));
+    const std::size_t before = OpenDescriptors();
+    const std::string frame = MakeFrame(kHandshake, std::string(8, '\0'));
+    for (std::size_t cut = 0; cut < frame.size(); ++cut) {
+        RawClient client = server.Connect();
+        client.SendBytes(frame.substr(0, cut));
+        client.Close(cut % 2 == 0);
+    }
+    EXPECT_TRUE(Eventually([&] { return server.Get().Stats().accepted == frame.size() + 1; }));
+    EXPECT_TRUE(Eventually([&] { return server.Get().Stats().open == 0; }));
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST(HostilePeer, DeathDuringARequestLetsTheRequestEnd) {
+    TestServer server;
+    RawClient client = server.LoggedIn();
+    client.Execute(L"CREATE TABLE t(n)");
+    for (const bool hard : {true, false}) {
+        RawClient dying = server.LoggedIn();
+        const std::uint64_t before = server.Get().Stats().requests;
+        CQXDB::QXCommand insert = dying.Command(L"INSERT INTO t VALUES (1)");
+        dying.Send(kExecute, insert);
+        ASSERT_TRUE(Eventually([&] { return server.Get().Stats().requests > before; }));
+        dying.Close(hard);
+    }
+    EXPECT_TRUE(Eventually([&] { return server.Get().Stats().running == 0; }));
+    EXPECT_EQ(client.Number(L"SELECT count(*) FROM t"), 2);
+}
+
+TEST(HostilePeer, AnOversizedBodyIsRefusedBeforeItIsRead) {
+    TestServer server([](ServerOptions& options) { options.limits.maxFrameBytes = 1000; });
+    RawClient client = server.Connect();
+    client.SendBytes(HeaderClaiming(1001));
+    EXPECT_EQ(client.Receive().Error(), Number(ServerError::FrameTooLarge));
+    EXPECT_TRUE(client.AtEnd());
+}
+
+TEST(HostilePeer, TheRefusalReachesAClientThatSendsEverythingFirst) {
+    TestServer server([](ServerOptions& options) { options.limits.maxFrameBytes = 1000; });
+    RawClient client = server.Connect();
+    const std::string body(16 * kMiB, 'x');
+    client.SendBytes(HeaderClaiming(static_cast<std::uint32_t>(body.size())) + body);
+    EXPECT_EQ(client.Receive().Error(), Number(ServerError::FrameTooLarge));
+}
+
+TEST(HostilePeer, TimeLimitsCloseTheSilentAndTheSlow) {
+    struct Case {
+        const char* name;
+        void (*shorten)(Limits&);
+        void (*act)(RawClient&);
+    };
+    const Case cases[] = {
+        {"silent before a login", [](Limits& limits) { limits.loginTimeout = 50ms; },
+         [](RawClient&) {}},
+        {"silent after a login", [](Limits& limits) { limits.idleTimeout = 50ms; },
+         [](RawClient& client) { client.Login(L"ann", L"secret"); }},
+        {"half a header", [](Limits& limits) { limits.requestTimeout = 50ms; },
+         [](RawClient& client) { client.SendBytes(HeaderClaiming(10).substr(0, 7)); }},
+        {"half a body", [](Limits& limits) { limits.requestTimeout = 50ms; },
+         [](RawClient& client) { client.SendBytes(HeaderClaiming(10) + "half"); }},
+    };
+    for (const Case& each : cases) {
+        TestServer server([&](ServerOptions& options) { each.shorten(options.limits); });
+        RawClient client = server.Connect();
+        each.act(client);
+        EXPECT_TRUE(client.AtEnd()) << each.name;
+        EXPECT_TRUE(Eventually([&] { return server.Get().Stats().timedOut == 1; })) << each.name;
+    }
+}
+
+TEST(HostilePeer, OneThatDoesNotReadItsReplyHoldsNobodyUp) {
+    TestServer server([](ServerOptions& options) {
+        options.limits.requestTimeout = 300ms;
+        options.limits.minBytesPerSecond = 1024 * kMiB;
+        options.limits.maxBufferedBytes = 40 * kMiB;
+    });
+    RawClient greedy = server.LoggedIn();
+    CQXDB::QXCommand big = BigQuery(greedy, 32);
+    greedy.Send(kQuery, big, false);
+    RawClient client = server.LoggedIn();
+    EXPECT_EQ(client.Number(L"SELECT 1"), 1);
+    EXPECT_TRUE(Eventually([&] { return server.Get().Stats().timedOut == 1; }));
+    EXPECT_EQ(client.Call(kQuery, big, false).code, kQuery) << "its buffer was not given back";
+}
+
+TEST(HostilePeer, RequestsSentAheadAreServedInOrder) {
+    TestServer server;
+    RawClient client = server.LoggedIn();
+    std::string stream;
+    for (int i = 0; i < 200; ++i) {
+        CQXDB::QXCommand command = client.Command(L"SELECT " + std::to_wstring(i));
+        stream += MakeFrame(kQuery, EncodeRecord(command), i % 2 == 0);
+    }
+    client.SendBytes(stream);
+    client.FinishSending();
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_EQ(client.Receive().Recordset().GetInt64(0, 0), i);
+    }
+    EXPECT_TRUE(client.AtEnd());
+}
+
+TEST(HostilePeer, NonsenseNeverStopsTheServer) {
+    TestServer server;
+    std::mt19937 random(20240611);
+    RawClient client = server.LoggedIn();
+    CQXDB::QXCommandList list = client.List({L"SELECT 1", L"SELECT 2"});
+    const std::string good = MakeFrame(kBatchQuery, EncodeRecord(list), false);
+    for (int i = 0; i < 300; ++i) {
+        std::string bytes = good;
+        for (unsigned flips = 1 + random() % 8; flips > 0; --flips) {
+            bytes[random() % bytes.size()] = static_cast<char>(random());
+        }
+        RawClient mad = server.Connect();
+        mad.SendBytes(i % 3 == 0 ? bytes.substr(random() % bytes.size()) : bytes);
+        mad.FinishSending();
+        mad.Close();
+    }
+    RawClient http = server.Connect();
+    http.SendBytes("GET / HTTP/1.1\r\nHost: x\r\n\r\n");
+    EXPECT_TRUE(http.AtEnd());
+    EXPECT_EQ(client.Number(L"SELECT 1"), 1);
+    EXPECT_TRUE(Eventually([&] { return server.Get().Stats().open == 1; }));
+}
+
+TEST(Limits, OneConnectionTooManyIsToldSo) {
+    TestServer server([](ServerOptions& options) { options.limits.maxConnections = 2; });
+    RawClient first = server.LoggedIn();
+    {
+        const RawClient second = server.LoggedIn();
+        RawClient third = server.Connect();
+        EXPECT_EQ(third.Receive().Error(), Number(ServerError::TooManyConnections));
+        EXPECT_TRUE(third.AtEnd());
+    }
+    EXPECT_TRUE(Eventually([&] { return server.Get().Stats().open == 1; }));
+    EXPECT_EQ(server.LoggedIn().Number(L"SELECT 1"), 1);
+    EXPECT_EQ(server.Get().Stats().refused, 1U);
+}
+
+TEST(Limits, AllConnectionsShareOneBoundOnBuffers) {
+    TestServer server([](ServerOptions& options) { options.limits.maxBufferedBytes = 8 * kMiB; });
+    const std::string half = HeaderClaiming(20 * kMiB) + std::string(3 * kMiB, 'x');
+    RawClient first = server.Connect();
+    first.SendBytes(half);
+    RawClient second = server.Connect();
+    second.SendBytes(half);
+    RawClient third = server.Connect();
+    third.SendBytes(half);
+    EXPECT_EQ(third.Receive().Error(), Number(ServerError::OutOfBuffers));
+    first.Close();
+    second.Close();
+    RawClient client = server.LoggedIn();
+    EXPECT_EQ(client.Number(L"SELECT 1"), 1);
+}
+
+TEST(Limits, AResultOverTheLimitIsAnError) {
+    TestServer server([](ServerOptions& options) { options.limits.maxResultBytes = 2 * kMiB; });
+    RawClient client = server.LoggedIn();
+    CQXDB::QXCommand fits = BigQuery(client, 1);
+    EXPECT_EQ(client.Call(kQuery, fits).code, kQuery);
+    CQXDB::QXCommand tooBig = BigQuery(client, 3);
+    EXPECT_EQ(client.Call(kQuery, tooBig).Error(), Number(ServerError::ResultTooLarge));
+}
+
+}  // namespace
+}  // namespace qxdb_test

@@ -1,0 +1,81 @@
+#include "server/login_throttle.h"
+
+#include <gtest/gtest.h>
+
+#include "server/server_error.h"
+#include "tests/server/test_server.h"
+
+namespace CQXSERVER {
+namespace {
+
+using namespace std::chrono_literals;
+using qxdb_test::HandClock;
+
+class LoginThrottleTest : public testing::Test {
+  protected:
+    void Fail(unsigned times, const std::string& account = "ann") {
+        for (unsigned i = 0; i < times; ++i) {
+            throttle_.Failed(account, "10.0.0.1");
+        }
+    }
+    std::chrono::milliseconds Admit(const std::string& account = "ann",
+                                    const std::string& address = "10.0.0.1") {
+        return throttle_.Admit(account, address);
+    }
+
+    HandClock clock_;
+    LoginThrottle throttle_{clock_};
+};
+
+TEST_F(LoginThrottleTest, SlowsTheSixthAttemptOfOneAccountFromOneAddress) {
+    Fail(4);
+    EXPECT_EQ(Admit(), 0ms);
+    Fail(1);
+    EXPECT_EQ(Admit(), 1s);
+    EXPECT_EQ(Admit("bob"), 0ms);
+    EXPECT_EQ(Admit("ann", "10.0.0.2"), 0ms);
+}
+
+TEST_F(LoginThrottleTest, TurnsLieFurtherApartWithEveryFailure) {
+    for (const auto spacing : {1s, 2s, 4s, 4s}) {
+        Fail(spacing == 1s ? 5 : 1);
+        EXPECT_EQ(Admit(), spacing);
+        clock_.Advance(spacing);
+    }
+}
+
+TEST_F(LoginThrottleTest, AttemptsMadeAtOnceQueueUpAndTheQueueIsShort) {
+    Fail(5);
+    EXPECT_EQ(Admit(), 1s);
+    EXPECT_EQ(Admit(), 2s);
+    EXPECT_EQ(Admit(), 3s);
+    EXPECT_EQ(Admit(), 4s);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_THROW(Admit(), RequestRefused);
+    }
+    clock_.Advance(1s);
+    EXPECT_EQ(Admit(), 4s) << "refused attempts took turns";
+}
+
+TEST_F(LoginThrottleTest, SuccessAndTimeForget) {
+    Fail(5);
+    throttle_.Succeeded("ann", "10.0.0.1");
+    EXPECT_EQ(Admit(), 0ms);
+    Fail(5);
+    clock_.Advance(LoginThrottle::kMemory + 1ms);
+    EXPECT_EQ(Admit(), 0ms);
+    Fail(4);
+    EXPECT_EQ(Admit(), 0ms) << "forgotten failures were counted again";
+}
+
+TEST_F(LoginThrottleTest, SlowsAnAddressThatTriesManyAccounts) {
+    for (unsigned i = 0; i < LoginThrottle::kFreeAddressFailures; ++i) {
+        EXPECT_EQ(Admit("user" + std::to_string(i)), 0ms);
+        Fail(1, "user" + std::to_string(i));
+    }
+    EXPECT_EQ(Admit("one more"), 1s);
+    EXPECT_EQ(Admit("one more", "10.0.0.2"), 0ms);
+}
+
+}  // namespace
+}  // namespace CQXSERVER

@@ -1,0 +1,209 @@
+#include "tests/server/raw_client.h"
+
+#include <stdexcept>
+
+#include <ace/CDR_Stream.h>
+#include <ace/INET_Addr.h>
+#include <ace/OS_NS_sys_socket.h>
+#include <ace/SOCK_Connector.h>
+#include <ace/os_include/netinet/os_tcp.h>
+
+#include "messages/type_codes.h"
+#include "transport/frame.h"
+#include "transport/frame_cipher.h"
+
+namespace qxdb_test {
+namespace {
+
+using namespace CQXBASE;
+
+constexpr int kLittleEndian = 1;
+
+const FrameCipher& Cipher() {
+    static const FrameCipher cipher;
+    return cipher;
+}
+
+template <class Record>
+Record Decode(const std::string& body, Record record) {
+    ACE_InputCDR in(body.data(), body.size(), kLittleEndian, 1, 2);
+    if (record.fromCDR(in) == 0) {
+        throw std::runtime_error("undecodable reply");
+    }
+    return record;
+}
+
+void Require(bool done, const char* what) {
+    if (!done) {
+        throw std::runtime_error(what);
+    }
+}
+
+}  // namespace
+
+std::string EncodeRecord(QXIOBase& record) {
+    ACE_OutputCDR out(record.size(), kLittleEndian);
+    Require(record.toCDR(out) != 0, "unencodable record");
+    return {out.buffer(), out.total_length()};
+}
+
+std::string Encipher(const std::string& plain) {
+    return Cipher().Encipher(plain);
+}
+
+std::string MakeFrame(std::uint32_t code, const std::string& body, bool encipher) {
+    FrameHeader header;
+    header.typeCode = code;
+    header.plainLength = encipher ? static_cast<std::uint32_t>(body.size()) : 0;
+    const std::string travelling = encipher ? Encipher(body) : body;
+    header.bodyLength = static_cast<std::uint32_t>(travelling.size());
+    const FrameHeaderBytes bytes = EncodeFrameHeader(header);
+    return std::string(bytes.data(), bytes.size()) + travelling;
+}
+
+QXSimpleMsg Reply::Status() const {
+    return Decode(body, QXSimpleMsg(std::wstring(), 0));
+}
+QXSesInfo Reply::SessionInfo() const {
+    return Decode(body, QXSesInfo());
+}
+CQXDB::QXRecordset Reply::Recordset() const {
+    return Decode(body, CQXDB::QXRecordset());
+}
+CQXDB::QXRsList Reply::ResultList() const {
+    return Decode(body, CQXDB::QXRsList());
+}
+
+std::int32_t Reply::Error() const {
+    if (code == kLogin || code == kVirtualLogin) {
+        return static_cast<std::int32_t>(SessionInfo().code);
+    }
+    return code == kErrorReply ? static_cast<std::int32_t>(Status().code) : 0;
+}
+
+RawClient::RawClient(std::uint16_t port) {
+    int on = 1;
+    timeval patience{60, 0};
+    Require(ACE_SOCK_Connector().connect(stream_, ACE_INET_Addr(port, ACE_LOCALHOST)) == 0,
+            "can't connect");
+    stream_.set_option(IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    stream_.set_option(SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+}
+
+RawClient::RawClient(RawClient&& other) noexcept
+    : token(std::move(other.token)), stream_(other.stream_) {
+    other.stream_.set_handle(ACE_INVALID_HANDLE);
+}
+
+RawClient::~RawClient() {
+    stream_.close();
+}
+
+void RawClient::SendBytes(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = stream_.send(bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        Require(count > 0, "can't send");
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+void RawClient::Send(std::uint32_t code, QXIOBase& record, bool encipher) {
+    SendBytes(MakeFrame(code, EncodeRecord(record), encipher));
+}
+
+Reply RawClient::Receive() {
+    const std::string head = ReadExactly(kFrameHeaderSize);
+    const FrameHeader header = DecodeFrameHeader(head.data());
+    Reply reply{header.typeCode, header.plainLength != 0, ReadExactly(header.bodyLength)};
+    if (reply.enciphered) {
+        reply.body = Cipher().Decipher(reply.body);
+        Require(reply.body.size() == header.plainLength, "wrong plain length");
+    }
+    return reply;
+}
+
+Reply RawClient::Call(std::uint32_t code, QXIOBase& record, bool encipher) {
+    Send(code, record, encipher);
+    return Receive();
+}
+
+Reply RawClient::CallString(std::uint32_t code, const std::wstring& value) {
+    QXOneString record(value);
+    return Call(code, record);
+}
+
+Reply RawClient::Handshake() {
+    QXSimpleMsg record(std::wstring(), 0);
+    return Call(kHandshake, record);
+}
+
+bool RawClient::AtEnd() {
+    char byte = 0;
+    return ReadSome(&byte, 1) == 0;
+}
+
+void RawClient::FinishSending() {
+    stream_.close_writer();
+}
+
+void RawClient::Close(bool hard) {
+    linger reset{1, 0};
+    if (hard) {
+        stream_.set_option(SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+    }
+    stream_.close();
+}
+
+void RawClient::Login(const std::wstring& user, const std::wstring& password,
+                      const std::wstring& database) {
+    const Reply reply =
+        CallString(kLogin, user + L"|~|" + password + (database.empty() ? L"" : L"|~|" + database));
+    Require(reply.Error() == 0, "login refused");
+    token = reply.SessionInfo().token;
+}
+
+CQXDB::QXCommand RawClient::Command(const std::wstring& sql, const std::wstring& database) const {
+    CQXDB::QXCommand command(sql);
+    command.SetToken(token);
+    command.SetDB(database);
+    return command;
+}
+
+CQXDB::QXCommandList RawClient::List(std::initializer_list<std::wstring> statements) const {
+    CQXDB::QXCommandList list;
+    list.SetToken(token);
+    for (const std::wstring& each : statements) {
+        list.Add(CQXDB::QXCommand(each));
+    }
+    return list;
+}
+
+Reply RawClient::Execute(const std::wstring& sql) {
+    CQXDB::QXCommand command = Command(sql);
+    return Call(kExecute, command);
+}
+
+std::int64_t RawClient::Number(const std::wstring& sql) {
+    CQXDB::QXCommand command = Command(sql);
+    const Reply reply = Call(kQuery, command);
+    Require(reply.code == kQuery, "query refused");
+    return reply.Recordset().GetInt64(0, 0);
+}
+
+std::size_t RawClient::ReadSome(char* into, std::size_t count) {
+    const ssize_t got = ACE_OS::recv(stream_.get_handle(), into, count);
+    Require(got >= 0, "can't receive");
+    return static_cast<std::size_t>(got);
+}
+
+std::string RawClient::ReadExactly(std::size_t count) {
+    std::string bytes(count, '\0');
+    for (std::size_t at = 0; at < count;) {
+        const std::size_t got = ReadSome(bytes.data() + at, count - at);
+        Require(got > 0, "the server closed the connection");
+        at += got;
+    }
+    return bytes;
+}
+
+}  // namespace qxdb_test

@@ -1,0 +1,78 @@
+// A client that speaks frames, and can speak them badly.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+#include <ace/SOCK_Stream.h>
+
+#include <qxdb/QXCommandList.h>
+#include <qxdb/QXRsList.h>
+
+#include "messages/session_records.h"
+
+namespace qxdb_test {
+
+/// The CDR of a record, little-endian.
+std::string EncodeRecord(CQXBASE::QXIOBase& record);
+/// Header and body; enciphered when asked.
+std::string MakeFrame(std::uint32_t code, const std::string& body, bool encipher = true);
+std::string Encipher(const std::string& plain);
+
+struct Reply {
+    std::uint32_t code = 0;
+    bool enciphered = false;
+    std::string body;  ///< deciphered
+
+    // Decode the body; throw std::runtime_error when it is no such record.
+    CQXBASE::QXSimpleMsg Status() const;
+    CQXBASE::QXSesInfo SessionInfo() const;
+    CQXDB::QXRecordset Recordset() const;
+    CQXDB::QXRsList ResultList() const;
+    /// The number of an error reply, or of a session reply; 0 for any other.
+    std::int32_t Error() const;
+};
+
+/// Reads give up after 60 seconds of silence. Throws std::runtime_error for what fails.
+class RawClient {
+  public:
+    explicit RawClient(std::uint16_t port);
+    ~RawClient();
+    RawClient(RawClient&& other) noexcept;
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
+
+    void SendBytes(std::string_view bytes);
+    void Send(std::uint32_t code, CQXBASE::QXIOBase& record, bool encipher = true);
+    Reply Receive();
+    Reply Call(std::uint32_t code, CQXBASE::QXIOBase& record, bool encipher = true);
+    Reply CallString(std::uint32_t code, const std::wstring& value);
+    Reply Handshake();
+    /// True when the server has closed: nothing more comes.
+    bool AtEnd();
+    void FinishSending();
+    /// `hard` resets the connection, with nothing more sent.
+    void Close(bool hard = false);
+
+    /// Logs in and keeps the token. Throws when the login is refused.
+    void Login(const std::wstring& user, const std::wstring& password,
+               const std::wstring& database = {});
+    std::wstring token;
+
+    /// A command with the token.
+    CQXDB::QXCommand Command(const std::wstring& sql, const std::wstring& database = {}) const;
+    CQXDB::QXCommandList List(std::initializer_list<std::wstring> statements) const;
+    Reply Execute(const std::wstring& sql);
+    /// One number: the first cell of the query's result.
+    std::int64_t Number(const std::wstring& sql);
+
+  private:
+    std::size_t ReadSome(char* into, std::size_t count);
+    std::string ReadExactly(std::size_t count);
+
+    ACE_SOCK_Stream stream_;
+};
+
+}  // namespace qxdb_test

@@ -1,0 +1,57 @@
+#include "tests/server/test_server.h"
+
+#include <thread>
+#include <utility>
+
+#include "server/password_hash.h"
+
+namespace qxdb_test {
+
+using namespace CQXSERVER;
+
+TestServer::TestServer(const Change& change, Clock clock) {
+    ServerOptions options;
+    options.dataDir = folder_.File("data");
+    options.listen = "127.0.0.1:0";
+    if (change) {
+        change(options);
+    }
+    server_ = std::make_unique<Server>(options, std::move(clock));
+    AddUser("ann", "secret");
+    running_ = std::async(std::launch::async, [this] { return server_->Run(); });
+}
+
+TestServer::~TestServer() {
+    if (running_.valid()) {
+        Stop();
+    }
+}
+
+void TestServer::AddUser(const std::string& name, const std::string& password,
+                         const std::vector<std::string>& databases) {
+    server_->Accounts().Add(name, HashPassword(password, ScryptCost{2, 1, 1}), databases);
+}
+
+RawClient TestServer::LoggedIn() const {
+    RawClient client = Connect();
+    client.Login(L"ann", L"secret");
+    return client;
+}
+
+std::size_t TestServer::Stop() {
+    server_->Stop();
+    return running_.get();
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+    const TimePoint limit = SteadyNow() + std::chrono::minutes(1);
+    while (!condition()) {
+        if (SteadyNow() > limit) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+}  // namespace qxdb_test
