@@ -134,18 +134,23 @@ void ReadConfigFile(const std::string& path, ServerOptions& options) {
     const fs::path folder = fs::absolute(fs::u8path(path)).parent_path();
     const auto readDatabases = [&](const toml::node& node) {
         const toml::table* const table = node.as_table();
-        for (const auto& [name, url] : InFileOrder(table != nullptr ? *table : toml::table())) {
+        if (table == nullptr) {
+            return false;
+        }
+        for (const auto& [name, url] : InFileOrder(*table)) {
             if (!url->is_string()) {
                 Refuse(path, *url, "the URL of database '" + name + "' is no string");
             }
             SetDatabase(options, name, UrlFromFolder(folder, url->value_or(std::string())));
         }
-        return table != nullptr;
+        return true;
     };
     const auto readLimits = [&](const toml::node& node) {
-        const toml::table* const table = node.as_table();
-        Apply(path, table != nullptr ? *table : toml::table(), LimitSetters(options.limits));
-        return table != nullptr;
+        if (const toml::table* const table = node.as_table()) {
+            Apply(path, *table, LimitSetters(options.limits));
+            return true;
+        }
+        return false;
     };
     const auto readLevel = [&](const toml::node& node) {
         options.logLevel = node.value_or(std::string());

@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+
+#include "server/command_line.h"
+#include "server/config_file.h"
+#include "server/server_error.h"
+#include "tests/support/TempDir.h"
+
+namespace CQXSERVER {
+namespace {
+
+using namespace std::chrono_literals;
+using qxdb_test::TempDir;
+using qxdb_test::WriteFile;
+
+class ConfigTest : public testing::Test {
+  protected:
+    ServerOptions Read(const std::string& text) {
+        WriteFile(folder_.Path() / "c.toml", text);
+        ServerOptions options;
+        ReadConfigFile(folder_.File("c.toml"), options);
+        return options;
+    }
+    std::string ErrorOf(const std::string& text) {
+        try {
+            Read(text);
+            return {};
+        } catch (const OperatorError& e) {
+            return e.what();
+        }
+    }
+    CommandLine Parse(std::vector<const char*> arguments) {
+        int status = -1;
+        arguments.insert(arguments.begin(), "qxdbserver");
+        return ParseCommandLine(static_cast<int>(arguments.size()), arguments.data(), status)
+            .value();
+    }
+
+    TempDir folder_;
+};
+
+TEST_F(ConfigTest, EveryKeyIsRead) {
+    const ServerOptions options = Read(R"(
+        data = "/srv/qxdb"
+        listen = "[::1]:7000"
+        port_file = "/run/port"
+        log_level = "debug"
+        allow_client_data_sources = true
+        workers = 3
+        login_workers = 2
+        [limits]
+        max_frame_mib = 1
+        max_result_mib = 2
+        max_buffered_mib = 3
+        max_connections = 4
+        max_sessions = 5
+        login_timeout_s = 6
+        idle_timeout_s = 7
+        request_timeout_s = 0.25
+        min_bytes_per_second = 8
+        session_idle_s = 9
+        session_lifetime_s = 10
+        grace_timeout_s = 11)");
+    EXPECT_EQ(options.dataDir, "/srv/qxdb");
+    EXPECT_EQ(options.listen, "[::1]:7000");
+    EXPECT_EQ(options.portFile, "/run/port");
+    EXPECT_EQ(options.logLevel, "debug");
+    EXPECT_TRUE(options.allowClientDataSources);
+    EXPECT_EQ(options.workers, 3U);
+    EXPECT_EQ(options.loginWorkers, 2U);
+    EXPECT_EQ(options.limits.maxFrameBytes, kMiB);
+    EXPECT_EQ(options.limits.maxResultBytes, 2 * kMiB);
+    EXPECT_EQ(options.limits.maxBufferedBytes, 3 * kMiB);
+    EXPECT_EQ(options.limits.maxConnections, 4U);
+    EXPECT_EQ(options.limits.maxSessions, 5U);
+    EXPECT_EQ(options.limits.loginTimeout, 6s);
+    EXPECT_EQ(options.limits.idleTimeout, 7s);
+    EXPECT_EQ(options.limits.requestTimeout, 250ms);
+    EXPECT_EQ(options.limits.minBytesPerSecond, 8U);
+    EXPECT_EQ(options.limits.sessionIdle, 9s);
+    EXPECT_EQ(options.limits.sessionLifetime, 10s);
+    EXPECT_EQ(options.limits.graceTimeout, 11s);
+}
+
+TEST_F(ConfigTest, DatabasesKeepTheirOrderAndPathsCountFromTheFile) {
+    const ServerOptions options = Read(
+        "data = 'd'\n[databases]\nzoo = 'sqlite:z.db'\nant = 'mysql://h/x'\nbee = "
+        "'sqlite:/abs.db'\n");
+    EXPECT_EQ(options.dataDir, folder_.File("d"));
+    ASSERT_EQ(options.databases.size(), 3U);
+    EXPECT_EQ(options.databases[0].first, "zoo");
+    EXPECT_EQ(options.databases[0].second, "sqlite:" + folder_.File("z.db"));
+    EXPECT_EQ(options.databases[1].second, "mysql://h/x");
+    EXPECT_EQ(options.databases[2].second, "sqlite:/abs.db");
+}
+
+TEST_F(ConfigTest, MistakesAreNamedWithTheirLine) {
+    EXPECT_NE(ErrorOf("\ndata = \n").find("line 2"), std::string::npos);
+    EXPECT_NE(ErrorOf("\n\nlisten = '::'\nfrob = 1\n").find("line 4: unknown key 'frob'"),
+              std::string::npos);
+    EXPECT_NE(ErrorOf("[limits]\nmax_frames = 1\n").find("unknown key 'max_frames'"),
+              std::string::npos);
+    for (const std::string bad :
+         {"workers = 0", "workers = -1", "workers = 1.5", "data = 1", "log_level = 'loud'",
+          "allow_client_data_sources = 'yes'", "databases = 3", "limits = 'x'",
+          "limits.idle_timeout_s = 0", "limits.idle_timeout_s = -3", "limits.idle_timeout_s = '1'",
+          "limits.idle_timeout_s = nan", "limits.max_frame_mib = 99999999999999",
+          "databases.a = 1"}) {
+        EXPECT_NE(ErrorOf(bad), "") << bad;
+    }
+}
+
+TEST_F(ConfigTest, TheCommandLineWins) {
+    WriteFile(
+        folder_.Path() / "c.toml",
+        "listen = 'h:1'\nlog_level = 'debug'\n[databases]\na = 'sqlite:/a'\nb = 'sqlite:/b'\n");
+    const std::string config = folder_.File("c.toml");
+    const CommandLine line = Parse({"--config", config.c_str(), "--listen", "h:2", "--database",
+                                    "a=sqlite:/c", "--database", "d=odbc:DSN=x;UID=y"});
+    EXPECT_EQ(line.action, Action::Serve);
+    EXPECT_EQ(line.options.listen, "h:2");
+    EXPECT_EQ(line.options.logLevel, "debug");
+    const std::vector<std::pair<std::string, std::string>> expected = {
+        {"a", "sqlite:/c"}, {"b", "sqlite:/b"}, {"d", "odbc:DSN=x;UID=y"}};
+    EXPECT_EQ(line.options.databases, expected);
+}
+
+TEST_F(ConfigTest, DefaultsAreSafe) {
+    const CommandLine line = Parse({"--data", "d"});
+    EXPECT_EQ(line.options.listen, "127.0.0.1:7777");
+    EXPECT_FALSE(line.options.allowClientDataSources);
+    EXPECT_EQ(line.options.logLevel, "information");
+    EXPECT_TRUE(line.options.databases.empty());
+}
+
+}  // namespace
+}  // namespace CQXSERVER
