@@ -42,7 +42,9 @@ CallResult Guarded(const std::function<void()>& step) {
         step();
         return {};
     } catch (const DatabaseError& error) {
-        return {error.Code(), CQXBASE::Utf8ToWide(error.what())};
+        // A database that fails without a code must not look like success.
+        return {error.Code() != 0 ? error.Code() : DBMGR_UNEXPECTED,
+                CQXBASE::Utf8ToWide(error.what())};
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {

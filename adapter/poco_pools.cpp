@@ -4,6 +4,15 @@
 
 #include "adapter/database_error.h"
 #include "adapter/poco_sqlite.h"
+#ifdef QXDB_HAVE_POSTGRESQL
+#include "adapter/pg_open.h"
+#endif
+#ifdef QXDB_HAVE_MYSQL
+#include "adapter/mysql_open.h"
+#endif
+#ifdef QXDB_HAVE_ODBC
+#include "adapter/odbc_open.h"
+#endif
 
 namespace CQXDB::adapter {
 namespace {
@@ -34,11 +43,26 @@ CQXDB_DriverType_ENUM DriverOf(const QXDataSource& dataSource) {
 
 std::shared_ptr<ConnectionPool> MakePocoPool(const QXDataSource& dataSource) {
     const CQXDB_DriverType_ENUM driver = DriverOf(dataSource);
-    if (driver == CQXDB_DRIVER_SQLITE) {
-        return MakePocoSqlitePool(dataSource);
+    switch (driver) {
+        case CQXDB_DRIVER_SQLITE:
+            return MakePocoSqlitePool(dataSource);
+#ifdef QXDB_HAVE_POSTGRESQL
+        case CQXDB_DRIVER_POSTGRESQL:
+            return MakePgPool(dataSource);
+#endif
+#ifdef QXDB_HAVE_MYSQL
+        case CQXDB_DRIVER_MYSQL:
+            return MakeMySqlPool(dataSource);
+#endif
+#ifdef QXDB_HAVE_ODBC
+        case CQXDB_DRIVER_ODBC:
+            return MakeOdbcPool(dataSource);
+#endif
+        default:
+            throw DatabaseError(
+                DBMGR_BAD_DATA_SOURCE,
+                "this build has no connector for driver type " + std::to_string(driver));
     }
-    throw DatabaseError(DBMGR_BAD_DATA_SOURCE,
-                        "no connector serves driver type " + std::to_string(driver));
 }
 
 }  // namespace CQXDB::adapter

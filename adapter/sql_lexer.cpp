@@ -22,6 +22,7 @@ constexpr SqlDialect Sqlite() noexcept {
     SqlDialect d;
     d.brackets = true;
     d.backticks = true;
+    d.endCommits = true;
     return d;
 }
 
@@ -29,16 +30,31 @@ constexpr SqlDialect PostgreSql() noexcept {
     SqlDialect d;
     d.escapeStrings = true;
     d.dollarQuotes = true;
+    d.endCommits = true;
     d.nestedComments = true;
     return d;
 }
 
-constexpr SqlDialect MySql() noexcept {
+constexpr SqlDialect MySql(bool backslashEscapes) noexcept {
     SqlDialect d;
-    d.backslashEscapes = true;
+    d.backslashEscapes = backslashEscapes;
     d.backticks = true;
     d.hashComments = true;
     d.dashNeedsBlank = true;
+    d.nestedBodies = true;
+    return d;
+}
+
+constexpr SqlDialect SqlServer() noexcept {
+    SqlDialect d;
+    d.brackets = true;
+    d.nestedComments = true;
+    d.nestedBodies = true;
+    return d;
+}
+
+constexpr SqlDialect Other() noexcept {
+    SqlDialect d;
     d.nestedBodies = true;
     return d;
 }
@@ -47,8 +63,10 @@ constexpr SqlDialect MySql() noexcept {
 
 const SqlDialect kSqliteDialect = Sqlite();
 const SqlDialect kPostgreSqlDialect = PostgreSql();
-const SqlDialect kMySqlDialect = MySql();
-const SqlDialect kOdbcDialect = {};
+const SqlDialect kMySqlDialect = MySql(true);
+const SqlDialect kMySqlPlainDialect = MySql(false);
+const SqlDialect kSqlServerDialect = SqlServer();
+const SqlDialect kOdbcDialect = Other();
 
 SqlToken SqlLexer::Next() noexcept {
     begin_ = end_;
@@ -146,8 +164,8 @@ SqlToken SqlLexer::TakeQuoted(std::size_t quoteAt, char close, bool backslash) n
         if (c == '\\' && backslash) {
             ++end_;
         } else if (c == close) {
-            // A doubled quote stands for itself; "]" has no such form in SQLite.
-            if (At(end_) != close || close == ']') {
+            // A doubled quote stands for itself.
+            if (At(end_) != close) {
                 return SqlToken::Quoted;
             }
             ++end_;

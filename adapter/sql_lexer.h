@@ -18,13 +18,16 @@ struct SqlDialect {
     bool hashComments = false;      ///< # to the end of the line
     bool nestedComments = false;    ///< /* /* */ */ is one comment
     bool dashNeedsBlank = false;    ///< "--" starts a comment only before a blank
+    bool endCommits = false;        ///< END as a statement is another word for COMMIT
     bool nestedBodies = false;  ///< bodies of CREATE PROCEDURE and the like hold blocks in blocks
 };
 
 extern const SqlDialect kSqliteDialect;
 extern const SqlDialect kPostgreSqlDialect;
 extern const SqlDialect kMySqlDialect;
-extern const SqlDialect kOdbcDialect;
+extern const SqlDialect kMySqlPlainDialect;  ///< under sql_mode NO_BACKSLASH_ESCAPES
+extern const SqlDialect kSqlServerDialect;
+extern const SqlDialect kOdbcDialect;  ///< any other database
 
 enum class SqlToken {
     End,

@@ -21,6 +21,12 @@ bool IsOneOf(std::string_view word, std::initializer_list<std::string_view> uppe
                        [word](std::string_view upper) { return Is(word, upper); });
 }
 
+/// True for what may stand behind the BEGIN of a transaction.
+bool MayFollowBegin(std::string_view word) noexcept {
+    return IsOneOf(word, {"TRANSACTION", "TRAN", "WORK", "DEFERRED", "IMMEDIATE", "EXCLUSIVE",
+                          "CONCURRENT", "ISOLATION", "READ", "DEFERRABLE", "NOT"});
+}
+
 /// Follows the words of a statement to tell which semicolons belong to the body of a trigger or of
 /// a stored procedure.
 class BodyWatch {
@@ -89,20 +95,25 @@ std::vector<std::string_view> SplitStatements(std::string_view text, const SqlDi
     BodyWatch watch(dialect.nestedBodies);
     SqlLexer lexer(text, dialect);
     std::size_t begin = std::string_view::npos;
+    std::size_t end = 0;
+    const auto finish = [&] {
+        if (begin != std::string_view::npos) {
+            statements.push_back(text.substr(begin, end - begin));
+            begin = std::string_view::npos;
+        }
+    };
     for (SqlToken token = lexer.Next(); token != SqlToken::End; token = lexer.Next()) {
-        if (token == SqlToken::Semicolon) {
-            if (watch.Semicolon() && begin != std::string_view::npos) {
-                statements.push_back(text.substr(begin, lexer.Begin() - begin));
-                begin = std::string_view::npos;
-            }
+        if (token == SqlToken::Semicolon && watch.Semicolon()) {
+            finish();
             continue;
         }
-        begin = begin == std::string_view::npos ? lexer.Begin() : begin;
-        token == SqlToken::Word ? watch.Word(lexer.Text()) : watch.OtherToken();
+        if (token != SqlToken::Semicolon) {
+            begin = begin == std::string_view::npos ? lexer.Begin() : begin;
+            token == SqlToken::Word ? watch.Word(lexer.Text()) : watch.OtherToken();
+        }
+        end = lexer.End();
     }
-    if (begin != std::string_view::npos) {
-        statements.push_back(text.substr(begin));
-    }
+    finish();
     return statements;
 }
 
@@ -112,16 +123,20 @@ bool ControlsTransaction(std::string_view statement, const SqlDialect& dialect) 
         return false;
     }
     const std::string_view first = lexer.Text();
-    if (IsOneOf(first, {"BEGIN", "COMMIT", "END", "ABORT"})) {
-        return true;
+    SqlToken token = lexer.Next();
+    if (Is(first, "BEGIN")) {
+        // Otherwise it opens a block of statements.
+        return token != SqlToken::Word || MayFollowBegin(lexer.Text());
     }
     if (Is(first, "START")) {
-        return lexer.Next() == SqlToken::Word && Is(lexer.Text(), "TRANSACTION");
+        return token == SqlToken::Word && Is(lexer.Text(), "TRANSACTION");
+    }
+    if (Is(first, "COMMIT") || (dialect.endCommits && IsOneOf(first, {"END", "ABORT"}))) {
+        return true;
     }
     if (!Is(first, "ROLLBACK")) {
         return false;
     }
-    SqlToken token = lexer.Next();
     while (token == SqlToken::Word && IsOneOf(lexer.Text(), {"TRANSACTION", "WORK"})) {
         token = lexer.Next();
     }

@@ -25,8 +25,8 @@ NativeText ToNative(std::string_view text, const SqlDialect& dialect, ParameterS
 /// The body of a trigger belongs to its statement; where bodies nest, so does all that follows.
 std::vector<std::string_view> SplitStatements(std::string_view text, const SqlDialect& dialect);
 
-/// True for BEGIN, START TRANSACTION, COMMIT, END and ROLLBACK as the first word of one statement;
-/// ROLLBACK TO a savepoint is no transaction control.
+/// True for one statement that begins or ends a transaction: BEGIN, START TRANSACTION, COMMIT, END
+/// or ROLLBACK. A BEGIN that opens a block, and ROLLBACK TO a savepoint, do neither.
 bool ControlsTransaction(std::string_view statement, const SqlDialect& dialect);
 
 /// The same for any statement of a script.

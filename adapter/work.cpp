@@ -10,10 +10,18 @@
 namespace CQXDB::adapter {
 namespace {
 
-const std::string& CheckedText(const QXCommand& command) {
+const std::string& CheckedText(const QXCommand& command, const SqlDialect& dialect) {
     const std::string& text = command.TextUtf8();
     if (text.find('\0') != std::string::npos) {
         throw DatabaseError(DBMGR_BAD_VALUE, "the statement text holds a NUL character");
+    }
+    SqlLexer lexer(text, dialect);
+    SqlToken token = lexer.Next();
+    while (token == SqlToken::Semicolon) {
+        token = lexer.Next();
+    }
+    if (token == SqlToken::End) {
+        throw DatabaseError(DBMGR_EMPTY_STATEMENT, "the text holds no statement");
     }
     return text;
 }
@@ -60,7 +68,8 @@ class ListRun {
     Statement& Look(const QXCommand& command, Preparing prepare) {
         const std::string* text = &command.TextUtf8();
         if (text != text_ || prepare != prepare_) {
-            if (HoldsTransactionControl(CheckedText(command), connection_.Dialect())) {
+            if (HoldsTransactionControl(CheckedText(command, connection_.Dialect()),
+                                        connection_.Dialect())) {
                 throw DatabaseError(DBMGR_TRANSACTION_CONTROL,
                                     "a command list is one transaction and can't hold a statement "
                                     "that begins or ends one");
@@ -105,7 +114,7 @@ void InOneTransaction(Connection& connection, const QXCommandList& list, Work wo
 }  // namespace
 
 void Execute(Connection& connection, const QXCommand& command) {
-    connection.PrepareScript(CheckedText(command))->Execute(command.Params());
+    connection.PrepareScript(CheckedText(command, connection.Dialect()))->Execute(command.Params());
 }
 
 void Execute(Connection& connection, const QXCommandList& list) {
@@ -118,7 +127,7 @@ void Execute(Connection& connection, const QXCommandList& list) {
 
 void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs) {
     const Page page = Page::Of(rs);
-    Query(*connection.Prepare(CheckedText(command)), command, page, rs);
+    Query(*connection.Prepare(CheckedText(command, connection.Dialect())), command, page, rs);
 }
 
 void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs) {

@@ -2,7 +2,7 @@
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 find_package(ACE REQUIRED)
-find_package(Poco REQUIRED COMPONENTS Foundation Net Crypto Data DataSQLite DataPostgreSQL DataMySQL DataODBC)
+find_package(Poco REQUIRED COMPONENTS Foundation Net Crypto Data DataSQLite)
 find_package(OpenSSL REQUIRED)
 find_package(SQLite3 REQUIRED)
 pkg_check_modules(ZSTD REQUIRED IMPORTED_TARGET libzstd)

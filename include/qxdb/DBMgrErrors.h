@@ -21,4 +21,16 @@ enum DBMgrError : long {
     DBMGR_UNEXPECTED = -7012,           ///< a fault outside the database; the text tells what
 };
 
+/// The number that errNumber() gives for an SQLSTATE, which PostgreSQL has for every error and ODBC
+/// for those without a number of the driver's own: its five characters, read as digits of base 36.
+/// The text begins with the SQLSTATE itself.
+constexpr long SqlStateCode(const char* state) noexcept {
+    long code = 0;
+    for (int i = 0; i < 5 && state[i] != '\0'; ++i) {
+        const char c = state[i];
+        code = code * 36 + (c >= '0' && c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
+    }
+    return code;
+}
+
 }  // namespace CQXDB

@@ -36,6 +36,7 @@ struct Backend {
     long missingTable = 0;
     /// An expression over column i that fails for the row with i = 15 only, when it is reached.
     std::string rowError;
+    bool marksInComments = true;  ///< a "?" in a comment is not taken for a parameter
     bool exactDecimals = true;  ///< DECIMAL keeps every digit
 };
 

@@ -21,6 +21,10 @@ inline std::ostream& operator<<(std::ostream& out, const BackendParam& param) {
 
 /// All databases; a server starts when its backend is first asked for.
 std::vector<BackendParam> Backends();
+/// Those whose drivers hand values over as they are.
+std::vector<BackendParam> ExactBackends();
+/// Those that can stop in the middle of a result.
+std::vector<BackendParam> StoppingBackends();
 
 class Contract : public testing::TestWithParam<BackendParam> {
   protected:

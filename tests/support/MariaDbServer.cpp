@@ -43,6 +43,8 @@ void MariaDbServer::Start() {
                                        "--init-file=" + folder_.File("setup.sql"),
                                        "--skip-name-resolve",
                                        "--innodb-flush-log-at-trx-commit=0",
+                                       "--innodb-flush-method=nosync",
+                                       "--sync-frm=0",
                                        "--innodb-log-file-size=16M",
                                        "--innodb-buffer-pool-size=32M",
                                        "--max-allowed-packet=64M"};

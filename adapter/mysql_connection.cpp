@@ -1,0 +1,85 @@
+#include "adapter/mysql_connection.h"
+
+#include <utility>
+
+#include "adapter/mysql_error.h"
+#include "adapter/mysql_script.h"
+#include "adapter/mysql_statement.h"
+
+namespace CQXDB::adapter {
+
+MySqlConnection::MySqlConnection(std::unique_ptr<Session> session) : session_(std::move(session)) {
+    if (mysql_set_server_option(Handle(), MYSQL_OPTION_MULTI_STATEMENTS_ON) != 0) {
+        throw MySqlError(Handle());
+    }
+}
+
+std::shared_ptr<Statement> MySqlConnection::Prepare(const std::string& text) {
+    return std::make_shared<MySqlStatement>(*this, text);
+}
+
+std::shared_ptr<Statement> MySqlConnection::PrepareScript(const std::string& text) {
+    return std::make_shared<MySqlScript>(*this, text);
+}
+
+const SqlDialect& MySqlConnection::Dialect() const noexcept {
+    const bool plain = (Handle()->server_status & SERVER_STATUS_NO_BACKSLASH_ESCAPES) != 0;
+    return plain ? kMySqlPlainDialect : kMySqlDialect;
+}
+
+void MySqlConnection::Begin(TransactionKind) {
+    RunText("START TRANSACTION");
+}
+
+void MySqlConnection::Commit() {
+    RunText("COMMIT");
+}
+
+void MySqlConnection::Rollback() noexcept {
+    mysql_rollback(Handle());
+    if ((Handle()->server_status & SERVER_STATUS_AUTOCOMMIT) == 0) {
+        mysql_autocommit(Handle(), 1);
+    }
+}
+
+bool MySqlConnection::InTransaction() noexcept {
+    const unsigned status = Handle()->server_status;
+    return (status & SERVER_STATUS_IN_TRANS) != 0 || (status & SERVER_STATUS_AUTOCOMMIT) == 0;
+}
+
+bool MySqlConnection::Alive() noexcept {
+    return mysql_ping(Handle()) == 0;
+}
+
+bool MySqlConnection::Usable() noexcept {
+    return !givenUp_ && !MeansConnectionLost(mysql_errno(Handle())) && !InTransaction();
+}
+
+void MySqlConnection::RunText(const std::string& text) {
+    if (mysql_real_query(Handle(), text.data(), static_cast<unsigned long>(text.size())) != 0) {
+        throw MySqlError(Handle());
+    }
+    int more = 0;
+    do {
+        DropRows();
+        more = mysql_next_result(Handle());
+    } while (more == 0);
+    if (more > 0) {
+        throw MySqlError(Handle());
+    }
+}
+
+void MySqlConnection::DropRows() {
+    MYSQL_RES* rows = mysql_use_result(Handle());
+    if (rows == nullptr) {
+        return;
+    }
+    while (mysql_fetch_row(rows) != nullptr) {
+    }
+    mysql_free_result(rows);
+    if (mysql_errno(Handle()) != 0) {
+        throw MySqlError(Handle());
+    }
+}
+
+}  // namespace CQXDB::adapter

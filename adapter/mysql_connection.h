@@ -1,0 +1,47 @@
+// A MySQL or MariaDB connection.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <Poco/Data/MySQL/SessionHandle.h>
+
+#include "adapter/connection.h"
+
+namespace CQXDB::adapter {
+
+class MySqlConnection : public Connection {
+  public:
+    using Session = Poco::Data::MySQL::SessionHandle;
+
+    /// `session` is connected.
+    explicit MySqlConnection(std::unique_ptr<Session> session);
+
+    std::shared_ptr<Statement> Prepare(const std::string& text) override;
+    std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
+    const SqlDialect& Dialect() const noexcept override;
+
+    void Begin(TransactionKind kind) override;
+    void Commit() override;
+    void Rollback() noexcept override;
+    bool InTransaction() noexcept override;
+    bool Alive() noexcept override;
+    bool Usable() noexcept override;
+
+    // What the statements need.
+    MYSQL* Handle() const noexcept { return *session_; }
+    /// Runs any number of statements without parameters, and drops their rows. Throws
+    /// DatabaseError.
+    void RunText(const std::string& text);
+    /// To be called when the connection's settings are no longer what the pool's other users
+    /// expect.
+    void GiveUp() noexcept { givenUp_ = true; }
+
+  private:
+    void DropRows();
+
+    std::unique_ptr<Session> session_;
+    bool givenUp_ = false;
+};
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,49 @@
+#include "adapter/odbc_open.h"
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include "adapter/odbc_connection.h"
+#include "adapter/odbc_connection_string.h"
+#include "adapter/odbc_text.h"
+#include "adapter/options.h"
+
+namespace CQXDB::adapter {
+namespace {
+
+struct Settings {
+    std::string connectionString;
+    std::uintptr_t connectSeconds = 15;
+};
+
+std::unique_ptr<Connection> Open(const Settings& settings) {
+    auto handle = std::make_unique<OdbcConnection::Handle>();
+    SQLSetConnectAttrW(*handle, SQL_ATTR_LOGIN_TIMEOUT,
+                       reinterpret_cast<SQLPOINTER>(settings.connectSeconds), SQL_IS_UINTEGER);
+    OdbcText text = ToOdbcText(settings.connectionString);
+    const SQLRETURN code =
+        SQLDriverConnectW(*handle, nullptr, text.data(), static_cast<SQLSMALLINT>(text.size()),
+                          nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+    if (OdbcFailed(code)) {
+        throw OdbcDiagnosis::Of(SQL_HANDLE_DBC, *handle).Error();
+    }
+    return std::make_unique<OdbcConnection>(std::move(handle));
+}
+
+}  // namespace
+
+std::shared_ptr<ConnectionPool> MakeOdbcPool(const QXDataSource& dataSource) {
+    Options options(dataSource.options);
+    const PoolLimits limits = options.TakePoolLimits();
+    Settings settings;
+    settings.connectSeconds =
+        static_cast<std::uintptr_t>(options.TakeNumber("connect_timeout", 15, 1, 86400));
+    settings.connectionString = OdbcConnectionString(dataSource, options);
+    if (settings.connectionString.size() > INT16_MAX) {
+        throw DatabaseError(DBMGR_BAD_DATA_SOURCE, "the connection string is too long");
+    }
+    return std::make_shared<ConnectionPool>([settings] { return Open(settings); }, limits);
+}
+
+}  // namespace CQXDB::adapter

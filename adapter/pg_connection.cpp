@@ -1,0 +1,148 @@
+#include "adapter/pg_connection.h"
+
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include "adapter/pg_error.h"
+#include "adapter/pg_parameters.h"
+#include "adapter/pg_statement.h"
+
+namespace CQXDB::adapter {
+namespace {
+
+void IgnoreNotice(void*, const PGresult*) {}
+
+/// The formats in which values are read.
+const char* const kFormats =
+    "SET DateStyle = 'ISO'; SET IntervalStyle = 'postgres'; SET bytea_output = 'hex'; "
+    "SET extra_float_digits = 3";
+
+std::string Quoted(PGconn* connection, const std::string& text) {
+    const std::unique_ptr<char, void (*)(void*)> quoted(
+        PQescapeLiteral(connection, text.data(), text.size()), PQfreemem);
+    if (!quoted) {
+        throw PgError(connection, nullptr);
+    }
+    return quoted.get();
+}
+
+void DropCopiedData(PGconn* connection) {
+    char* line = nullptr;
+    while (PQgetCopyData(connection, &line, 0) > 0) {
+        PQfreemem(line);
+    }
+}
+
+}  // namespace
+
+PgConnection::PgConnection(PgHandle handle, const std::string& timeZone)
+    : handle_(std::move(handle)) {
+    PQsetNoticeReceiver(handle_.get(), IgnoreNotice, nullptr);
+    std::string settings = kFormats;
+    if (!timeZone.empty()) {
+        settings += "; SET TimeZone = " + Quoted(handle_.get(), timeZone);
+    }
+    RunText(settings);
+}
+
+std::shared_ptr<Statement> PgConnection::Prepare(const std::string& text) {
+    return std::make_shared<PgStatement>(*this, text, false);
+}
+
+std::shared_ptr<Statement> PgConnection::PrepareScript(const std::string& text) {
+    return std::make_shared<PgStatement>(*this, text, true);
+}
+
+void PgConnection::Begin(TransactionKind) {
+    RunText("BEGIN");
+}
+
+void PgConnection::Commit() {
+    const PgResult result = RunText("COMMIT");
+    // A failed transaction is rolled back by COMMIT, and the server calls that a success.
+    if (std::strcmp(PQcmdStatus(result.get()), "COMMIT") != 0) {
+        throw DatabaseError(SqlStateCode("25P02"),
+                            "25P02: the transaction had failed before its end");
+    }
+}
+
+void PgConnection::Rollback() noexcept {
+    if (InTransaction()) {
+        parsed_ = nullptr;
+        const PgResult result(PQexec(handle_.get(), "ROLLBACK"));
+    }
+}
+
+bool PgConnection::InTransaction() noexcept {
+    const PGTransactionStatusType status = PQtransactionStatus(handle_.get());
+    return status != PQTRANS_IDLE && status != PQTRANS_UNKNOWN;
+}
+
+bool PgConnection::Alive() noexcept {
+    // The first call may only get the server's parting words; the second one then meets the end.
+    return PQconsumeInput(handle_.get()) != 0 && PQconsumeInput(handle_.get()) != 0 && Usable();
+}
+
+bool PgConnection::Usable() noexcept {
+    return PQstatus(handle_.get()) == CONNECTION_OK &&
+           PQtransactionStatus(handle_.get()) == PQTRANS_IDLE;
+}
+
+PgResult PgConnection::RunText(const std::string& text) {
+    parsed_ = nullptr;
+    if (PQsendQuery(handle_.get(), text.c_str()) == 0) {
+        throw PgError(handle_.get(), nullptr);
+    }
+    return Collect();
+}
+
+PgResult PgConnection::RunStatement(const Statement* owner, const std::string& sql,
+                                    const PgParameters& parameters) {
+    PGconn* connection = handle_.get();
+    const int sent =
+        parsed_ == owner
+            ? PQsendQueryPrepared(connection, "", parameters.Count(), parameters.Values(),
+                                  parameters.Lengths(), parameters.Formats(), 0)
+            : PQsendQueryParams(connection, sql.c_str(), parameters.Count(), parameters.Types(),
+                                parameters.Values(), parameters.Lengths(), parameters.Formats(), 0);
+    parsed_ = nullptr;
+    if (sent == 0) {
+        throw PgError(connection, nullptr);
+    }
+    PgResult result = Collect();
+    parsed_ = owner;
+    return result;
+}
+
+PgResult PgConnection::Collect() {
+    PGconn* connection = handle_.get();
+    PgResult kept;
+    std::optional<DatabaseError> error;
+    while (PgResult result{PQgetResult(connection)}) {
+        const ExecStatusType status = PQresultStatus(result.get());
+        if (status == PGRES_COPY_IN) {
+            PQputCopyEnd(connection, "data from the client is not supported");
+        } else if (status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH) {
+            DropCopiedData(connection);
+            error =
+                error ? error : DatabaseError(DBMGR_BAD_VALUE, "COPY TO STDOUT is not supported");
+        } else if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK &&
+                   status != PGRES_EMPTY_QUERY) {
+            error = error ? error : PgError(connection, result.get());
+        } else if (!kept || PQresultStatus(kept.get()) != PGRES_TUPLES_OK ||
+                   status == PGRES_TUPLES_OK) {
+            kept = std::move(result);
+        }
+    }
+    if (error || !kept) {
+        throw error ? *error : PgError(connection, nullptr);
+    }
+    return kept;
+}
+
+void PgConnection::Forget(const Statement* owner) noexcept {
+    parsed_ = parsed_ == owner ? nullptr : parsed_;
+}
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,60 @@
+// A PostgreSQL connection.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <libpq-fe.h>
+
+#include "adapter/connection.h"
+
+namespace CQXDB::adapter {
+
+class PgParameters;
+
+struct PgResultFree {
+    void operator()(PGresult* result) const noexcept { PQclear(result); }
+};
+using PgResult = std::unique_ptr<PGresult, PgResultFree>;
+
+struct PgConnectionFree {
+    void operator()(PGconn* connection) const noexcept { PQfinish(connection); }
+};
+using PgHandle = std::unique_ptr<PGconn, PgConnectionFree>;
+
+class PgConnection : public Connection {
+  public:
+    /// `handle` is connected. Sets what the reading of values depends on; throws DatabaseError.
+    PgConnection(PgHandle handle, const std::string& timeZone);
+
+    std::shared_ptr<Statement> Prepare(const std::string& text) override;
+    std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
+    const SqlDialect& Dialect() const noexcept override { return kPostgreSqlDialect; }
+
+    void Begin(TransactionKind kind) override;
+    void Commit() override;
+    void Rollback() noexcept override;
+    bool InTransaction() noexcept override;
+    bool Alive() noexcept override;
+    bool Usable() noexcept override;
+
+    // What the statements need. Each throws DatabaseError when the server refuses.
+
+    /// Runs any number of statements without parameters; gives the last result that has rows, or
+    /// else the last one.
+    PgResult RunText(const std::string& text);
+    /// Runs one statement. `owner` is remembered: when it runs next, and nothing was parsed in
+    /// between, the server does not have to parse it again.
+    PgResult RunStatement(const Statement* owner, const std::string& sql,
+                          const PgParameters& parameters);
+    /// Forgets the statement that the server holds parsed for `owner`.
+    void Forget(const Statement* owner) noexcept;
+
+  private:
+    PgResult Collect();
+
+    PgHandle handle_;
+    const Statement* parsed_ = nullptr;  ///< whose text is the server's unnamed statement
+};
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,83 @@
+#include "adapter/pg_statement.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "adapter/database_error.h"
+#include "adapter/parameter_count.h"
+#include "adapter/pg_connection.h"
+#include "adapter/pg_parameters.h"
+#include "adapter/pg_rows.h"
+
+namespace CQXDB::adapter {
+namespace {
+
+constexpr std::int64_t kMostInOneMove = INT32_MAX;
+constexpr std::int64_t kMostRows = 16 * kMostInOneMove;
+
+/// MOVE counts in 32 bits.
+std::string MoveTo(std::int64_t row) {
+    if (row > kMostRows) {
+        return "MOVE FORWARD ALL IN qx_page; ";
+    }
+    std::string text;
+    for (; row > 0; row -= std::min(row, kMostInOneMove)) {
+        text += "MOVE FORWARD " + std::to_string(std::min(row, kMostInOneMove)) + " IN qx_page; ";
+    }
+    return text;
+}
+
+}  // namespace
+
+PgStatement::PgStatement(PgConnection& connection, const std::string& text, bool script)
+    : connection_(connection),
+      native_(ToNative(text, kPostgreSqlDialect, ParameterStyle::DollarNumber)),
+      script_(script) {}
+
+PgStatement::~PgStatement() {
+    connection_.Forget(this);
+}
+
+void PgStatement::Execute(const Parameters& parameters) {
+    CheckParameterCount(native_.parameters, parameters.size());
+    if (script_ && parameters.empty()) {
+        connection_.RunText(native_.sql);
+    } else {
+        connection_.RunStatement(this, native_.sql, PgParameters(parameters));
+    }
+}
+
+void PgStatement::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
+    CheckParameterCount(native_.parameters, parameters.size());
+    if (page.All() || !LooksReadOnly(native_.sql, kPostgreSqlDialect)) {
+        QueryAll(parameters, page, rs);
+    } else {
+        QueryPage(parameters, page, rs);
+    }
+}
+
+void PgStatement::QueryAll(const Parameters& parameters, const Page& page, QXRecordset& rs) {
+    // Parsed anew each time: a result whose columns have changed since would be refused.
+    connection_.Forget(this);
+    const PgResult result = connection_.RunStatement(this, native_.sql, PgParameters(parameters));
+    const std::int64_t rows = PQntuples(result.get());
+    const std::int64_t first = std::min(page.first, rows);
+    AppendPgRows(result.get(), first, first + std::min(page.count, rows - first), rs);
+}
+
+void PgStatement::QueryPage(const Parameters& parameters, const Page& page, QXRecordset& rs) {
+    // A cursor computes no more rows than it is asked for, and keeps order, names and parameters.
+    const bool own = !connection_.InTransaction();
+    if (own) {
+        connection_.Begin(TransactionKind::Read);
+    }
+    connection_.RunStatement(this, "DECLARE qx_page NO SCROLL CURSOR FOR " + native_.sql,
+                             PgParameters(parameters));
+    connection_.Forget(this);
+    const PgResult result =
+        connection_.RunText(MoveTo(page.first) + "FETCH FORWARD " + std::to_string(page.count) +
+                            " FROM qx_page; CLOSE qx_page" + (own ? "; COMMIT" : ""));
+    AppendPgRows(result.get(), 0, PQntuples(result.get()), rs);
+}
+
+}  // namespace CQXDB::adapter

@@ -1,0 +1,96 @@
+#include "adapter/text_value.h"
+
+#include <charconv>
+#include <cstdint>
+
+#include <qxdb/QXDateTime.h>
+
+#include "adapter/decimal_text.h"
+
+namespace CQXDB::adapter {
+namespace {
+
+template <typename Number>
+bool ReadWhole(std::string_view text, Number& number) noexcept {
+    const char* end = text.data() + text.size();
+    const auto [stop, fault] = std::from_chars(text.data(), end, number);
+    return fault == std::errc() && stop == end;
+}
+
+bool AppendBool(QXColumn& column, std::string_view text) {
+    const bool yes = text == "t" || text == "true" || text == "1";
+    if (!yes && text != "f" && text != "false" && text != "0") {
+        return false;
+    }
+    column.AppendInt64(yes ? 1 : 0, QXValueType::Bool);
+    return true;
+}
+
+bool AppendDouble(QXColumn& column, std::string_view text) {
+    double number = 0;
+    if (!ReadWhole(text, number)) {
+        return false;
+    }
+    column.AppendDouble(number);
+    return true;
+}
+
+/// Types that are a count of something.
+bool ReadCount(QXValueType type, std::string_view text, std::int64_t& count) noexcept {
+    std::int32_t days = 0;
+    switch (type) {
+        case QXValueType::Int64:
+            return ReadWhole(text, count);
+        case QXValueType::Time:
+            return QXDateTime::ParseTime(text, count);
+        case QXValueType::Timestamp:
+            return QXDateTime::ParseTimestamp(text, count);
+        case QXValueType::Date:
+            if (!QXDateTime::ParseDate(text, days)) {
+                return false;
+            }
+            count = days;
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+bool TryAppendTextAs(QXColumn& column, QXValueType type, std::string_view text) {
+    std::int64_t count = 0;
+    switch (type) {
+        case QXValueType::Bool:
+            return AppendBool(column, text);
+        case QXValueType::Double:
+            return AppendDouble(column, text);
+        case QXValueType::Int64:
+        case QXValueType::Date:
+        case QXValueType::Time:
+        case QXValueType::Timestamp:
+            if (!ReadCount(type, text, count)) {
+                return false;
+            }
+            column.AppendInt64(count, type);
+            return true;
+        case QXValueType::Decimal:
+            if (!IsDecimal(text)) {
+                return false;
+            }
+            [[fallthrough]];
+        case QXValueType::Text:
+            column.AppendBytes(text, type);
+            return true;
+        default:
+            return false;
+    }
+}
+
+void AppendTextAs(QXColumn& column, QXValueType type, std::string_view text) {
+    if (!TryAppendTextAs(column, type, text)) {
+        column.AppendBytes(text, QXValueType::Text);
+    }
+}
+
+}  // namespace CQXDB::adapter
