@@ -80,8 +80,8 @@ class Converter {
 
   private:
     static iconv_t Invalid() {
-        return reinterpret_cast<iconv_t>(-1);
-    }  // NOLINT(performance-no-int-to-ptr)
+        return reinterpret_cast<iconv_t>(-1);  // NOLINT(performance-no-int-to-ptr): iconv's own
+    }
 
     iconv_t handle_;
 };

@@ -28,15 +28,15 @@ class HostAction {
     const Action& Target(bool calledByHost) const noexcept;
     void Call(const Action& action, siginfo_t* info, void* context);
 
-    // What the pointers below point to; a slot is used again after as many changes by the host.
-    std::array<Action, 16> kept_{};
-    std::size_t keptCount_ = 0;
     std::atomic<const Action*> host_{nullptr};
     /// What ours stood on when the host set a handler over it, which may call ours.
     std::atomic<const Action*> beneath_{nullptr};
-    std::atomic<bool> installed_{false};
+    // What the pointers above point to; a slot is used again after as many changes by the host.
+    std::array<Action, 16> kept_{};
+    std::size_t keptCount_ = 0;
     Action ours_{};
     int signal_;
+    std::atomic<bool> installed_{false};
 };
 
 }  // namespace CQXBASE::platform

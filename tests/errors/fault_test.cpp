@@ -12,7 +12,6 @@ namespace {
 
 using testing::AllOf;
 using testing::EndsWith;
-using testing::MatchesRegex;
 using testing::StartsWith;
 
 struct Fault {
@@ -66,7 +65,7 @@ TEST(FaultTranslation, StaysInItsInnermostRegion) {
     const std::wstring outer = RunProtected(
         QXDB_SITE(L"f", L"outer"),
         [] {
-            const std::wstring inner = Report(DivideByZero);
+            std::wstring inner = Report(DivideByZero);
             EXPECT_THAT(inner, StartsWith(L"EXCEPTION_INT_DIVIDE_BY_ZERO"));
             WriteToNull();
             return inner;
@@ -101,6 +100,7 @@ TEST(FaultTranslation, UnwindsTheFramesBetween) {
 TEST(FaultTranslation, ServesThreadsAtOnce) {
     std::atomic<int> right{0};
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&right] {
             for (int round = 0; round < 500; ++round) {
