@@ -19,6 +19,7 @@ using CQXDB::QXRecordset;
 using CQXDB::QXValueType;
 
 constexpr std::size_t kRows = 1000000;
+constexpr std::size_t kPageRows = 50;
 
 std::string RandomWord(std::mt19937_64& random) {
     std::string word(4 + random() % 12, ' ');
@@ -29,7 +30,7 @@ std::string RandomWord(std::mt19937_64& random) {
 }
 
 /// An order table as an application would read it.
-QXRecordset Orders() {
+QXRecordset Orders(std::size_t rows) {
     static const char* const kStates[] = {"open", "paid", "shipped", "returned"};
     const char* const names[] = {"id",  "customer", "quantity", "price",   "ordered",
                                  "due", "paid",     "state",    "article", "note"};
@@ -39,7 +40,7 @@ QXRecordset Orders() {
     }
     std::mt19937_64 random(20240229);
     std::int64_t ordered = QXDateTime::Timestamp(2024, 2, 29, 8, 0, 0);
-    for (std::size_t row = 0; row < kRows; ++row) {
+    for (std::size_t row = 0; row < rows; ++row) {
         ordered += static_cast<std::int64_t>(random() % 5000000);
         rs.MutableColumn(0).AppendInt64(static_cast<std::int64_t>(1000000 + row));
         rs.MutableColumn(1).AppendInt64(static_cast<std::int64_t>(random() % 50000));
@@ -62,7 +63,7 @@ QXRecordset Orders() {
 }
 
 QXRecordset& Table() {
-    static QXRecordset table = Orders();
+    static QXRecordset table = Orders(kRows);
     return table;
 }
 
@@ -92,6 +93,22 @@ void Decode(benchmark::State& state) {
         benchmark::DoNotOptimize(copy.fromCDR(in));
     }
     Report(state);
+}
+
+/// What a request for one page costs, there and back.
+void Page(benchmark::State& state) {
+    QXRecordset page = Orders(kPageRows);
+    std::size_t length = 0;
+    for (auto _ : state) {
+        ACE_OutputCDR out(page.size());
+        page.toCDR(out);
+        length = out.total_length();
+        ACE_InputCDR in(out.begin());
+        QXRecordset copy;
+        benchmark::DoNotOptimize(copy.fromCDR(in));
+    }
+    state.counters["wire_bytes"] = static_cast<double>(length);
+    state.counters["memory_bytes"] = static_cast<double>(page.MemoryBytes());
 }
 
 void Size(benchmark::State& state) {
@@ -144,6 +161,7 @@ void Read(benchmark::State& state) {
 
 BENCHMARK(Encode)->Unit(benchmark::kMillisecond);
 BENCHMARK(Decode)->Unit(benchmark::kMillisecond);
+BENCHMARK(Page)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Size)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(Memcpy, fresh, true)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(Memcpy, warm, false)->Unit(benchmark::kMillisecond);

@@ -17,6 +17,17 @@ QXColumn AsColumn(const std::vector<QXValue>& params) {
     return column;
 }
 
+/// At least what a block of AsColumn takes, without a copy of what may be large: for each parameter
+/// a type and 8 bytes of number or length, and its text or blob.
+std::size_t ParamsBound(const std::vector<QXValue>& params) {
+    constexpr std::size_t kHeads = 48;  // of the block, the column and its numbers
+    std::size_t bytes = params.empty() ? 0 : kHeads;
+    for (const QXValue& param : params) {
+        bytes += 1 + sizeof(std::int64_t) + param.Bytes().size();
+    }
+    return bytes;
+}
+
 }  // namespace
 
 int QXCommand::toCDR(ACE_OutputCDR& out) const {
@@ -58,12 +69,8 @@ int QXCommand::fromCDR(ACE_InputCDR& in) {
 }
 
 std::size_t QXCommand::size() {
-    ColumnsSize columns;
-    if (!params_.empty()) {
-        columns.Add(AsColumn(params_), kParamWeight);
-    }
     return 2 * CQXBASE::kNumberSize + StampSize(SysDataSrc(), token_) +
-           CQXBASE::NarrowSize(TextUtf8()) + columns.Total();
+           CQXBASE::NarrowSize(TextUtf8()) + ParamsBound(params_);
 }
 
 }  // namespace CQXDB

@@ -4,58 +4,18 @@
 
 #include <qxdb/QXDateTime.h>
 
+#include "objects/text_scanner.h"
+
 namespace CQXDB {
 namespace {
 
 constexpr std::int64_t kMicrosPerMinute = 60 * QXDateTime::kMicrosPerSecond;
 constexpr std::int64_t kMaxHours =
     std::numeric_limits<std::int64_t>::max() / (60 * kMicrosPerMinute) - 1;
+constexpr std::size_t kFractionDigits = 6;  ///< further ones are cut off
 constexpr std::int64_t kMaxYear = 5800000;  ///< days of it fit 32 bits
 constexpr std::int64_t kMaxTimestampDays =
     std::numeric_limits<std::int64_t>::max() / QXDateTime::kMicrosPerDay - 2;
-
-/// Takes a text apart from its front; every call takes nothing when it returns false.
-class Scanner {
-  public:
-    explicit Scanner(std::string_view text) noexcept : rest_(text) {}
-
-    bool AtEnd() const noexcept { return rest_.empty(); }
-    bool Take(char c) noexcept {
-        const bool found = !rest_.empty() && rest_.front() == c;
-        rest_.remove_prefix(found ? 1 : 0);
-        return found;
-    }
-    /// A number of `least` to `most` digits.
-    bool TakeNumber(std::size_t least, std::size_t most, std::int64_t& value) noexcept {
-        std::size_t digits = 0;
-        std::int64_t read = 0;
-        while (digits < rest_.size() && digits < most && IsDigit(rest_[digits])) {
-            read = read * 10 + (rest_[digits++] - '0');
-        }
-        if (digits < least) {
-            return false;
-        }
-        rest_.remove_prefix(digits);
-        value = read;
-        return true;
-    }
-    /// A fraction of a second of any length, cut to microseconds.
-    bool TakeFraction(std::int64_t& micros) noexcept {
-        std::int64_t unit = QXDateTime::kMicrosPerSecond;
-        micros = 0;
-        while (!rest_.empty() && IsDigit(rest_.front())) {
-            unit /= 10;
-            micros += (rest_.front() - '0') * unit;
-            rest_.remove_prefix(1);
-        }
-        return unit != QXDateTime::kMicrosPerSecond;
-    }
-
-  private:
-    static bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
-
-    std::string_view rest_;
-};
 
 unsigned DaysInMonth(std::int64_t year, std::int64_t month) noexcept {
     if (month == 2) {
@@ -64,7 +24,7 @@ unsigned DaysInMonth(std::int64_t year, std::int64_t month) noexcept {
     return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
 }
 
-bool TakeDate(Scanner& scanner, std::int32_t& days) noexcept {
+bool TakeDate(TextScanner& scanner, std::int32_t& days) noexcept {
     const bool negative = scanner.Take('-');
     std::int64_t year = 0;
     std::int64_t month = 0;
@@ -82,7 +42,7 @@ bool TakeDate(Scanner& scanner, std::int32_t& days) noexcept {
     return true;
 }
 
-bool TakeClock(Scanner& scanner, std::int64_t& micros) noexcept {
+bool TakeClock(TextScanner& scanner, std::int64_t& micros) noexcept {
     std::int64_t hours = 0;
     std::int64_t minutes = 0;
     std::int64_t seconds = 0;
@@ -94,7 +54,7 @@ bool TakeClock(Scanner& scanner, std::int64_t& micros) noexcept {
     if (scanner.Take(':') && (!scanner.TakeNumber(2, 2, seconds) || seconds > 59)) {
         return false;
     }
-    if (scanner.Take('.') && !scanner.TakeFraction(fraction)) {
+    if (scanner.Take('.') && !scanner.TakeFraction(kFractionDigits, fraction)) {
         return false;
     }
     micros = (hours * 60 + minutes) * kMicrosPerMinute + seconds * QXDateTime::kMicrosPerSecond +
@@ -103,7 +63,7 @@ bool TakeClock(Scanner& scanner, std::int64_t& micros) noexcept {
 }
 
 /// "Z", "+02", "+0230", "+02:30" or nothing.
-bool TakeOffset(Scanner& scanner, std::int64_t& micros) noexcept {
+bool TakeOffset(TextScanner& scanner, std::int64_t& micros) noexcept {
     micros = 0;
     const bool west = scanner.Take('-');
     if (!west && !scanner.Take('+')) {
@@ -126,7 +86,7 @@ bool TakeOffset(Scanner& scanner, std::int64_t& micros) noexcept {
 }  // namespace
 
 bool QXDateTime::ParseDate(std::string_view text, std::int32_t& days) noexcept {
-    Scanner scanner(text);
+    TextScanner scanner(text);
     std::int32_t read = 0;
     if (!TakeDate(scanner, read) || !scanner.AtEnd()) {
         return false;
@@ -136,7 +96,7 @@ bool QXDateTime::ParseDate(std::string_view text, std::int32_t& days) noexcept {
 }
 
 bool QXDateTime::ParseTime(std::string_view text, std::int64_t& micros) noexcept {
-    Scanner scanner(text);
+    TextScanner scanner(text);
     const bool negative = scanner.Take('-');
     std::int64_t read = 0;
     if (!TakeClock(scanner, read) || !scanner.AtEnd()) {
@@ -147,7 +107,7 @@ bool QXDateTime::ParseTime(std::string_view text, std::int64_t& micros) noexcept
 }
 
 bool QXDateTime::ParseTimestamp(std::string_view text, std::int64_t& micros) noexcept {
-    Scanner scanner(text);
+    TextScanner scanner(text);
     std::int32_t days = 0;
     std::int64_t clock = 0;
     std::int64_t offset = 0;

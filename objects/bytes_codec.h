@@ -12,6 +12,12 @@
 
 namespace CQXDB {
 
+/// The numbers are wire values.
+enum class BytesCoding : std::uint8_t {
+    Plain = 0,       ///< the rows' lengths, then their bytes
+    Dictionary = 1,  ///< the entries as above behind their number, then the rows' entries from 0
+};
+
 using RowEnds = QXBuffer<std::uint32_t>;
 
 /// `ends` has a place for each of the rows, of which there is one at least.

@@ -8,6 +8,7 @@ namespace {
 constexpr std::size_t kSlots = 4 * TextDictionary::kMaxEntries;
 constexpr std::size_t kFewestRows = 64;
 constexpr std::size_t kRowsPerEntry = 8;
+constexpr std::size_t kMaxProbes = 64;  ///< more only when somebody chose texts that collide
 
 }  // namespace
 
@@ -19,9 +20,9 @@ bool TextDictionary::Build(const QXBuffer<std::uint32_t>& ends, const QXBuffer<c
     codes_.Resize(ends.size());
     std::uint32_t start = 0;
     for (std::size_t row = 0; row < ends.size(); ++row) {
-        codes_[row] = CodeOf({heap.data() + start, ends[row] - start});
+        const bool found = CodeOf({heap.data() + start, ends[row] - start}, codes_[row]);
         start = ends[row];
-        if (entries_.size() > kRowsPerEntry + row / kRowsPerEntry ||
+        if (!found || entries_.size() > kRowsPerEntry + row / kRowsPerEntry ||
             entries_.size() > kMaxEntries) {
             return false;
         }
@@ -29,18 +30,20 @@ bool TextDictionary::Build(const QXBuffer<std::uint32_t>& ends, const QXBuffer<c
     return true;
 }
 
-std::uint32_t TextDictionary::CodeOf(std::string_view text) {
-    std::size_t slot = std::hash<std::string_view>()(text) % kSlots;
-    while (slots_[slot] != 0) {
-        const std::size_t entry = slots_[slot] - 1U;
-        if (entries_[entry] == text) {
-            return static_cast<std::uint32_t>(entry);
+bool TextDictionary::CodeOf(std::string_view text, std::uint32_t& code) {
+    const std::size_t home = std::hash<std::string_view>()(text);
+    for (std::size_t probe = 0; probe < kMaxProbes; ++probe) {
+        std::uint16_t& slot = slots_[(home + probe) % kSlots];
+        if (slot == 0) {
+            entries_.push_back(text);
+            slot = static_cast<std::uint16_t>(entries_.size());
         }
-        slot = (slot + 1) % kSlots;
+        code = slot - 1U;
+        if (entries_[code] == text) {
+            return true;
+        }
     }
-    entries_.push_back(text);
-    slots_[slot] = static_cast<std::uint16_t>(entries_.size());
-    return static_cast<std::uint32_t>(entries_.size() - 1);
+    return false;
 }
 
 }  // namespace CQXDB

@@ -23,7 +23,7 @@ class TextDictionary {
     const QXBuffer<std::uint32_t>& Codes() const noexcept { return codes_; }
 
   private:
-    std::uint32_t CodeOf(std::string_view text);
+    bool CodeOf(std::string_view text, std::uint32_t& code);
 
     std::vector<std::string_view> entries_;
     std::vector<std::uint16_t> slots_;  ///< hash table of entry numbers from 1; 0 is free
