@@ -37,7 +37,7 @@ struct Backend {
     /// An expression over column i that fails for the row with i = 15 only, when it is reached.
     std::string rowError;
     bool marksInComments = true;  ///< a "?" in a comment is not taken for a parameter
-    bool exactDecimals = true;  ///< DECIMAL keeps every digit
+    bool exactDecimals = true;    ///< DECIMAL keeps every digit
 };
 
 using BackendMaker = std::function<const Backend&()>;

@@ -50,12 +50,14 @@ Backend PostgreSql(const std::string& name, std::uint16_t port) {
     return backend;
 }
 
-const Backend& PostgreSqlNative() {
+}  // namespace
+
+const Backend& PostgreSqlBackend() {
     static const Backend backend = PostgreSql("PostgreSql", Postgres().Port());
     return backend;
 }
 
-const Backend& MariaDbNative() {
+const Backend& MariaDbBackend() {
     static const Backend backend = [] {
         Backend made;
         made.name = "MariaDb";
@@ -78,7 +80,7 @@ const Backend& MariaDbNative() {
     return backend;
 }
 
-const Backend& PostgreSqlOdbc() {
+const Backend& OdbcBackend() {
     static const Backend backend = [] {
         Backend made = PostgreSql("OdbcPostgreSql", Postgres().Port());
         made.dataSource.driver = CQXDB_DRIVER_ODBC;
@@ -87,6 +89,8 @@ const Backend& PostgreSqlOdbc() {
     }();
     return backend;
 }
+
+namespace {
 
 const Backend& SqliteOdbc() {
     static const Backend backend = [] {
@@ -115,13 +119,13 @@ MariaDbServer& MariaDb() {
 std::vector<BackendParam> StoppingBackends() {
     return {{"Sqlite", SqliteDirect},
             {"SqlitePoco", SqlitePoco},
-            {"PostgreSql", PostgreSqlNative},
-            {"MariaDb", MariaDbNative}};
+            {"PostgreSql", PostgreSqlBackend},
+            {"MariaDb", MariaDbBackend}};
 }
 
 std::vector<BackendParam> ExactBackends() {
     std::vector<BackendParam> all = StoppingBackends();
-    all.push_back({"OdbcPostgreSql", PostgreSqlOdbc});
+    all.push_back({"OdbcPostgreSql", OdbcBackend});
     return all;
 }
 

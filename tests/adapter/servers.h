@@ -2,6 +2,7 @@
 // program.
 #pragma once
 
+#include "tests/adapter/backend.h"
 #include "tests/support/MariaDbServer.h"
 #include "tests/support/PostgresServer.h"
 
@@ -9,5 +10,10 @@ namespace qxdb_test {
 
 PostgresServer& Postgres();
 MariaDbServer& MariaDb();
+
+// How they are reached.
+const Backend& PostgreSqlBackend();
+const Backend& MariaDbBackend();
+const Backend& OdbcBackend();  ///< PostgreSQL once more
 
 }  // namespace qxdb_test

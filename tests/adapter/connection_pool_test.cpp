@@ -1,0 +1,125 @@
+// Connections are shared, bounded, waited for and replaced.
+#include "adapter/connection_pool.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "adapter/database_error.h"
+
+namespace CQXDB::adapter {
+namespace {
+
+/// What the pool sees of a connection.
+class Dummy : public Connection {
+  public:
+    explicit Dummy(std::atomic<int>& open) : open_(open) { ++open_; }
+    ~Dummy() override { --open_; }
+    std::shared_ptr<Statement> Prepare(const std::string&) override { return nullptr; }
+    std::shared_ptr<Statement> PrepareScript(const std::string&) override { return nullptr; }
+    const SqlDialect& Dialect() const noexcept override { return kSqliteDialect; }
+    void Begin(TransactionKind) override {}
+    void Commit() override {}
+    void Rollback() noexcept override {}
+    bool InTransaction() noexcept override { return false; }
+    bool Alive() noexcept override { return alive; }
+    bool Usable() noexcept override { return usable; }
+
+    bool alive = true;
+    bool usable = true;
+
+  private:
+    std::atomic<int>& open_;
+};
+
+class ConnectionPoolTest : public testing::Test {
+  protected:
+    std::shared_ptr<ConnectionPool> Pool(std::size_t most, int seconds) {
+        const auto open = [this]() -> std::unique_ptr<Connection> {
+            if (refuse) {
+                throw DatabaseError(77, "refused");
+            }
+            ++opened;
+            return std::make_unique<Dummy>(alive);
+        };
+        return std::make_shared<ConnectionPool>(open,
+                                                PoolLimits{most, std::chrono::seconds(seconds)});
+    }
+    static Dummy& Of(const Lease& lease) { return static_cast<Dummy&>(*lease); }
+
+    std::atomic<int> alive{0};
+    int opened = 0;
+    bool refuse = false;
+};
+
+TEST_F(ConnectionPoolTest, OneConnectionServesCallAfterCall) {
+    const auto pool = Pool(8, 0);
+    for (int i = 0; i < 10; ++i) {
+        pool->Take();
+    }
+    EXPECT_EQ(opened, 1);
+    pool->CloseIdle();
+    EXPECT_EQ(alive, 0);
+    EXPECT_TRUE(pool->Empty());
+}
+
+TEST_F(ConnectionPoolTest, ConnectionsThatDiedAreReplaced) {
+    const auto pool = Pool(1, 0);
+    Of(pool->Take()).usable = false;
+    EXPECT_EQ(alive, 0);
+    Of(pool->Take()).alive = false;
+    EXPECT_EQ(alive, 1) << "found out when it is wanted again";
+    const Lease lease = pool->Take();
+    EXPECT_EQ(alive, 1);
+    EXPECT_TRUE(Of(lease).alive);
+}
+
+TEST_F(ConnectionPoolTest, NobodyWaitsForEver) {
+    const auto pool = Pool(2, 0);
+    const Lease first = pool->Take();
+    const Lease second = pool->Take();
+    try {
+        pool->Take();
+        FAIL() << "a third connection";
+    } catch (const DatabaseError& error) {
+        EXPECT_EQ(error.Code(), DBMGR_POOL_TIMEOUT);
+        EXPECT_NE(std::string(error.what()).find("2 connections"), std::string::npos);
+    }
+}
+
+TEST_F(ConnectionPoolTest, AFailedOpeningLeavesRoomForTheNext) {
+    const auto pool = Pool(1, 0);
+    refuse = true;
+    EXPECT_THROW(pool->Take(), DatabaseError);
+    EXPECT_TRUE(pool->Empty());
+    refuse = false;
+    pool->Take();
+    EXPECT_EQ(opened, 1);
+}
+
+TEST_F(ConnectionPoolTest, WaitersGetWhatOthersGiveBack) {
+    const auto pool = Pool(1, 60);
+    std::atomic<int> rounds{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 200; ++i) {
+                const Lease lease = pool->Take();
+                Of(lease).usable = (i + t) % 7 != 0;
+                ++rounds;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(rounds, 800);
+    EXPECT_LE(alive, 1);
+}
+
+}  // namespace
+}  // namespace CQXDB::adapter

@@ -1,0 +1,149 @@
+// What is particular to MySQL and MariaDB.
+#include <limits>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <qxdb/DBMgrErrors.h>
+
+#include "tests/adapter/contract.h"
+#include "tests/adapter/servers.h"
+
+namespace qxdb_test {
+namespace {
+
+using namespace CQXDB;
+using T = QXValueType;
+
+class MariaDbTest : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_TRUE(db.Execute("DROP TABLE IF EXISTS m").ok()); }
+
+    Client db{MariaDbBackend()};
+};
+
+TEST_F(MariaDbTest, EveryColumnTypeIsRead) {
+    ASSERT_TRUE(
+        db.Execute(
+              "CREATE TABLE m (a BIGINT UNSIGNED, b TINYINT(1), c TINYINT UNSIGNED, d YEAR, "
+              "e BIT(1), f BIT(40), g TIMESTAMP(3) NULL, h JSON, i ENUM('x','y'), j SET('p','q'), "
+              "k FLOAT, l MEDIUMTEXT, n LONGBLOB, o TIME(2), p DATE, q BINARY(3), r GEOMETRY)")
+            .ok());
+    ASSERT_TRUE(
+        db.Execute("INSERT INTO m VALUES (18446744073709551615, 1, 255, 2026, 1, 1099511627775, "
+                   "'2026-01-02 03:04:05.678', '{\"a\": 1}', 'y', 'p,q', 0.5, 'text', x'00ff', "
+                   "'-838:59:58.25', '0000-00-00', 'ab', POINT(1, 2)), "
+                   "(9223372036854775807, 5, 0, 1901, 0, 0, NULL, '[]', 'x', '', -1, '', '', "
+                   "'00:00:00', '2024-02-29', '', NULL)")
+            .ok());
+    QXRecordset rs;
+    const Outcome outcome = db.Query(rs, "SELECT * FROM m");
+    ASSERT_TRUE(outcome.ok()) << outcome;
+    EXPECT_EQ(
+        TextOf(rs),
+        "18446744073709551615|true|255|2026|true|1099511627775|2026-01-02 03:04:05.678|{\"a\": 1}|"
+        "y|p,q|0.5|text|\\x00ff|-838:59:58.25|0000-00-00|\\x616200|"
+        "\\x000000000101000000000000000000f03f0000000000000040\n"
+        "9223372036854775807|5|0|1901|false|0|NULL|[]|x||-1||\\x|00:00:00|2024-02-29|\\x000000|"
+        "NULL\n");
+    EXPECT_EQ(rs.TypeAt(0, 0), T::Decimal);
+    EXPECT_EQ(rs.TypeAt(1, 0), T::Int64);
+    EXPECT_EQ(rs.TypeAt(0, 1), T::Bool);
+    EXPECT_EQ(rs.TypeAt(1, 1), T::Int64);
+    EXPECT_EQ(rs.TypeAt(0, 13), T::Time);
+    EXPECT_EQ(rs.TypeAt(0, 14), T::Text) << "no such day";
+    EXPECT_EQ(rs.TypeAt(1, 14), T::Date);
+    EXPECT_EQ(db.Rows("SELECT NULL, 1 = 1, CAST(? AS DECIMAL(30,20))",
+                      {QXValue::Decimal("0.12345678901234567890")}),
+              "NULL|1|0.12345678901234567890\n");
+}
+
+TEST_F(MariaDbTest, DecimalsAreComparedAsDecimals) {
+    ASSERT_TRUE(db.Execute("CREATE TABLE m (n DECIMAL(38, 0)); INSERT INTO m VALUES "
+                           "(12345678901234567890123456789012345678), "
+                           "(12345678901234567890123456789012345679)")
+                    .ok());
+    EXPECT_EQ(db.Rows("SELECT n FROM m WHERE n = ?",
+                      {QXValue::Decimal("12345678901234567890123456789012345679")}),
+              "12345678901234567890123456789012345679\n");
+}
+
+TEST_F(MariaDbTest, LongValuesFollowShortOnesInTheSameColumn) {
+    ASSERT_TRUE(db.Execute("CREATE TABLE m (i INT, s LONGTEXT, b LONGBLOB)").ok());
+    ASSERT_TRUE(db.Execute("INSERT INTO m VALUES (1, 'a', 'b'), (2, REPEAT('é', 100000), "
+                           "REPEAT(x'00', 70000)), (3, NULL, ''), (4, 'z', REPEAT('y', 300))")
+                    .ok());
+    QXRecordset rs;
+    ASSERT_TRUE(db.Query(rs, "SELECT s, b FROM m ORDER BY i").ok());
+    EXPECT_EQ(rs.GetBytes(1, 0).size(), 200000U);
+    EXPECT_EQ(rs.GetBytes(1, 1), std::string(70000, '\0'));
+    EXPECT_TRUE(rs.IsNull(2, 0));
+    EXPECT_EQ(rs.GetTextUtf8(3, 0), "z");
+    EXPECT_EQ(rs.GetBytes(3, 1), std::string(300, 'y'));
+}
+
+TEST_F(MariaDbTest, ProceduresWithSeveralResultsLeaveTheConnectionInOrder) {
+    ASSERT_TRUE(db.Execute("DROP PROCEDURE IF EXISTS pr").ok());
+    ASSERT_TRUE(db.Execute("CREATE PROCEDURE pr(n INT) BEGIN SELECT n; SELECT n + 1; END").ok());
+    EXPECT_EQ(db.Rows("CALL pr(?)", {QXValue::Int64(7)}), "7\n");
+    EXPECT_TRUE(db.Execute("CALL pr(1)").ok());
+    EXPECT_TRUE(db.Execute("CALL pr(?)", {QXValue::Int64(1)}).ok());
+    QXRecordset rs;
+    rs.setPageSize(5);
+    EXPECT_TRUE(db.Query(rs, "CALL pr(3)").ok());
+    EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
+}
+
+TEST_F(MariaDbTest, APageLimitEndsWithItsQuery) {
+    ASSERT_TRUE(db.Execute("CREATE TABLE m AS SELECT seq AS i FROM seq_1_to_50").ok());
+    QXRecordset rs;
+    rs.setPageSize(10);
+    rs.setCurrentPage(2);
+    ASSERT_TRUE(db.Query(rs, "SELECT i FROM m ORDER BY i LIMIT 45").ok());
+    EXPECT_EQ(rs.GetInt64(0, 0), 11);
+    EXPECT_EQ(rs.RowCount(), 10U);
+    EXPECT_FALSE(db.Query(rs, "SELECT nothing FROM m").ok());
+    EXPECT_EQ(db.Rows("SELECT COUNT(*) FROM (SELECT i FROM m) x"), "50\n");
+    rs.setPageSize(0);
+    ASSERT_TRUE(db.Query(rs, "SELECT i FROM m").ok());
+    EXPECT_EQ(rs.RowCount(), 50U);
+}
+
+TEST_F(MariaDbTest, AnAutocommitLeftOffIsSetRight) {
+    ASSERT_TRUE(db.Execute("CREATE TABLE m (i INT)").ok());
+    EXPECT_EQ(db.Execute("SET autocommit = 0").code, DBMGR_OPEN_TRANSACTION);
+    ASSERT_TRUE(db.Execute("INSERT INTO m VALUES (1)").ok());
+    db.CloseConn();
+    EXPECT_EQ(db.Rows("SELECT COUNT(*) FROM m"), "1\n");
+}
+
+TEST_F(MariaDbTest, WhatCannotBeStoredOrReachedIsSaid) {
+    EXPECT_EQ(
+        db.Execute("SELECT ?", {QXValue::Double(std::numeric_limits<double>::infinity())}).code,
+        DBMGR_BAD_VALUE);
+    Client stranger(db);
+    stranger.DataSource().password = L"wrong";
+    const Outcome refused = stranger.Connect();
+    EXPECT_EQ(refused.code, 1045);
+    EXPECT_NE(refused.text.find(L"Access denied"), std::wstring::npos) << refused;
+    Client odd(db);
+    odd.DataSource().options = "compres=1";
+    EXPECT_EQ(odd.Connect().code, DBMGR_BAD_OPTION);
+}
+
+TEST_F(MariaDbTest, AServerThatGoesAndComesBackIsMetAgain) {
+    ASSERT_EQ(db.Rows("SELECT 1"), "1\n");
+    MariaDb().Stop();
+    const Outcome gone = db.Execute("SELECT 1");
+    EXPECT_EQ(gone.code, 2002) << gone;
+    MariaDb().Start();
+    EXPECT_EQ(db.Rows("SELECT 2"), "2\n");
+    MariaDb().Stop();
+    MariaDb().Start();
+    EXPECT_EQ(db.Rows("SELECT 3"), "3\n") << "a connection that broke while it was idle";
+    EXPECT_FALSE(db.Execute("KILL CONNECTION_ID()").ok());
+    EXPECT_EQ(db.Rows("SELECT 4"), "4\n");
+}
+
+}  // namespace
+}  // namespace qxdb_test

@@ -1,0 +1,75 @@
+// What is particular to ODBC.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <qxdb/DBMgrErrors.h>
+
+#include "tests/adapter/contract.h"
+#include "tests/adapter/servers.h"
+
+namespace qxdb_test {
+namespace {
+
+using namespace CQXDB;
+
+class OdbcTest : public testing::Test {
+  protected:
+    Client db{OdbcBackend()};
+};
+
+TEST_F(OdbcTest, LongValuesOfEveryKindComeWhole) {
+    std::string text;
+    for (int i = 0; text.size() < 200000; ++i) {
+        text += "žluťoučký 🐎 " + std::to_string(i) + " ";
+    }
+    QXRecordset rs;
+    const Outcome outcome = db.Query(
+        rs, "SELECT ?::text, repeat('x', 1023), repeat('y', 1024), ?::bytea, ''::text, NULL::text",
+        {QXValue::TextUtf8(text), QXValue::Blob(text.data(), text.size())});
+    ASSERT_TRUE(outcome.ok()) << outcome;
+    EXPECT_EQ(rs.GetTextUtf8(0, 0), text);
+    EXPECT_EQ(rs.GetTextUtf8(0, 1), std::string(1023, 'x'));
+    EXPECT_EQ(rs.GetTextUtf8(0, 2), std::string(1024, 'y'));
+    EXPECT_EQ(rs.GetBytes(0, 3), text);
+    EXPECT_EQ(rs.GetTextUtf8(0, 4), "");
+    EXPECT_TRUE(rs.IsNull(0, 5));
+}
+
+TEST_F(OdbcTest, AWholeConnectionStringIsTakenAsItIs) {
+    const QXDataSource& built = db.DataSource();
+    QXDataSource whole;
+    whole.type = CQXDB_DS_ODBC;
+    whole.connectionString = L"Driver=" + built.driverName + L";Server=127.0.0.1;Port=" +
+                             std::to_wstring(built.port) + L";Database=" + built.database +
+                             L";UID=" + built.user + L";PWD={" + built.password + L"}";
+    Client client(whole, true);
+    EXPECT_EQ(client.Rows("SELECT 'through ' || ?", {QXValue::TextUtf8("ODBC")}), "through ODBC\n");
+}
+
+TEST_F(OdbcTest, DescriptionsThatLeadNowhereSayWhy) {
+    QXDataSource source;
+    source.type = CQXDB_DS_ODBC;
+    EXPECT_EQ(Client(source, true).Connect().code, DBMGR_BAD_DATA_SOURCE);
+    source.dsn = L"no such name";
+    const Outcome unknown = Client(source, true).Connect();
+    EXPECT_EQ(unknown.code, SqlStateCode("IM002")) << unknown;
+    Client stranger(db);
+    stranger.DataSource().password = L"wrong";
+    EXPECT_NE(stranger.Connect().text.find(L"password authentication failed"), std::wstring::npos);
+    EXPECT_EQ(db.Execute("SELECT '{}'::jsonb ?? 'a'").code, DBMGR_BAD_VALUE);
+}
+
+TEST_F(OdbcTest, AServerThatGoesAndComesBackIsMetAgain) {
+    ASSERT_EQ(db.Rows("SELECT 1"), "1\n");
+    Postgres().Stop();
+    EXPECT_FALSE(db.Execute("SELECT 1").ok());
+    Postgres().Start();
+    EXPECT_EQ(db.Rows("SELECT 2"), "2\n");
+    Postgres().Stop();
+    Postgres().Start();
+    EXPECT_EQ(db.Rows("SELECT 3"), "3\n") << "a connection that broke while it was idle";
+}
+
+}  // namespace
+}  // namespace qxdb_test

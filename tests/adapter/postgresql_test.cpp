@@ -1,0 +1,112 @@
+// What is particular to PostgreSQL.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <qxdb/DBMgrErrors.h>
+#include <qxdb/QXDateTime.h>
+
+#include "tests/adapter/contract.h"
+#include "tests/adapter/servers.h"
+
+namespace qxdb_test {
+namespace {
+
+using namespace CQXDB;
+
+class PostgreSqlTest : public testing::Test {
+  protected:
+    Client db{PostgreSqlBackend()};
+};
+
+TEST_F(PostgreSqlTest, ValuesOutsideOfATypesRangeStayReadable) {
+    QXRecordset rs;
+    const Outcome outcome = db.Query(
+        rs,
+        "SELECT 'NaN'::numeric, 'infinity'::date, '0044-03-15 BC'::date, '-infinity'::timestamptz, "
+        "12345678901234567890.123456789012345678901234567890::numeric, 'NaN'::float8, "
+        "'inf'::float4, "
+        "4294967295::oid, '2024-01-01 00:00:00+02'::timestamptz, '24:00'::time, '{1,2}'::int[], "
+        "'1 mon 2 days'::interval, 'a0eebc99-9c0b-4ef8-bb6d-6bb9bd380a11'::uuid, 1e-20::numeric");
+    ASSERT_TRUE(outcome.ok()) << outcome;
+    EXPECT_EQ(
+        TextOf(rs),
+        "NaN|infinity|0044-03-15 BC|-infinity|12345678901234567890.123456789012345678901234567890|"
+        "nan|inf|4294967295|2023-12-31 22:00:00|24:00:00|{1,2}|1 mon 2 days|"
+        "a0eebc99-9c0b-4ef8-bb6d-6bb9bd380a11|0.00000000000000000001\n");
+    EXPECT_EQ(rs.TypeAt(0, 0), QXValueType::Text);
+    EXPECT_EQ(rs.TypeAt(0, 4), QXValueType::Decimal);
+    EXPECT_EQ(rs.TypeAt(0, 8), QXValueType::Timestamp);
+}
+
+TEST_F(PostgreSqlTest, QuestionMarksAndDollarsMeanWhatTheySay) {
+    EXPECT_EQ(db.Rows("SELECT '{\"a\": 1}'::jsonb ?? ?, '$1 costs $5', $$ ? $1 $$, E'\\'?'",
+                      {QXValue::TextUtf8("a")}),
+              "true|$1 costs $5| ? $1 |'?\n");
+    EXPECT_EQ(db.Rows("SELECT ?::bigint + ?", {QXValue::Int64(40), QXValue::Int64(2)}), "42\n");
+    ASSERT_TRUE(db.Execute("CREATE OR REPLACE FUNCTION twice(int) RETURNS int LANGUAGE sql AS "
+                           "$f$ SELECT $1 * 2; $f$")
+                    .ok());
+    EXPECT_EQ(db.Rows("SELECT twice(?)", {QXValue::Int64(21)}), "42\n");
+}
+
+TEST_F(PostgreSqlTest, WhatTheServerCannotTakeIsRefusedInWords) {
+    const Outcome nul = db.Execute("SELECT ?::text", {QXValue::TextUtf8(std::string("a\0b", 3))});
+    EXPECT_EQ(nul.code, DBMGR_BAD_VALUE);
+    EXPECT_NE(nul.text.find(L"parameter 1 holds a NUL"), std::wstring::npos) << nul;
+    EXPECT_FALSE(db.Execute("COPY pg_class TO STDOUT").ok());
+    ASSERT_TRUE(db.Execute("CREATE TABLE IF NOT EXISTS copied (i int)").ok());
+    EXPECT_FALSE(db.Execute("COPY copied FROM STDIN").ok());
+    EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
+}
+
+TEST_F(PostgreSqlTest, AConstraintThatFailsAtTheEndRollsTheListBack) {
+    ASSERT_TRUE(db.Execute("DROP TABLE IF EXISTS late; CREATE TABLE late (i int PRIMARY KEY, "
+                           "r int REFERENCES late DEFERRABLE INITIALLY DEFERRED)")
+                    .ok());
+    const QXCommand bad = db.Command("INSERT INTO late VALUES (1, 2)");
+    EXPECT_EQ(db.Execute({bad}).code, SqlStateCode("23503"));
+    EXPECT_EQ(db.Rows("SELECT count(*) FROM late"), "0\n");
+    EXPECT_TRUE(db.Execute({bad, db.Command("INSERT INTO late VALUES (2, 1)")}).ok());
+}
+
+TEST_F(PostgreSqlTest, ATimestampMeansTheSameInstantBothWays) {
+    const QXValue at = QXValue::Timestamp(QXDateTime::Timestamp(2026, 7, 1, 12, 0, 0));
+    Client elsewhere(db);
+    elsewhere.DataSource().options = "timezone=Asia/Tokyo;application_name=elsewhere";
+    EXPECT_EQ(db.Rows("SELECT ?::timestamptz", {at}), "2026-07-01 12:00:00\n");
+    EXPECT_EQ(elsewhere.Rows("SELECT ?::timestamptz, current_setting('application_name')", {at}),
+              "2026-07-01 03:00:00|elsewhere\n");
+}
+
+TEST_F(PostgreSqlTest, FailedLoginsSayWhy) {
+    Client stranger(db);
+    stranger.DataSource().password = L"wrong";
+    const Outcome refused = stranger.Connect();
+    EXPECT_EQ(refused.code, SqlStateCode("08001"));
+    EXPECT_NE(refused.text.find(L"password"), std::wstring::npos) << refused;
+    Client lost(db);
+    lost.DataSource().database = L"no such database";
+    EXPECT_NE(lost.Connect().text.find(L"no such database"), std::wstring::npos);
+    Client odd(db);
+    odd.DataSource().options = "sslmod=require";
+    EXPECT_EQ(odd.Connect().code, DBMGR_BAD_OPTION);
+}
+
+TEST_F(PostgreSqlTest, AServerThatGoesAndComesBackIsMetAgain) {
+    ASSERT_EQ(db.Rows("SELECT 1"), "1\n");
+    Postgres().Stop();
+    const Outcome gone = db.Execute("SELECT 1");
+    EXPECT_EQ(gone.code, SqlStateCode("08001")) << gone;
+    Postgres().Start();
+    EXPECT_EQ(db.Rows("SELECT 2"), "2\n");
+    Postgres().Stop();
+    Postgres().Start();
+    EXPECT_EQ(db.Rows("SELECT 3"), "3\n") << "a connection that broke while it was idle";
+    EXPECT_EQ(db.Execute({db.Command("SELECT pg_terminate_backend(pg_backend_pid())")}).code,
+              SqlStateCode("57P01"));
+    EXPECT_EQ(db.Rows("SELECT 4"), "4\n");
+}
+
+}  // namespace
+}  // namespace qxdb_test
