@@ -29,9 +29,12 @@ class ByteBudget {
     std::atomic<std::size_t> left_;
 };
 
-/// What one buffer holds of a budget; gives it back at its end.
+/// What one buffer holds of a budget; gives it back at its end. Small buffers are not counted, so
+/// that small requests are served while large ones have used the budget up.
 class ByteLease {
   public:
+    static constexpr std::size_t kUncounted = 16384;
+
     explicit ByteLease(ByteBudget& budget) noexcept : budget_(&budget) {}
     ByteLease(ByteLease&& other) noexcept : budget_(other.budget_), bytes_(other.bytes_) {
         other.bytes_ = 0;
@@ -47,7 +50,7 @@ class ByteLease {
 
     /// Brings the lease to `bytes`, or returns false and leaves it as it was.
     bool GrowTo(std::size_t bytes) noexcept {
-        if (bytes > bytes_) {
+        if (bytes > kUncounted && bytes > bytes_) {
             if (!budget_->Take(bytes - bytes_)) {
                 return false;
             }

@@ -79,30 +79,36 @@ TEST(FrameReader, AFlagThatIsNoBooleanIsNoFrame) {
     }
 }
 
-TEST(FrameReader, AClaimTakesNothingFromTheBudgetAndBytesDo) {
-    ByteBudget budget(10 * kKiB);
+TEST(FrameReader, BytesThatArriveTakeFromTheBudgetAndAClaimDoesNot) {
+    ByteBudget budget(100 * kKiB);
     FrameReader reader(kMiB, budget);
     const std::string header = HeaderClaiming(kMiB);
     reader.Feed(header.data(), header.size());
-    ASSERT_TRUE(budget.Take(9 * kKiB));
-    budget.Give(9 * kKiB);
-    const std::string piece(kKiB, 'x');
-    for (int i = 0; i < 20 && reader.GetState() == State::Partial; ++i) {
-        reader.Feed(piece.data(), piece.size());
+    ASSERT_TRUE(budget.Take(100 * kKiB)) << "a claim was believed";
+    budget.Give(100 * kKiB);
+    const std::string piece(10 * kKiB, 'x');
+    std::size_t arrived = 0;
+    while (reader.GetState() == State::Partial && arrived < kMiB) {
+        arrived += reader.Feed(piece.data(), piece.size());
     }
     EXPECT_EQ(reader.GetState(), State::OutOfBuffers);
+    EXPECT_LE(arrived, 100 * kKiB);
 }
 
-TEST(FrameReader, GivesTheBudgetBackWithTheFrame) {
-    ByteBudget budget(10 * kKiB);
-    for (int i = 0; i < 50; ++i) {
+TEST(FrameReader, SmallFramesNeedNoBudgetAndLargeOnesGiveTheirsBack) {
+    ByteBudget budget(100 * kKiB);
+    const std::string large = MakeFrame(6, std::string(80 * kKiB, 'x'), false);
+    const std::string small = MakeFrame(6, std::string(10 * kKiB, 'x'), false);
+    for (int i = 0; i < 10; ++i) {
         FrameReader reader(kMiB, budget);
-        const std::string frame = MakeFrame(6, std::string(4 * kKiB, 'x'), false);
-        reader.Feed(frame.data(), frame.size());
+        FrameReader other(kMiB, budget);
+        reader.Feed(large.data(), large.size());
         ASSERT_EQ(reader.GetState(), State::Complete) << i;
         const ReceivedFrame taken = reader.Take();
+        other.Feed(small.data(), small.size());
+        EXPECT_EQ(other.GetState(), State::Complete);
     }
-    EXPECT_TRUE(budget.Take(10 * kKiB));
+    EXPECT_TRUE(budget.Take(100 * kKiB));
 }
 
 }  // namespace

@@ -130,7 +130,8 @@ TEST(HostilePeer, OneThatDoesNotReadItsReplyHoldsNobodyUp) {
     RawClient client = server.LoggedIn();
     EXPECT_EQ(client.Number(L"SELECT 1"), 1);
     EXPECT_TRUE(Eventually([&] { return server.Get().Stats().timedOut == 1; }));
-    EXPECT_EQ(client.Call(kQuery, big, false).code, kQuery) << "its buffer was not given back";
+    EXPECT_TRUE(Eventually([&] { return client.Call(kQuery, big, false).code == kQuery; }))
+        << "its buffer was not given back";
 }
 
 TEST(HostilePeer, RequestsSentAheadAreServedInOrder) {
@@ -188,18 +189,15 @@ TEST(Limits, OneConnectionTooManyIsToldSo) {
 
 TEST(Limits, AllConnectionsShareOneBoundOnBuffers) {
     TestServer server([](ServerOptions& options) { options.limits.maxBufferedBytes = 8 * kMiB; });
-    const std::string half = HeaderClaiming(20 * kMiB) + std::string(3 * kMiB, 'x');
+    const std::string half = HeaderClaiming(20 * kMiB) + std::string(5 * kMiB, 'x');
     RawClient first = server.Connect();
-    first.SendBytes(half);
     RawClient second = server.Connect();
+    first.SendBytes(half);
     second.SendBytes(half);
-    RawClient third = server.Connect();
-    third.SendBytes(half);
-    EXPECT_EQ(third.Receive().Error(), Number(ServerError::OutOfBuffers));
-    first.Close();
-    second.Close();
-    RawClient client = server.LoggedIn();
-    EXPECT_EQ(client.Number(L"SELECT 1"), 1);
+    ASSERT_TRUE(Eventually([&] { return first.Readable() || second.Readable(); }));
+    RawClient& refused = first.Readable() ? first : second;
+    EXPECT_EQ(refused.Receive().Error(), Number(ServerError::OutOfBuffers));
+    EXPECT_EQ(server.LoggedIn().Number(L"SELECT 1"), 1) << "small requests go on";
 }
 
 TEST(Limits, AResultOverTheLimitIsAnError) {

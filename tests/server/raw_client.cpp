@@ -4,9 +4,12 @@
 
 #include <ace/CDR_Stream.h>
 #include <ace/INET_Addr.h>
+#include <ace/OS_NS_poll.h>
 #include <ace/OS_NS_sys_socket.h>
 #include <ace/SOCK_Connector.h>
+#include <ace/Time_Value.h>
 #include <ace/os_include/netinet/os_tcp.h>
+#include <ace/os_include/os_poll.h>
 
 #include "messages/type_codes.h"
 #include "transport/frame.h"
@@ -135,6 +138,13 @@ Reply RawClient::CallString(std::uint32_t code, const std::wstring& value) {
 Reply RawClient::Handshake() {
     QXSimpleMsg record(std::wstring(), 0);
     return Call(kHandshake, record);
+}
+
+bool RawClient::Readable() {
+    pollfd socket{};
+    socket.fd = stream_.get_handle();
+    socket.events = POLLIN;
+    return ACE_OS::poll(&socket, 1, ACE_Time_Value::zero) > 0;
 }
 
 bool RawClient::AtEnd() {

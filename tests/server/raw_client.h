@@ -50,6 +50,8 @@ class RawClient {
     Reply Call(std::uint32_t code, CQXBASE::QXIOBase& record, bool encipher = true);
     Reply CallString(std::uint32_t code, const std::wstring& value);
     Reply Handshake();
+    /// True when Receive has something to begin with.
+    bool Readable();
     /// True when the server has closed: nothing more comes.
     bool AtEnd();
     void FinishSending();
