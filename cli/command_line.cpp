@@ -137,7 +137,7 @@ void CommandLine::AddImport(ImportOptions& to) {
     import_->fallthrough();
     import_->add_option("FILE", to.file, "CSV file (\"-\": standard input)")->required();
     import_->add_option("TABLE", to.table, "Table, or SCHEMA.TABLE")->required();
-    import_->add_option("--batch", to.batchRows, "Rows stored in one transaction (1000)")
+    import_->add_option("--batch", to.batchRows, "Rows stored in one transaction (5000)")
         ->type_name("ROWS")
         ->check(InRange(1, 1000000));
     import_->add_flag("--atomic", to.atomic, "All rows in one transaction, held in memory");

@@ -75,7 +75,7 @@ void Export::Fetch(CQXDB::QXRecordset& rs) {
     CQXDB::QXCommand command = MakeCommand(sql_, options_.parameters);
     const Answer answer = session_.Query(command, rs, pageSize_, page_);
     if (!answer.Ok()) {
-        throw CliError(kFailed, "error " + std::to_string(answer.code) + ": " + answer.text);
+        throw CliError(kFailed, ErrorText(answer));
     }
     if (rs.ColumnCount() == 0) {
         throw CliError(kFailed, "the statement has no result that could be exported");

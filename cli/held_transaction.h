@@ -7,6 +7,7 @@
 
 #include <qxdb/QXRsList.h>
 
+#include "cli/batch_error.h"
 #include "cli/session.h"
 #include "cli/statement_splitter.h"
 
@@ -25,8 +26,9 @@ class HeldTransaction {
 
     /// Runs all statements as one transaction and closes.
     Answer Run(Session& session, CQXDB::QXRsList& results);
-    /// The statement that made Run fail; false when the error doesn't tell.
-    bool FindFailed(const Answer& answer, Statement& failed) const;
+    /// The statement that made Run fail, as far as the error tells; without a text and at the
+    /// transaction's own line when it doesn't.
+    Statement Failed(const BatchError& error) const;
 
   private:
     CQXDB::QXCommandList list_;
@@ -34,9 +36,5 @@ class HeldTransaction {
     std::size_t line_ = 1;
     bool open_ = false;
 };
-
-/// The command of a list of `count` at which an error arose, from 0, as the error's text tells at
-/// its end ("... (command 3 of 10)"); `count` when it doesn't.
-std::size_t FailedCommand(const std::string& errorText, std::size_t count);
 
 }  // namespace CQXCLI

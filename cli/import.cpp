@@ -2,19 +2,15 @@
 
 #include <utility>
 
+#include "cli/batch_error.h"
 #include "cli/catalog.h"
 #include "cli/exit_status.h"
-#include "cli/held_transaction.h"
 
 namespace CQXCLI {
 
 namespace {
 
 constexpr std::size_t kLargestBatch = std::size_t{16} * 1024 * 1024;  // bytes of text
-
-std::string ErrorText(const Answer& answer) {
-    return "error " + std::to_string(answer.code) + ": " + answer.text;
-}
 
 std::string InsertStatement(const Dialect& dialect, const std::string& table,
                             const std::vector<TargetColumn>& columns) {
@@ -119,14 +115,12 @@ void Import::Store() {
 }
 
 void Import::Fail(const Answer& answer) const {
-    const std::size_t failed = FailedCommand(answer.text, lines_.size());
-    std::string where = "line " + std::to_string(lines_.front());
-    if (failed < lines_.size()) {
-        where = "line " + std::to_string(lines_[failed]);
-    } else if (lines_.size() > 1) {
-        where = "lines " + std::to_string(lines_.front()) + " to " + std::to_string(lines_.back());
-    }
-    throw CliError(kFailed, where + ": " + ErrorText(answer));
+    const BatchError error = ReadBatchError(answer, lines_.size());
+    const std::string where =
+        error.index < lines_.size()
+            ? "line " + std::to_string(lines_[error.index])
+            : "lines " + std::to_string(lines_.front()) + " to " + std::to_string(lines_.back());
+    throw CliError(kFailed, where + ": " + error.text);
 }
 
 }  // namespace CQXCLI

@@ -18,7 +18,7 @@ struct ImportOptions {
     std::string file;    ///< "-": standard input
     std::string table;   ///< perhaps with a schema in front
     bool header = true;  ///< the first line names columns
-    std::size_t batchRows = 1000;
+    std::size_t batchRows = 5000;
     bool atomic = false;       ///< one transaction for all rows, which are then held in memory
     std::size_t fromLine = 1;  ///< rows that begin on lines before this one are passed over
 };

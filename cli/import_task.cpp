@@ -51,17 +51,18 @@ ExitStatus RunImport(const Options& options) {
         bar->Update(progress.bytes, size, progress.rows);
         return !stop.Made();
     });
+    const std::string name = options.import.file == "-" ? "standard input" : options.import.file;
+    bool whole = false;
     try {
-        const bool whole = import.Run(in);
-        bar.reset();
-        if (!whole) {
-            throw CliError(kFailed, "stopped; " + HowToGoOn(import.Progress()));
-        }
+        whole = import.Run(in);
     } catch (const CliError& error) {
         bar.reset();
-        throw CliError(error.Status(), options.import.file + ": " + error.what() +
-                                           (import.Progress().rows == 0 ? "; " : "; ") +
-                                           HowToGoOn(import.Progress()));
+        throw CliError(error.Status(),
+                       name + ": " + error.what() + "; " + HowToGoOn(import.Progress()));
+    }
+    bar.reset();
+    if (!whole) {
+        throw CliError(kFailed, name + ": stopped; " + HowToGoOn(import.Progress()));
     }
     std::cerr << Rows(import.Progress().rows) << " imported into " << options.import.table << '\n';
     return kDone;

@@ -99,7 +99,7 @@ Outcome MetaCommands::Describe(const Arguments& arguments) {
     CQXDB::QXRecordset rs;
     const Answer answer = runner_.Connection().Query(query, rs);
     if (!answer.Ok()) {
-        return Fail("error " + std::to_string(answer.code) + ": " + answer.text);
+        return Fail(ErrorText(answer));
     }
     if (!arguments.empty() && rs.RowCount() == 0) {
         return Fail("there is no table or view " + arguments[0]);

@@ -15,8 +15,7 @@ ExitStatus RunPing(const Options& options) {
     const std::string& server = options.connection.server;
     const std::string whom = server.empty() ? "the database" : server;
     if (!answer.Ok()) {
-        throw CliError(kNoConnection, whom + " does not answer: error " +
-                                          std::to_string(answer.code) + ": " + answer.text);
+        throw CliError(kNoConnection, whom + " does not answer: " + ErrorText(answer));
     }
     std::cout << whom << " answers: " << std::fixed << std::setprecision(3) << passed.count()
               << " ms\n";

@@ -89,8 +89,7 @@ Outcome ScriptRunner::Run(const Statement& statement, const std::string& name) {
         return commands_->Run(statement, name);
     }
     if (statement.unfinished) {
-        Fail(name, statement.line, "the script ends inside a quoted text or comment");
-        err_ << "    " << Ellipsis(EscapeForDisplay(statement.text), kExcerptColumns) << '\n';
+        FailStatement(name, statement, "the script ends inside a quoted text or comment");
         return Outcome::Fatal;
     }
     if (!IsUtf8(statement.text)) {
@@ -147,7 +146,7 @@ Outcome ScriptRunner::RunQuery(const Statement& statement, const std::string& na
     CQXDB::QXRecordset rs;
     const Answer answer = session_.Query(command, rs, options_.pageSize, options_.page);
     if (!answer.Ok()) {
-        return FailStatement(name, statement.line, answer, statement.text);
+        return FailStatement(name, statement, ErrorText(answer));
     }
     Show(rs);
     return Outcome::Done;
@@ -187,9 +186,8 @@ Outcome ScriptRunner::Commit(const std::string& name) {
     CQXDB::QXRsList results;
     const Answer answer = held_.Run(session_, results);
     if (!answer.Ok()) {
-        Statement failed{"", held_.Line()};
-        held_.FindFailed(answer, failed);
-        FailStatement(name, failed.line, answer, failed.text);
+        const BatchError error = ReadBatchError(answer, held_.Count());
+        FailStatement(name, held_.Failed(error), error.text);
         err_ << "    the transaction that begins on line " << held_.Line()
              << " was rolled back as a whole\n";
         return Outcome::Failed;
@@ -211,9 +209,7 @@ Outcome ScriptRunner::Use(const std::string& database, std::size_t line, const s
     }
     const Answer answer = session_.Switch(database);
     if (!answer.Ok()) {
-        Fail(name, line,
-             "no connection to " + database + ": error " + std::to_string(answer.code) + ": " +
-                 answer.text);
+        Fail(name, line, "no connection to " + database + ": " + ErrorText(answer));
         return Outcome::NoConnection;
     }
     return Outcome::Done;
@@ -228,11 +224,11 @@ void ScriptRunner::Show(const CQXDB::QXRecordset& rs) {
     out_.flush();
 }
 
-Outcome ScriptRunner::FailStatement(const std::string& name, std::size_t line, const Answer& answer,
-                                    const std::string& sql) {
-    Fail(name, line, "error " + std::to_string(answer.code) + ": " + answer.text);
-    if (!sql.empty()) {
-        err_ << "    " << Ellipsis(EscapeForDisplay(sql), kExcerptColumns) << '\n';
+Outcome ScriptRunner::FailStatement(const std::string& name, const Statement& statement,
+                                    const std::string& error) {
+    Fail(name, statement.line, error);
+    if (!statement.text.empty()) {
+        err_ << "    " << Ellipsis(EscapeForDisplay(statement.text), kExcerptColumns) << '\n';
     }
     return Outcome::Failed;
 }

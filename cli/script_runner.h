@@ -78,8 +78,8 @@ class ScriptRunner {
     Outcome Begin(const Statement& statement, const std::string& modes, const std::string& name);
     Outcome Rollback(const Statement& statement, const std::string& name);
     Outcome Commit(const std::string& name);
-    Outcome FailStatement(const std::string& name, std::size_t line, const Answer& answer,
-                          const std::string& sql);
+    Outcome FailStatement(const std::string& name, const Statement& statement,
+                          const std::string& error);
 
     Session& session_;
     std::ostream& out_;

@@ -19,8 +19,7 @@ Answer MakeAnswer(long code, const std::wstring& text) {
 }
 
 [[noreturn]] void RefuseConnection(const std::string& what, const Answer& answer) {
-    throw CliError(kNoConnection,
-                   what + ": error " + std::to_string(answer.code) + ": " + answer.text);
+    throw CliError(kNoConnection, what + ": " + ErrorText(answer));
 }
 
 QXDataSource ReadUrl(const std::string& url) {
@@ -54,6 +53,10 @@ const Dialect& ChosenDialect(const std::string& name, CQXDB::CQXDB_DSType_ENUM t
 }
 
 }  // namespace
+
+std::string ErrorText(const Answer& answer) {
+    return "error " + std::to_string(answer.code) + ": " + answer.text;
+}
 
 Session::Session(const ConnectionOptions& options) {
     if (options.server.empty()) {

@@ -30,6 +30,9 @@ struct Answer {
     bool Ok() const noexcept { return code == 0; }
 };
 
+/// "error 19: ..."
+std::string ErrorText(const Answer& answer);
+
 class Session {
   public:
     /// Opens the connection. Throws CliError: kWrongUsage for options that make no sense,

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "cli/address.h"
+#include "cli/batch_error.h"
 #include "cli/exit_status.h"
-#include "cli/held_transaction.h"
 #include "cli/options.h"
 #include "cli/parameters.h"
 
@@ -121,12 +121,15 @@ TEST(ParseOptions, RefusesWhatMakesNoSense) {
     }
 }
 
-TEST(FailedCommand, ReadsTheEndOfAnErrorText) {
-    EXPECT_EQ(FailedCommand("UNIQUE (command 1 of 9) (command 3 of 10)", 10), 2U);
-    EXPECT_EQ(FailedCommand("anything", 1), 0U) << "there is no other";
-    for (const char* text : {"no", "(command 3 of 9)", "(command 0 of 10)", "(command 11 of 10)",
-                             "(command x of 10)", "(command 3 of 10) then"}) {
-        EXPECT_EQ(FailedCommand(text, 10), 10U) << text;
+TEST(ReadBatchError, FindsTheCommandAtTheEndOfTheText) {
+    const BatchError error = ReadBatchError({19, "UNIQUE (command 1 of 9) (command 3 of 10)"}, 10);
+    EXPECT_EQ(error.index, 2U);
+    EXPECT_EQ(error.text, "error 19: UNIQUE (command 1 of 9)");
+    EXPECT_EQ(ReadBatchError({1, "anything"}, 1).index, 0U) << "there is no other";
+    for (const char* text :
+         {"no", "a (command 3 of 9)", "a (command 0 of 10)", "a (command 11 of 10)",
+          "a (command x of 10)", "a (command 3 of 10) then"}) {
+        EXPECT_EQ(ReadBatchError({1, text}, 10).index, 10U) << text;
     }
 }
 
