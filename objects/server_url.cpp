@@ -33,7 +33,7 @@ std::string Options(const Poco::URI& uri) {
         if (key.find_first_of(";=") != std::string::npos || value.find(';') != std::string::npos) {
             throw UrlRefused{L"An option of the URL holds a semicolon, which separates options."};
         }
-        options += (options.empty() ? "" : ";") + key + "=" + value;
+        options.append(options.empty() ? "" : ";").append(key).append("=").append(value);
     }
     return options;
 }
@@ -61,7 +61,7 @@ QXDataSource FromServerUrl(std::string url, CQXDB_DSType_ENUM type) {
     const Poco::URI uri(url);
     source.server = Utf8ToWide(HostOf(uri));
     source.port = uri.getSpecifiedPort();
-    const std::string path = uri.getPath();
+    const std::string& path = uri.getPath();
     source.database = Utf8ToWide(path.empty() ? path : path.substr(1));
     source.options = Options(uri);
     return source;

@@ -23,8 +23,10 @@ class QXBuffer {
     QXBuffer(const QXBuffer& other) { Append(other.data_, other.size_); }
     QXBuffer(QXBuffer&& other) noexcept { Swap(other); }
     QXBuffer& operator=(const QXBuffer& other) {
-        QXBuffer copy(other);
-        Swap(copy);
+        if (this != &other) {
+            QXBuffer copy(other);
+            Swap(copy);
+        }
         return *this;
     }
     QXBuffer& operator=(QXBuffer&& other) noexcept {

@@ -33,7 +33,8 @@ TEST(Command, ParametersThatWereNeverSetAreNull) {
 TEST(Command, MovedFromCommandIsStillOne) {
     QXCommand source = FilledCommand();
     const QXCommand target = std::move(source);
-    source.SetParam(0, QXValue::Int64(1));  // NOLINT(bugprone-use-after-move)
+    // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+    source.SetParam(0, QXValue::Int64(1));
     EXPECT_EQ(source.TextUtf8(), "");
     EXPECT_EQ(target.Text(), L"SELECT ? /* \u4E2D */");
 }
