@@ -1,10 +1,9 @@
-#include <aio.h>
 #include <cerrno>
 #include <mutex>
 
 #include <ace/Log_Category.h>
-#include <ace/POSIX_Proactor.h>
 
+#include "platform/aiocb_proactor_posix.h"
 #include "platform/proactor.h"
 
 namespace CQXBASE::platform {
@@ -31,45 +30,6 @@ class QuietAce {
     u_long mask_;
 };
 
-/// Every proactor keeps one of the C library's request threads waiting on its wake-up pipe. With
-/// the usual limit of 20 threads, the 20th proactor would stop all requests of the process. Threads
-/// are only started when needed. Without effect once the host itself has made a request.
-void AllowManyRequestThreads() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        aioinit limits{};
-        limits.aio_threads = 1024;
-        limits.aio_num = 64;
-        limits.aio_idle_time = 1;
-        aio_init(&limits);
-    });
-}
-
-class AiocbProactor : public ACE_POSIX_AIOCB_Proactor {
-  public:
-    // One operation at a time and the wake-up pipe's read, with some slack.
-    AiocbProactor() : ACE_POSIX_AIOCB_Proactor(8) {}
-
-    int close() override {
-        delete_notify_manager();
-        AwaitWakeUpPipe();
-        return ACE_POSIX_AIOCB_Proactor::close();
-    }
-
-  private:
-    /// ACE never frees a request that is still under way when it looks, and closing the pipe ends
-    /// its read only a moment later.
-    void AwaitWakeUpPipe() {
-        constexpr std::size_t kPipeSlot = 0;
-        if (aiocb_list_ == nullptr || aiocb_list_[kPipeSlot] == nullptr) {
-            return;
-        }
-        const aiocb* pending[] = {aiocb_list_[kPipeSlot]};
-        while (aio_suspend(pending, 1, nullptr) == -1 && errno == EINTR) {
-        }
-    }
-};
-
 }  // namespace
 
 void ProactorDeleter::operator()(ACE_Proactor* proactor) const {
@@ -78,7 +38,6 @@ void ProactorDeleter::operator()(ACE_Proactor* proactor) const {
 }
 
 ProactorPtr MakeProactor() {
-    AllowManyRequestThreads();
     const QuietAce quiet;
     constexpr bool kDeleteImplementation = true;
     auto implementation = std::make_unique<AiocbProactor>();

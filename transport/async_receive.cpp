@@ -92,12 +92,16 @@ int QXIO::start_read(std::size_t count) {
         platform::SetStaleSocket();
         return -1;
     }
-    if (!MakeRoom(*rxBlock_, std::min(count, kReadChunk), rxExpected_ + kBesideBody) ||
+    if ((rxBlock_->space() == 0 && !make_room(count)) ||
         reader_->read(*rxBlock_, std::min(count, rxBlock_->space()), nullptr, 0, 0) == -1) {
         return -1;
     }
     ++pending_;
     return 0;
+}
+
+bool QXIO::make_room(std::size_t count) {
+    return MakeRoom(*rxBlock_, std::min(count, kReadChunk), rxExpected_ + kBesideBody);
 }
 
 void QXIO::handle_read_stream(const ACE_Asynch_Read_Stream::Result& result) {
@@ -130,6 +134,7 @@ bool QXIO::count_read(const ACE_Asynch_Read_Stream::Result& result) {
     }
     take_header(result.message_block().rd_ptr());
     rxExpected_ = rxBodyLength_;
+    make_room(rxExpected_);  // when there is no memory, the reads find out
     return true;
 }
 

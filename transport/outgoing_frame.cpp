@@ -1,5 +1,6 @@
 #include "transport/outgoing_frame.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
 #include <new>
@@ -15,29 +16,44 @@ constexpr int kLittleEndian = 1;
 constexpr std::size_t kMemcpyTradeoff = 256;
 constexpr std::size_t kHeaderStreamSize = 24;
 
-/// ACE leaves alignment bytes as they are. Zeroed memory keeps what was there before off the wire.
-class ZeroedMemory : public ACE_New_Allocator {
+/// Room for `size` bytes behind the alignment of the first, never wrapping round to less.
+std::size_t Capacity(std::size_t size) {
+    const std::size_t bytes = std::max<std::size_t>(size, ACE_CDR::DEFAULT_BUFSIZE);
+    return std::max(bytes, bytes + ACE_CDR::MAX_ALIGNMENT);
+}
+
+/// For the blocks that a body takes beyond its size().
+class ZeroedBlocks : public ACE_New_Allocator {
   public:
     void* malloc(std::size_t size) override { return std::calloc(1, size); }
     void free(void* memory) override { std::free(memory); }
 };
 
-ACE_Allocator* Zeroed() {
-    static ZeroedMemory memory;
-    return &memory;
+ACE_Allocator* MoreBlocks() {
+    static ZeroedBlocks blocks;
+    return &blocks;
 }
 
 }  // namespace
 
-OutgoingFrame::OutgoingFrame(QXIOBase& object)
-    : size_(object.size()),
-      body(size_, kLittleEndian, Zeroed(), nullptr, nullptr, kMemcpyTradeoff, 1, 2),
-      header(kHeaderStreamSize, kLittleEndian, Zeroed(), nullptr, nullptr, kMemcpyTradeoff, 1, 2) {
-    if (body.begin()->base() == nullptr || header.begin()->base() == nullptr) {
+OutgoingFrame::Memory OutgoingFrame::Zeroed(std::size_t size) {
+    constexpr std::size_t kAbsurd = std::numeric_limits<std::size_t>::max() / 2;
+    Memory memory(size < kAbsurd ? static_cast<char*>(std::calloc(1, size)) : nullptr);
+    if (memory == nullptr) {
         throw std::bad_alloc();
     }
-    object.toCDR(body);
-    if (!body.good_bit()) {
+    return memory;
+}
+
+OutgoingFrame::OutgoingFrame(QXIOBase& object)
+    : size_(object.size()),
+      capacity_(Capacity(size_)),
+      memory_(Zeroed(capacity_)),
+      body_(memory_.get(), capacity_, kLittleEndian, MoreBlocks(), nullptr, nullptr,
+            kMemcpyTradeoff, 1, 2),
+      header_(kHeaderStreamSize, kLittleEndian, nullptr, nullptr, nullptr, kMemcpyTradeoff, 1, 2) {
+    object.toCDR(body_);
+    if (!body_.good_bit()) {
         QXDB_THROW(L"object can't be encoded, send error.", L"qxio",
                    L"CQXBASE::OutgoingFrame::OutgoingFrame");
     }

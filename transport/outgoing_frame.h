@@ -1,6 +1,9 @@
 // The memory of one frame while it is sent.
 #pragma once
 
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
 #include <string>
 
 #include <ace/CDR_Stream.h>
@@ -22,13 +25,23 @@ class OutgoingFrame {
     /// what the limit can hold.
     int MaxLength() const noexcept;
 
-  private:
-    std::size_t size_;
+    ACE_OutputCDR& Body() noexcept { return body_; }
+    ACE_OutputCDR& Header() noexcept { return header_; }
+    std::string& CipherText() noexcept { return cipherText_; }
 
-  public:
-    ACE_OutputCDR body;
-    ACE_OutputCDR header;
-    std::string cipherText;
+  private:
+    struct Free {
+        void operator()(char* memory) const { std::free(memory); }
+    };
+    using Memory = std::unique_ptr<char, Free>;
+    static Memory Zeroed(std::size_t size);
+
+    std::size_t size_;
+    std::size_t capacity_;
+    Memory memory_;  ///< of the body, and zero where nothing is written: alignment bytes travel too
+    ACE_OutputCDR body_;
+    ACE_OutputCDR header_;
+    std::string cipherText_;
 };
 
 }  // namespace CQXBASE

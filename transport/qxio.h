@@ -176,6 +176,7 @@ class QXIO : public ACE_Handler {
     int Asy_receive_header();
     int Asy_receive_block(std::size_t count);
     int start_read(std::size_t count);
+    bool make_room(std::size_t count);
     void on_read(const ACE_Asynch_Read_Stream::Result& result);
     bool count_read(const ACE_Asynch_Read_Stream::Result& result);
     bool receive_over() const;

@@ -19,8 +19,8 @@ constexpr int kMaxAttempts = 3;
 int QXIO::Syc_sendobj(QXIOBase& obj, unsigned typeCode, bool encipher, bool retry) {
     const auto send = [&] {
         OutgoingFrame frame(obj);
-        if (pipe_before_send(frame.body, frame.header, typeCode, frame.MaxLength(), encipher,
-                             frame.cipherText) != 0) {
+        if (pipe_before_send(frame.Body(), frame.Header(), typeCode, frame.MaxLength(), encipher,
+                             frame.CipherText()) != 0) {
             return kSendFailed;
         }
         return send_with_retry(retry);

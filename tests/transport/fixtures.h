@@ -45,6 +45,7 @@ class OpenQXIO : public QXIO {
     }
 
     using QXIO::Asy_receive_init;
+    using QXIO::Asy_send_init;
     using QXIO::handleSet_;
     using QXIO::lastErrorCode_;
     using QXIO::lastErrorText_;
@@ -97,8 +98,10 @@ class LogCapture : public ACE_Log_Msg_Callback {
     void log(ACE_Log_Record& record) override {
         lines_.push_back({record.type(), ACE_TEXT_ALWAYS_CHAR(record.msg_data())});
     }
-    /// Lines of `priority` without the date before the first "(" or ":" of their format.
+    /// Lines of `priority` without the date that they begin with.
     std::vector<std::string> Lines(unsigned long priority) const;
+    /// All lines of `priority` as they are.
+    std::string Text(unsigned long priority) const;
 
   private:
     ACE_Log_Msg_Callback* before_;
@@ -114,6 +117,14 @@ inline std::vector<std::string> LogCapture::Lines(unsigned long priority) const 
         }
     }
     return texts;
+}
+
+inline std::string LogCapture::Text(unsigned long priority) const {
+    std::string text;
+    for (const Line& line : lines_) {
+        text += line.priority == priority ? line.text : "";
+    }
+    return text;
 }
 
 }  // namespace CQXBASE

@@ -22,8 +22,8 @@ const std::string kBody = "twelve bytes";
 class FramePipe : public testing::Test {
   protected:
     int Send(OutgoingFrame& frame, bool encipher) {
-        return io_.pipe_before_send(frame.body, frame.header, 6, frame.MaxLength(), encipher,
-                                    frame.cipherText);
+        return io_.pipe_before_send(frame.Body(), frame.Header(), 6, frame.MaxLength(), encipher,
+                                    frame.CipherText());
     }
     std::string Part(int index) const {
         return {static_cast<const char*>(io_.sendIov_[index].iov_base),
@@ -53,7 +53,7 @@ TEST_F(FramePipe, PlainBodyIsSentFromItsStream) {
     OutgoingFrame frame(record);
     ASSERT_EQ(Send(frame, false), 0);
     EXPECT_EQ(ToHex(Part(0)), "01 00 00 00 06 00 00 00 0c 00 00 00 00 00 00 00");
-    EXPECT_EQ(io_.sendIov_[1].iov_base, frame.body.begin()->rd_ptr());
+    EXPECT_EQ(io_.sendIov_[1].iov_base, frame.Body().begin()->rd_ptr());
     EXPECT_EQ(Part(1), kBody);
 }
 
@@ -80,7 +80,7 @@ TEST_F(FramePipe, BodiesAbove40MiBGoPlain) {
     ASSERT_EQ(Send(plain, true), 0);
     EXPECT_EQ(Header().plainLength, 0U);
     EXPECT_EQ(Header().bodyLength, 41943041U);
-    EXPECT_EQ(io_.sendIov_[1].iov_base, plain.body.begin()->rd_ptr());
+    EXPECT_EQ(io_.sendIov_[1].iov_base, plain.Body().begin()->rd_ptr());
 }
 
 TEST_F(FramePipe, EmptyBodyIsNeverEnciphered) {
@@ -103,12 +103,13 @@ TEST_F(FramePipe, LengthLimit) {
         EXPECT_EQ(error.file, L"qxio");
         EXPECT_EQ(error.function, L"CQXBASE::QXIO::pipe_before_send");
     }
-    EXPECT_EQ(frame.header.total_length(), 0U);
+    EXPECT_EQ(frame.Header().total_length(), 0U);
     for (const int limit : {0, -1, static_cast<int>(kBody.size())}) {
         Bytes record(kBody);
         OutgoingFrame again(record);
-        EXPECT_EQ(io_.pipe_before_send(again.body, again.header, 6, limit, false, again.cipherText),
-                  0);
+        EXPECT_EQ(
+            io_.pipe_before_send(again.Body(), again.Header(), 6, limit, false, again.CipherText()),
+            0);
     }
 }
 

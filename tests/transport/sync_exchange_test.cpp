@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <future>
+#include <limits>
 
 #include <ace/OS_NS_sys_socket.h>
 #include <gtest/gtest.h>
@@ -281,6 +282,9 @@ TEST_F(SyncExchange, ExceptionsBecomeTheLastError) {
     EXPECT_EQ(text(Faulty::How::Size), L"data too long, send error.\n");
     EXPECT_EQ(text(Faulty::How::Standard), L"no encoding\n");
     EXPECT_EQ(text(Faulty::How::Unknown), L"trans data error.\n");
+    Bytes endless("x", std::numeric_limits<std::size_t>::max());
+    EXPECT_EQ(io.Syc_sendobj(endless, 1, false, true), -5004);
+    EXPECT_EQ(io.LastErrorText(), L"std::bad_alloc\n");
     Bytes record("fine");
     EXPECT_EQ(io.Syc_sendobj(record, 1, false, true), 0);
     EXPECT_EQ(ReadFrame(pair.far), Frame(1, "fine"));

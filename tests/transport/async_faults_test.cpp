@@ -1,0 +1,219 @@
+// What the asynchronous exchange makes of writes, reads and wake-ups that go wrong, over a proactor
+// whose writes can be cut short or refused.
+#include <cerrno>
+#include <deque>
+#include <new>
+#include <sys/socket.h>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "platform/aiocb_proactor_posix.h"
+#include "tests/transport/fixtures.h"
+#include "tests/transport/loopback.h"
+
+namespace {
+
+// Sizes of memory that nothrow new doesn't grant this thread.
+thread_local std::size_t refusedObject = 0;
+thread_local std::size_t refusedArray = 0;
+
+}  // namespace
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return size == refusedObject ? nullptr : ::operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return size == refusedArray ? nullptr : ::operator new[](size);
+}
+
+namespace CQXBASE {
+namespace {
+
+/// What becomes of one write.
+struct Fate {
+    enum Kind { Done, Short, Refused, Throws } kind;
+    std::size_t taken = 0;  ///< bytes that a short one takes
+};
+using Fates = std::deque<Fate>;
+
+/// A completion that never was a request.
+class MadeUpResult : public ACE_POSIX_Asynch_Write_Stream_Result {
+  public:
+    MadeUpResult(const ACE_Handler::Proxy_Ptr& handler, ACE_HANDLE handle, ACE_Message_Block& block,
+                 std::size_t asked, Fate fate)
+        : ACE_POSIX_Asynch_Write_Stream_Result(handler, handle, block, asked, nullptr,
+                                               ACE_INVALID_HANDLE, 0, 0),
+          throws_(fate.kind == Fate::Throws) {
+        set_bytes_transferred(fate.taken);
+    }
+    int success() const override {
+        if (throws_) {
+            throw std::runtime_error("no result");
+        }
+        return ACE_POSIX_Asynch_Write_Stream_Result::success();
+    }
+
+  private:
+    bool throws_;
+};
+
+class FatedWriter : public ACE_POSIX_Asynch_Write_Stream {
+  public:
+    FatedWriter(ACE_POSIX_Proactor* proactor, Fates& fates)
+        : ACE_POSIX_Asynch_Write_Stream(proactor), fates_(fates) {}
+
+    int write(ACE_Message_Block& block, std::size_t count, const void* act, int priority,
+              int signal) override {
+        const Fate fate = fates_.empty() ? Fate{Fate::Done} : fates_.front();
+        if (!fates_.empty()) {
+            fates_.pop_front();
+        }
+        if (fate.kind == Fate::Refused) {
+            errno = EIO;
+            return -1;
+        }
+        if (fate.kind == Fate::Done) {
+            return ACE_POSIX_Asynch_Write_Stream::write(block, count, act, priority, signal);
+        }
+        EXPECT_EQ(send(handle_, block.rd_ptr(), fate.taken, MSG_NOSIGNAL),
+                  static_cast<ssize_t>(fate.taken));
+        return posix_proactor()->post_completion(
+            new MadeUpResult(handler_proxy_, handle_, block, count, fate));
+    }
+
+  private:
+    Fates& fates_;
+};
+
+class FatedProactor : public platform::AiocbProactor {
+  public:
+    explicit FatedProactor(Fates& fates) : fates_(fates) {}
+
+    ACE_Asynch_Write_Stream_Impl* create_asynch_write_stream() override {
+        return withoutWriter ? nullptr : new FatedWriter(this, fates_);
+    }
+    int handle_events() override {
+        return std::exchange(failsOnce, false) ? -1 : AiocbProactor::handle_events();
+    }
+
+    bool withoutWriter = false;
+    bool failsOnce = false;  ///< the next wait
+
+  private:
+    Fates& fates_;
+};
+
+class AsyncFaults : public testing::Test {
+  protected:
+    AsyncFaults() { Equip(io_); }
+    ~AsyncFaults() override { refusedObject = refusedArray = 0; }
+
+    void Equip(OpenQXIO& io) {
+        impl_ = new FatedProactor(fates_);
+        io.proactor_.reset(new ACE_Proactor(impl_, true));
+    }
+    int Send(const std::string& body) {
+        Bytes record(body);
+        return io_.Asy_sendobj(record, 1, false);
+    }
+
+    LogCapture log_;
+    Fates fates_;
+    FatedProactor* impl_ = nullptr;
+    StreamPair pair_;
+    OpenQXIO io_{pair_.near};
+    Received got_;
+};
+
+TEST_F(AsyncFaults, ShortWritesAreContinued) {
+    fates_ = {{Fate::Done}, {Fate::Short, 5}, {Fate::Short, 1}};
+    EXPECT_EQ(Send("twelve bytes"), 0);
+    EXPECT_EQ(ReadFrame(pair_.far), Frame(1, "twelve bytes"));
+}
+
+TEST_F(AsyncFaults, HeaderCutShortFailsTheSend) {
+    for (const std::size_t bodySize : {4U, 8U, 100U}) {
+        fates_ = {{Fate::Short, 8}};
+        EXPECT_EQ(Send(std::string(bodySize, 'b')), -1);
+        EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
+        EXPECT_EQ(Read(pair_.far, 16), Frame(1, std::string(bodySize, 'b')).substr(0, 16));
+    }
+}
+
+TEST_F(AsyncFaults, ShortWriteThatCantBeContinued) {
+    fates_ = {{Fate::Done}, {Fate::Short, 5}, {Fate::Refused}};
+    EXPECT_EQ(Send("twelve bytes"), -1);
+    EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
+    EXPECT_EQ(log_.Lines(LM_ERROR).size(), 1U);
+    EXPECT_EQ(log_.Text(LM_ERROR), "ACE_Asynch_Write_Stream::write: Input/output error\n");
+}
+
+TEST_F(AsyncFaults, WritesThatCantBeStarted) {
+    fates_ = {{Fate::Refused}};
+    EXPECT_EQ(Send("x"), -1);
+    EXPECT_EQ(io_.LastErrorText(), L"Asynch_Write_Stream::write, Input/output error(5).");
+    io_.set_last_error(0, L"");
+    fates_ = {{Fate::Done}, {Fate::Refused}};
+    EXPECT_EQ(Send("x"), -1);
+    EXPECT_EQ(io_.LastErrorText(), L"Asynch_Write_Stream::write, Input/output error(5).");
+    refusedObject = sizeof(ACE_Message_Block);
+    EXPECT_EQ(Send("x"), -1);
+    EXPECT_EQ(io_.LastErrorCode(), 12);
+}
+
+TEST_F(AsyncFaults, WriterThatCantBeOpened) {
+    impl_->withoutWriter = true;
+    io_.Asy_send_init();
+    EXPECT_EQ(io_.LastErrorText(), L"Asynch_Write_Stream::open, unknown error.(-1).");
+    LoopbackPeer peer({[](ACE_SOCK_Stream& stream) { Read(stream, 1); }});
+    OpenQXIO client(peer.Port());
+    Equip(client);
+    impl_->withoutWriter = true;
+    Bytes record("x");
+    EXPECT_EQ(client.Asy_sendobj(record, 1, false), -1);
+    EXPECT_EQ(client.LastErrorText(), L"Asynch_Write_Stream::open, unknown error.(-1).");
+    EXPECT_NE(client.peer_, nullptr);
+}
+
+TEST_F(AsyncFaults, NoMemoryForTheReceiveBlock) {
+    refusedObject = sizeof(ACE_Message_Block);
+    errno = 0;
+    EXPECT_EQ(io_.Asy_receive_init(), -214);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(got_.AsyncFrom(io_), -1);
+    EXPECT_EQ(got_.SyncFrom(io_), -5005);
+    EXPECT_EQ(io_.LastErrorCode(), 12);
+    refusedObject = 0;
+    Write(pair_.far, Frame(1, "at last"));
+    EXPECT_EQ(got_.AsyncFrom(io_), 0);
+    EXPECT_EQ(got_.Body(), "at last");
+}
+
+TEST_F(AsyncFaults, NoMemoryForTheBody) {
+    Write(pair_.far, Frame(1, std::string(5000, 'x')));
+    refusedArray = 5000 + 24;
+    EXPECT_EQ(got_.AsyncFrom(io_), -1);
+    EXPECT_EQ(io_.LastErrorText(), L"Asy_receive_block::read, Cannot allocate memory(12).");
+}
+
+TEST_F(AsyncFaults, ExceptionsInAHandlerAreLogged) {
+    fates_ = {{Fate::Done}, {Fate::Throws}};
+    EXPECT_EQ(Send("x"), -1);
+    EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
+    EXPECT_EQ(log_.Lines(LM_ERROR), std::vector<std::string>{": error35, no result\n \n"});
+}
+
+TEST_F(AsyncFaults, FailedEventLoopLeavesNothingUnderWay) {
+    impl_->failsOnce = true;
+    EXPECT_EQ(Send(std::string(1000, 'x')), -1);
+    EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
+    EXPECT_EQ(io_.pending_, 0U);
+    impl_->failsOnce = true;
+    EXPECT_EQ(got_.AsyncFrom(io_), -1);  // also one that would wait for ever
+    EXPECT_EQ(io_.pending_, 0U);
+}
+
+}  // namespace
+}  // namespace CQXBASE

@@ -1,0 +1,148 @@
+// What the asynchronous exchange takes of the process, and how it lives with the process's signals.
+#include <atomic>
+#include <csignal>
+#include <dirent.h>
+#include <list>
+#include <malloc.h>
+#include <pthread.h>
+
+#include <gtest/gtest.h>
+
+#include "tests/transport/fixtures.h"
+#include "tests/transport/loopback.h"
+
+namespace CQXBASE {
+namespace {
+
+std::size_t Entries(const char* directory) {
+    DIR* const listing = opendir(directory);
+    std::size_t count = 0;
+    while (readdir(listing) != nullptr) {
+        ++count;
+    }
+    closedir(listing);
+    return count;
+}
+
+struct Usage {
+    std::size_t descriptors = Entries("/proc/self/fd");
+    std::size_t threads = Entries("/proc/self/task");
+    std::size_t bytes = mallinfo2().uordblks;
+};
+
+void Exchange(OpenQXIO& near, OpenQXIO& far, std::size_t size) {
+    Bytes record(std::string(size, 'x'));
+    Received got;
+    ASSERT_EQ(near.Asy_sendobj(record, 1, false), 0);
+    ASSERT_EQ(got.AsyncFrom(far), 0);
+    ASSERT_EQ(got.length, size);
+}
+
+TEST(AsyncResources, TenThousandFramesLeaveNothingBehind) {
+    const LogCapture log;
+    StreamPair pair;
+    OpenQXIO near(pair.near);
+    OpenQXIO far(pair.far);
+    const auto frames = [&](std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            Exchange(near, far, i % 1000 + 1);
+        }
+    };
+    frames(2000);  // fills the allocator's caches
+    const Usage before;
+    frames(10000);
+    const Usage after;
+    EXPECT_EQ(after.descriptors, before.descriptors);
+    EXPECT_LE(after.threads, before.threads);
+    EXPECT_LE(after.bytes, before.bytes + 10000);  // less than a byte a frame
+}
+
+TEST(AsyncResources, TransportsGoWithAllTheirs) {
+    const LogCapture log;
+    const auto use = [] {
+        StreamPair pair;
+        OpenQXIO near(pair.near);
+        OpenQXIO far(pair.far);
+        Exchange(near, far, 10);
+    };
+    use();
+    const Usage before;
+    for (int i = 0; i < 100; ++i) {
+        use();
+    }
+    const Usage after;
+    EXPECT_EQ(after.descriptors, before.descriptors);
+    EXPECT_LE(after.bytes, before.bytes + 10000);
+}
+
+TEST(AsyncResources, ManyTransportsAtOnce) {
+    const LogCapture log;
+    std::list<StreamPair> pairs(30);
+    std::list<OpenQXIO> nears;
+    std::list<OpenQXIO> fars;
+    for (StreamPair& pair : pairs) {
+        nears.emplace_back(pair.near);
+        fars.emplace_back(pair.far);
+        Exchange(nears.back(), fars.back(), 1000);
+    }
+    Exchange(nears.front(), fars.front(), 1000);
+}
+
+TEST(AsyncResources, ProactorsSayNothing) {
+    testing::internal::CaptureStderr();
+    {
+        StreamPair pair;
+        OpenQXIO near(pair.near);
+        OpenQXIO far(pair.far);
+        near.ensure_proactor();
+        far.ensure_proactor();
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+std::atomic<int> signalsTaken{0};
+
+/// Tells when the header has been read: then the transport waits for the body.
+class WaitingQXIO : public OpenQXIO {
+  public:
+    using OpenQXIO::OpenQXIO;
+    void handle_read_stream(const ACE_Asynch_Read_Stream::Result& result) override {
+        OpenQXIO::handle_read_stream(result);
+        waiting = true;
+    }
+    std::atomic<bool> waiting{false};
+};
+
+TEST(AsyncResources, SignalsDontEndAReceive) {
+    struct sigaction counting {};
+    struct sigaction before {};
+    counting.sa_handler = [](int) { ++signalsTaken; };
+    sigaction(SIGUSR1, &counting, &before);
+    const LogCapture log;
+    StreamPair pair;
+    WaitingQXIO io(pair.near);
+    const pthread_t receiver = pthread_self();
+    std::thread peer([&] {
+        const std::string frame = Frame(1, "twelve bytes");
+        Write(pair.far, frame.substr(0, 16));
+        while (!io.waiting) {
+            std::this_thread::yield();
+        }
+        for (int i = 1; i <= 50; ++i) {
+            pthread_kill(receiver, SIGUSR1);
+            while (signalsTaken < i) {
+                std::this_thread::yield();
+            }
+        }
+        Write(pair.far, frame.substr(16));
+    });
+    Received got;
+    EXPECT_EQ(got.AsyncFrom(io), 0);
+    peer.join();
+    sigaction(SIGUSR1, &before, nullptr);
+    EXPECT_EQ(signalsTaken, 50);
+    EXPECT_EQ(got.Body(), "twelve bytes");
+}
+
+}  // namespace
+}  // namespace CQXBASE
