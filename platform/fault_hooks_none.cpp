@@ -13,7 +13,9 @@ void SetInvalidParameterHandler(InvalidParameterHandler) noexcept {}
 void SetPureCallHandler(PureCallHandler) noexcept {}
 
 FaultRegion::FaultRegion() noexcept : outer_(nullptr) {}
-FaultRegion::~FaultRegion() = default;
+FaultRegion::~FaultRegion() {
+    static_cast<void>(outer_);
+}
 
 bool InFaultRegion() noexcept {
     return false;
