@@ -5,7 +5,7 @@
 namespace CQXDB {
 
 QXOtpAuth::QXOtpAuth() : kind(0) {}
-QXOtpAuth::~QXOtpAuth() = default;
+QXOtpAuth::~QXOtpAuth() {}
 QXOtpAuth& QXOtpAuth::operator=(const QXOtpAuth& other) = default;
 
 QXOtpAuth::OtpAuth_Data::OtpAuth_Data(std::uint32_t newKind, const std::string& newFirst,

@@ -12,7 +12,7 @@ constexpr int kLineLength = 76;
 constexpr std::array<std::uint8_t, 'z' + 1> MakeValues() {
     std::array<std::uint8_t, 'z' + 1> values{};
     for (std::uint8_t value = 0; value < 64; ++value) {
-        values[static_cast<std::size_t>(kAlphabet[value])] = value;
+        values[static_cast<unsigned char>(kAlphabet[value])] = value;
     }
     return values;
 }

@@ -17,9 +17,9 @@ enum ProxyType : std::uint32_t {
 
 /// A proxy, its texts in the active ANSI code page.
 struct ProxyParam {
-    std::uint32_t type;  ///< a ProxyType
-    std::string host;    ///< where the socket is connected to
-    std::uint16_t port;
+    std::uint32_t type = kProxyNone;  ///< a ProxyType
+    std::string host;                 ///< where the socket is connected to
+    std::uint16_t port = 0;
     std::string user;  ///< empty: no credentials are offered
     std::string password;
     bool valid = true;

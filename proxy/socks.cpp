@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -43,8 +44,7 @@ unsigned char* PutAddress(unsigned char* next, const std::string& host) {
 /// A length byte and the text behind it.
 unsigned char* PutCounted(unsigned char* next, const std::string& text) {
     *next++ = static_cast<unsigned char>(text.size() & 0xFF);
-    std::memcpy(next, text.data(), text.size());
-    return next + text.size();
+    return std::copy(text.begin(), text.end(), next);
 }
 
 constexpr unsigned char kVersion5 = 5;

@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include <ace/Message_Block.h>
 #include <gtest/gtest.h>
@@ -12,18 +11,18 @@
 #include <qxdb/QXRsList.h>
 
 #include "messages/session_records.h"
-#include "tests/messages/cdr_bytes.h"
+#include "tests/objects/cdr_support.h"
 #include "tests/support/Hex.h"
 
 namespace CQXBASE {
 namespace {
 
-using qxdb_test::FromHex;
-
 using CQXDB::QXCommand;
 using CQXDB::QXCommandList;
 using CQXDB::QXRecordset;
 using CQXDB::QXRsList;
+using qxdb_test::Encode;
+using qxdb_test::FromHex;
 using OtpData = CQXDB::QXOtpAuth::OtpAuth_Data;
 using State = MessageHolder::State;
 
@@ -34,34 +33,28 @@ QXRecordset OneCell(std::int64_t value) {
     return recordset;
 }
 
-/// Encodings to decode from; the bytes live as long as the program.
-const std::string& RecordsetBytes() {
-    static QXRecordset recordset = OneCell(42);
-    static const std::string bytes = Encode(recordset);
-    return bytes;
+template <class T>
+std::string BytesOf(T object) {
+    return Encode(object);
 }
-const std::string& RsListBytes() {
-    static const std::string bytes = [] {
-        QXRsList list;
-        list.Add(OneCell(1));
-        list.Add(OneCell(2));
-        return Encode(list);
-    }();
-    return bytes;
+
+QXRsList TwoResults() {
+    QXRsList list;
+    list.Add(OneCell(1));
+    list.Add(OneCell(2));
+    return list;
 }
-const std::string& StatusBytes() {
-    static QXSimpleMsg status(L"ab", 7);
-    static const std::string bytes = Encode(status);
-    return bytes;
+
+QXSesInfo Session() {
+    QXSesInfo session;
+    session.token = L"token";
+    return session;
 }
-const std::string& SessionBytes() {
-    static const std::string bytes = [] {
-        QXSesInfo session;
-        session.token = L"token";
-        return Encode(session);
-    }();
-    return bytes;
-}
+
+const std::string kStatus = BytesOf(QXSimpleMsg(L"ab", 7));
+const std::string kSession = BytesOf(Session());
+const std::string kRecordset = BytesOf(OneCell(0x0102030405060708));
+const std::string kRsList = BytesOf(TwoResults());
 
 ReceivedBody Raw(const std::string& bytes) {
     return ReceivedBody::Raw(bytes.data(), bytes.size());
@@ -74,76 +67,66 @@ MessageHolder Reply(std::uint32_t request, std::uint32_t reply, const std::strin
 
 TEST(MessageHolder, RepliesBecomeTheRecordOfTheirCode) {
     for (const std::uint32_t code : {1U, 2U, 4U, 6U, 8U, 20U, 29U}) {
-        const MessageHolder holder = Reply(code, code, StatusBytes());
+        const MessageHolder holder = Reply(code, code, kStatus);
         ASSERT_EQ(State::Good, holder.GetState()) << code;
         EXPECT_EQ(L"ab", holder.As<QXSimpleMsg>()->text);
-        EXPECT_EQ(7U, holder.As<QXSimpleMsg>()->code);
         EXPECT_EQ(nullptr, holder.As<QXOneString>());
         EXPECT_EQ(code, holder.Code()) << "stays as received";
-        EXPECT_EQ(code, holder.ReceivedCode());
-        EXPECT_EQ(State::Good, Reply(code, kStatusReply, StatusBytes()).GetState());
+        EXPECT_EQ(State::Good, Reply(code, kStatusReply, kStatus).GetState());
     }
     for (const std::uint32_t code : {28U, 30U, 34U}) {
-        const MessageHolder holder = Reply(kLogin, code, SessionBytes());
+        const MessageHolder holder = Reply(kLogin, code, kSession);
         ASSERT_EQ(State::Good, holder.GetState()) << code;
         EXPECT_EQ(L"token", holder.As<QXSesInfo>()->token);
     }
 }
 
-TEST(MessageHolder, ResultsGoIntoTheCallersObject) {
+TEST(MessageHolder, ResultsGoIntoTheCallersObjectAndOutliveTheHolder) {
     for (const std::uint32_t code : {3U, 5U, 32U}) {
         QXRecordset recordset = OneCell(0);
-        {
-            const MessageHolder holder = Reply(kQuery, code, RecordsetBytes(), &recordset);
-            EXPECT_EQ(State::Good, holder.GetState()) << code;
-            EXPECT_EQ(&recordset, holder.Object());
-        }
-        EXPECT_EQ(42, recordset.GetInt64(0, 0)) << "outlives the holder";
-        EXPECT_EQ(42, Reply(kQuery, code, RecordsetBytes()).As<QXRecordset>()->GetInt64(0, 0));
+        EXPECT_EQ(&recordset, Reply(kQuery, code, kRecordset, &recordset).Object()) << code;
+        EXPECT_EQ(0x0102030405060708, recordset.GetInt64(0, 0));
+        EXPECT_EQ(1U, Reply(kQuery, code, kRecordset).As<QXRecordset>()->RowCount());
     }
     for (const std::uint32_t code : {7U, 33U}) {
         QXRsList list;
-        EXPECT_EQ(&list, Reply(kBatchQuery, code, RsListBytes(), &list).Object());
-        ASSERT_EQ(2U, list.Count());
+        EXPECT_EQ(&list, Reply(kBatchQuery, code, kRsList, &list).Object()) << code;
         EXPECT_EQ(2, list.At(1).GetInt64(0, 0));
-        EXPECT_EQ(2U, Reply(kBatchQuery, code, RsListBytes()).As<QXRsList>()->Count());
+        EXPECT_EQ(2U, Reply(kBatchQuery, code, kRsList).As<QXRsList>()->Count());
     }
 }
 
 TEST(MessageHolder, ReplyOfAnotherClassIsRefusedUndecoded) {
     QXRecordset recordset = OneCell(5);
-    QXRsList list;
-    list.Add(OneCell(6));
+    QXRsList list = TwoResults();
     for (const std::uint32_t code : {7U, 33U, 1U, 31U, 34U}) {
-        EXPECT_EQ(State::UnexpectedBody, Reply(kQuery, code, RsListBytes(), &recordset).GetState());
+        const MessageHolder holder = Reply(kQuery, code, kRsList, &recordset);
+        EXPECT_EQ(State::UnexpectedBody, holder.GetState()) << code;
+        EXPECT_EQ(nullptr, holder.Object());
     }
     for (const std::uint32_t code : {3U, 5U, 32U, 30U}) {
-        const MessageHolder holder = Reply(kBatchQuery, code, RecordsetBytes(), &list);
-        EXPECT_EQ(State::UnexpectedBody, holder.GetState());
-        EXPECT_EQ(nullptr, holder.Object());
-        EXPECT_EQ(State::UnexpectedBody, Reply(kLogin, code == 30 ? 31 : code, "").GetState());
+        EXPECT_EQ(State::UnexpectedBody, Reply(kBatchQuery, code, kRecordset, &list).GetState());
     }
-    EXPECT_EQ(State::UnexpectedBody, Reply(kExecute, kRecordsetReply, RecordsetBytes()).GetState());
-    EXPECT_EQ(State::UnexpectedBody, Reply(1000, kStatusReply, StatusBytes()).GetState());
+    EXPECT_EQ(State::UnexpectedBody, Reply(kExecute, kRecordsetReply, kRecordset).GetState());
+    EXPECT_EQ(State::UnexpectedBody, Reply(1000, kStatusReply, kStatus).GetState());
     EXPECT_EQ(5, recordset.GetInt64(0, 0));
-    EXPECT_EQ(1U, list.Count());
+    EXPECT_EQ(2U, list.Count());
 }
 
 TEST(MessageHolder, ErrorsAreTakenForEveryRequest) {
     QXRecordset recordset = OneCell(5);
     for (const std::uint32_t request : {1U, 3U, 7U, 30U, 1000U}) {
-        const MessageHolder holder = Reply(request, kErrorReply, StatusBytes(), &recordset);
+        const MessageHolder holder = Reply(request, kErrorReply, kStatus, &recordset);
         ASSERT_EQ(State::Good, holder.GetState()) << request;
         EXPECT_EQ(7U, holder.As<QXSimpleMsg>()->code);
-        EXPECT_EQ(0U, holder.Code());
     }
     EXPECT_EQ(5, recordset.GetInt64(0, 0));
 }
 
 TEST(MessageHolder, UnknownCodesAreMarked) {
-    for (const std::uint32_t code : {9U, 19U, 21U, 27U, 35U, 40U, 0xFFFFFFFFU}) {
-        for (const MessageHolder& holder : {Reply(kExecute, code, StatusBytes()),
-                                            MessageHolder::Request(code, Raw(StatusBytes()))}) {
+    for (const std::uint32_t code : {9U, 27U, 35U, 40U, 0xFFFFFFFFU}) {
+        for (const MessageHolder& holder :
+             {Reply(kExecute, code, kStatus), MessageHolder::Request(code, Raw(kStatus))}) {
             EXPECT_EQ(State::UnknownCode, holder.GetState()) << code;
             EXPECT_EQ(40U, holder.Code());
             EXPECT_EQ(code, holder.ReceivedCode());
@@ -153,55 +136,44 @@ TEST(MessageHolder, UnknownCodesAreMarked) {
 }
 
 TEST(MessageHolder, BrokenBodiesAreToldApart) {
-    const std::string cut = StatusBytes().substr(0, StatusBytes().size() - 1);
-    for (const std::uint32_t code : {0U, 1U, 4U, 6U, 29U, 31U}) {
-        const MessageHolder holder = Reply(kExecute, code, cut);
-        EXPECT_EQ(State::Undecodable, holder.GetState()) << code;
-        EXPECT_EQ(nullptr, holder.As<QXSimpleMsg>());
+    const std::string cut = kStatus.substr(0, kStatus.size() - 1);
+    for (const std::uint32_t code : {0U, 1U, 4U, 31U}) {
+        EXPECT_EQ(State::Undecodable, Reply(kExecute, code, cut).GetState()) << code;
     }
     QXRecordset recordset;
-    EXPECT_EQ(State::Undecodable, Reply(kQuery, kQuery, "", &recordset).GetState());
-    EXPECT_EQ(State::Undecodable,
-              Reply(kLogin, kLogin, FromHex("00 00 00 00 ff ff ff 7f")).GetState());
+    EXPECT_EQ(nullptr, Reply(kQuery, kQuery, "", &recordset).Object());
+    EXPECT_EQ(State::Undecodable, MessageHolder::Request(kExecute, Raw("")).GetState());
 }
 
-TEST(MessageHolder, DoneWithoutABodyIsASuccessOfExecuteOnly) {
+TEST(MessageHolder, OnlyExecuteMayBeAnsweredWithoutABody) {
     for (const std::uint32_t code : {1U, 2U}) {
-        const MessageHolder holder = Reply(code, code, "");
-        EXPECT_EQ(State::Good, holder.GetState());
-        EXPECT_EQ(0U, holder.As<QXSimpleMsg>()->code);
+        EXPECT_EQ(0U, Reply(code, code, "").As<QXSimpleMsg>()->code);
     }
     for (const std::uint32_t code : {0U, 4U, 6U, 29U, 31U}) {
         EXPECT_EQ(State::Undecodable, Reply(kExecute, code, "").GetState()) << code;
     }
 }
 
-TEST(MessageHolder, RequestsKeepTheirCode) {
-    QXOneString text(L"hello");
-    QXCommand command(L"select 1");
-    QXCommandList list;
-    list.Add(command);
-    OtpData otp(3, "a", "b");
-    const auto decode = [](std::uint32_t code, QXIOBase& sent) {
-        const std::string bytes = Encode(sent);
-        MessageHolder holder = MessageHolder::Request(code, Raw(bytes));
-        EXPECT_EQ(State::Good, holder.GetState()) << code;
-        return holder;
-    };
+TEST(MessageHolder, RequestsBecomeTheRecordTheyCarry) {
+    const std::string text = BytesOf(QXOneString(L"hello"));
     for (const std::uint32_t code : {4U, 20U, 28U, 29U, 30U}) {
-        EXPECT_EQ(L"hello", decode(code, text).As<QXOneString>()->value);
+        EXPECT_EQ(L"hello", MessageHolder::Request(code, Raw(text)).As<QXOneString>()->value);
     }
+    const std::string command = BytesOf(QXCommand(L"select 1"));
     for (const std::uint32_t code : {1U, 3U}) {
-        EXPECT_EQ(L"select 1", decode(code, command).As<QXCommand>()->Text());
+        EXPECT_EQ(L"select 1", MessageHolder::Request(code, Raw(command)).As<QXCommand>()->Text());
     }
+    const std::string list = BytesOf(QXCommandList());
     for (const std::uint32_t code : {2U, 5U, 7U}) {
-        EXPECT_EQ(1U, decode(code, list).As<QXCommandList>()->Count());
+        EXPECT_NE(nullptr, MessageHolder::Request(code, Raw(list)).As<QXCommandList>());
     }
-    EXPECT_EQ("b", decode(8, otp).As<OtpData>()->second);
-    EXPECT_EQ(State::Undecodable, MessageHolder::Request(kExecute, Raw("")).GetState());
+    const std::string otp = BytesOf(OtpData(3, "a", "b"));
+    EXPECT_EQ("b", MessageHolder::Request(8, Raw(otp)).As<OtpData>()->second);
 }
 
-/// A block that holds these bytes behind `offset` others.
+const std::string kHeader = FromHex("01 ee ee ee 99 99 99 99 99 99 99 99 99 99 99 99");
+
+/// A block that holds the frame behind `offset` other bytes.
 std::unique_ptr<ACE_Message_Block> BlockOf(const std::string& frame, std::size_t offset = 0) {
     auto block = std::make_unique<ACE_Message_Block>(offset + frame.size());
     block->wr_ptr(offset);
@@ -210,13 +182,10 @@ std::unique_ptr<ACE_Message_Block> BlockOf(const std::string& frame, std::size_t
     return block;
 }
 
-const std::string kHeader = FromHex("01 ee ee ee 99 99 99 99 99 99 99 99 99 99 99 99");
-
 TEST(MessageHolder, FramesAreReadInTheByteOrderTheyName) {
     const std::string bigEndian = FromHex(
-        "00 ee ee ee 99 99 99 99 99 99 99 99 99 99 99 99"
-        "00 00 00 07 00 00 00 02 00 61 00 62");
-    for (const std::string& frame : {kHeader + StatusBytes(), bigEndian}) {
+        "00 ee ee ee 99 99 99 99 99 99 99 99 99 99 99 99 00 00 00 07 00 00 00 02 00 61 00 62");
+    for (const std::string& frame : {kHeader + kStatus, bigEndian}) {
         const auto block = BlockOf(frame);
         const MessageHolder holder =
             MessageHolder::Reply(kHandshake, kHandshake, ReceivedBody::Frame(*block), nullptr);
@@ -228,29 +197,25 @@ TEST(MessageHolder, FramesAreReadInTheByteOrderTheyName) {
 }
 
 TEST(MessageHolder, FramesThatEndEarlyAreBroken) {
-    const auto block = BlockOf(kHeader + StatusBytes());
-    const auto state = [&block](std::uint32_t code, std::size_t length) {
-        block->wr_ptr(block->rd_ptr() + length);
-        return MessageHolder::Reply(code, code, ReceivedBody::Frame(*block), nullptr).GetState();
-    };
-    for (std::size_t length = 0; length < 28; ++length) {
-        EXPECT_EQ(State::Undecodable, state(kHandshake, length)) << length;
-        EXPECT_EQ(length == 16 ? State::Good : State::Undecodable, state(kExecute, length))
+    const std::string frame = kHeader + kStatus;
+    for (std::size_t length = 0; length < frame.size(); ++length) {
+        const auto block = BlockOf(frame.substr(0, length));
+        const ReceivedBody body = ReceivedBody::Frame(*block);
+        EXPECT_EQ(State::Undecodable,
+                  MessageHolder::Reply(kHandshake, 6, body, nullptr).GetState());
+        EXPECT_EQ(length == kHeader.size() ? State::Good : State::Undecodable,
+                  MessageHolder::Reply(kExecute, kExecute, body, nullptr).GetState())
             << length;
     }
 }
 
 TEST(MessageHolder, BytesMayStartAtAnyAddress) {
-    QXRecordset recordset = OneCell(0x0102030405060708);
     for (std::size_t offset = 0; offset < 9; ++offset) {
-        const std::string padded = std::string(offset, '-') + Encode(recordset);
-        std::vector<char> bytes(padded.begin(), padded.end());
-        const ReceivedBody raw =
-            ReceivedBody::Of(bytes.data() + offset, bytes.size() - offset, true);
-        const auto block = BlockOf(kHeader + Encode(recordset), offset);
-        const ReceivedBody frame =
-            ReceivedBody::Of(reinterpret_cast<const char*>(block.get()), 0, false);
-        for (const ReceivedBody& body : {raw, frame}) {
+        const auto raw = BlockOf(kRecordset, offset);
+        const auto frame = BlockOf(kHeader + kRecordset, offset);
+        for (const ReceivedBody& body :
+             {ReceivedBody::Of(raw->rd_ptr(), raw->length(), true),
+              ReceivedBody::Of(reinterpret_cast<const char*>(frame.get()), 0, false)}) {
             const MessageHolder holder = MessageHolder::Reply(kQuery, kQuery, body, nullptr);
             ASSERT_EQ(State::Good, holder.GetState()) << offset;
             EXPECT_EQ(0x0102030405060708, holder.As<QXRecordset>()->GetInt64(0, 0)) << offset;

@@ -67,7 +67,8 @@ TEST(HttpConnect, AcceptsTheReasonPhraseAnywhereInTheAnswer) {
 TEST(HttpConnect, EveryOtherAnswerIsARefusalAndIsReported) {
     for (const std::string answer :
          {"HTTP/1.1 200 OK\r\n\r\n", "HTTP/1.1 200 Connection Established\r\n\r\n",
-          "HTTP/2.0 200 Connection established\r\n\r\n", "HTTP/1.1 407 Who are you\r\n\r\n"}) {
+          "HTTP/2.0 200 Connection established\r\n\r\n", "HTTP/1.1 407 Who are you\r\n\r\n",
+          "HTTP/1.1 200 Connection estab"}) {
         const Answered outcome = AskPlain(answer);
         EXPECT_EQ(kProxyFailed, outcome.result) << answer;
         const std::string text = answer + kPlainRequest.substr(answer.size());
@@ -76,25 +77,14 @@ TEST(HttpConnect, EveryOtherAnswerIsARefusalAndIsReported) {
     }
 }
 
-TEST(HttpConnect, OnlyTheFirstSegmentCounts) {
-    const Answered outcome = AskPlain("HTTP/1.1 200 Connection estab");
-    EXPECT_EQ(kProxyFailed, outcome.result);
-    EXPECT_EQ(0U, outcome.errText.find(L"HTTP/1.1 200 Connection estab"));
-}
-
 TEST(HttpConnect, AnAnswerThatFillsTheBufferIsReadToItsEndOnly) {
     const std::string phrase = "HTTP/1.1 200 Connection established";
     const std::string atTheEnd = std::string(512 - phrase.size(), 'x') + phrase;
     EXPECT_EQ(kProxyDone, AskPlain(atTheEnd).result);
     EXPECT_EQ(kProxyFailed, AskPlain("x" + atTheEnd).result) << "the last letter is the 513th byte";
     EXPECT_EQ(std::wstring(512, L'x'), AskPlain(std::string(512, 'x')).errText);
-}
-
-TEST(HttpConnect, ANulEndsTheAnswer) {
-    const std::string hidden("HTTP/1.1\0HTTP/1.1 200 Connection established", 44);
-    const Answered outcome = AskPlain(hidden);
-    EXPECT_EQ(kProxyFailed, outcome.result);
-    EXPECT_EQ(L"HTTP/1.1", outcome.errText);
+    EXPECT_EQ(L"x", AskPlain("x" + std::string(1, '\0') + phrase).errText)
+        << "a NUL ends the answer";
 }
 
 TEST(HttpConnect, RequestsBeyond511BytesThrowUnsent) {

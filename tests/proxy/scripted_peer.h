@@ -1,43 +1,75 @@
 // A peer on loopback that plays a proxy by a script.
 #pragma once
 
-#include <cstddef>
+#include <array>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include <ace/INET_Addr.h>
 #include <ace/SOCK_Acceptor.h>
+#include <ace/SOCK_Connector.h>
 #include <ace/SOCK_Stream.h>
+#include <gtest/gtest.h>
 
 class ScriptedPeer {
   public:
-    /// Waits for so many bytes, then answers; an empty answer is silence.
+    /// Waits for so many bytes, then answers.
     struct Step {
         std::size_t awaited;
         std::string answer;
     };
-
     enum class End { Listen, HangUp };
 
     /// Connects a socket to the peer, which plays its steps and then listens until the socket
     /// closes, or closes its side at once.
-    explicit ScriptedPeer(std::vector<Step> script, End end = End::Listen);
-    ~ScriptedPeer();
+    explicit ScriptedPeer(std::vector<Step> script, End end = End::Listen) {
+        ACE_SOCK_Acceptor acceptor;
+        ACE_INET_Addr address(static_cast<unsigned short>(0), "127.0.0.1");
+        EXPECT_EQ(0, acceptor.open(address));
+        EXPECT_EQ(0, acceptor.get_local_addr(address));
+        EXPECT_EQ(0, ACE_SOCK_Connector().connect(client_, address));
+        EXPECT_EQ(0, acceptor.accept(peer_));
+        acceptor.close();
+        thread_ = std::thread([this, script = std::move(script), end] { Play(script, end); });
+    }
+    ~ScriptedPeer() { Received(); }
     ScriptedPeer(const ScriptedPeer&) = delete;
     ScriptedPeer& operator=(const ScriptedPeer&) = delete;
 
     ACE_HANDLE Socket() const { return client_.get_handle(); }
     ACE_SOCK_Stream& Stream() { return client_; }
     /// Closes the socket and gives everything that the peer received on it.
-    const std::string& Received();
+    const std::string& Received() {
+        client_.close();
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+        return received_;
+    }
 
   private:
-    void Play();
-    bool ReceiveUpTo(std::size_t total);
+    void Play(const std::vector<Step>& script, End end) {
+        std::size_t total = 0;
+        for (const Step& step : script) {
+            total += step.awaited;
+            while (received_.size() < total && ReceiveMore()) {
+            }
+            peer_.send_n(step.answer.data(), step.answer.size());
+        }
+        while (end == End::Listen && ReceiveMore()) {
+        }
+        peer_.close();
+    }
+    /// False when the other side has closed.
+    bool ReceiveMore() {
+        std::array<char, 65536> piece{};
+        const ssize_t count = peer_.recv(piece.data(), piece.size());
+        received_.append(piece.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+        return count > 0;
+    }
 
-    std::vector<Step> script_;
-    End end_;
-    ACE_SOCK_Acceptor acceptor_;
     ACE_SOCK_Stream client_;
     ACE_SOCK_Stream peer_;
     std::string received_;
