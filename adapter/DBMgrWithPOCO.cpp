@@ -45,7 +45,7 @@ void DBMgrWithPOCO::Execute(QXCommandList* list) {
 void DBMgrWithPOCO::OpenQuery(QXCommand* command, QXRecordset& rs) {
     rs.Clear();
     Run(DataSourceOf(command),
-        [&](auto& connection) { adapter::OpenQuery(connection, *command, rs); });
+        [&](auto& connection) { adapter::OpenQuery(connection, *command, rs, maxResultBytes_); });
     if (errNumber_ != 0) {
         rs.Clear();
     }
@@ -53,14 +53,16 @@ void DBMgrWithPOCO::OpenQuery(QXCommand* command, QXRecordset& rs) {
 
 void DBMgrWithPOCO::OpenQuery(QXCommandList* list, QXRecordset& rs) {
     rs.Clear();
-    Run(DataSourceOf(list), [&](auto& connection) { adapter::OpenQuery(connection, *list, rs); });
+    Run(DataSourceOf(list),
+        [&](auto& connection) { adapter::OpenQuery(connection, *list, rs, maxResultBytes_); });
     if (errNumber_ != 0) {
         rs.Clear();
     }
 }
 
 void DBMgrWithPOCO::BatchQry(QXCommandList* list, QXRsList& out) {
-    Run(DataSourceOf(list), [&](auto& connection) { adapter::BatchQry(connection, *list, out); });
+    Run(DataSourceOf(list),
+        [&](auto& connection) { adapter::BatchQry(connection, *list, out, maxResultBytes_); });
     if (errNumber_ != 0) {
         out.RemoveAll();
     }

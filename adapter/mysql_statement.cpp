@@ -85,6 +85,7 @@ void MySqlStatement::Query(const Parameters& parameters, const Page& page, QXRec
     }
     for (std::int64_t i = 0; row && i < page.count; ++i) {
         reader.Append();
+        page.CheckBytes(rs);
         row = i + 1 < page.count && reader.Fetch();
     }
     Finish();

@@ -56,6 +56,7 @@ void OdbcStatement::Query(const Parameters& parameters, const Page& page, QXReco
     }
     for (std::int64_t i = 0; row && i < page.count; ++i) {
         reader.Append();
+        page.CheckBytes(rs);
         row = i + 1 < page.count && reader.Fetch();
     }
     Finish();

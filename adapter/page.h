@@ -1,6 +1,7 @@
 // Which rows of a result a query wants.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include <qxdb/QXRecordset.h>
@@ -14,10 +15,24 @@ struct Page {
     std::int64_t first = 0;
     std::int64_t count = kAllRows;
 
+    std::size_t maxBytes = 0;     ///< bound on the memory of the rows; 0 is none
+    std::size_t bytesBefore = 0;  ///< what the earlier recordsets of the same call have taken of it
+
     bool All() const noexcept { return count == kAllRows; }
 
+    /// Throws DatabaseError when `rs`, which the page's rows go to, is beyond the bound. Cheap
+    /// enough to be asked after every row.
+    void CheckBytes(const QXRecordset& rs) const {
+        if (maxBytes != 0 && bytesBefore + rs.MemoryBytes() > maxBytes) {
+            RefuseBytes();
+        }
+    }
+
     /// Throws DatabaseError for a page number below 1 or a negative page size.
-    static Page Of(const QXRecordset& rs);
+    static Page Of(const QXRecordset& rs, std::size_t maxBytes);
+
+  private:
+    [[noreturn]] void RefuseBytes() const;
 };
 
 }  // namespace CQXDB::adapter

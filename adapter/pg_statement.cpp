@@ -63,6 +63,7 @@ void PgStatement::QueryAll(const Parameters& parameters, const Page& page, QXRec
     const std::int64_t rows = PQntuples(result.get());
     const std::int64_t first = std::min(page.first, rows);
     AppendPgRows(result.get(), first, first + std::min(page.count, rows - first), rs);
+    page.CheckBytes(rs);
 }
 
 void PgStatement::QueryPage(const Parameters& parameters, const Page& page, QXRecordset& rs) {
@@ -78,6 +79,7 @@ void PgStatement::QueryPage(const Parameters& parameters, const Page& page, QXRe
         connection_.RunText(MoveTo(page.first) + "FETCH FORWARD " + std::to_string(page.count) +
                             " FROM qx_page; CLOSE qx_page" + (own ? "; COMMIT" : ""));
     AppendPgRows(result.get(), 0, PQntuples(result.get()), rs);
+    page.CheckBytes(rs);
 }
 
 }  // namespace CQXDB::adapter

@@ -70,6 +70,7 @@ void SqliteStatement::Query(const Parameters& parameters, const Page& page, QXRe
     }
     for (std::int64_t i = 0; row && i < page.count; ++i) {
         reader.Append();
+        page.CheckBytes(rs);
         row = i + 1 < page.count && Step();
     }
     // Ending early can fail too: a statement that changed rows commits only now.

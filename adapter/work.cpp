@@ -125,13 +125,15 @@ void Execute(Connection& connection, const QXCommandList& list) {
     });
 }
 
-void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs) {
-    const Page page = Page::Of(rs);
+void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs,
+               std::size_t maxBytes) {
+    const Page page = Page::Of(rs, maxBytes);
     Query(*connection.Prepare(CheckedText(command, connection.Dialect())), command, page, rs);
 }
 
-void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs) {
-    const Page page = Page::Of(rs);
+void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs,
+               std::size_t maxBytes) {
+    const Page page = Page::Of(rs, maxBytes);
     InOneTransaction(connection, list, [&](ListRun& run) {
         const std::size_t last = list.Count() - 1;
         run.Each(0, list.Count(), [&](const QXCommand& command, std::size_t index) {
@@ -144,11 +146,17 @@ void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& r
     });
 }
 
-void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out) {
+void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out,
+              std::size_t maxBytes) {
+    std::size_t bytes = 0;
     InOneTransaction(connection, list, [&](ListRun& run) {
         run.Each(0, list.Count(), [&](const QXCommand& command, std::size_t) {
             QXRecordset rs;
-            Query(run.One(command), command, Page{}, rs);
+            Page all;
+            all.maxBytes = maxBytes;
+            all.bytesBefore = bytes;
+            Query(run.One(command), command, all, rs);
+            bytes += rs.MemoryBytes();
             out.Add(std::move(rs));
         });
     });

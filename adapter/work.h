@@ -2,6 +2,8 @@
 // and may leave a transaction open then.
 #pragma once
 
+#include <cstddef>
+
 #include <qxdb/QXCommandList.h>
 #include <qxdb/QXRsList.h>
 
@@ -11,8 +13,13 @@ namespace CQXDB::adapter {
 
 void Execute(Connection& connection, const QXCommand& command);
 void Execute(Connection& connection, const QXCommandList& list);
-void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs);
-void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs);
-void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out);
+
+// `maxBytes` bounds the memory of all rows that the call brings; 0 is no bound.
+void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs,
+               std::size_t maxBytes);
+void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs,
+               std::size_t maxBytes);
+void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out,
+              std::size_t maxBytes);
 
 }  // namespace CQXDB::adapter

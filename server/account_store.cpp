@@ -23,8 +23,8 @@ constexpr std::size_t kMaxDatabaseNameBytes = 64;
 Poco::Data::Session Open(const std::string& path) {
     try {
         Poco::Data::SQLite::Connector::registerConnector();
-        // For the second given here a file that can't be opened is tried again.
-        Poco::Data::Session session(Poco::Data::SQLite::Connector::KEY, path, 1);
+        // The last argument is how many seconds a file that does not open is tried again.
+        Poco::Data::Session session(Poco::Data::SQLite::Connector::KEY, path, 0);
         // The commands of an operator write while the server reads: a log lets both go on.
         session << "PRAGMA busy_timeout=5000", now;
         session << "PRAGMA journal_mode=WAL", now;

@@ -1,6 +1,6 @@
 #include "server/command_service.h"
 
-#include <numeric>
+#include <qxdb/DBMgrErrors.h>
 
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
@@ -8,17 +8,7 @@
 #include "util/text.h"
 
 namespace CQXSERVER {
-namespace {
-
 using namespace CQXDB;
-
-std::size_t MemoryOf(const QXRsList& list) noexcept {
-    return std::accumulate(
-        list.begin(), list.end(), std::size_t{0},
-        [](std::size_t sum, const QXRecordset& each) { return sum + each.MemoryBytes(); });
-}
-
-}  // namespace
 
 CommandService::CommandService(LoginService& logins, SessionTable& sessions,
                                const DatabaseRegistry& databases, const ReplyEncoder& encoder,
@@ -49,20 +39,14 @@ Outcome CommandService::ServeAny(const Request& request, Commands& commands) {
         return Reply(request, Execute(commands), status, commands.Token());
     }
     QXRecordset rs;
-    const DatabaseAnswer answer = Query(commands, rs);
-    if (rs.MemoryBytes() > maxResultBytes_) {
-        throw RequestRefused(ServerError::ResultTooLarge);
-    }
+    const DatabaseAnswer answer = Query(commands, rs, maxResultBytes_);
     return Reply(request, answer, rs, commands.Token());
 }
 
 Outcome CommandService::Batch(const Request& request, QXCommandList& list) {
     Authorize(list);
     QXRsList results;
-    const DatabaseAnswer answer = CQXSERVER::Batch(list, results);
-    if (MemoryOf(results) > maxResultBytes_) {
-        throw RequestRefused(ServerError::ResultTooLarge);
-    }
+    const DatabaseAnswer answer = CQXSERVER::Batch(list, results, maxResultBytes_);
     return Reply(request, answer, results, list.Token());
 }
 
@@ -75,6 +59,9 @@ void CommandService::Authorize(Commands& commands) {
 
 Outcome CommandService::Reply(const Request& request, const DatabaseAnswer& answer,
                               CQXBASE::QXIOBase& record, const std::wstring& token) const {
+    if (answer.code == DBMGR_RESULT_TOO_LARGE) {
+        throw RequestRefused(ServerError::ResultTooLarge);
+    }
     Outcome outcome;
     outcome.token = CQXBASE::WideToUtf8(token);
     outcome.reply = answer.code == 0

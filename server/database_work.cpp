@@ -28,10 +28,13 @@ DatabaseAnswer ExecuteAny(Commands& commands) {
 }
 
 template <class Commands>
-DatabaseAnswer QueryAny(Commands& commands, QXRecordset& rs) {
+DatabaseAnswer QueryAny(Commands& commands, QXRecordset& rs, std::size_t maxBytes) {
     rs.setPageSize(commands.PageSize());
     rs.setCurrentPage(commands.PageNo());
-    return Run(commands.SysDataSrc(), [&](auto& manager) { manager.OpenQuery(&commands, rs); });
+    return Run(commands.SysDataSrc(), [&](auto& manager) {
+        manager.SetMaxResultBytes(maxBytes);
+        manager.OpenQuery(&commands, rs);
+    });
 }
 
 }  // namespace
@@ -42,14 +45,17 @@ DatabaseAnswer Execute(QXCommand& command) {
 DatabaseAnswer Execute(QXCommandList& list) {
     return ExecuteAny(list);
 }
-DatabaseAnswer Query(QXCommand& command, QXRecordset& rs) {
-    return QueryAny(command, rs);
+DatabaseAnswer Query(QXCommand& command, QXRecordset& rs, std::size_t maxBytes) {
+    return QueryAny(command, rs, maxBytes);
 }
-DatabaseAnswer Query(QXCommandList& list, QXRecordset& rs) {
-    return QueryAny(list, rs);
+DatabaseAnswer Query(QXCommandList& list, QXRecordset& rs, std::size_t maxBytes) {
+    return QueryAny(list, rs, maxBytes);
 }
-DatabaseAnswer Batch(QXCommandList& list, QXRsList& out) {
-    return Run(list.SysDataSrc(), [&](auto& manager) { manager.BatchQry(&list, out); });
+DatabaseAnswer Batch(QXCommandList& list, QXRsList& out, std::size_t maxBytes) {
+    return Run(list.SysDataSrc(), [&](auto& manager) {
+        manager.SetMaxResultBytes(maxBytes);
+        manager.BatchQry(&list, out);
+    });
 }
 DatabaseAnswer Probe(const QXDataSource& dataSource) {
     QXDataSource copy = dataSource;

@@ -18,10 +18,13 @@ struct DatabaseAnswer {
 // The commands carry the data source they run on. Any thread.
 DatabaseAnswer Execute(CQXDB::QXCommand& command);
 DatabaseAnswer Execute(CQXDB::QXCommandList& list);
+
+// `maxBytes` bounds the memory of the rows; beyond it the answer is DBMGR_RESULT_TOO_LARGE.
 /// Both set the recordset's page by the command's.
-DatabaseAnswer Query(CQXDB::QXCommand& command, CQXDB::QXRecordset& rs);
-DatabaseAnswer Query(CQXDB::QXCommandList& list, CQXDB::QXRecordset& rs);
-DatabaseAnswer Batch(CQXDB::QXCommandList& list, CQXDB::QXRsList& out);
+DatabaseAnswer Query(CQXDB::QXCommand& command, CQXDB::QXRecordset& rs, std::size_t maxBytes);
+DatabaseAnswer Query(CQXDB::QXCommandList& list, CQXDB::QXRecordset& rs, std::size_t maxBytes);
+DatabaseAnswer Batch(CQXDB::QXCommandList& list, CQXDB::QXRsList& out, std::size_t maxBytes);
+
 DatabaseAnswer Probe(const CQXDB::QXDataSource& dataSource);
 
 }  // namespace CQXSERVER

@@ -1,6 +1,7 @@
 // The database manager for embedded SQLite.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -48,6 +49,12 @@ class QXDB_ADAPTER_API DBMgr {
     /// ":memory:" goes with its connection.
     void CloseConn();
 
+    /// Bounds what the rows of one query or batch may take up in memory. A call beyond it fails
+    /// with DBMGR_RESULT_TOO_LARGE, and a list is rolled back. 0, as at the start, is no bound.
+    /// PostgreSQL's client library holds a whole result in memory of its own before its rows are
+    /// looked at.
+    void SetMaxResultBytes(std::size_t bytes) noexcept { maxResultBytes_ = bytes; }
+
     /// The database's own code of the last call's error, or a DBMgrError; 0 is success.
     long errNumber() const noexcept { return errNumber_; }
     std::wstring errDesc() const { return errDesc_; }
@@ -57,6 +64,7 @@ class QXDB_ADAPTER_API DBMgr {
 
     long errNumber_ = 0;
     std::wstring errDesc_;
+    std::size_t maxResultBytes_ = 0;
 };
 
 }  // namespace CQXDB

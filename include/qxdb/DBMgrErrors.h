@@ -19,6 +19,7 @@ enum DBMgrError : long {
     DBMGR_OPEN_TRANSACTION = -7010,  ///< the command left a transaction open; it was rolled back
     DBMGR_TRANSACTION_CONTROL = -7011,  ///< BEGIN, COMMIT or the like inside a command list
     DBMGR_UNEXPECTED = -7012,           ///< a fault outside the database; the text tells what
+    DBMGR_RESULT_TOO_LARGE = -7013,     ///< the rows take up more memory than was allowed
 };
 
 /// The number that errNumber() gives for an SQLSTATE, which PostgreSQL has for every error and ODBC

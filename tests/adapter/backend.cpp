@@ -16,10 +16,12 @@ template <typename Call>
 Outcome Client::With(Call call) {
     if (poco_) {
         DBMgrWithPOCO manager;
+        manager.SetMaxResultBytes(maxResultBytes_);
         call(manager);
         return {manager.errNumber(), manager.errDesc()};
     }
     DBMgr manager;
+    manager.SetMaxResultBytes(maxResultBytes_);
     call(manager);
     return {manager.errNumber(), manager.errDesc()};
 }

@@ -50,6 +50,7 @@ class Client {
         : dataSource_(dataSource), poco_(poco) {}
 
     CQXDB::QXDataSource& DataSource() noexcept { return dataSource_; }
+    void SetMaxResultBytes(std::size_t bytes) noexcept { maxResultBytes_ = bytes; }
     CQXDB::QXCommand Command(const std::string& text,
                              std::vector<CQXDB::QXValue> parameters = {}) const;
     CQXDB::QXCommandList List(std::vector<CQXDB::QXCommand> commands) const;
@@ -73,6 +74,7 @@ class Client {
 
     CQXDB::QXDataSource dataSource_;
     bool poco_;
+    std::size_t maxResultBytes_ = 0;
 };
 
 /// Cells joined by "|", rows by a line's end; null is "NULL".

@@ -92,6 +92,25 @@ TEST_P(PageContract, APageOfANonQueryStillRunsItWhole) {
     EXPECT_EQ(db.Rows("SELECT COUNT(*) FROM t"), "50\n");
 }
 
+TEST_P(PageContract, RowsBeyondTheMemoryBoundUndoTheCall) {
+    const std::vector<QXCommand> batch = {db.Command("DELETE FROM t WHERE i = 0"),
+                                          db.Command("SELECT i, name FROM t"),
+                                          db.Command("SELECT i, name FROM t")};
+    QXRsList results;
+    ASSERT_TRUE(db.Batch(results, {batch[1]}).ok());
+    const std::size_t one = results.At(0).MemoryBytes();
+    db.SetMaxResultBytes(3 * one / 2);
+    QXRecordset rs;
+    EXPECT_TRUE(db.Query(rs, "SELECT i FROM t").ok());
+    EXPECT_EQ(db.Batch(results, batch).code, DBMGR_RESULT_TOO_LARGE);
+    EXPECT_TRUE(results.Empty());
+    db.SetMaxResultBytes(one / 4);
+    EXPECT_EQ(db.Query(rs, "SELECT i, name FROM t").code, DBMGR_RESULT_TOO_LARGE);
+    EXPECT_EQ(rs.RowCount(), 0U);
+    db.SetMaxResultBytes(0);
+    EXPECT_EQ(db.Rows("SELECT COUNT(*) FROM t"), "25\n");
+}
+
 class StoppingContract : public PageContract {};
 
 TEST_P(StoppingContract, AnErrorBehindThePageIsNotReached) {

@@ -200,13 +200,17 @@ TEST(Limits, AllConnectionsShareOneBoundOnBuffers) {
     EXPECT_EQ(server.LoggedIn().Number(L"SELECT 1"), 1) << "small requests go on";
 }
 
-TEST(Limits, AResultOverTheLimitIsAnError) {
+TEST(Limits, AResultOverTheLimitIsAnErrorWithoutEffect) {
     TestServer server([](ServerOptions& options) { options.limits.maxResultBytes = 2 * kMiB; });
     RawClient client = server.LoggedIn();
     CQXDB::QXCommand fits = BigQuery(client, 1);
     EXPECT_EQ(client.Call(kQuery, fits).code, kQuery);
     CQXDB::QXCommand tooBig = BigQuery(client, 3);
     EXPECT_EQ(client.Call(kQuery, tooBig).Error(), Number(ServerError::ResultTooLarge));
+    CQXDB::QXCommandList batch =
+        client.List({L"CREATE TABLE t(n)", fits.Text(), fits.Text(), fits.Text()});
+    EXPECT_EQ(client.Call(kBatchQuery, batch).Error(), Number(ServerError::ResultTooLarge));
+    EXPECT_EQ(client.Number(L"SELECT count(*) FROM sqlite_schema"), 0);
 }
 
 }  // namespace
