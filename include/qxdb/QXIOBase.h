@@ -29,7 +29,8 @@ class QXDB_OBJECTS_API QXIOBase {
     /// Whatever the bytes say, no more is allocated than they could fill.
     virtual int fromCDR(ACE_InputCDR& in);
 
-    /// An upper bound, in bytes, of what toCDR writes for the present contents.
+    /// An upper bound, in bytes, of what toCDR writes for the present contents: their encoding
+    /// before compression.
     virtual std::size_t size();
 };
 
