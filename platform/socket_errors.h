@@ -5,7 +5,11 @@
 
 namespace CQXBASE::platform {
 
-// Winsock numbers that the transport treats in a way of their own.
+// Winsock numbers that the transport and the server treat in a way of their own.
+constexpr int kInterrupted = 10004;
+constexpr int kTooManyHandles = 10024;
+constexpr int kWouldBlock = 10035;
+constexpr int kNoBuffers = 10055;
 constexpr int kConnectionReset = 10054;
 constexpr int kConnectionRefused = 10061;
 

@@ -5,10 +5,9 @@
 
 #include <Poco/Data/RecordSet.h>
 #include <Poco/Data/SQLite/Connector.h>
-#include <Poco/String.h>
-#include <Poco/StringTokenizer.h>
 #include <openssl/rand.h>
 
+#include "server/database_names.h"
 #include "server/server_error.h"
 
 namespace CQXSERVER {
@@ -18,7 +17,6 @@ using Poco::Data::Statement;
 using namespace Poco::Data::Keywords;
 
 constexpr std::size_t kMaxNameBytes = 128;
-constexpr std::size_t kMaxDatabaseNameBytes = 64;
 
 Poco::Data::Session Open(const std::string& path) {
     try {
@@ -173,30 +171,6 @@ std::optional<Account> AccountStore::Find(const std::string& name) {
 
 std::vector<Account> AccountStore::List() {
     return Guarded(mutex_, [&] { return Select(session_, "ORDER BY name", {}); });
-}
-
-bool IsDatabaseName(const std::string& name) noexcept {
-    const auto allowed = [](unsigned char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-               c == '_' || c == '-' || c == '.';
-    };
-    return !name.empty() && name.size() <= kMaxDatabaseNameBytes &&
-           std::all_of(name.begin(), name.end(), allowed);
-}
-
-std::vector<std::string> SplitDatabases(const std::string& text) {
-    using Poco::StringTokenizer;
-    if (text == "*") {
-        return {};
-    }
-    const StringTokenizer pieces(text, ",",
-                                 StringTokenizer::TOK_TRIM | StringTokenizer::TOK_IGNORE_EMPTY);
-    return {pieces.begin(), pieces.end()};
-}
-
-std::string JoinDatabases(const std::vector<std::string>& databases) {
-    return databases.empty() ? "*"
-                             : Poco::cat(std::string(","), databases.begin(), databases.end());
 }
 
 }  // namespace CQXSERVER

@@ -45,13 +45,4 @@ class AccountStore {
     Poco::Data::Session session_;  ///< guarded by mutex_
 };
 
-/// True for 1 to 64 letters, digits, '_', '-' and '.': what names a database in options and
-/// accounts.
-bool IsDatabaseName(const std::string& name) noexcept;
-
-/// Names between commas; "*" and "" stand for all, which is an empty list.
-std::vector<std::string> SplitDatabases(const std::string& text);
-/// The reverse: "*" for an empty list.
-std::string JoinDatabases(const std::vector<std::string>& databases);
-
 }  // namespace CQXSERVER

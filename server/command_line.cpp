@@ -2,8 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "server/account_store.h"
 #include "server/config_file.h"
+#include "server/database_names.h"
 #include "server/log.h"
 #include "server/server_error.h"
 

@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include <ace/OS_NS_errno.h>
 #include <ace/Reactor.h>
 #include <ace/os_include/netinet/os_tcp.h>
+
+#include "platform/socket_errors.h"
 
 namespace CQXSERVER {
 namespace {
@@ -13,14 +14,14 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kDrainTime{5000};
-constexpr int kWritesPerEvent = 4;  ///< then the others get their turn
-
-bool WouldBlock() noexcept {
-    const int error = ACE_OS::last_error();
-    return error == EWOULDBLOCK || error == EAGAIN || error == EINTR;
-}
 
 }  // namespace
+
+bool Connection::WouldBlock() noexcept {
+    using namespace CQXBASE::platform;
+    const int error = WinsockNumber(LastError());
+    return error == kWouldBlock || error == kInterrupted;
+}
 
 Connection::Connection(ConnectionId id, const ACE_SOCK_Stream& peer, std::string address,
                        ConnectionHost& host)
@@ -127,112 +128,6 @@ void Connection::Enter(State state) {
     state_ = state;
     since_ = host_.Now();
     moved_ = 0;
-}
-
-void Connection::Receive(std::size_t count) {
-    if (state_ == State::Draining) {
-        moved_ += count;
-        return;
-    }
-    Consume(std::string_view(host_.Scratch()).substr(0, count));
-}
-
-/// Takes bytes in their order; those that come before their turn wait in ahead_, which is empty
-/// here.
-void Connection::Consume(std::string_view bytes) {
-    if (state_ == State::Reading && !bytes.empty()) {
-        if (!reader_.Begun()) {
-            since_ = host_.Now();
-        }
-        bytes.remove_prefix(reader_.Feed(bytes.data(), bytes.size()));
-        ahead_ = bytes;
-        if (reader_.GetState() == FrameReader::State::Complete) {
-            Submit();
-        } else if (reader_.GetState() != FrameReader::State::Partial) {
-            RejectFrame();
-        }
-    } else {
-        ahead_ = bytes;
-    }
-    if (state_ == State::Reading && peerFinished_) {
-        Close();
-    }
-    UpdateMask();
-}
-
-void Connection::Submit() {
-    Enter(State::Working);
-    host_.Submit({id_, address_, token_, reader_.Take()});
-}
-
-void Connection::RejectFrame() {
-    if (reader_.GetState() == FrameReader::State::Broken) {
-        Close();
-        return;
-    }
-    closing_ = true;
-    const bool tooLarge = reader_.GetState() == FrameReader::State::TooLarge;
-    Send(host_.ErrorReply(tooLarge ? ServerError::FrameTooLarge : ServerError::OutOfBuffers,
-                          reader_.Header().plainLength != 0));
-}
-
-void Connection::Send(ReplyFrame reply) {
-    Enter(State::Writing);
-    reply_ = std::move(reply);
-    Flush();
-}
-
-void Connection::Flush() {
-    for (int i = 0; i < kWritesPerEvent && state_ == State::Writing; ++i) {
-        if (!FlushSome()) {
-            break;
-        }
-    }
-    UpdateMask();
-}
-
-/// Writes what the socket takes; false when that is nothing for now.
-bool Connection::FlushSome() {
-    const std::size_t headerLeft = reply_->header.size() - std::min(moved_, reply_->header.size());
-    const std::size_t bodyDone = moved_ - std::min(moved_, reply_->header.size());
-    iovec parts[2] = {};
-    parts[0].iov_base = reply_->header.data() + (reply_->header.size() - headerLeft);
-    parts[0].iov_len = headerLeft;
-    parts[1].iov_base = reply_->body.data() + bodyDone;
-    parts[1].iov_len = reply_->body.size() - bodyDone;
-    const ssize_t count = headerLeft > 0 ? peer_.sendv(parts, 2) : peer_.sendv(parts + 1, 1);
-    if (count <= 0) {
-        if (!WouldBlock()) {
-            Close();
-        }
-        return false;
-    }
-    moved_ += static_cast<std::size_t>(count);
-    if (moved_ == reply_->Size()) {
-        Sent();
-    }
-    return true;
-}
-
-void Connection::Sent() {
-    reply_.reset();
-    if (closing_ || (host_.Stopping() && !ahead_.empty())) {
-        Drain();
-    } else if (host_.Stopping()) {
-        Close();
-    } else {
-        Enter(State::Reading);
-        const std::string ahead = std::exchange(ahead_, std::string());
-        Consume(ahead);
-    }
-}
-
-void Connection::Drain() {
-    Enter(State::Draining);
-    ahead_ = std::string();
-    if (peerFinished_ || peer_.close_writer() == -1) {
-        Close();
-    }
 }
 
 void Connection::UpdateMask() {

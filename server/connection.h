@@ -76,6 +76,8 @@ class Connection : public ACE_Event_Handler {
         Closed
     };
 
+    /// True when the socket call that has just failed may succeed later.
+    static bool WouldBlock() noexcept;
     void Enter(State state);
     void Receive(std::size_t count);
     void Consume(std::string_view bytes);

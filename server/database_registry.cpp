@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "server/database_names.h"
 #include "server/server_error.h"
 #include "util/text.h"
 

@@ -1,13 +1,13 @@
 #include "server/listener.h"
 
 #include <array>
+#include <cerrno>
 #include <utility>
 
 #include <ace/INET_Addr.h>
-#include <ace/OS_NS_errno.h>
-#include <ace/OS_NS_string.h>
 #include <ace/Reactor.h>
 
+#include "platform/socket_errors.h"
 #include "server/log.h"
 #include "server/server_error.h"
 
@@ -16,6 +16,12 @@ namespace {
 
 constexpr int kBacklog = 511;
 constexpr int kAcceptsPerEvent = 64;  ///< then the connections get their turn
+
+bool OutOfResources(int error) noexcept {
+    using namespace CQXBASE::platform;
+    return WinsockNumber(error) == kTooManyHandles || WinsockNumber(error) == kNoBuffers ||
+           error == ENOMEM;
+}
 
 std::string HostText(const ACE_INET_Addr& address) {
     std::array<char, 64> text{};
@@ -35,7 +41,7 @@ Listener::Listener(const std::string& address, ACE_Reactor& newReactor, OnAccept
     if (acceptor_.open(local, kReuseAddress, local.get_type(), kBacklog) == -1 ||
         acceptor_.enable(ACE_NONBLOCK) == -1) {
         throw OperatorError("can't listen on " + address + ": " +
-                            ACE_OS::strerror(ACE_OS::last_error()));
+                            CQXBASE::platform::SocketErrorText(CQXBASE::platform::LastError()));
     }
     reactor(&newReactor);
     if (newReactor.register_handler(this, ACE_Event_Handler::ACCEPT_MASK) == -1) {
@@ -70,10 +76,10 @@ int Listener::handle_input(ACE_HANDLE) {
             onAccept_(peer, HostText(remote));
             continue;
         }
-        const int error = ACE_OS::last_error();
-        if (error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM) {
+        const int error = CQXBASE::platform::LastError();
+        if (OutOfResources(error)) {
             // The waiting connection stays readable: without a pause this would spin.
-            LogError("can't accept connections: ", ACE_OS::strerror(error));
+            LogError("can't accept connections: ", CQXBASE::platform::SocketErrorText(error));
             paused_ = true;
             reactor()->mask_ops(this, ACE_Event_Handler::EXCEPT_MASK, ACE_Reactor::SET_MASK);
         }

@@ -18,7 +18,7 @@ class LoginThrottle {
   public:
     static constexpr unsigned kFreeFailures = 5;
     static constexpr unsigned kFreeAddressFailures = 20;
-    /// Below the 5 s of silence after which a client gives up on a reply.
+    /// Below the 5 s of silence after which a client behind a proxy gives up on a reply.
     static constexpr std::chrono::milliseconds kMaxWait{4000};
     static constexpr std::chrono::minutes kMemory{
         15};  ///< failures are forgotten after this silence

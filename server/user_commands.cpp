@@ -4,6 +4,7 @@
 
 #include "platform/password_prompt.h"
 #include "server/account_store.h"
+#include "server/database_names.h"
 #include "server/password_hash.h"
 #include "server/server_error.h"
 #include "server/services.h"

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "server/account_store.h"
+#include "server/database_names.h"
 #include "server/password_hash.h"
 #include "server/server_error.h"
 #include "tests/support/TempDir.h"

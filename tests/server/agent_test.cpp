@@ -77,6 +77,36 @@ TEST_F(AgentTest, ReportsErrorsAndGoesOn) {
     EXPECT_EQ(code_, 0);
 }
 
+TEST(AgentAtTheLimits, HearsWhyItIsRefused) {
+    TestServer server([](CQXSERVER::ServerOptions& options) {
+        options.limits.maxFrameBytes = CQXSERVER::kMiB;
+        options.limits.maxConnections = 1;
+    });
+    DBAgent agent;
+    std::wstring info;
+    std::wstring token;
+    const auto login = [&](DBAgent& who) {
+        return who.Login(L"127.0.0.1", server.Get().Port(), QXProxyInfo(), L"ann|~|secret", info,
+                         token);
+    };
+    ASSERT_TRUE(login(agent));
+    DBAgent second;
+    EXPECT_FALSE(login(second));
+    EXPECT_EQ(second.errCode_, Number(ServerError::TooManyConnections));
+    agent.SetIsLocal(false);
+    long code = 0;
+    std::wstring text;
+    QXCommand huge(std::wstring(8 * CQXSERVER::kMiB, L'x'));
+    agent.Execute(code, text, huge);
+    EXPECT_EQ(code, Number(ServerError::FrameTooLarge));
+    QXCommand small(L"SELECT 1");
+    EXPECT_TRUE(Eventually([&] {
+        agent.Execute(code, text, small);
+        return code == 0;
+    })) << "the agent did not connect again: "
+        << code;
+}
+
 TEST_F(AgentTest, LivesThroughAWholeSession) {
     EXPECT_TRUE(agent_.Shakehand());
     EXPECT_TRUE(agent_.SendMsg(L"hello"));
