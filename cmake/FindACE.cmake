@@ -9,5 +9,11 @@ if(ACE_FOUND AND NOT TARGET ACE::ACE)
     IMPORTED_LOCATION "${ACE_LIBRARY}"
     INTERFACE_INCLUDE_DIRECTORIES "${ACE_INCLUDE_DIR}"
     INTERFACE_LINK_LIBRARIES Threads::Threads)
+  if(WIN32)
+    # A static library there: its users say so, and link what it calls.
+    set_target_properties(ACE::ACE PROPERTIES
+      INTERFACE_COMPILE_DEFINITIONS ACE_AS_STATIC_LIBS
+      INTERFACE_LINK_LIBRARIES "Threads::Threads;mswsock;ws2_32;iphlpapi;netapi32")
+  endif()
 endif()
 mark_as_advanced(ACE_INCLUDE_DIR ACE_LIBRARY)

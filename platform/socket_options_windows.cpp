@@ -1,7 +1,7 @@
 #include <cerrno>
 #include <cstdint>
-#include <mstcpip.h>
 #include <winsock2.h>
+#include <mstcpip.h>
 
 #include <ace/ACE.h>
 #include <ace/Time_Value.h>

@@ -29,11 +29,12 @@ void Connection::Flush() {
 bool Connection::FlushSome() {
     const std::size_t headerLeft = reply_->header.size() - std::min(moved_, reply_->header.size());
     const std::size_t bodyDone = moved_ - std::min(moved_, reply_->header.size());
+    using Length = decltype(iovec::iov_len);
     iovec parts[2] = {};
     parts[0].iov_base = reply_->header.data() + (reply_->header.size() - headerLeft);
-    parts[0].iov_len = headerLeft;
+    parts[0].iov_len = static_cast<Length>(headerLeft);
     parts[1].iov_base = reply_->body.data() + bodyDone;
-    parts[1].iov_len = reply_->body.size() - bodyDone;
+    parts[1].iov_len = static_cast<Length>(reply_->body.size() - bodyDone);
     const ssize_t count = headerLeft > 0 ? peer_.sendv(parts, 2) : peer_.sendv(parts + 1, 1);
     if (count <= 0) {
         if (!WouldBlock()) {

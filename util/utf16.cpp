@@ -9,7 +9,8 @@ namespace {
 constexpr bool kWideIsUtf16 = sizeof(wchar_t) == sizeof(char16_t);
 
 constexpr bool NeedsPair(wchar_t unit) {
-    return static_cast<char32_t>(unit) > 0xFFFF && static_cast<char32_t>(unit) <= kLastCodePoint;
+    const auto point = static_cast<char32_t>(unit);
+    return point > 0xFFFF && point <= kLastCodePoint;
 }
 
 void AppendPair(std::u16string& units, wchar_t unit) {
@@ -19,8 +20,8 @@ void AppendPair(std::u16string& units, wchar_t unit) {
 }
 
 constexpr char16_t SingleUnit(wchar_t unit) {
-    return static_cast<char16_t>(
-        static_cast<char32_t>(unit) > 0xFFFF ? kReplacement : static_cast<char32_t>(unit));
+    const auto point = static_cast<char32_t>(unit);
+    return static_cast<char16_t>(point > 0xFFFF ? kReplacement : point);
 }
 
 }  // namespace
