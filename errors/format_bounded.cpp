@@ -20,9 +20,8 @@ std::size_t FormatBounded(char* buffer, std::size_t capacity, const char* format
     }
     std::va_list arguments;
     va_start(arguments, format);
-    const int length = std::vsnprintf(
-        buffer, capacity, format,
-        arguments);  // NOLINT(clang-analyzer-valist.Uninitialized): va_start stands above
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start stands above
+    const int length = std::vsnprintf(buffer, capacity, format, arguments);
     va_end(arguments);
     if (length < 0 || static_cast<std::size_t>(length) >= capacity) {
         buffer[0] = '\0';
