@@ -43,8 +43,7 @@ INSTANTIATE_TEST_SUITE_P(
         Fault{"Division", DivideByZero, L"EXCEPTION_INT_DIVIDE_BY_ZERO", L"3221225620"},
         Fault{"Illegal", ExecuteIllegalInstruction, L"EXCEPTION_ILLEGAL_INSTRUCTION",
               L"3221225501"},
-        Fault{"Breakpoint", HitBreakpoint, L"EXCEPTION_BREAKPOINT", L"2147483651"},
-        Fault{"StackOverflow", OverflowStack, L"EXCEPTION_STACK_OVERFLOW", L"3221225725"}),
+        Fault{"Breakpoint", HitBreakpoint, L"EXCEPTION_BREAKPOINT", L"2147483651"}),
     [](const auto& fault) { return std::string(fault.param.name); });
 
 TEST(PureCall, IsReported) {

@@ -30,6 +30,7 @@ class Concrete : public Abstract {
 namespace {
 
 int* volatile gNull = nullptr;
+volatile int gOne = 1;
 volatile int gZero = 0;
 volatile bool gAlways = true;
 void (*volatile gFunction)() = nullptr;
@@ -59,7 +60,7 @@ void WriteToNull() {
     *gNull = 1;
 }
 void DivideByZero() {
-    gSink = 1 / gZero;
+    gSink = gOne / gZero;
 }
 void ExecuteIllegalInstruction() {
     asm("ud2");

@@ -8,11 +8,14 @@
 #include <gmock/gmock.h>
 
 #include "errors/protected_region.h"
+#include "fault_library.h"
 #include "faults.h"
 
 namespace CQXBASE::test {
 namespace {
 
+using testing::AllOf;
+using testing::EndsWith;
 using testing::StartsWith;
 
 constexpr std::size_t kStackBytes = 1024 * 1024;
@@ -37,6 +40,15 @@ void OnSmallStack(std::size_t depth, const std::function<void()>& work) {
     ASSERT_EQ(pthread_create(&thread, &attributes, run, &start), 0);
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);
+}
+
+TEST(StackOverflow, IsReportedInProgramsAndLibraries) {
+    const auto reported = AllOf(StartsWith(L"EXCEPTION_STACK_OVERFLOW\n address:\t0x"),
+                                EndsWith(L" code:\t\t3221225725\n"));
+    EXPECT_THAT(Report(OverflowStack), reported);
+    wchar_t text[200];
+    ReportOfLibrary(LibraryFault::OverflowStack, text, std::size(text));
+    EXPECT_THAT(std::wstring(text), reported);
 }
 
 TEST(StackOverflow, IsReportedWhereverInTheFrameItStrikes) {

@@ -74,7 +74,7 @@ TEST(CodePage, SingleAndDoubleBytePages) {
     EXPECT_EQ(ToNarrow(L"\u20ac", 28605), "\xA4");
     EXPECT_EQ(ToNarrow(L"caf\u4e2d!", 1252), "caf?!");
     const std::wstring manyChunks(5000, L'\u4e2d');
-    EXPECT_EQ(ToWide(ToNarrow(manyChunks, 54936), 54936), manyChunks);
+    EXPECT_TRUE(ToWide(ToNarrow(manyChunks, 936), 936) == manyChunks);
 }
 
 TEST(CodePage, UnknownOneGivesEmpty) {
