@@ -1,4 +1,4 @@
-#include <clocale>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -53,6 +53,12 @@ struct LineEditor::Native {
         return *self;
     }
     static char* Prompt(EditLine* editor) { return Of(editor).prompt.data(); }
+    static unsigned char Suspend(EditLine* editor, int /*key*/) {
+        el_set(editor, EL_PREP_TERM, 0);
+        std::raise(SIGTSTP);
+        el_set(editor, EL_PREP_TERM, 1);
+        return CC_REDISPLAY;
+    }
     static unsigned char Cancel(EditLine* editor, int /*key*/) {
         Of(editor).cancelled = true;
         return CC_EOF;
@@ -74,10 +80,12 @@ LineEditor::LineEditor() : native_(std::make_unique<Native>()) {
     el_set(native.editor, EL_HIST, history, native.history);
     el_set(native.editor, EL_PROMPT, &Native::Prompt);
     el_source(native.editor, nullptr);
-    // While a line is edited, Ctrl-C is a key like any other: it drops the line.
+    // While a line is edited, these are keys like any others: Ctrl-C drops the line.
     el_set(native.editor, EL_ADDFN, "qxdb-cancel", "Drop the statement", &Native::Cancel);
     el_set(native.editor, EL_BIND, "^C", "qxdb-cancel", nullptr);
-    el_set(native.editor, EL_SETTY, "-d", "intr=", nullptr);
+    el_set(native.editor, EL_ADDFN, "qxdb-suspend", "Suspend the program", &Native::Suspend);
+    el_set(native.editor, EL_BIND, "^Z", "qxdb-suspend", nullptr);
+    el_set(native.editor, EL_SETTY, "-d", "-isig", nullptr);
 }
 
 LineEditor::~LineEditor() {
