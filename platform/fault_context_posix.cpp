@@ -40,7 +40,7 @@ void FaultContext::PointIntoFault(const FaultRecord& record) noexcept {
         const auto* top =
             reinterpret_cast<const std::uintptr_t*>(stack());  // NOLINT(performance-no-int-to-ptr)
         ReturnTo(*top, stack() + sizeof *top);
-    } else if (record.code == kStackOverflow && IsBeforeExceptionTable(instruction(), caller)) {
+    } else if (record.code == kStackOverflow && IsOutsideExceptionTable(instruction(), caller)) {
         ReturnTo(caller.returnAddress, caller.stack);
         for (std::size_t i = 0; i < kSavedRegisters.size(); ++i) {
             context_.uc_mcontext.gregs[kSavedRegisters[i]] = static_cast<greg_t>(caller.saved[i]);

@@ -33,28 +33,36 @@ std::uintptr_t ReadUleb128(const unsigned char*& at) {
     return value;
 }
 
-/// Offset in its function of the first place that the exception table covers; 0 for a table of
-/// another form than the compilers write.
-std::uintptr_t FirstCovered(const unsigned char* table) {
+/// Whether the table of a function covers the place at `offset` in it. A table of another form than
+/// the compilers write is taken to do so.
+bool Covers(const unsigned char* table, std::uintptr_t offset) {
     constexpr unsigned char omitted = 0xFF;
     constexpr unsigned char uleb128 = 0x01;
     if (*table++ != omitted) {  // landing pads counted from elsewhere
-        return 0;
+        return true;
     }
     if (*table++ != omitted) {  // size of the type table
         ReadUleb128(table);
     }
     if (*table++ != uleb128) {
-        return 0;
+        return true;
     }
-    const std::uintptr_t length = ReadUleb128(table);
-    return length == 0 ? 0 : ReadUleb128(table);
+    const std::uintptr_t bytes = ReadUleb128(table);
+    for (const unsigned char* end = table + bytes; table < end;) {
+        const std::uintptr_t start = ReadUleb128(table);
+        const std::uintptr_t length = ReadUleb128(table);
+        ReadUleb128(table);  // landing pad
+        ReadUleb128(table);  // action
+        if (offset >= start && offset - start < length) {
+            return true;
+        }
+    }
+    return false;
 }
 
-bool IsUncoveredStart(_Unwind_Context* frame) {
+bool IsUncovered(_Unwind_Context* frame) {
     const auto* table = static_cast<const unsigned char*>(_Unwind_GetLanguageSpecificData(frame));
-    return table != nullptr &&
-           _Unwind_GetIP(frame) - _Unwind_GetRegionStart(frame) < FirstCovered(table);
+    return table != nullptr && !Covers(table, _Unwind_GetIP(frame) - _Unwind_GetRegionStart(frame));
 }
 
 struct CallerSearch {
@@ -78,7 +86,7 @@ _Unwind_Reason_Code LookForCaller(_Unwind_Context* frame, void* argument) {
     if (_Unwind_GetIP(frame) != search.instruction) {
         return _URC_NO_REASON;
     }
-    search.atFault = IsUncoveredStart(frame);
+    search.atFault = IsUncovered(frame);
     return search.atFault ? _URC_NO_REASON : _URC_END_OF_STACK;
 }
 
@@ -97,7 +105,7 @@ bool CanUnwindTo(std::uintptr_t instruction, const void* object) noexcept {
     return search.found;
 }
 
-bool IsBeforeExceptionTable(std::uintptr_t instruction, CallerState& caller) noexcept {
+bool IsOutsideExceptionTable(std::uintptr_t instruction, CallerState& caller) noexcept {
     CallerSearch search{instruction, &caller, false, false};
     _Unwind_Backtrace(LookForCaller, &search);
     return search.found;

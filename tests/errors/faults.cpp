@@ -49,9 +49,14 @@ int Descend(int depth) {
     return gAlways ? Descend(depth + 1) + frame[0] : depth;
 }
 
+int DescendOwning(int a, int b, int c, int d);
+int (*volatile gDescendOwning)(int, int, int, int) = DescendOwning;
+
 int DescendOwning(int a, int b, int c, int d) {
     const Owner owner;
-    return gAlways ? DescendOwning(b, c, d, a) + a + b + c + d : a;
+    volatile char frame[192];
+    frame[0] = static_cast<char>(a);
+    return gDescendOwning(b, c, d, a) + a + b + c + frame[0];
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ TEST(StackOverflow, LeavesTheStackAsItWas) {
     rlimit before{};
     getrlimit(RLIMIT_STACK, &before);
     const auto overflow = [] {
-        for (int i = 0; i < 20; ++i) {
+        for (int i = 0; i < 18; ++i) {
             ASSERT_THAT(Report(OverflowStackOfOwners), StartsWith(L"EXCEPTION_STACK_OVERFLOW\n"));
         }
     };
@@ -89,7 +89,7 @@ TEST(StackOverflow, ThreadsGiveTheirSignalStacksBack) {
     const auto enter = [] { const ProtectedRegion region; };
     OnSmallStack(0, enter);
     const std::size_t before = mappings();
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 180; ++i) {
         OnSmallStack(0, enter);
     }
     EXPECT_LE(mappings(), before + 2);
