@@ -1,12 +1,10 @@
 #include <algorithm>
 
-#include "util/surrogates.h"
 #include "util/text.h"
+#include "util/unicode.h"
 
 namespace CQXBASE {
 namespace {
-
-constexpr bool kWideIsUtf16 = sizeof(wchar_t) == sizeof(char16_t);
 
 constexpr bool NeedsPair(wchar_t unit) {
     const auto point = static_cast<char32_t>(unit);

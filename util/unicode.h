@@ -1,7 +1,9 @@
-// UTF-16 surrogates.
+// What the UTF-8 and UTF-16 conversions share.
 #pragma once
 
 namespace CQXBASE {
+
+constexpr bool kWideIsUtf16 = sizeof(wchar_t) == sizeof(char16_t);
 
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr char32_t kLastCodePoint = 0x10FFFF;
@@ -24,6 +26,16 @@ constexpr char32_t HighSurrogate(char32_t point) {
 }
 constexpr char32_t LowSurrogate(char32_t point) {
     return 0xDC00 + (point & 0x3FF);
+}
+
+/// One pass without a branch, for the compiler to vectorise.
+template <class Text>
+bool IsAscii(Text text) {
+    char32_t bits = 0;
+    for (const auto unit : text) {
+        bits |= static_cast<char32_t>(unit);
+    }
+    return bits < 0x80;
 }
 
 }  // namespace CQXBASE
