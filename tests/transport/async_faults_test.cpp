@@ -105,7 +105,7 @@ class FatedProactor : public platform::AiocbProactor {
     Fates& fates_;
 };
 
-class AsyncFaults : public testing::Test {
+class AsyncFaults : public TransportTest {
   protected:
     AsyncFaults() { Equip(io_); }
     ~AsyncFaults() override { refusedObject = refusedArray = 0; }
@@ -119,12 +119,10 @@ class AsyncFaults : public testing::Test {
         return io_.Asy_sendobj(record, 1, false);
     }
 
-    LogCapture log_;
     Fates fates_;
     FatedProactor* impl_ = nullptr;
     StreamPair pair_;
     OpenQXIO io_{pair_.near};
-    Received got_;
 };
 
 TEST_F(AsyncFaults, ShortWritesAreContinued) {
@@ -146,8 +144,7 @@ TEST_F(AsyncFaults, ShortWriteThatCantBeContinued) {
     fates_ = {{Fate::Done}, {Fate::Short, 5}, {Fate::Refused}};
     EXPECT_EQ(Send("twelve bytes"), -1);
     EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
-    EXPECT_EQ(log_.Lines(LM_ERROR).size(), 1U);
-    EXPECT_EQ(log_.Text(LM_ERROR), "ACE_Asynch_Write_Stream::write: Input/output error\n");
+    EXPECT_EQ(log_.errors, Lines{"ACE_Asynch_Write_Stream::write: Input/output error\n"});
 }
 
 TEST_F(AsyncFaults, WritesThatCantBeStarted) {
@@ -202,7 +199,7 @@ TEST_F(AsyncFaults, ExceptionsInAHandlerAreLogged) {
     fates_ = {{Fate::Done}, {Fate::Throws}};
     EXPECT_EQ(Send("x"), -1);
     EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
-    EXPECT_EQ(log_.Lines(LM_ERROR), std::vector<std::string>{": error35, no result\n \n"});
+    EXPECT_EQ(log_.errors, Lines{": error35, no result\n \n"});
 }
 
 TEST_F(AsyncFaults, FailedEventLoopLeavesNothingUnderWay) {

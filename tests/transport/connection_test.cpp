@@ -1,7 +1,7 @@
+#include <cerrno>
 #include <future>
-#include <netinet/tcp.h>
 
-#include <gtest/gtest.h>
+#include <ace/os_include/netinet/os_tcp.h>
 
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
@@ -16,57 +16,93 @@ int Option(const ACE_SOCK_Stream& stream, int level, int option) {
     return value;
 }
 
-std::wstring ConnectText(unsigned short port, const std::wstring& reason) {
-    return L" connect to 127.0.0.1:" + std::to_wstring(port) + L" error, " + reason;
+void AwaitEnd(ACE_SOCK_Stream& stream) {
+    EXPECT_EQ(Read(stream, 1), "");
 }
 
-/// Keeps a connection open until told to end it.
-class Gate {
-  public:
-    void Open() { promise_.set_value(); }
-    void Wait() { future_.wait(); }
+class Connection : public TransportTest {};
 
-  private:
-    std::promise<void> promise_;
-    std::shared_future<void> future_ = promise_.get_future().share();
-};
+TEST_F(Connection, ErrorsAreNumberedTheSameEverywhere) {
+    OpenQXIO io(0);
+    const auto recorded = [&io](int error) {
+        int code = 0;
+        std::wstring text;
+        errno = error;
+        io.record_socket_error(L"context", code, text);
+        return std::to_wstring(code) + L" " + text;
+    };
+    EXPECT_EQ(recorded(0), L"-1 context, unknown error.(-1).");
+    EXPECT_EQ(recorded(ECONNREFUSED), L"10061 context, no listener.(10061).");
+    EXPECT_EQ(recorded(EPIPE), L"10054 context, Broken pipe(10054).");
+    EXPECT_EQ(recorded(ETIME), L"10060 context, Timer expired(10060).");
+    EXPECT_EQ(recorded(ENOMEM), L"12 context, Cannot allocate memory(12).");
+}
 
-TEST(Connection, RefusedOnesAreTold) {
+TEST_F(Connection, WrappedStreamStaysTheCallers) {
+    StreamPair pair;
+    Write(pair.far, "x");
+    {
+        OpenQXIO io(pair.near);
+        EXPECT_EQ(io.handle(), pair.near.get_handle());
+        EXPECT_EQ(io.open_connection(), 0);
+        EXPECT_FALSE(io.probe_connection());
+        std::wstring ip;
+        EXPECT_EQ(&io.GetClientIp(ip), &ip);
+        EXPECT_EQ(ip, L"127.0.0.9");
+    }
+    Write(pair.near, "still open");
+    EXPECT_EQ(Read(pair.far, 10), "still open");
+}
+
+TEST_F(Connection, CloseStreamTakesAWrappedOneAway) {
+    StreamPair pair;
+    auto* stream = new ACE_SOCK_Stream;
+    OpenQXIO io(*stream);
+    io.handle(pair.near.get_handle());
+    pair.near.set_handle(ACE_INVALID_HANDLE);
+    io.close_stream();
+    io.close_stream();
+    EXPECT_EQ(io.handle(), ACE_INVALID_HANDLE);
+    char byte = 0;
+    EXPECT_EQ(pair.far.recv_n(&byte, 1), -1);  // a reset, not an orderly end
+}
+
+TEST_F(Connection, RefusedOnesNameTheirTarget) {
     const unsigned short port = ClosedPort();
+    const std::wstring text =
+        L" connect to 127.0.0.1:" + std::to_wstring(port) + L" error, no listener.(10061).";
     OpenQXIO direct(port);
-    EXPECT_EQ(direct.open_connection(), -1);
-    EXPECT_EQ(direct.LastErrorCode(), 10061);
-    EXPECT_EQ(direct.LastErrorText(), ConnectText(port, L"no listener.(10061)."));
-    EXPECT_EQ(direct.peer_, nullptr);
-
     QXIO proxied(L"10.0.0.5", 9000, 1, L"127.0.0.1", port, L"", L"");
-    EXPECT_EQ(proxied.open_connection(), -1);
-    EXPECT_EQ(proxied.LastErrorText(), ConnectText(port, L"no listener.(10061)."));
+    for (QXIO* io : {static_cast<QXIO*>(&direct), &proxied}) {
+        EXPECT_EQ(io->open_connection(), -1);
+        EXPECT_EQ(io->LastErrorCode(), 10061);
+        EXPECT_EQ(io->LastErrorText(), text);
+    }
+    EXPECT_EQ(direct.peer_, nullptr);
+    std::wstring ip;
+    EXPECT_EQ(direct.GetClientIp(ip), L"0.0.0.0");
 }
 
-TEST(Connection, AddressesThatAreNone) {
+TEST_F(Connection, NamesAndPorts) {
+    LoopbackPeer peer({AwaitEnd});
+    QXIO named(L"localhost", peer.Port(), 0, L"", 0, L"", L"");
+    EXPECT_EQ(named.open_connection(), 0) << named.LastErrorCode();
     // A label of more than 63 letters fails without a question to any name server.
     QXIO unknown(std::wstring(70, L'a') + L".invalid", 80, 0, L"", 0, L"", L"");
     EXPECT_EQ(unknown.open_connection(), -1);
     EXPECT_GE(unknown.LastErrorCode(), 11001);
     EXPECT_LE(unknown.LastErrorCode(), 11004);
-    QXIO port(L"127.0.0.1", 65536, 0, L"", 0, L"", L"");
-    EXPECT_EQ(port.open_connection(), -1);
-    EXPECT_EQ(port.LastErrorCode(), 10022);
+    QXIO outOfRange(L"127.0.0.1", 65536, 0, L"", 0, L"", L"");
+    EXPECT_EQ(outOfRange.open_connection(), -1);
+    EXPECT_EQ(outOfRange.LastErrorCode(), 10022);
 }
 
-TEST(Connection, NamesAreResolved) {
-    LoopbackPeer peer({[](ACE_SOCK_Stream& stream) { EXPECT_EQ(Read(stream, 1), ""); }});
-    QXIO io(L"localhost", peer.Port(), 0, L"", 0, L"", L"");
-    EXPECT_EQ(io.open_connection(), 0) << io.LastErrorCode();
-}
-
-TEST(Connection, IdleOneIsKeptAndOthersAreReplaced) {
-    Gate end;
+TEST_F(Connection, IdleOneIsKeptAndOthersAreReplaced) {
+    std::promise<void> end;
     std::promise<void> ended;
     std::promise<void> spoke;
     LoopbackPeer peer({[&](ACE_SOCK_Stream& stream) {
-                           end.Wait();
+                           end.get_future().wait();
                            stream.close();
                            ended.set_value();
                        },
@@ -75,57 +111,55 @@ TEST(Connection, IdleOneIsKeptAndOthersAreReplaced) {
                            spoke.set_value();
                            Read(stream, 1);
                        },
-                       [](ACE_SOCK_Stream& stream) { Read(stream, 1); }});
-    {
-        OpenQXIO io(peer.Port());
-        ASSERT_EQ(io.open_connection(), 0);
-        EXPECT_FALSE(io.probe_connection());
-        EXPECT_TRUE(io.handleSet_->is_set(io.handle()));
-        end.Open();
-        ended.get_future().wait();
-        EXPECT_TRUE(io.probe_connection());
-        EXPECT_EQ(io.peer_, nullptr);
-        EXPECT_EQ(io.handleSet_->num_set(), 0);
+                       AwaitEnd});
+    OpenQXIO io(peer.Port());
+    ASSERT_EQ(io.open_connection(), 0);
+    EXPECT_FALSE(io.probe_connection());
+    EXPECT_TRUE(io.handleSet_->is_set(io.handle()));
+    end.set_value();
+    ended.get_future().wait();
+    EXPECT_TRUE(io.probe_connection());
+    EXPECT_EQ(io.peer_, nullptr);
+    EXPECT_EQ(io.handleSet_->num_set(), 0);
 
-        ASSERT_EQ(io.open_connection(), 0);
-        spoke.get_future().wait();
-        ASSERT_EQ(io.open_connection(), 0);  // drops what holds unasked bytes
-        EXPECT_FALSE(io.probe_connection());
-        EXPECT_EQ(io.LastErrorCode(), 0);
-    }
-    EXPECT_EQ(peer.Finish(), 3U);
+    ASSERT_EQ(io.open_connection(), 0);
+    spoke.get_future().wait();
+    ASSERT_EQ(io.open_connection(), 0);  // drops what holds unasked bytes
+    EXPECT_FALSE(io.probe_connection());
+    EXPECT_EQ(io.LastErrorCode(), 0);
+    io.close_stream();
+    peer.Finish();
 }
 
-TEST(Connection, KeepAliveNeedsASocket) {
+TEST_F(Connection, KeepAliveNeedsASocket) {
+    StreamPair pair;
     LoopbackPeer peer({[](ACE_SOCK_Stream& stream) { Read(stream, 1); }});
     OpenQXIO io(peer.Port());
     ASSERT_EQ(io.open_connection(), 0);
     EXPECT_EQ(Option(*io.peer_, SOL_SOCKET, SO_KEEPALIVE), 0);
-    io.set_keepalive(*io.peer_);
-    EXPECT_NE(Option(*io.peer_, SOL_SOCKET, SO_KEEPALIVE), 0);
-    EXPECT_EQ(Option(*io.peer_, IPPROTO_TCP, TCP_KEEPIDLE), 5);
-    EXPECT_EQ(Option(*io.peer_, IPPROTO_TCP, TCP_KEEPINTVL), 15);
+    io.set_keepalive(pair.near);
+    EXPECT_NE(Option(pair.near, SOL_SOCKET, SO_KEEPALIVE), 0);
+    EXPECT_EQ(Option(pair.near, IPPROTO_TCP, TCP_KEEPIDLE), 5);
+    EXPECT_EQ(Option(pair.near, IPPROTO_TCP, TCP_KEEPINTVL), 15);
 }
 
-TEST(Connection, ProxyIsAskedForTheServer) {
-    LoopbackPeer proxy({[](ACE_SOCK_Stream& stream) {
-        const std::string request =
-            "CONNECT 10.0.0.5:9000 HTTP/1.1\r\nUser-Agent: QXClient/0.1\r\n\r\n";
-        EXPECT_EQ(Read(stream, request.size()), request);
-        Write(stream, "HTTP/1.1 200 Connection established\r\n\r\n");
-        EXPECT_EQ(ReadFrame(stream), Frame(6, "through"));
-    }});
+TEST_F(Connection, ThroughAProxy) {
+    const std::string request =
+        "CONNECT 10.0.0.5:9000 HTTP/1.1\r\nUser-Agent: QXClient/0.1\r\n\r\n";
+    LoopbackPeer proxy({[&](ACE_SOCK_Stream& stream) {
+                            EXPECT_EQ(Read(stream, request.size()), request);
+                            Write(stream, "HTTP/1.1 200 Connection established\r\n\r\n");
+                            EXPECT_EQ(ReadFrame(stream), Frame(6, "through"));
+                        },
+                        [](ACE_SOCK_Stream& stream) {
+                            Read(stream, 9);
+                            Write(stream, std::string("\0\x5B\0\0\0\0\0\0", 8));
+                            Read(stream, 1);
+                        }});
     QXIO io(L"10.0.0.5", 9000, 1, L"127.0.0.1", proxy.Port(), L"", L"");
     Bytes record("through");
     EXPECT_EQ(io.Syc_sendobj(record, 6, false, false), 0);
-}
 
-TEST(Connection, RefusingProxyKeepsItsSocket) {
-    LoopbackPeer proxy({[](ACE_SOCK_Stream& stream) {
-        Read(stream, 9);
-        Write(stream, std::string("\0\x5B\0\0\0\0\0\0", 8));
-        EXPECT_EQ(Read(stream, 1), "");
-    }});
     QXIO refused(L"10.1.2.3", 8080, 2, L"127.0.0.1", proxy.Port(), L"", L"");
     EXPECT_EQ(refused.open_connection(), -1);
     EXPECT_EQ(refused.LastErrorCode(), -1);

@@ -1,7 +1,6 @@
 // What the transport's tests share: a record of any bytes, an open transport, captured log lines.
 #pragma once
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -9,9 +8,11 @@
 #include <ace/Log_Msg.h>
 #include <ace/Log_Msg_Callback.h>
 #include <ace/Log_Record.h>
+#include <gtest/gtest.h>
 
 #include <qxdb/QXIOBase.h>
 
+#include "transport/frame.h"
 #include "transport/qxio.h"
 
 namespace CQXBASE {
@@ -33,22 +34,26 @@ class Bytes : public QXIOBase {
     std::size_t size_;
 };
 
-/// The transport with its steps and state within reach.
+/// Bytes of which no two parts look alike.
+inline std::string Body(std::size_t size) {
+    std::string body(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+        body[i] = static_cast<char>(i * 7 >> 4);
+    }
+    return body;
+}
+
+/// The transport with its steps and state within reach. One that wraps a stream has the peer
+/// 127.0.0.9.
 class OpenQXIO : public QXIO {
   public:
-    using QXIO::QXIO;
     explicit OpenQXIO(unsigned short port) : QXIO(L"127.0.0.1", port, 0, L"", 0, L"", L"") {}
-    explicit OpenQXIO(ACE_SOCK_Stream& stream) : QXIO(&stream, Remote()) {}
-
-    static ACE_INET_Addr Remote() {
-        return ACE_INET_Addr(static_cast<u_short>(7), "127.0.0.9", AF_INET);
-    }
+    explicit OpenQXIO(ACE_SOCK_Stream& stream)
+        : QXIO(&stream, ACE_INET_Addr(static_cast<u_short>(7), "127.0.0.9", AF_INET)) {}
 
     using QXIO::Asy_receive_init;
     using QXIO::Asy_send_init;
     using QXIO::handleSet_;
-    using QXIO::lastErrorCode_;
-    using QXIO::lastErrorText_;
     using QXIO::peer_;
     using QXIO::pending_;
     using QXIO::proactor_;
@@ -71,60 +76,48 @@ struct Received {
         return io.Asy_receive_data(data, length, plainText, typeCode, enciphered);
     }
     std::string Body() const {
-        return enciphered
-                   ? std::string(data, length)
-                   : std::string(reinterpret_cast<ACE_Message_Block*>(data)->rd_ptr() + 16, length);
+        const char* plain =
+            enciphered ? data
+                       : reinterpret_cast<ACE_Message_Block*>(data)->rd_ptr() + kFrameHeaderSize;
+        return {plain, length};
     }
 };
 
 /// Takes the calling thread's log lines while it lives, and keeps all lines off standard error.
 class LogCapture : public ACE_Log_Msg_Callback {
   public:
-    struct Line {
-        unsigned long priority;
-        std::string text;
-    };
-
-    LogCapture() {
-        ACE_Log_Msg* log = ACE_Log_Msg::instance();
-        before_ = log->msg_callback(this);
-        log->clr_flags(ACE_Log_Msg::STDERR);
-        log->set_flags(ACE_Log_Msg::MSG_CALLBACK);
+    LogCapture() : before_(ACE_Log_Msg::instance()->msg_callback(this)) {
+        ACE_Log_Msg::instance()->clr_flags(ACE_Log_Msg::STDERR);
+        ACE_Log_Msg::instance()->set_flags(ACE_Log_Msg::MSG_CALLBACK);
     }
     ~LogCapture() override { ACE_Log_Msg::instance()->msg_callback(before_); }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
     void log(ACE_Log_Record& record) override {
-        lines_.push_back({record.type(), ACE_TEXT_ALWAYS_CHAR(record.msg_data())});
+        const std::string text = ACE_TEXT_ALWAYS_CHAR(record.msg_data());
+        const bool dated = text.substr(0, 2) == "20";
+        Of(record.type()).push_back(dated ? text.substr(26) : text);
     }
-    /// Lines of `priority` without the date that they begin with.
-    std::vector<std::string> Lines(unsigned long priority) const;
-    /// All lines of `priority` as they are.
-    std::string Text(unsigned long priority) const;
+    /// Lines without their date, of the transport's own priority and of LM_ERROR.
+    std::vector<std::string> progress;
+    std::vector<std::string> errors;
 
   private:
+    std::vector<std::string>& Of(ACE_UINT32 priority) {
+        return priority == LM_ERROR ? errors : priority == 9 ? progress : others_;
+    }
+
+    std::vector<std::string> others_;
     ACE_Log_Msg_Callback* before_;
-    std::vector<Line> lines_;
 };
 
-inline std::vector<std::string> LogCapture::Lines(unsigned long priority) const {
-    constexpr std::size_t kDateLength = 26;
-    std::vector<std::string> texts;
-    for (const Line& line : lines_) {
-        if (line.priority == priority) {
-            texts.push_back(line.text.substr(std::min(kDateLength, line.text.size())));
-        }
-    }
-    return texts;
-}
+class TransportTest : public testing::Test {
+  protected:
+    LogCapture log_;
+    Received got_;
+};
 
-inline std::string LogCapture::Text(unsigned long priority) const {
-    std::string text;
-    for (const Line& line : lines_) {
-        text += line.priority == priority ? line.text : "";
-    }
-    return text;
-}
+using Lines = std::vector<std::string>;
 
 }  // namespace CQXBASE

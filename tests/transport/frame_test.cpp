@@ -20,20 +20,12 @@ TEST(FrameHeader, BytesInBothOrders) {
     EXPECT_EQ(Text(EncodeFrameHeader(header)), big);
 }
 
-TEST(FrameHeader, DecodesWhatAPeerMaySend) {
-    std::string bytes("\0xyz\0\0\0\x22\xFF\xFF\xFF\xFE\0\0\0\0", 16);  // padding is anything
-    FrameHeader header = DecodeFrameHeader(bytes.data());
+TEST(FrameHeader, DecodesAnyBytes) {
+    const FrameHeader header = DecodeFrameHeader("\0xyz\0\0\0\x22\xFF\xFF\xFF\xFE\0\0\0\x80");
     EXPECT_FALSE(header.littleEndian);
     EXPECT_EQ(header.typeCode, 34U);
     EXPECT_EQ(header.bodyLength, 0xFFFFFFFEU);
-    EXPECT_EQ(header.plainLength, 0U);
-    for (const char flag : {'\x01', '\x07', '\xFF'}) {
-        bytes[0] = flag;
-        header = DecodeFrameHeader(bytes.data());
-        EXPECT_TRUE(header.littleEndian);
-        EXPECT_EQ(header.typeCode, 0x22000000U);
-        EXPECT_EQ(header.bodyLength, 0xFEFFFFFFU);
-    }
+    EXPECT_EQ(header.plainLength, 128U);
 }
 
 }  // namespace

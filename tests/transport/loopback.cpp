@@ -1,5 +1,6 @@
 #include "tests/transport/loopback.h"
 
+#include <ace/INET_Addr.h>
 #include <ace/OS_NS_sys_socket.h>
 #include <ace/SOCK_Connector.h>
 #include <gtest/gtest.h>
@@ -9,53 +10,44 @@
 namespace CQXBASE {
 namespace {
 
-ACE_INET_Addr AnyPort() {
-    return ACE_INET_Addr(static_cast<u_short>(0), "127.0.0.1", AF_INET);
+ACE_INET_Addr Loopback(unsigned short port) {
+    return ACE_INET_Addr(port, "127.0.0.1", AF_INET);
 }
 
-unsigned short PortOf(const ACE_SOCK_Acceptor& acceptor) {
+unsigned short Listen(ACE_SOCK_Acceptor& acceptor) {
+    EXPECT_EQ(acceptor.open(Loopback(0), 1), 0);
     ACE_INET_Addr address;
     EXPECT_EQ(acceptor.get_local_addr(address), 0);
     return address.get_port_number();
 }
 
-void Connect(ACE_SOCK_Stream& stream, unsigned short port) {
-    ACE_SOCK_Connector connector;
-    ASSERT_EQ(connector.connect(stream, ACE_INET_Addr(port, "127.0.0.1", AF_INET)), 0);
-}
-
 }  // namespace
 
 LoopbackPeer::LoopbackPeer(std::vector<Script> scripts) : scripts_(std::move(scripts)) {
-    EXPECT_EQ(acceptor_.open(AnyPort(), 1), 0);
-    port_ = PortOf(acceptor_);
+    port_ = Listen(acceptor_);
     thread_ = std::thread([this] { Play(); });
 }
 
 LoopbackPeer::~LoopbackPeer() {
-    if (!thread_.joinable()) {
-        return;
-    }
-    // A script that waits for its connection gets one that is closed at once.
-    for (std::size_t i = 0; i < scripts_.size(); ++i) {
+    for (std::size_t i = 0; thread_.joinable() && i < scripts_.size(); ++i) {
         ACE_SOCK_Stream stream;
-        ACE_SOCK_Connector().connect(stream, ACE_INET_Addr(port_, "127.0.0.1", AF_INET));
+        ACE_SOCK_Connector().connect(stream, Loopback(port_));
         stream.close();
     }
     Finish();
 }
 
-std::size_t LoopbackPeer::Finish() {
-    thread_.join();
-    acceptor_.close();
-    return accepted_;
+void LoopbackPeer::Finish() {
+    if (thread_.joinable()) {
+        thread_.join();
+        acceptor_.close();
+    }
 }
 
 void LoopbackPeer::Play() {
     for (const Script& script : scripts_) {
         ACE_SOCK_Stream stream;
         ASSERT_EQ(acceptor_.accept(stream), 0);
-        ++accepted_;
         script(stream);
         stream.close();
     }
@@ -63,8 +55,7 @@ void LoopbackPeer::Play() {
 
 StreamPair::StreamPair() {
     ACE_SOCK_Acceptor acceptor;
-    EXPECT_EQ(acceptor.open(AnyPort(), 1), 0);
-    Connect(near, PortOf(acceptor));
+    EXPECT_EQ(ACE_SOCK_Connector().connect(near, Loopback(Listen(acceptor))), 0);
     EXPECT_EQ(acceptor.accept(far), 0);
     acceptor.close();
 }
@@ -76,8 +67,7 @@ StreamPair::~StreamPair() {
 
 unsigned short ClosedPort() {
     ACE_SOCK_Acceptor acceptor;
-    EXPECT_EQ(acceptor.open(AnyPort(), 1), 0);
-    const unsigned short port = PortOf(acceptor);
+    const unsigned short port = Listen(acceptor);
     acceptor.close();
     return port;
 }
@@ -101,10 +91,10 @@ void Reset(ACE_SOCK_Stream& stream) {
 }
 
 std::string Frame(unsigned typeCode, const std::string& body, std::size_t plainLength) {
-    const FrameHeader header{typeCode, static_cast<std::uint32_t>(body.size()),
-                             static_cast<std::uint32_t>(plainLength), true};
-    const FrameHeaderBytes bytes = EncodeFrameHeader(header);
-    return std::string(bytes.data(), bytes.size()) + body;
+    const FrameHeaderBytes header =
+        EncodeFrameHeader({typeCode, static_cast<std::uint32_t>(body.size()),
+                           static_cast<std::uint32_t>(plainLength), true});
+    return std::string(header.data(), header.size()) + body;
 }
 
 std::string ReadFrame(ACE_SOCK_Stream& stream) {
@@ -113,6 +103,12 @@ std::string ReadFrame(ACE_SOCK_Stream& stream) {
         frame += Read(stream, DecodeFrameHeader(frame.data()).bodyLength);
     }
     return frame;
+}
+
+void Echo(ACE_SOCK_Stream& stream) {
+    for (std::string frame = ReadFrame(stream); !frame.empty(); frame = ReadFrame(stream)) {
+        Write(stream, frame);
+    }
 }
 
 }  // namespace CQXBASE

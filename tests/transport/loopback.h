@@ -7,27 +7,25 @@
 #include <thread>
 #include <vector>
 
-#include <ace/INET_Addr.h>
 #include <ace/SOCK_Acceptor.h>
 #include <ace/SOCK_Stream.h>
 
 namespace CQXBASE {
 
-/// Plays one script a connection, in order, each on a connection of its own; closes it at the
-/// script's end. The last connection accepted is the last script's.
+/// Plays one script a connection, in order, and closes the connection at the script's end. Scripts
+/// whose connection was never made are played on one that is closed at once.
 class LoopbackPeer {
   public:
     using Script = std::function<void(ACE_SOCK_Stream&)>;
 
     explicit LoopbackPeer(std::vector<Script> scripts);
-    /// Waits for the scripts; those that were never started are dropped.
     ~LoopbackPeer();
     LoopbackPeer(const LoopbackPeer&) = delete;
     LoopbackPeer& operator=(const LoopbackPeer&) = delete;
 
     unsigned short Port() const { return port_; }
-    /// Waits for all scripts and returns the number of connections accepted.
-    std::size_t Finish();
+    /// Waits for all scripts.
+    void Finish();
 
   private:
     void Play();
@@ -35,7 +33,6 @@ class LoopbackPeer {
     std::vector<Script> scripts_;
     ACE_SOCK_Acceptor acceptor_;
     unsigned short port_ = 0;
-    std::size_t accepted_ = 0;
     std::thread thread_;
 };
 
@@ -61,7 +58,9 @@ void Reset(ACE_SOCK_Stream& stream);
 
 /// Header and body of an object frame as bytes.
 std::string Frame(unsigned typeCode, const std::string& body, std::size_t plainLength = 0);
-/// Reads a whole frame; its header is the first 16 bytes.
+/// A whole frame, or what comes of it before the other side closes.
 std::string ReadFrame(ACE_SOCK_Stream& stream);
+/// A script: sends back every frame.
+void Echo(ACE_SOCK_Stream& stream);
 
 }  // namespace CQXBASE

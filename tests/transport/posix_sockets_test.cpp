@@ -1,0 +1,100 @@
+// Sockets as only POSIX systems have them.
+#include <fcntl.h>
+#include <future>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "tests/transport/fixtures.h"
+#include "tests/transport/loopback.h"
+
+namespace CQXBASE {
+namespace {
+
+/// Takes up all descriptors below the 1,024 that a handle set holds.
+class CrowdedProcess {
+  public:
+    CrowdedProcess() {
+        getrlimit(RLIMIT_NOFILE, &before_);
+        const rlimit wide{std::max<rlim_t>(before_.rlim_cur, 2048), before_.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &wide), 0);
+        while (taken_.empty() || taken_.back() < 1024) {
+            taken_.push_back(open("/dev/null", O_RDONLY));
+            if (taken_.back() < 0) {
+                ADD_FAILURE() << "no descriptor above 1,023";
+                break;
+            }
+        }
+    }
+    ~CrowdedProcess() {
+        for (const int descriptor : taken_) {
+            close(descriptor);
+        }
+        setrlimit(RLIMIT_NOFILE, &before_);
+    }
+    CrowdedProcess(const CrowdedProcess&) = delete;
+    CrowdedProcess& operator=(const CrowdedProcess&) = delete;
+
+  private:
+    rlimit before_{};
+    std::vector<int> taken_;
+};
+
+TEST(PosixSockets, DescriptorsBeyondAHandleSet) {
+    const CrowdedProcess crowd;
+    std::promise<void> closed;
+    LoopbackPeer peer({[&closed](ACE_SOCK_Stream& stream) {
+                           Write(stream, ReadFrame(stream));
+                           stream.close();
+                           closed.set_value();
+                       },
+                       [](ACE_SOCK_Stream& stream) { Write(stream, ReadFrame(stream)); }});
+    OpenQXIO io(peer.Port());
+    Bytes record("request");
+    Received got;
+    ASSERT_EQ(io.Syc_sendobj(record, 1, false, false), 0);
+    EXPECT_GE(io.handle(), 1024);
+    ASSERT_EQ(got.SyncFrom(io), 0);
+    closed.get_future().wait();
+    EXPECT_EQ(io.Syc_sendobj(record, 1, false, false), 0);  // notices the closed connection
+    EXPECT_EQ(got.SyncFrom(io), 0);
+    EXPECT_EQ(io.handleSet_->num_set(), 0);
+}
+
+/// Tells when a write has come back short.
+class WatchedQXIO : public OpenQXIO {
+  public:
+    using OpenQXIO::OpenQXIO;
+    void handle_write_stream(const ACE_Asynch_Write_Stream::Result& result) override {
+        if (result.bytes_transferred() < result.bytes_to_write() && shortWrites++ == 0) {
+            cameShort.set_value();
+        }
+        OpenQXIO::handle_write_stream(result);
+    }
+    std::promise<void> cameShort;
+    int shortWrites = 0;
+};
+
+TEST(PosixSockets, WritesCutShortByAFullSendBuffer) {
+    StreamPair pair;
+    WatchedQXIO io(pair.near);
+    int small = 65536;
+    timeval patience{1, 0};  // after which a write returns with what the buffers have taken
+    pair.near.set_option(SOL_SOCKET, SO_SNDBUF, &small, sizeof small);
+    pair.near.set_option(SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    std::string received;
+    std::thread reader([&] {
+        io.cameShort.get_future().wait();
+        received = ReadFrame(pair.far);
+    });
+    Bytes record(Body(16 << 20));
+    EXPECT_EQ(io.Asy_sendobj(record, 1, false), 0);
+    pair.near.close_writer();
+    reader.join();
+    EXPECT_GE(io.shortWrites, 1);
+    EXPECT_TRUE(received == Frame(1, Body(16 << 20)));
+}
+
+}  // namespace
+}  // namespace CQXBASE
