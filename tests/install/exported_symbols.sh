@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# usage: exported_symbols.sh OBJECTS ADAPTER AGENT: fails when a library exports a name of ours that
+# does not belong to one of its public classes.
+set -euo pipefail
+kinds='(vtable|typeinfo|typeinfo name|VTT|non-virtual thunk|virtual thunk|guard variable) (for|to) '
+exported() { nm -D --defined-only -C "$1" | cut -d' ' -f3- | grep -vE '^[^(]* (std|__gnu_cxx)::' |
+    grep -E "^($kinds)?(CQXDB|CQXBASE)::" || true; }
+check() {
+    local names stray
+    names=$(exported "$1")
+    [ -n "$names" ] || { echo "$1 exports nothing"; exit 1; }
+    stray=$(grep -vE "^($kinds)?($2)(::|\$)" <<<"$names" || true)
+    [ -z "$stray" ] || { echo "$1 also exports:"; echo "$stray"; exit 1; }
+}
+check "$1" 'CQXBASE::QXIOBase|CQXDB::QX(Value|DateTime|DataSource|ProxyInfo|SvrInfo|Command|CommandList|Column|Recordset|RsList)'
+check "$2" 'CQXDB::DBMgr|CQXDB::DBMgrWithPOCO'
+check "$3" 'CQXDB::DBAgent|CQXDB::QXOtpAuth'
