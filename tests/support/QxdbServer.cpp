@@ -1,0 +1,56 @@
+#include "tests/support/QxdbServer.h"
+
+#include <chrono>
+#include <filesystem>
+#include <stdexcept>
+#include <thread>
+
+namespace qxdb_test {
+namespace {
+
+constexpr auto kPoll = std::chrono::milliseconds(5);
+constexpr auto kPatience = std::chrono::seconds(30);
+
+}  // namespace
+
+QxdbServer::QxdbServer(std::string program, std::vector<std::string> arguments)
+    : program_(std::move(program)), arguments_(std::move(arguments)) {
+    ChildProcess::Options options;
+    options.input = std::string(kPassword) + "\n";
+    ChildProcess add(program_, {"--data", folder_.Path().string(), "user", "add", kUser}, options);
+    if (add.Wait() != 0) {
+        throw std::runtime_error("qxdbserver user add: " + add.Errors());
+    }
+    Start();
+}
+
+QxdbServer::~QxdbServer() = default;
+
+void QxdbServer::Start() {
+    const std::string portFile = folder_.File("port");
+    std::filesystem::remove(portFile);
+    std::vector<std::string> all = {"--data",  folder_.Path().string(), "--listen",
+                                    Address(), "--port-file",           portFile};
+    all.insert(all.end(), arguments_.begin(), arguments_.end());
+    process_ = std::make_unique<ChildProcess>(program_, all);
+    const auto until = std::chrono::steady_clock::now() + kPatience;
+    while (!std::filesystem::exists(portFile)) {
+        if (!process_->Running() || std::chrono::steady_clock::now() > until) {
+            throw std::runtime_error("qxdbserver did not start: " + process_->Errors());
+        }
+        std::this_thread::sleep_for(kPoll);
+    }
+    port_ = static_cast<std::uint16_t>(std::stoi(ReadFile(portFile)));
+}
+
+void QxdbServer::Stop() {
+    process_->Terminate();
+    process_->Wait();
+}
+
+void QxdbServer::Kill() {
+    process_->Kill();
+    process_->Wait();
+}
+
+}  // namespace qxdb_test
