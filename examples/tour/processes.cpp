@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <stdexcept>
 
 #include <Poco/Exception.h>
@@ -17,21 +18,37 @@ namespace tour {
 class Child {
   public:
     Child(const std::string& program, const Poco::Process::Args& arguments)
-        : handle_(Poco::Process::launch(program, arguments)) {}
-    ~Child() {
+        : handle_(Poco::Process::launch(program, arguments, nullptr, &said_, &said_)) {}
+    ~Child() { End(); }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    bool Running() const { return Poco::Process::isRunning(handle_.id()); }
+
+    void End() {
+        if (ended_) {
+            return;
+        }
+        ended_ = true;
         try {
             Poco::Process::requestTermination(handle_.id());
             handle_.wait();
         } catch (const Poco::Exception&) {  // it has ended already
         }
     }
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
 
-    bool Running() const { return Poco::Process::isRunning(handle_.id()); }
+    /// Ends the program and gives what it logged.
+    std::string LastWords() {
+        End();
+        Poco::PipeInputStream in(said_);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
 
   private:
+    Poco::Pipe
+        said_;  ///< takes the few lines that a program logs, so that they don't mix with ours
     Poco::ProcessHandle handle_;
+    bool ended_ = false;
 };
 
 namespace {
@@ -40,14 +57,14 @@ constexpr int kPollMillis = 10;
 constexpr int kPatience = 1000;  ///< polls
 
 /// Waits until `ready` says so; throws when the child ends first or time runs out.
-void Await(const Child& child, const std::string& name, const std::function<bool()>& ready) {
+void Await(Child& child, const std::string& name, const std::function<bool()>& ready) {
     for (int poll = 0; poll < kPatience && child.Running(); ++poll) {
         if (ready()) {
             return;
         }
         Poco::Thread::sleep(kPollMillis);
     }
-    throw std::runtime_error(name + " did not start");
+    throw std::runtime_error(name + " did not start: " + child.LastWords());
 }
 
 void AddUser(const std::string& program, const std::string& workDir, const std::string& user,
@@ -85,7 +102,7 @@ SocksProxy::SocksProxy() {
         port_ = free.address().port();
     }
     child_ = std::make_unique<Child>(
-        "microsocks", Poco::Process::Args{"-q", "-i", "127.0.0.1", "-p", std::to_string(port_)});
+        "microsocks", Poco::Process::Args{"-i", "127.0.0.1", "-p", std::to_string(port_)});
     Await(*child_, "microsocks", [&] {
         try {
             const Poco::Net::StreamSocket probe(Poco::Net::SocketAddress("127.0.0.1", port_));
