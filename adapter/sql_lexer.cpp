@@ -1,5 +1,7 @@
 #include "adapter/sql_lexer.h"
 
+#include <algorithm>
+
 namespace CQXDB::adapter {
 namespace {
 
@@ -40,6 +42,7 @@ constexpr SqlDialect MySql(bool backslashEscapes) noexcept {
     d.backslashEscapes = backslashEscapes;
     d.backticks = true;
     d.hashComments = true;
+    d.commentsRun = true;
     d.dashNeedsBlank = true;
     d.nestedBodies = true;
     return d;
@@ -117,7 +120,9 @@ bool SqlLexer::SkipComment() noexcept {
         SkipLine();
         return true;
     }
-    if (c == '/' && next == '*') {
+    const std::string_view behind = text_.substr(std::min(begin_ + 2, text_.size()), 2);
+    const bool runs = dialect_.commentsRun && (behind.substr(0, 1) == "!" || behind == "M!");
+    if (c == '/' && next == '*' && !runs) {
         SkipBlockComment();
         return true;
     }

@@ -16,6 +16,7 @@ struct SqlDialect {
     bool brackets = false;          ///< [identifier]
     bool backticks = false;         ///< `identifier`
     bool hashComments = false;      ///< # to the end of the line
+    bool commentsRun = false;       ///< what stands in /*! ... */ and /*M! ... */ is no comment
     bool nestedComments = false;    ///< /* /* */ */ is one comment
     bool dashNeedsBlank = false;    ///< "--" starts a comment only before a blank
     bool endCommits = false;        ///< END as a statement is another word for COMMIT

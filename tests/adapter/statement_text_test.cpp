@@ -28,6 +28,7 @@ TEST(StatementText, ParametersAreFoundOnlyWhereTheyStand) {
         {&kPostgreSqlDialect, "/* ? /* ? */ ? */ ? -- ?", "/* ? /* ? */ ? */ $1 -- ?", 1},
         {&kMySqlDialect, "'\\'?' \"\\\"?\" `a?` # ?\n?", "'\\'?' \"\\\"?\" `a?` # ?\n?", 1},
         {&kMySqlDialect, "5--? -- ?", "5--? -- ?", 1},
+        {&kMySqlDialect, "/*!40101 ? */ /*M! ? */ /* ? */", "/*!40101 ? */ /*M! ? */ /* ? */", 2},
         {&kMySqlPlainDialect, "'\\' ? 'x'", "'\\' ? 'x'", 1},
         {&kSqliteDialect, "[a?] `b?` ? '?", "[a?] `b?` ? '?", 1},
         {&kSqliteDialect, "/* ? /* ? */ ? ", "/* ? /* ? */ ? ", 1},
@@ -54,6 +55,8 @@ TEST(StatementText, ScriptsFallApartAtTheirSemicolons) {
     const std::string procedure =
         "CREATE PROCEDURE p() BEGIN IF 1 THEN BEGIN SELECT 1; END; END IF; END; CALL p()";
     EXPECT_EQ(SplitStatements(procedure, kMySqlDialect), Pieces{procedure});
+    EXPECT_EQ(SplitStatements("/*!40101 SET a */; /* b; */; /*M! SET c */", kMySqlDialect),
+              (Pieces{"/*!40101 SET a */", "/*M! SET c */"}));
     EXPECT_EQ(SplitStatements("DO $x$ BEGIN a; END $x$; b", kPostgreSqlDialect),
               (Pieces{"DO $x$ BEGIN a; END $x$", "b"}));
 }
