@@ -25,8 +25,11 @@ class Folder {
     }
     std::string Url(const std::string& url) const {
         const std::string scheme = "sqlite:";
-        const bool isFile = url.rfind(scheme, 0) == 0 && url != "sqlite::memory:";
-        return isFile ? scheme + Path(url.substr(scheme.size())) : url;
+        const std::string rest = url.substr(std::min(scheme.size(), url.size()));
+        const auto begins = [&rest](const char* with) { return rest.rfind(with, 0) == 0; };
+        const bool isPath =
+            url.rfind(scheme, 0) == 0 && !begins("//") && !begins(":") && !begins("file:");
+        return isPath ? scheme + Path(rest) : url;
     }
 
   private:

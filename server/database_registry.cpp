@@ -20,6 +20,12 @@ bool DescribesConnection(const QXDataSource& wanted) noexcept {
            !wanted.dsn.empty() || !wanted.connectionString.empty();
 }
 
+/// A plain path; what a SQLite URI or a database in memory should be like is said by its name.
+bool IsSqliteFile(const QXDataSource& dataSource) {
+    return dataSource.type == CQXDB::CQXDB_DS_EMBEDDED &&
+           dataSource.database.rfind(L"file:", 0) != 0 && dataSource.database != L":memory:";
+}
+
 }  // namespace
 
 void DatabaseRegistry::Add(const std::string& name, const std::string& url) {
@@ -28,6 +34,10 @@ void DatabaseRegistry::Add(const std::string& name, const std::string& url) {
     if (!QXDataSource::FromUrl(CQXBASE::Utf8ToWide(url), dataSource, error)) {
         // The URL itself may hold a password, so it is not repeated.
         throw OperatorError("database '" + name + "': " + CQXBASE::WideToUtf8(error));
+    }
+    if (IsSqliteFile(dataSource)) {
+        // Readers don't wait for the writer, and a commit is on the disk when it is acknowledged.
+        dataSource.options = "journal_mode=wal;synchronous=full";
     }
     Add(name, dataSource);
 }

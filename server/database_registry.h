@@ -21,7 +21,6 @@ class DatabaseRegistry {
 
     /// Throws OperatorError for a bad or taken name, or a URL that describes no database.
     void Add(const std::string& name, const std::string& url);
-    void Add(const std::string& name, const CQXDB::QXDataSource& dataSource);
 
     /// The database to use for a command that came stamped with `wanted`: the client's own
     /// description when those are allowed and it is one, else the configured database it names;
@@ -41,6 +40,7 @@ class DatabaseRegistry {
     }
 
   private:
+    void Add(const std::string& name, const CQXDB::QXDataSource& dataSource);
     const CQXDB::QXDataSource* Find(const std::string& name) const noexcept;
 
     const bool allowClient_;

@@ -33,11 +33,7 @@ void AddDatabases(DatabaseRegistry& registry, const ServerOptions& options) {
         registry.Add(name, url);
     }
     if (options.databases.empty()) {
-        CQXDB::QXDataSource usual;
-        usual.database = CQXBASE::Utf8ToWide((fs::u8path(options.dataDir) / "main.db").u8string());
-        // Readers don't wait for the writer, and a commit is on the disk when it is acknowledged.
-        usual.options = "journal_mode=wal;synchronous=full";
-        registry.Add("main", usual);
+        registry.Add("main", "sqlite:" + (fs::u8path(options.dataDir) / "main.db").u8string());
     }
     for (const auto& [name, dataSource] : registry.All()) {
         const DatabaseAnswer answer = Probe(dataSource);

@@ -83,14 +83,18 @@ TEST_F(ConfigTest, EveryKeyIsRead) {
 
 TEST_F(ConfigTest, DatabasesKeepTheirOrderAndPathsCountFromTheFile) {
     const ServerOptions options = Read(
-        "data = 'd'\n[databases]\nzoo = 'sqlite:z.db'\nant = 'mysql://h/x'\nbee = "
-        "'sqlite:/abs.db'\n");
+        "data = 'd'\n[databases]\nzoo = 'sqlite:z.db'\nant = 'mysql://h/x'\n"
+        "bee = 'sqlite:/abs.db'\ncat = 'sqlite::memory:'\ndog = 'sqlite:file:d.db?mode=ro'\n"
+        "eel = 'sqlite:///a%20b'\n");
     EXPECT_EQ(options.dataDir, folder_.File("d"));
-    ASSERT_EQ(options.databases.size(), 3U);
+    ASSERT_EQ(options.databases.size(), 6U);
     EXPECT_EQ(options.databases[0].first, "zoo");
     EXPECT_EQ(options.databases[0].second, "sqlite:" + folder_.File("z.db"));
     EXPECT_EQ(options.databases[1].second, "mysql://h/x");
     EXPECT_EQ(options.databases[2].second, "sqlite:/abs.db");
+    EXPECT_EQ(options.databases[3].second, "sqlite::memory:");
+    EXPECT_EQ(options.databases[4].second, "sqlite:file:d.db?mode=ro");
+    EXPECT_EQ(options.databases[5].second, "sqlite:///a%20b");
 }
 
 TEST_F(ConfigTest, MistakesAreNamedWithTheirLine) {
