@@ -41,7 +41,7 @@ std::unique_ptr<Connection> Open(const SqliteSettings& settings) {
     }
     sqlite3* db = Poco::Data::SQLite::Utility::dbHandle(*session);
     ConfigureSqlite(db, settings);
-    return std::make_unique<SqliteConnection>(db, session);
+    return std::make_unique<SqliteConnection>(db, session, settings.statementTimeout);
 }
 
 }  // namespace

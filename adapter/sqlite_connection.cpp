@@ -14,13 +14,14 @@ constexpr std::size_t kCachedStatements = 64;
 
 }  // namespace
 
-SqliteConnection::SqliteConnection(sqlite3* db, std::shared_ptr<void> owner)
-    : owner_(std::move(owner)), db_(db), cache_(kCachedStatements) {}
+SqliteConnection::SqliteConnection(sqlite3* db, std::shared_ptr<void> owner,
+                                   std::chrono::milliseconds statementTimeout)
+    : owner_(std::move(owner)), db_(db), timer_(db, statementTimeout), cache_(kCachedStatements) {}
 
 std::shared_ptr<Statement> SqliteConnection::Prepare(const std::string& text) {
     std::shared_ptr<Statement> statement = cache_.Find(text);
     if (!statement) {
-        statement = std::make_shared<SqliteStatement>(db_, text, true);
+        statement = std::make_shared<SqliteStatement>(db_, timer_, text, true);
         cache_.Add(text, statement);
     }
     return statement;
@@ -38,7 +39,7 @@ std::shared_ptr<Statement> SqliteConnection::PrepareScript(const std::string& te
 }
 
 void SqliteConnection::RunOnce(std::string_view statement) {
-    SqliteStatement(db_, statement, false).Execute({});
+    SqliteStatement(db_, timer_, statement, false).Execute({});
 }
 
 void SqliteConnection::Begin(TransactionKind kind) {

@@ -1,12 +1,14 @@
 // A SQLite connection with its prepared statements.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
 #include <sqlite3.h>
 
 #include "adapter/connection.h"
+#include "adapter/sqlite_guard.h"
 #include "adapter/sqlite_statement.h"
 #include "adapter/statement_cache.h"
 
@@ -15,7 +17,8 @@ namespace CQXDB::adapter {
 class SqliteConnection : public Connection {
   public:
     /// `owner` keeps `db` open and closes it when the connection goes.
-    SqliteConnection(sqlite3* db, std::shared_ptr<void> owner);
+    SqliteConnection(sqlite3* db, std::shared_ptr<void> owner,
+                     std::chrono::milliseconds statementTimeout);
 
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
@@ -33,6 +36,7 @@ class SqliteConnection : public Connection {
   private:
     std::shared_ptr<void> owner_;
     sqlite3* db_;
+    SqliteTimer timer_;
     StatementCache cache_;
 };
 

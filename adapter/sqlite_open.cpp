@@ -8,6 +8,7 @@
 #include "adapter/options.h"
 #include "adapter/sqlite_connection.h"
 #include "adapter/sqlite_error.h"
+#include "adapter/sqlite_guard.h"
 #include "util/text.h"
 
 namespace CQXDB::adapter {
@@ -55,6 +56,9 @@ SqliteSettings SqliteSettings::Of(const QXDataSource& dataSource) {
     settings.journalMode = TakeOneOf(options, "journal_mode",
                                      {"wal", "delete", "truncate", "persist", "memory", "off"});
     settings.synchronous = TakeOneOf(options, "synchronous", {"off", "normal", "full", "extra"});
+    settings.confined = options.TakeFlag("confined", false);
+    settings.statementTimeout =
+        std::chrono::milliseconds(options.TakeNumber("statement_timeout", 0, 0, 86400000));
     settings.pool = options.TakePoolLimits();
     options.RefuseRest();
     if (settings.Private()) {
@@ -82,6 +86,9 @@ void ConfigureSqlite(sqlite3* db, const SqliteSettings& settings) {
     if (!settings.synchronous.empty()) {
         Pragma(db, "synchronous=" + settings.synchronous);
     }
+    if (settings.confined) {
+        ConfineSqlite(db);
+    }
 }
 
 std::unique_ptr<Connection> OpenSqlite(const SqliteSettings& settings) {
@@ -93,7 +100,7 @@ std::unique_ptr<Connection> OpenSqlite(const SqliteSettings& settings) {
         throw SqliteOpenError(db, code, settings.path);
     }
     ConfigureSqlite(db, settings);
-    return std::make_unique<SqliteConnection>(db, owner);
+    return std::make_unique<SqliteConnection>(db, owner, settings.statementTimeout);
 }
 
 std::shared_ptr<ConnectionPool> MakeSqlitePool(const QXDataSource& dataSource) {

@@ -1,6 +1,7 @@
 // From a data source to an open SQLite connection.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -18,8 +19,10 @@ struct SqliteSettings {
     int openFlags = 0;
     int busyTimeoutMs = 5000;
     bool foreignKeys = true;
-    std::string journalMode;  ///< "": as the file has it
-    std::string synchronous;  ///< "": SQLite's default
+    std::string journalMode;                        ///< "": as the file has it
+    std::string synchronous;                        ///< "": SQLite's default
+    bool confined = false;                          ///< see ConfineSqlite
+    std::chrono::milliseconds statementTimeout{0};  ///< 0: none
     PoolLimits pool;
 
     /// Throws DatabaseError for a missing path or options that make no sense.

@@ -17,6 +17,7 @@ class SqliteStatement::Run {
         : handle_(statement.handle_.get()) {
         CheckParameterCount(statement.parameterCount_, parameters.size());
         BindSqlite(statement.db_, handle_, parameters);
+        statement.timer_.Start();
     }
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
@@ -29,7 +30,8 @@ class SqliteStatement::Run {
     sqlite3_stmt* handle_;
 };
 
-SqliteStatement::SqliteStatement(sqlite3* db, std::string_view text, bool keep) : db_(db) {
+SqliteStatement::SqliteStatement(sqlite3* db, SqliteTimer& timer, std::string_view text, bool keep)
+    : db_(db), timer_(timer) {
     if (text.size() > INT_MAX) {
         throw DatabaseError(SQLITE_TOOBIG, sqlite3_errstr(SQLITE_TOOBIG));
     }

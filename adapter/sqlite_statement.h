@@ -8,13 +8,14 @@
 #include <sqlite3.h>
 
 #include "adapter/connection.h"
+#include "adapter/sqlite_guard.h"
 
 namespace CQXDB::adapter {
 
 class SqliteStatement : public Statement {
   public:
     /// Compiles exactly one statement; `text` is what SQLite gets to see.
-    SqliteStatement(sqlite3* db, std::string_view text, bool keep);
+    SqliteStatement(sqlite3* db, SqliteTimer& timer, std::string_view text, bool keep);
 
     void Execute(const Parameters& parameters) override;
     void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
@@ -28,6 +29,7 @@ class SqliteStatement : public Statement {
     bool Step();
 
     sqlite3* db_;
+    SqliteTimer& timer_;
     std::unique_ptr<sqlite3_stmt, Finalizer> handle_;
     std::size_t parameterCount_ = 0;
 };

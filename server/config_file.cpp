@@ -66,6 +66,7 @@ Setter LimitsTo(Limits& limits, const std::string& file) {
                    {"min_bytes_per_second", NumberTo(limits.minBytesPerSecond)},
                    {"session_idle_s", DurationTo(limits.sessionIdle)},
                    {"session_lifetime_s", DurationTo(limits.sessionLifetime)},
+                   {"sqlite_timeout_s", DurationTo(limits.sqliteTimeout)},
                    {"grace_timeout_s", DurationTo(limits.graceTimeout)}});
         }
         return table != nullptr;

@@ -22,8 +22,7 @@ bool DescribesConnection(const QXDataSource& wanted) noexcept {
 
 /// A plain path; what a SQLite URI or a database in memory should be like is said by its name.
 bool IsSqliteFile(const QXDataSource& dataSource) {
-    return dataSource.type == CQXDB::CQXDB_DS_EMBEDDED &&
-           dataSource.database.rfind(L"file:", 0) != 0 && dataSource.database != L":memory:";
+    return dataSource.database.rfind(L"file:", 0) != 0 && dataSource.database != L":memory:";
 }
 
 }  // namespace
@@ -35,9 +34,8 @@ void DatabaseRegistry::Add(const std::string& name, const std::string& url) {
         // The URL itself may hold a password, so it is not repeated.
         throw OperatorError("database '" + name + "': " + CQXBASE::WideToUtf8(error));
     }
-    if (IsSqliteFile(dataSource)) {
-        // Readers don't wait for the writer, and a commit is on the disk when it is acknowledged.
-        dataSource.options = "journal_mode=wal;synchronous=full";
+    if (dataSource.type == CQXDB::CQXDB_DS_EMBEDDED) {
+        dataSource.options = SqliteOptions(dataSource);
     }
     Add(name, dataSource);
 }
@@ -93,6 +91,16 @@ const QXDataSource& DatabaseRegistry::Require(const std::string& name,
         throw RequestRefused(ServerError::ForbiddenDatabase);
     }
     return *found;
+}
+
+std::string DatabaseRegistry::SqliteOptions(const QXDataSource& dataSource) const {
+    // All accounts share the connections, and the account store is a SQLite file too.
+    std::string options = "confined=on;statement_timeout=" + std::to_string(sqliteTimeout_.count());
+    if (IsSqliteFile(dataSource)) {
+        // Readers don't wait for the writer, and a commit is on the disk when it is acknowledged.
+        options += ";journal_mode=wal;synchronous=full";
+    }
+    return options;
 }
 
 const QXDataSource* DatabaseRegistry::Find(const std::string& name) const noexcept {

@@ -1,6 +1,7 @@
 // The databases that the server serves, by name.
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,7 +18,9 @@ class DatabaseRegistry {
   public:
     /// A client's own connection descriptions are honoured only when `allowClientDataSources` is
     /// set.
-    explicit DatabaseRegistry(bool allowClientDataSources) : allowClient_(allowClientDataSources) {}
+    /// SQLite statements that run longer than `sqliteTimeout` are interrupted; 0 is no limit.
+    DatabaseRegistry(bool allowClientDataSources, std::chrono::milliseconds sqliteTimeout)
+        : allowClient_(allowClientDataSources), sqliteTimeout_(sqliteTimeout) {}
 
     /// Throws OperatorError for a bad or taken name, or a URL that describes no database.
     void Add(const std::string& name, const std::string& url);
@@ -43,7 +46,10 @@ class DatabaseRegistry {
     void Add(const std::string& name, const CQXDB::QXDataSource& dataSource);
     const CQXDB::QXDataSource* Find(const std::string& name) const noexcept;
 
+    std::string SqliteOptions(const CQXDB::QXDataSource& dataSource) const;
+
     const bool allowClient_;
+    const std::chrono::milliseconds sqliteTimeout_;
     std::vector<std::pair<std::string, CQXDB::QXDataSource>> databases_;
 };
 

@@ -30,7 +30,9 @@ struct Limits {
     std::size_t minBytesPerSecond = 64 * kKiB;
     std::chrono::milliseconds sessionIdle = std::chrono::minutes(30);
     std::chrono::milliseconds sessionLifetime = std::chrono::hours(12);  ///< from the login
-    std::chrono::milliseconds graceTimeout = std::chrono::seconds(30);   ///< from the stop signal
+    std::chrono::milliseconds sqliteTimeout =
+        std::chrono::minutes(10);                                       ///< of one SQLite statement
+    std::chrono::milliseconds graceTimeout = std::chrono::seconds(30);  ///< from the stop signal
 };
 
 struct ServerOptions {

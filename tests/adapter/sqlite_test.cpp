@@ -169,6 +169,39 @@ TEST_P(SqliteTest, ForeignKeysHoldUnlessTurnedOff) {
     EXPECT_TRUE(lax.Execute("INSERT INTO c VALUES (1)").ok());
 }
 
+TEST_P(SqliteTest, AConfinedConnectionReachesNoOtherFileAndKeepsItsSettings) {
+    const std::string other = folder.File("other.db");
+    Client confined = Open(folder.File("a.db"), "confined=on");
+    ASSERT_TRUE(Open(other).Execute("CREATE TABLE secret (i)").ok());
+    ASSERT_TRUE(confined.Execute("CREATE TABLE t (i); PRAGMA User_Version=3").ok());
+    ASSERT_TRUE(confined.Execute("VACUUM").ok());
+    for (const std::string& text :
+         {"ATTACH '" + other + "' AS o", "ATTACH '' || '" + other + "' AS o",
+          "VACUUM INTO '" + folder.File("copy.db") + "'", std::string("PRAGMA synchronous=off"),
+          std::string("PRAGMA query_only(1)"), std::string("PRAGMA writable_schema=on")}) {
+        EXPECT_EQ(confined.Execute(text).code, SQLITE_AUTH) << text;
+    }
+    EXPECT_EQ(confined.Rows("PRAGMA user_version"), "3\n");
+    EXPECT_EQ(confined.Rows("SELECT name FROM pragma_table_info('t')"), "i\n");
+    EXPECT_FALSE(std::filesystem::exists(folder.File("copy.db")));
+    EXPECT_TRUE(Open(folder.File("b.db")).Execute("ATTACH '" + other + "' AS o").ok());
+}
+
+TEST_P(SqliteTest, AStatementThatRunsForTooLongIsInterrupted) {
+    Client hurried = Open(folder.File("a.db"), "statement_timeout=50");
+    ASSERT_TRUE(hurried.Execute("CREATE TABLE t (i)").ok());
+    const std::string endless =
+        "WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM c) SELECT count(*) FROM c";
+    QXRecordset rs;
+    EXPECT_EQ(hurried.Query(rs, endless).code, SQLITE_INTERRUPT);
+    EXPECT_EQ(hurried
+                  .Execute({hurried.Command("INSERT INTO t VALUES (1)"),
+                            hurried.Command("INSERT INTO t " + endless)})
+                  .code,
+              SQLITE_INTERRUPT);
+    EXPECT_EQ(hurried.Rows("SELECT count(*) FROM t"), "0\n");
+}
+
 TEST_P(SqliteTest, AnInsertThatReturnsRowsIsKeptWhateverThePage) {
     Client db = Open(folder.File("a.db"));
     ASSERT_TRUE(db.Execute("CREATE TABLE t (i)").ok());

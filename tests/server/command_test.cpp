@@ -86,6 +86,25 @@ TEST_F(CommandTest, AFailedStatementGivesTheDatabasesOwnWords) {
     EXPECT_EQ(client_.Number(L"SELECT 5"), 5);
 }
 
+TEST_F(CommandTest, AStatementReachesNoOtherFileOfTheServer) {
+    const std::wstring store = CQXBASE::Utf8ToWide(server_.Folder().File("data/accounts.db"));
+    EXPECT_GT(client_.Execute(L"ATTACH '" + store + L"' AS store").Error(), 0);
+    EXPECT_GT(client_.Execute(L"PRAGMA synchronous = OFF").Error(), 0);
+}
+
+TEST_F(CommandTest, AnEndlessStatementIsInterrupted) {
+    TestServer hurried([](CQXSERVER::ServerOptions& options) {
+        options.limits.sqliteTimeout = std::chrono::milliseconds(50);
+    });
+    RawClient client = hurried.LoggedIn();
+    EXPECT_GT(client
+                  .Execute(L"WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n FROM c) "
+                           L"SELECT count(*) FROM c")
+                  .Error(),
+              0);
+    EXPECT_EQ(client.Number(L"SELECT 1"), 1);
+}
+
 TEST_F(CommandTest, AListIsAllOrNothing) {
     client_.Execute(L"CREATE TABLE t(n INTEGER PRIMARY KEY)");
     QXCommandList list = client_.List({L"INSERT INTO t VALUES (1)", L"INSERT INTO t VALUES (1)"});

@@ -59,6 +59,7 @@ TEST_F(ConfigTest, EveryKeyIsRead) {
         min_bytes_per_second = 8
         session_idle_s = 9
         session_lifetime_s = 10
+        sqlite_timeout_s = 10.5
         grace_timeout_s = 11)");
     EXPECT_EQ(options.dataDir, "/srv/qxdb");
     EXPECT_EQ(options.listen, "[::1]:7000");
@@ -78,6 +79,7 @@ TEST_F(ConfigTest, EveryKeyIsRead) {
     EXPECT_EQ(options.limits.minBytesPerSecond, 8U);
     EXPECT_EQ(options.limits.sessionIdle, 9s);
     EXPECT_EQ(options.limits.sessionLifetime, 10s);
+    EXPECT_EQ(options.limits.sqliteTimeout, 10500ms);
     EXPECT_EQ(options.limits.graceTimeout, 11s);
 }
 
@@ -126,6 +128,26 @@ TEST_F(ConfigTest, TheCommandLineWins) {
     const std::vector<std::pair<std::string, std::string>> expected = {
         {"a", "sqlite:/c"}, {"b", "sqlite:/b"}, {"d", "odbc:DSN=x;UID=y"}};
     EXPECT_EQ(line.options.databases, expected);
+}
+
+TEST_F(ConfigTest, TheExampleHoldsTheDefaults) {
+    ServerOptions options;
+    ReadConfigFile(QXDB_EXAMPLE_CONFIG, options);
+    const Limits defaults;
+    EXPECT_EQ(options.listen, ServerOptions().listen);
+    EXPECT_EQ(options.limits.maxFrameBytes, defaults.maxFrameBytes);
+    EXPECT_EQ(options.limits.maxResultBytes, defaults.maxResultBytes);
+    EXPECT_EQ(options.limits.maxBufferedBytes, defaults.maxBufferedBytes);
+    EXPECT_EQ(options.limits.maxConnections, defaults.maxConnections);
+    EXPECT_EQ(options.limits.maxSessions, defaults.maxSessions);
+    EXPECT_EQ(options.limits.loginTimeout, defaults.loginTimeout);
+    EXPECT_EQ(options.limits.idleTimeout, defaults.idleTimeout);
+    EXPECT_EQ(options.limits.requestTimeout, defaults.requestTimeout);
+    EXPECT_EQ(options.limits.minBytesPerSecond, defaults.minBytesPerSecond);
+    EXPECT_EQ(options.limits.sessionIdle, defaults.sessionIdle);
+    EXPECT_EQ(options.limits.sessionLifetime, defaults.sessionLifetime);
+    EXPECT_EQ(options.limits.sqliteTimeout, defaults.sqliteTimeout);
+    EXPECT_EQ(options.limits.graceTimeout, defaults.graceTimeout);
 }
 
 TEST_F(ConfigTest, DefaultsAreSafe) {
