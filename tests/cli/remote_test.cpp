@@ -1,0 +1,77 @@
+#include <gmock/gmock.h>
+
+#include "tests/cli/qxdb_program.h"
+#include "tests/server/server_program.h"
+
+namespace {
+
+using qxdb_test::Ended;
+using qxdb_test::RunQxdb;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+class Remote : public testing::Test {
+  protected:
+    Remote()
+        : server_({}, {"--database", "main=sqlite:" + folder_.File("main.db"), "--database",
+                       "other=sqlite:" + folder_.File("other.db")}),
+          port_(qxdb_test::ReadFile(server_.Folder().Path() / "port")) {
+        port_.erase(port_.find_last_not_of("\r\n") + 1);
+    }
+
+    Ended Run(std::vector<std::string> arguments, const std::string& input = {},
+              const std::string& password = "secret") const {
+        arguments.insert(arguments.begin(), {"--server", "127.0.0.1:" + port_, "--user", "ann",
+                                             "--format", "csv", "--no-header"});
+        return RunQxdb(arguments, {input, {"QXDB_PASSWORD=" + password}});
+    }
+
+    qxdb_test::TempDir folder_;
+    qxdb_test::ServerProgram server_;
+    std::string port_;
+};
+
+TEST_F(Remote, ScriptsRunOnTheServersDatabases) {
+    const Ended ended = Run({},
+                            "CREATE TABLE t(a, b);\nBEGIN;\nINSERT INTO t VALUES (1, '漢');\n"
+                            "SELECT count(*) FROM t;\nCOMMIT;\n\\c other\n"
+                            "SELECT count(*) FROM sqlite_master;\nUSE main;\nSELECT * FROM t;\n");
+    EXPECT_EQ(ended.err, "");
+    EXPECT_EQ(ended.out, "1\r\n\r\n0\r\n\r\n1,漢\r\n");
+    EXPECT_EQ(Run({"--database", "other", "-c", "SELECT count(*) FROM sqlite_master"}).out,
+              "0\r\n");
+    const Ended failed = Run({}, "BEGIN;\nDELETE FROM t;\nDELETE FROM nowhere;\nCOMMIT;");
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.err,
+                StartsWith("qxdb: standard input:3: error 1: no such table: nowhere\n"));
+    EXPECT_EQ(Run({"-c", "SELECT count(*) FROM t WHERE a = ?", "--param", "1"}).out, "1\r\n");
+    EXPECT_EQ(Run({}, "\\c nowhere").status, 3);
+}
+
+TEST_F(Remote, PingAndLoginsTellTheirOutcome) {
+    const Ended ping = Run({"ping"});
+    EXPECT_EQ(ping.status, 0);
+    EXPECT_THAT(ping.out, AllOf(StartsWith("127.0.0.1:" + port_ + " answers: "), HasSubstr(" ms")));
+    const Ended refused = Run({"ping"}, "", "wrong-word");
+    EXPECT_EQ(refused.status, 3);
+    EXPECT_THAT(refused.err,
+                AllOf(HasSubstr("wrong user name or password"), Not(HasSubstr("wrong-word"))));
+    EXPECT_EQ(Run({"ping"}, "", "a|~|b").status, 2) << "would change the login's meaning";
+    qxdb_test::WriteFile(folder_.Path() / "password", "secret\r\nsecond line\n");
+    EXPECT_EQ(Run({"ping", "--password-file", folder_.File("password")}, "", "wrong-word").status,
+              0);
+    EXPECT_EQ(Run({"ping", "--password-file", folder_.File("missing")}).status, 2);
+}
+
+TEST_F(Remote, FilesGoInAndComeOut) {
+    ASSERT_EQ(Run({"-c", "CREATE TABLE t(id INTEGER UNIQUE, note TEXT)"}).status, 0);
+    const std::string csv = "1,\"a\nb\"\r\n2,\r\n3,\"\"\r\n";
+    EXPECT_EQ(Run({"import", "-", "t"}, csv).err, "3 rows imported into t\n");
+    EXPECT_EQ(Run({"export", "SELECT * FROM t ORDER BY id", "-", "--page-size", "2"}).out, csv);
+    EXPECT_THAT(
+        Run({"import", "-", "t"}, "4,x\n5,x\n1,y\n").err,
+        HasSubstr("line 3: error 2067: UNIQUE constraint failed: t.id; no row was imported"));
+}
+
+}  // namespace
