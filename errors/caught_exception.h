@@ -31,9 +31,14 @@ CaughtException DescribeCurrentException(const ErrorSite& site,
 template <class Body, class OnError>
 auto RunProtected(const ErrorSite& site, const wchar_t* unknownText, Body&& body, OnError&& onError)
     -> decltype(std::forward<Body>(body)()) {
+    // Not inlined: a fault may cost its function's objects, which must not be those of this one.
+    using Result = decltype(std::forward<Body>(body)());
+    Result (*volatile run)(Body &&) = [](Body&& each) -> Result {
+        return std::forward<Body>(each)();
+    };
     const ProtectedRegion region;
     try {
-        return std::forward<Body>(body)();
+        return run(std::forward<Body>(body));
     } catch (...) {
         return std::forward<OnError>(onError)(DescribeCurrentException(site, unknownText));
     }

@@ -33,14 +33,15 @@ void FaultContext::ReturnTo(std::uintptr_t returnAddress, std::uintptr_t stack) 
 }
 
 void FaultContext::PointIntoFault(const FaultRecord& record) noexcept {
-    CallerState caller{};
     if (record.code == kBreakpoint) {
         context_.uc_mcontext.gregs[REG_RIP] = static_cast<greg_t>(record.address);
     } else if (!HasUnwindData(instruction())) {
         const auto* top =
             reinterpret_cast<const std::uintptr_t*>(stack());  // NOLINT(performance-no-int-to-ptr)
         ReturnTo(*top, stack() + sizeof *top);
-    } else if (record.code == kStackOverflow && IsOutsideExceptionTable(instruction(), caller)) {
+    }
+    CallerState caller{};
+    if (WouldTerminate(instruction(), caller)) {
         ReturnTo(caller.returnAddress, caller.stack);
         for (std::size_t i = 0; i < kSavedRegisters.size(); ++i) {
             context_.uc_mcontext.gregs[kSavedRegisters[i]] = static_cast<greg_t>(caller.saved[i]);

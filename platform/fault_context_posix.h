@@ -19,8 +19,8 @@ class FaultContext {
     std::uintptr_t stack() const noexcept;
 
     /// Makes the state one from which the unwinder gets on: after a breakpoint that of the
-    /// breakpoint itself, after a call of a bad pointer, or a stack overflow where a function isn't
-    /// taken to throw, that of the caller.
+    /// breakpoint itself; after a call of a bad pointer, or in a function that isn't taken to throw
+    /// there, that of the caller.
     void PointIntoFault(const FaultRecord& record) noexcept;
 
     /// Unblocks what a host handler that called ours had blocked.

@@ -37,7 +37,8 @@ void Translate(int signal, const siginfo_t& info, void* signalContext) {
     }
     const mcontext_t before = static_cast<ucontext_t*>(signalContext)->uc_mcontext;
     context.PointIntoFault(record);
-    if (CanUnwindTo(context.instruction(), thread.innermost)) {
+    const bool below = context.stack() <= reinterpret_cast<std::uintptr_t>(thread.innermost);
+    if (below && CanUnwindTo(context.instruction(), thread.innermost)) {
         if (record.code == kStackOverflow) {
             OpenStackReserve();
         }

@@ -73,9 +73,15 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
     }
     ThreadFaults* thread = ExistingThread();
     if (thread == nullptr || thread->innermost == nullptr || thread->translator == nullptr ||
-        thread->translating || !CanUnwindTo(*pointers->ContextRecord, thread->innermost)) {
+        thread->translating) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
+    CONTEXT from = *pointers->ContextRecord;
+    LeaveTerminatingFunction(from);
+    if (!CanUnwindTo(from, thread->innermost)) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    *pointers->ContextRecord = from;
     thread->translating = true;
     thread->overflowed = thread->overflowed || record.ExceptionCode == EXCEPTION_STACK_OVERFLOW;
     thread->record = record;

@@ -20,10 +20,10 @@ bool HasUnwindData(std::uintptr_t instruction) noexcept;
 /// Whether every frame from the fault up to the one that holds `object` can be unwound.
 bool CanUnwindTo(std::uintptr_t instruction, const void* object) noexcept;
 
-/// True when the exception table of the function does not cover the fault: entering the function
-/// and touching its variables are taken never to throw, and unwinding would end the process.
-/// `caller` is then where to unwind from, at the price of the objects that the function itself had
-/// made.
-bool IsOutsideExceptionTable(std::uintptr_t instruction, CallerState& caller) noexcept;
+/// True when the innermost function with an exception table is at a place that the table leaves
+/// out, where unwinding ends the process: on entering it, where it touches its variables, or in a
+/// call of a C function that isn't taken to throw. `caller` is then where to unwind from, at the
+/// price of the objects that this one function had made.
+bool WouldTerminate(std::uintptr_t instruction, CallerState& caller) noexcept;
 
 }  // namespace CQXBASE::platform

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/exception_table.h"
+
 extern "C" EXCEPTION_DISPOSITION __gxx_personality_seh0(EXCEPTION_RECORD*, void*, CONTEXT*,
                                                         DISPATCHER_CONTEXT*);
 extern "C" EXCEPTION_DISPOSITION __gcc_personality_seh0(EXCEPTION_RECORD*, void*, CONTEXT*,
@@ -42,29 +44,63 @@ void LeaveLeaf(CONTEXT& frame) {
     frame.Rsp += sizeof frame.Rip;
 }
 
+/// One step up the stack.
+struct Step {
+    EXCEPTION_ROUTINE* handler;  ///< null when the function left has none
+    const unsigned char* table;  ///< of the function left
+    DWORD64 offset;              ///< of the place in it
+    bool known;                  ///< it has unwind data
+};
+
+Step LeaveFunction(CONTEXT& frame) {
+    DWORD64 base = 0;
+    RUNTIME_FUNCTION* function = RtlLookupFunctionEntry(frame.Rip, &base, nullptr);
+    if (function == nullptr) {
+        LeaveLeaf(frame);
+        return {nullptr, nullptr, 0, false};
+    }
+    const DWORD64 offset = frame.Rip - base - function->BeginAddress;
+    void* table = nullptr;
+    DWORD64 establisher = 0;
+    EXCEPTION_ROUTINE* handler = RtlVirtualUnwind(UNW_FLAG_EHANDLER, base, frame.Rip, function,
+                                                  &frame, &table, &establisher, nullptr);
+    return {handler, static_cast<const unsigned char*>(table), offset, true};
+}
+
 }  // namespace
 
 bool CanUnwindTo(const CONTEXT& fault, const void* object) noexcept {
     CONTEXT frame = fault;
-    for (bool first = true; frame.Rsp <= reinterpret_cast<std::uintptr_t>(object); first = false) {
-        DWORD64 base = 0;
-        RUNTIME_FUNCTION* function = RtlLookupFunctionEntry(frame.Rip, &base, nullptr);
-        if (function == nullptr && !first) {
-            return false;
-        }
-        if (function == nullptr) {
-            LeaveLeaf(frame);
-            continue;
-        }
-        void* data = nullptr;
-        DWORD64 establisher = 0;
-        EXCEPTION_ROUTINE* handler = RtlVirtualUnwind(UNW_FLAG_EHANDLER, base, frame.Rip, function,
-                                                      &frame, &data, &establisher, nullptr);
-        if (handler != nullptr && !IsOurPersonality(handler)) {
+    const auto place = reinterpret_cast<std::uintptr_t>(object);
+    if (frame.Rsp > place) {
+        return false;
+    }
+    for (bool first = true; frame.Rsp <= place; first = false) {
+        const Step step = LeaveFunction(frame);
+        if ((!step.known && !first) ||
+            (step.handler != nullptr && !IsOurPersonality(step.handler))) {
             return false;
         }
     }
     return true;
+}
+
+void LeaveTerminatingFunction(CONTEXT& fault) noexcept {
+    CONTEXT frame = fault;
+    for (bool first = true;; first = false) {
+        const Step step = LeaveFunction(frame);
+        if ((!step.known && !first) ||
+            (step.handler != nullptr && !IsOurPersonality(step.handler))) {
+            return;
+        }
+        --frame.Rip;  // into the call
+        if (step.handler != nullptr) {
+            if (!Covers(step.table, step.offset)) {
+                fault = frame;
+            }
+            return;
+        }
+    }
 }
 
 }  // namespace CQXBASE::platform

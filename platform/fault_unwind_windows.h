@@ -5,6 +5,11 @@
 
 namespace CQXBASE::platform {
 
+/// When the innermost function with an exception table is at a place that the table leaves out,
+/// where unwinding ends the process: makes the state that of its caller, at the price of the
+/// objects that this one function had made.
+void LeaveTerminatingFunction(CONTEXT& fault) noexcept;
+
 /// Whether an exception thrown at `fault` would reach the frame that holds `object`: every frame on
 /// the way has unwind data, and none has a structured handler, to which the fault would belong.
 bool CanUnwindTo(const CONTEXT& fault, const void* object) noexcept;

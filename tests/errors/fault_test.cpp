@@ -38,6 +38,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Fault{"AccessViolation", WriteToNull, L"EXCEPTION_ACCESS_VIOLATION", L"3221225477"},
         Fault{"InTheCLibrary", CopyToNull, L"EXCEPTION_ACCESS_VIOLATION", L"3221225477"},
+        Fault{"BadText", MakeStringOfBadText, L"EXCEPTION_ACCESS_VIOLATION", L"3221225477"},
+        Fault{"Destructor", FaultInDestructor, L"EXCEPTION_ACCESS_VIOLATION", L"3221225477"},
         Fault{"CallOfNull", CallNullPointer, L"EXCEPTION_ACCESS_VIOLATION", L"3221225477"},
         Fault{"JumpIntoData", JumpIntoData, L"EXCEPTION_ACCESS_VIOLATION", L"3221225477"},
         Fault{"Division", DivideByZero, L"EXCEPTION_INT_DIVIDE_BY_ZERO", L"3221225620"},

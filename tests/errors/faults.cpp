@@ -100,6 +100,20 @@ void CopyToNull() {
     gSink = 5;
 }
 
+void MakeStringOfBadText() {
+    const Owner owner;
+    const std::string text(reinterpret_cast<const char*>(gNull) + 8);
+    gSink = static_cast<int>(text.size());
+}
+
+void FaultInDestructor() {
+    struct Faulting {
+        ~Faulting() { *gNull = 2; }
+    };
+    const Faulting object;
+    gSink = 6;
+}
+
 void OverflowStack() {
     gSink = Descend(0);
 }

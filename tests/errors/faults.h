@@ -16,6 +16,10 @@ void JumpIntoData();
 void CallPureVirtual();
 /// Lets the C library copy to address 0.
 void CopyToNull();
+/// In a function that owns an object; the C library reads the text.
+void MakeStringOfBadText();
+/// In a destructor, which is not to throw.
+void FaultInDestructor();
 /// Recursion without end in frames that have nothing to clean up.
 void OverflowStack();
 /// The same in frames that own objects.
