@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <functional>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 
 #include <gmock/gmock.h>
@@ -108,6 +109,24 @@ TEST(StackOverflow, KeepsASignalStackOfTheHost) {
         EXPECT_EQ(now.ss_sp, memory);
         host.ss_flags = SS_DISABLE;
         sigaltstack(&host, nullptr);
+    });
+}
+
+TEST(StackOverflow, LeavesAStackThatTheHostGuardsToIt) {
+    OnSmallStack(0, [] {
+        pthread_attr_t attributes;
+        void* end = nullptr;
+        std::size_t size = 0;
+        pthread_getattr_np(pthread_self(), &attributes);
+        pthread_attr_getstack(&attributes, &end, &size);
+        pthread_attr_destroy(&attributes);
+        constexpr std::size_t page = 4096;
+        ASSERT_EQ(mprotect(end, page, PROT_NONE), 0);
+        const ProtectedRegion region;
+        volatile char* above = static_cast<char*>(end) + page;
+        *above = 1;  // ends the test program if the page is closed
+        EXPECT_EQ(*above, 1);
+        EXPECT_EQ(mprotect(end, page, PROT_READ | PROT_WRITE), 0);
     });
 }
 
