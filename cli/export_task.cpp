@@ -29,8 +29,9 @@ ExitStatus RunExport(const Options& options) {
         throw CliError(kFailed, "stopped; " + options.export_.file + " was not written");
     }
     file.Finish();
+    const std::string name = options.export_.file == "-" ? "standard output" : options.export_.file;
     std::cerr << Grouped(exporting.Rows()) << (exporting.Rows() == 1 ? " row" : " rows")
-              << " exported to " << options.export_.file << '\n';
+              << " exported to " << name << '\n';
     return kDone;
 }
 

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "cli/batch_error.h"
 #include "cli/catalog.h"
 #include "cli/exit_status.h"
 
@@ -11,17 +10,6 @@ namespace CQXCLI {
 namespace {
 
 constexpr std::size_t kLargestBatch = std::size_t{16} * 1024 * 1024;  // bytes of text
-
-std::string InsertStatement(const Dialect& dialect, const std::string& table,
-                            const std::vector<TargetColumn>& columns) {
-    std::string names;
-    std::string marks;
-    for (const TargetColumn& column : columns) {
-        names += (names.empty() ? "" : ", ") + QuoteName(dialect, column.name);
-        marks += marks.empty() ? "?" : ", ?";
-    }
-    return "INSERT INTO " + QuoteTable(dialect, table) + " (" + names + ") VALUES (" + marks + ")";
-}
 
 }  // namespace
 
@@ -37,11 +25,12 @@ bool Import::Run(std::istream& in) {
         }
         Add(row);
         progress_.bytes = reader.BytesRead();
-        if (BatchIsFull()) {
+        const bool full = BatchIsFull();
+        if (full && !options_.atomic) {
             Store();
-            if (!afterBatch_(progress_)) {
-                return false;
-            }
+        }
+        if (full && !afterBatch_(progress_)) {
+            return false;
         }
     }
     Store();
@@ -68,7 +57,7 @@ void Import::ChooseColumns(CsvReader& reader) {
     } else {
         throw CliError(kFailed, "line 1: there is no line of column names");
     }
-    insert_.SetTextUtf8(InsertStatement(session_.SqlDialect(), options_.table, columns_));
+    batch_ = std::make_unique<ImportBatch>(session_, options_.table, columns_);
 }
 
 void Import::Add(const CsvRow& row) {
@@ -83,44 +72,30 @@ void Import::Add(const CsvRow& row) {
                                     (count == 1 ? " field" : " fields") + " where " +
                                     std::to_string(columns_.size()) + " are expected");
     }
-    CQXDB::QXCommand command = insert_;
+    std::vector<CQXDB::QXValue> values;
+    std::size_t bytes = 0;
     for (std::size_t i = 0; i < count; ++i) {
         const CsvField field = empty ? CsvField{{}, true} : row.fields[i];
-        command.AddParam(ToValue(field, columns_[i].type));
-        batchBytes_ += field.text.size();
+        values.push_back(ToValue(field, columns_[i].type));
+        bytes += field.text.size();
     }
-    batch_.Add(std::move(command));
-    lines_.push_back(row.line);
-    progress_.nextLine = lines_.front();
+    batch_->Add(std::move(values), row.line, bytes);
+    progress_.nextLine = batch_->FirstLine();
 }
 
 bool Import::BatchIsFull() const noexcept {
-    return !options_.atomic &&
-           (batch_.Count() >= options_.batchRows || batchBytes_ >= kLargestBatch);
+    return (batch_->Rows() > 0 && batch_->Rows() % options_.batchRows == 0) ||
+           batch_->Bytes() >= kLargestBatch;
 }
 
 void Import::Store() {
-    if (batch_.Empty()) {
-        return;
+    if (batch_->Rows() > 0) {
+        const std::size_t rows = batch_->Rows();
+        const std::size_t nextLine = batch_->LastLine() + 1;
+        batch_->Store();
+        progress_.rows += rows;
+        progress_.nextLine = nextLine;
     }
-    const Answer answer = session_.Execute(batch_);
-    if (!answer.Ok()) {
-        Fail(answer);
-    }
-    progress_.rows += batch_.Count();
-    progress_.nextLine = lines_.back() + 1;
-    batch_.RemoveAll();
-    lines_.clear();
-    batchBytes_ = 0;
-}
-
-void Import::Fail(const Answer& answer) const {
-    const BatchError error = ReadBatchError(answer, lines_.size());
-    const std::string where =
-        error.index < lines_.size()
-            ? "line " + std::to_string(lines_[error.index])
-            : "lines " + std::to_string(lines_.front()) + " to " + std::to_string(lines_.back());
-    throw CliError(kFailed, where + ": " + error.text);
 }
 
 }  // namespace CQXCLI

@@ -5,10 +5,12 @@
 #include <cstdint>
 #include <functional>
 #include <istream>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "cli/csv_reader.h"
+#include "cli/import_batch.h"
 #include "cli/import_columns.h"
 #include "cli/session.h"
 
@@ -34,7 +36,7 @@ struct ImportProgress {
 /// the file. The first bad row ends the import; the batches before it stay stored.
 class Import {
   public:
-    /// Called after each batch; false stops the import.
+    /// Called when a batch is full, and stored unless the import is atomic; false stops the import.
     using Callback = std::function<bool(const ImportProgress&)>;
 
     Import(Session& session, const ImportOptions& options, Callback afterBatch);
@@ -49,17 +51,13 @@ class Import {
     void Add(const CsvRow& row);
     bool BatchIsFull() const noexcept;
     void Store();
-    [[noreturn]] void Fail(const Answer& answer) const;
 
     Session& session_;
     const ImportOptions options_;
     const Callback afterBatch_;
     ImportProgress progress_;
     std::vector<TargetColumn> columns_;
-    CQXDB::QXCommand insert_;
-    CQXDB::QXCommandList batch_;
-    std::vector<std::size_t> lines_;  ///< where each row of the batch begins
-    std::size_t batchBytes_ = 0;
+    std::unique_ptr<ImportBatch> batch_;
 };
 
 }  // namespace CQXCLI

@@ -76,8 +76,15 @@ TEST(PostgreSqlProgram, RunsScriptsAndMovesRows) {
         "(2, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL), "
         "(3, -0.0001, -1e-300, false, '0001-01-01', '00:00', '1969-12-31', '', '', NULL, '[]', "
         "'{}')");
-    EXPECT_THAT(database.Run({"import", "-", "c"}, "1\nx\n").err,
-                AllOf(HasSubstr("line 2: error "), HasSubstr("invalid input syntax")));
+    std::string rows;
+    for (int i = 0; i < 300; ++i) {
+        rows += "7\n";
+    }
+    EXPECT_THAT(database.Run({"import", "-", "c"}, rows + "x\n" + rows).err,
+                AllOf(HasSubstr("line 301: error "), HasSubstr("invalid input syntax")));
+    EXPECT_EQ(database.Run({"import", "-", "c", "--batch", "250"}, rows).err,
+              "300 rows imported into c\n");
+    EXPECT_EQ(database.Run({"-c", "SELECT count(*), sum(a) FROM c"}).out, "300,2100\r\n");
 }
 
 TEST(MariaDbProgram, RunsScriptsAndMovesRows) {
