@@ -54,6 +54,15 @@ std::string Encipher(const std::string& plain) {
     return Cipher().Encipher(plain);
 }
 
+std::string HeaderClaiming(std::uint32_t bodyLength, bool littleEndian) {
+    FrameHeader header;
+    header.typeCode = kLogin;
+    header.bodyLength = bodyLength;
+    header.littleEndian = littleEndian;
+    const FrameHeaderBytes bytes = EncodeFrameHeader(header);
+    return {bytes.data(), bytes.size()};
+}
+
 std::string MakeFrame(std::uint32_t code, const std::string& body, bool encipher) {
     FrameHeader header;
     header.typeCode = code;

@@ -8,29 +8,28 @@
 #include <gtest/gtest.h>
 
 #include "messages/type_codes.h"
-#include "tests/server/server_program.h"
 #include "tests/server/test_server.h"
+#include "tests/support/QxdbServer.h"
 
 namespace qxdb_test {
 namespace {
 
 using namespace Poco::Data::Keywords;
 
-/// Holds a SQLite database's write lock, so that a writing request stays under way.
-class WriteLock {
+RawClient LoggedIn(const QxdbServer& server) {
+    RawClient client(server.Port());
+    client.Login(L"ada", L"correct horse battery");
+    return client;
+}
+
+/// A table, and its database's write lock, so that a request that writes stays under way.
+class HeldTable {
   public:
-    explicit WriteLock(const std::string& path) : session_(Open(path)) {
+    explicit HeldTable(const QxdbServer& server) : session_(Open(server.Folder().File("main.db"))) {
+        LoggedIn(server).Execute(L"CREATE TABLE t(n)");
         session_ << "BEGIN IMMEDIATE", now;
     }
-    ~WriteLock() { Release(); }
-    WriteLock(const WriteLock&) = delete;
-    WriteLock& operator=(const WriteLock&) = delete;
-    void Release() {
-        if (held_) {
-            held_ = false;
-            session_ << "ROLLBACK", now;
-        }
-    }
+    void Release() { session_ << "ROLLBACK", now; }
 
   private:
     static Poco::Data::Session Open(const std::string& path) {
@@ -39,61 +38,60 @@ class WriteLock {
     }
 
     Poco::Data::Session session_;
-    bool held_ = true;
 };
 
 /// Waits until the server says that a request is under way.
-bool RequestRuns(ServerProgram& program) {
+bool RequestRuns(QxdbServer& server) {
     return Eventually([&] {
-        kill(program.Process().Pid(), SIGUSR1);
-        return program.Process().WaitForText("requests: 1 running", std::chrono::seconds(1));
+        kill(server.Pid(), SIGUSR1);
+        return server.Process().WaitForText("requests: 1 running", std::chrono::seconds(1));
     });
 }
 
 TEST(Signals, StopFinishesTheRunningBatchAndTakesNothingNew) {
-    ServerProgram program;
-    RawClient client = program.LoggedIn();
-    RawClient idle = program.LoggedIn();
-    client.Execute(L"CREATE TABLE t(n)");
-    WriteLock lock(program.DataFile("main.db"));
+    QxdbServer server(QXDB_SERVER_PROGRAM);
+    HeldTable table(server);
+    RawClient client = LoggedIn(server);
+    RawClient idle = LoggedIn(server);
     CQXDB::QXCommandList batch = client.List({L"INSERT INTO t VALUES (1)", L"SELECT n FROM t"});
     client.Send(CQXBASE::kBatchQuery, batch);
-    ASSERT_TRUE(RequestRuns(program));
+    ASSERT_TRUE(RequestRuns(server));
 
-    program.Process().Terminate();
-    ASSERT_TRUE(program.Process().WaitForText("stopping; requests still running: 1"));
+    server.Process().Terminate();
+    ASSERT_TRUE(server.Process().WaitForText("stopping; requests still running: 1"));
     EXPECT_TRUE(idle.AtEnd());
-    EXPECT_THROW(program.Connect(), std::runtime_error);
-    lock.Release();
+    EXPECT_THROW(RawClient(server.Port()), std::runtime_error);
+    table.Release();
     const Reply reply = client.Receive();
     EXPECT_EQ(reply.code, CQXBASE::kBatchQuery) << reply.Error();
     EXPECT_TRUE(client.AtEnd());
-    EXPECT_EQ(program.Process().Wait(), 0);
-    EXPECT_FALSE(std::filesystem::exists(program.Folder().Path() / "port"));
-    program.Start();
-    EXPECT_EQ(program.LoggedIn().Number(L"SELECT count(*) FROM t"), 1);
+    EXPECT_EQ(server.Process().Wait(), 0);
+    EXPECT_FALSE(std::filesystem::exists(server.Folder().Path() / "port"));
+    server.Start();
+    EXPECT_EQ(LoggedIn(server).Number(L"SELECT count(*) FROM t"), 1);
 }
 
 TEST(Signals, StopWaitsNoLongerThanTheGraceTime) {
-    ServerProgram program("[limits]\ngrace_timeout_s = 0.1\n");
-    RawClient client = program.LoggedIn();
-    client.Execute(L"CREATE TABLE t(n)");
-    const WriteLock lock(program.DataFile("main.db"));
+    const TempDir folder;
+    WriteFile(folder.Path() / "c.toml", "limits.grace_timeout_s = 0.1\n");
+    QxdbServer server(QXDB_SERVER_PROGRAM, {"--config", folder.File("c.toml")});
+    const HeldTable table(server);
+    RawClient client = LoggedIn(server);
     CQXDB::QXCommand insert = client.Command(L"INSERT INTO t VALUES (1)");
     client.Send(CQXBASE::kExecute, insert);
-    ASSERT_TRUE(RequestRuns(program));
-    program.Process().Terminate();
-    EXPECT_EQ(program.Process().Wait(), 1);
-    EXPECT_NE(program.Process().Errors().find("1 requests unfinished"), std::string::npos);
+    ASSERT_TRUE(RequestRuns(server));
+    server.Process().Terminate();
+    EXPECT_EQ(server.Process().Wait(), 1);
+    EXPECT_NE(server.Log().find("1 requests unfinished"), std::string::npos);
 }
 
 TEST(Signals, KillLosesNothingThatWasCommitted) {
-    ServerProgram program;
+    QxdbServer server(QXDB_SERVER_PROGRAM);
+    LoggedIn(server).Execute(L"CREATE TABLE t(n INTEGER PRIMARY KEY)");
     std::atomic<std::int64_t> acknowledged{0};
-    program.LoggedIn().Execute(L"CREATE TABLE t(n INTEGER PRIMARY KEY)");
     std::thread writer([&] {
         try {
-            RawClient client = program.LoggedIn();
+            RawClient client = LoggedIn(server);
             while (client.Execute(L"INSERT INTO t DEFAULT VALUES").Error() == 0) {
                 ++acknowledged;
             }
@@ -102,10 +100,10 @@ TEST(Signals, KillLosesNothingThatWasCommitted) {
         }
     });
     EXPECT_TRUE(Eventually([&] { return acknowledged > 100; }));
-    program.Process().Kill();
+    server.Kill();
     writer.join();
-    program.Start();
-    RawClient client = program.LoggedIn();
+    server.Start();
+    RawClient client = LoggedIn(server);
     const std::int64_t kept = client.Number(L"SELECT count(*) FROM t");
     EXPECT_GE(kept, acknowledged);
     EXPECT_LE(kept, acknowledged + 1);

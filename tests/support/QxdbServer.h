@@ -26,6 +26,7 @@ class QxdbServer {
     std::string Address() const { return "127.0.0.1:" + std::to_string(port_); }
     const TempDir& Folder() const noexcept { return folder_; }
     int Pid() const { return process_->Pid(); }
+    ChildProcess& Process() noexcept { return *process_; }
 
     void Stop();  ///< asks it to end and waits
     void Kill();
