@@ -27,6 +27,9 @@ class Statement {
 
     /// Runs to the end; rows are dropped.
     virtual void Execute(const Parameters& parameters) = 0;
+    /// The same, but a connection that can send several commands at a time may throw the error of
+    /// one in a later call, or in Connection::Settle.
+    virtual void ExecuteSoon(const Parameters& parameters) { Execute(parameters); }
     /// Appends columns and the rows of the page to `rs`, which is empty. A statement without a
     /// result set runs and leaves `rs` without columns.
     virtual void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) = 0;
@@ -49,6 +52,10 @@ class Connection {
     /// its transaction open, for the caller to roll back. `text` must outlive the statement.
     virtual std::shared_ptr<Statement> PrepareScript(const std::string& text) = 0;
     virtual const SqlDialect& Dialect() const noexcept = 0;
+
+    /// Waits for everything that ExecuteSoon has started. All else that goes to the database does
+    /// so first.
+    virtual void Settle() {}
 
     virtual void Begin(TransactionKind kind) = 0;
     virtual void Commit() = 0;

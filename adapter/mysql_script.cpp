@@ -1,7 +1,6 @@
 #include "adapter/mysql_script.h"
 
 #include "adapter/mysql_connection.h"
-#include "adapter/mysql_statement.h"
 #include "adapter/parameter_count.h"
 #include "adapter/statement_text.h"
 
@@ -9,8 +8,6 @@ namespace CQXDB::adapter {
 
 MySqlScript::MySqlScript(MySqlConnection& connection, const std::string& text)
     : connection_(connection), text_(text) {}
-
-MySqlScript::~MySqlScript() = default;
 
 void MySqlScript::Execute(const Parameters& parameters) {
     parameters.empty() ? RunText() : Prepared().Execute(parameters);
@@ -20,9 +17,9 @@ void MySqlScript::Query(const Parameters& parameters, const Page& page, QXRecord
     Prepared().Query(parameters, page, rs);
 }
 
-MySqlStatement& MySqlScript::Prepared() {
+Statement& MySqlScript::Prepared() {
     if (!prepared_) {
-        prepared_ = std::make_unique<MySqlStatement>(connection_, text_);
+        prepared_ = connection_.Prepare(text_);
     }
     return *prepared_;
 }

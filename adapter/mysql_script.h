@@ -9,7 +9,6 @@
 namespace CQXDB::adapter {
 
 class MySqlConnection;
-class MySqlStatement;
 
 /// Several statements run as one transaction, in which MySQL commits at every CREATE, ALTER or
 /// DROP.
@@ -17,18 +16,17 @@ class MySqlScript : public Statement {
   public:
     /// `text` must outlive the script.
     MySqlScript(MySqlConnection& connection, const std::string& text);
-    ~MySqlScript() override;
 
     void Execute(const Parameters& parameters) override;
     void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
 
   private:
-    MySqlStatement& Prepared();
+    Statement& Prepared();
     void RunText();
 
     MySqlConnection& connection_;
     const std::string& text_;
-    std::unique_ptr<MySqlStatement> prepared_;  ///< made when parameters come
+    std::shared_ptr<Statement> prepared_;  ///< made when parameters come
 };
 
 }  // namespace CQXDB::adapter

@@ -23,11 +23,11 @@ class PageLimit {
   public:
     PageLimit(MySqlConnection& connection, MYSQL_STMT* statement, const Page& page)
         : connection_(connection) {
-        const unsigned long cursor = CURSOR_TYPE_READ_ONLY;
         const auto rows = static_cast<unsigned long>(std::min<std::int64_t>(page.count, 10000));
-        mysql_stmt_attr_set(statement, STMT_ATTR_CURSOR_TYPE, &cursor);
         mysql_stmt_attr_set(statement, STMT_ATTR_PREFETCH_ROWS, &rows);
         connection.RunText("SET sql_select_limit = " + std::to_string(page.first + page.count));
+        const unsigned long cursor = CURSOR_TYPE_READ_ONLY;
+        mysql_stmt_attr_set(statement, STMT_ATTR_CURSOR_TYPE, &cursor);
     }
     PageLimit(const PageLimit&) = delete;
     PageLimit& operator=(const PageLimit&) = delete;
@@ -52,8 +52,12 @@ MySqlStatement::MySqlStatement(MySqlConnection& connection, const std::string& t
     try {
         executor_.prepare(text);
     } catch (const Poco::Exception&) {
-        throw MySqlError(connection_.Handle(), executor_);
+        Fail();
     }
+}
+
+void MySqlStatement::Fail() {
+    throw MySqlError(connection_.Handle(), executor_);
 }
 
 void MySqlStatement::Run(const Parameters& parameters) {
@@ -63,7 +67,7 @@ void MySqlStatement::Run(const Parameters& parameters) {
         executor_.bindParams(bound.Data(), parameters.size());
         executor_.execute();
     } catch (const Poco::Exception&) {
-        throw MySqlError(connection_.Handle(), executor_);
+        Fail();
     }
 }
 
@@ -78,6 +82,11 @@ void MySqlStatement::Query(const Parameters& parameters, const Page& page, QXRec
         limit.emplace(connection_, executor_, page);
     }
     Run(parameters);
+    Fetch(page, rs);
+    Finish();
+}
+
+void MySqlStatement::Fetch(const Page& page, QXRecordset& rs) {
     MySqlRowReader reader(connection_.Handle(), executor_, rs);
     bool row = reader.HasColumns() && reader.Fetch();
     for (std::int64_t i = 0; row && i < page.first; ++i) {
@@ -88,7 +97,6 @@ void MySqlStatement::Query(const Parameters& parameters, const Page& page, QXRec
         page.CheckBytes(rs);
         row = i + 1 < page.count && reader.Fetch();
     }
-    Finish();
 }
 
 void MySqlStatement::Finish() {
@@ -98,7 +106,7 @@ void MySqlStatement::Finish() {
         more = mysql_stmt_next_result(executor_);
     } while (more == 0);
     if (more > 0) {
-        throw MySqlError(connection_.Handle(), executor_);
+        Fail();
     }
 }
 

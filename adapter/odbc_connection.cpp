@@ -85,8 +85,8 @@ void OdbcConnection::Rollback() noexcept {
 
 void OdbcConnection::SetAutocommit(bool on) {
     const std::uintptr_t mode = on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF;
-    CheckConnection(SQLSetConnectAttrW(*handle_, SQL_ATTR_AUTOCOMMIT,
-                                       reinterpret_cast<SQLPOINTER>(mode), SQL_IS_UINTEGER));
+    CheckConnection(
+        SQLSetConnectAttrW(*handle_, SQL_ATTR_AUTOCOMMIT, OdbcNumber(mode), SQL_IS_UINTEGER));
 }
 
 bool OdbcConnection::Alive() noexcept {

@@ -19,8 +19,8 @@ struct Settings {
 
 std::unique_ptr<Connection> Open(const Settings& settings) {
     auto handle = std::make_unique<OdbcConnection::Handle>();
-    SQLSetConnectAttrW(*handle, SQL_ATTR_LOGIN_TIMEOUT,
-                       reinterpret_cast<SQLPOINTER>(settings.connectSeconds), SQL_IS_UINTEGER);
+    SQLSetConnectAttrW(*handle, SQL_ATTR_LOGIN_TIMEOUT, OdbcNumber(settings.connectSeconds),
+                       SQL_IS_UINTEGER);
     OdbcText text = ToOdbcText(settings.connectionString);
     const SQLRETURN code =
         SQLDriverConnectW(*handle, nullptr, text.data(), static_cast<SQLSMALLINT>(text.size()),

@@ -68,8 +68,7 @@ void OdbcStatement::LimitRows(const Page& page) {
     }
     // A hint, which not every driver takes; what comes behind the page is not fetched anyway.
     const auto rows = static_cast<std::uintptr_t>(page.first + page.count);
-    SQLSetStmtAttrW(handle_, SQL_ATTR_MAX_ROWS, reinterpret_cast<SQLPOINTER>(rows),
-                    SQL_IS_UINTEGER);
+    SQLSetStmtAttrW(handle_, SQL_ATTR_MAX_ROWS, OdbcNumber(rows), SQL_IS_UINTEGER);
 }
 
 void OdbcStatement::Prepare() {

@@ -68,6 +68,11 @@ void PgConnection::Commit() {
 }
 
 void PgConnection::Rollback() noexcept {
+    try {
+        Settle();
+    } catch (...) {
+        // What failed is about to be undone.
+    }
     if (InTransaction()) {
         parsed_ = nullptr;
         const PgResult result(PQexec(handle_.get(), "ROLLBACK"));
@@ -90,6 +95,7 @@ bool PgConnection::Usable() noexcept {
 }
 
 PgResult PgConnection::RunText(const std::string& text) {
+    Settle();
     parsed_ = nullptr;
     if (PQsendQuery(handle_.get(), text.c_str()) == 0) {
         throw PgError(handle_.get(), nullptr);
@@ -99,20 +105,28 @@ PgResult PgConnection::RunText(const std::string& text) {
 
 PgResult PgConnection::RunStatement(const Statement* owner, const std::string& sql,
                                     const PgParameters& parameters) {
-    PGconn* connection = handle_.get();
-    const int sent =
-        parsed_ == owner
-            ? PQsendQueryPrepared(connection, "", parameters.Count(), parameters.Values(),
-                                  parameters.Lengths(), parameters.Formats(), 0)
-            : PQsendQueryParams(connection, sql.c_str(), parameters.Count(), parameters.Types(),
-                                parameters.Values(), parameters.Lengths(), parameters.Formats(), 0);
-    parsed_ = nullptr;
-    if (sent == 0) {
-        throw PgError(connection, nullptr);
-    }
+    Settle();
+    Send(owner, sql, parameters);
     PgResult result = Collect();
     parsed_ = owner;
     return result;
+}
+
+void PgConnection::Send(const Statement* owner, const std::string& sql,
+                        const PgParameters& parameters) {
+    PGconn* connection = handle_.get();
+    const bool parsed = parsed_ == owner && parsedTypes_ == parameters.Types();
+    parsed_ = nullptr;
+    parsedTypes_ = parameters.Types();
+    const int sent =
+        parsed ? PQsendQueryPrepared(connection, "", parameters.Count(), parameters.Values(),
+                                     parameters.Lengths(), parameters.Formats(), 0)
+               : PQsendQueryParams(connection, sql.c_str(), parameters.Count(),
+                                   parameters.Types().data(), parameters.Values(),
+                                   parameters.Lengths(), parameters.Formats(), 0);
+    if (sent == 0) {
+        throw PgError(connection, nullptr);
+    }
 }
 
 PgResult PgConnection::Collect() {

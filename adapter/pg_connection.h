@@ -1,12 +1,16 @@
 // A PostgreSQL connection.
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <libpq-fe.h>
 
 #include "adapter/connection.h"
+#include "adapter/database_error.h"
 
 namespace CQXDB::adapter {
 
@@ -30,6 +34,7 @@ class PgConnection : public Connection {
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
     const SqlDialect& Dialect() const noexcept override { return kPostgreSqlDialect; }
+    void Settle() override;
 
     void Begin(TransactionKind kind) override;
     void Commit() override;
@@ -47,14 +52,23 @@ class PgConnection : public Connection {
     /// between, the server does not have to parse it again.
     PgResult RunStatement(const Statement* owner, const std::string& sql,
                           const PgParameters& parameters);
+    /// The same without waiting for the result, which is dropped; see Statement::ExecuteSoon.
+    void SendStatement(const Statement* owner, const std::string& sql,
+                       const PgParameters& parameters);
     /// Forgets the statement that the server holds parsed for `owner`.
     void Forget(const Statement* owner) noexcept;
 
   private:
+    /// Hands one statement to libpq.
+    void Send(const Statement* owner, const std::string& sql, const PgParameters& parameters);
     PgResult Collect();
+    /// The error of the first of the waiting commands that failed, if any; all results are taken.
+    std::optional<DatabaseError> CollectPipeline();
 
     PgHandle handle_;
+    std::size_t waiting_ = 0;            ///< commands whose results are outstanding
     const Statement* parsed_ = nullptr;  ///< whose text is the server's unnamed statement
+    std::vector<Oid> parsedTypes_;       ///< and the parameter types it was parsed with
 };
 
 }  // namespace CQXDB::adapter

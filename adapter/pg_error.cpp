@@ -14,8 +14,8 @@ std::string Trimmed(const char* text) {
     return trimmed;
 }
 
-std::string Field(const PGresult* result, int code) {
-    return Trimmed(PQresultErrorField(result, code));
+std::string Field(const PGresult* result, char code) {
+    return Trimmed(PQresultErrorField(result, static_cast<unsigned char>(code)));
 }
 
 }  // namespace
@@ -27,7 +27,7 @@ DatabaseError PgError(PGconn* connection, const PGresult* result) {
         return {SqlStateCode(code), std::string(code) + ": " + Trimmed(PQerrorMessage(connection))};
     }
     std::string text = state + ": " + Field(result, PG_DIAG_MESSAGE_PRIMARY);
-    for (const int more : {PG_DIAG_MESSAGE_DETAIL, PG_DIAG_MESSAGE_HINT}) {
+    for (const char more : {PG_DIAG_MESSAGE_DETAIL, PG_DIAG_MESSAGE_HINT}) {
         const std::string field = Field(result, more);
         text += field.empty() ? "" : " (" + field + ")";
     }

@@ -18,7 +18,7 @@ class PgParameters {
     explicit PgParameters(const Parameters& values);
 
     int Count() const noexcept { return static_cast<int>(values_.size()); }
-    const Oid* Types() const noexcept { return types_.data(); }
+    const std::vector<Oid>& Types() const noexcept { return types_; }
     const char* const* Values() const noexcept { return values_.data(); }
     const int* Lengths() const noexcept { return lengths_.data(); }
     const int* Formats() const noexcept { return formats_.data(); }

@@ -47,6 +47,15 @@ void PgStatement::Execute(const Parameters& parameters) {
     }
 }
 
+void PgStatement::ExecuteSoon(const Parameters& parameters) {
+    CheckParameterCount(native_.parameters, parameters.size());
+    if (script_ && parameters.empty()) {
+        connection_.RunText(native_.sql);
+    } else {
+        connection_.SendStatement(this, native_.sql, PgParameters(parameters));
+    }
+}
+
 void PgStatement::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
     CheckParameterCount(native_.parameters, parameters.size());
     if (page.All() || !LooksReadOnly(native_.sql, kPostgreSqlDialect)) {

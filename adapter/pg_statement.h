@@ -17,6 +17,7 @@ class PgStatement : public Statement {
     ~PgStatement() override;
 
     void Execute(const Parameters& parameters) override;
+    void ExecuteSoon(const Parameters& parameters) override;
     void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
 
   private:

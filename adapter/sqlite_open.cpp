@@ -16,7 +16,7 @@ namespace {
 
 std::string TakeOneOf(Options& options, const std::string& key,
                       std::initializer_list<std::string_view> allowed) {
-    const std::string value = options.Take(key);
+    std::string value = options.Take(key);
     if (!value.empty() && std::find(allowed.begin(), allowed.end(), value) == allowed.end()) {
         std::string text = "the option " + key + " takes one of";
         for (const std::string_view one : allowed) {

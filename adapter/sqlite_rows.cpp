@@ -6,9 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include <qxdb/QXDateTime.h>
-
 #include "adapter/decimal_text.h"
+#include "adapter/text_value.h"
 
 namespace CQXDB::adapter {
 namespace {
@@ -55,28 +54,10 @@ void AppendReal(QXColumn& target, const DeclaredType& declared, double number) {
     target.AppendDouble(number);
 }
 
-/// False when the text is not of the declared type.
-bool AppendAsDeclared(QXColumn& target, QXValueType type, std::string_view text) {
-    std::int32_t days = 0;
-    std::int64_t micros = 0;
-    if (type == QXValueType::Date && QXDateTime::ParseDate(text, days)) {
-        target.AppendInt64(days, type);
-    } else if (type == QXValueType::Time && QXDateTime::ParseTime(text, micros)) {
-        target.AppendInt64(micros, type);
-    } else if (type == QXValueType::Timestamp && QXDateTime::ParseTimestamp(text, micros)) {
-        target.AppendInt64(micros, type);
-    } else if (type == QXValueType::Decimal && IsDecimal(text)) {
-        target.AppendBytes(text, type);
-    } else {
-        return false;
-    }
-    return true;
-}
-
 void AppendText(QXColumn& target, QXValueType declared, std::string_view text) {
-    if (!AppendAsDeclared(target, declared, text)) {
-        target.AppendBytes(text, QXValueType::Text);
-    }
+    const bool written = declared == QXValueType::Date || declared == QXValueType::Time ||
+                         declared == QXValueType::Timestamp || declared == QXValueType::Decimal;
+    AppendTextAs(target, written ? declared : QXValueType::Text, text);
 }
 
 }  // namespace

@@ -56,9 +56,8 @@ bool ReadCount(QXValueType type, std::string_view text, std::int64_t& count) noe
     }
 }
 
-}  // namespace
-
-bool TryAppendTextAs(QXColumn& column, QXValueType type, std::string_view text) {
+/// False, and nothing appended, when the text is no value of the type.
+bool TryAppend(QXColumn& column, QXValueType type, std::string_view text) {
     std::int64_t count = 0;
     switch (type) {
         case QXValueType::Bool:
@@ -87,8 +86,10 @@ bool TryAppendTextAs(QXColumn& column, QXValueType type, std::string_view text) 
     }
 }
 
+}  // namespace
+
 void AppendTextAs(QXColumn& column, QXValueType type, std::string_view text) {
-    if (!TryAppendTextAs(column, type, text)) {
+    if (!TryAppend(column, type, text)) {
         column.AppendBytes(text, QXValueType::Text);
     }
 }

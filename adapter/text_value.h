@@ -11,7 +11,4 @@ namespace CQXDB::adapter {
 /// decimal. Booleans are "t"/"f", "true"/"false" or "1"/"0". Not for Blob.
 void AppendTextAs(QXColumn& column, QXValueType type, std::string_view text);
 
-/// The same, but false, and nothing appended, when the text is no value of `type`.
-bool TryAppendTextAs(QXColumn& column, QXValueType type, std::string_view text);
-
 }  // namespace CQXDB::adapter

@@ -38,21 +38,22 @@ class ListRun {
     ListRun(Connection& connection, const QXCommandList& list) noexcept
         : connection_(connection), list_(list) {}
 
-    /// Calls `step` for every command from `first` to before `last`, and tells in an error's text
-    /// which command it was.
-    void Each(std::size_t first, std::size_t last,
-              const std::function<void(const QXCommand&, std::size_t)>& step) {
-        std::size_t i = first;
+    /// Calls `step` for every command, and tells in an error's text which command it was.
+    void Each(const std::function<void(const QXCommand&, std::size_t)>& step) {
+        std::size_t i = 0;
         try {
-            for (; i < last; ++i) {
+            for (; i < list_.Count(); ++i) {
                 step(list_.At(i), i);
             }
+            i = list_.Count() - 1;
+            connection_.Settle();
         } catch (const DatabaseError& error) {
             if (list_.Count() < 2) {
                 throw;
             }
+            const std::size_t number = i + 1 - error.CommandsAgo();
             throw DatabaseError(error.Code(), std::string(error.what()) + " (command " +
-                                                  std::to_string(i + 1) + " of " +
+                                                  std::to_string(number) + " of " +
                                                   std::to_string(list_.Count()) + ")");
         }
     }
@@ -119,8 +120,8 @@ void Execute(Connection& connection, const QXCommand& command) {
 
 void Execute(Connection& connection, const QXCommandList& list) {
     InOneTransaction(connection, list, [&list](ListRun& run) {
-        run.Each(0, list.Count(), [&run](const QXCommand& command, std::size_t) {
-            run.Script(command).Execute(command.Params());
+        run.Each([&run](const QXCommand& command, std::size_t) {
+            run.Script(command).ExecuteSoon(command.Params());
         });
     });
 }
@@ -136,9 +137,9 @@ void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& r
     const Page page = Page::Of(rs, maxBytes);
     InOneTransaction(connection, list, [&](ListRun& run) {
         const std::size_t last = list.Count() - 1;
-        run.Each(0, list.Count(), [&](const QXCommand& command, std::size_t index) {
+        run.Each([&](const QXCommand& command, std::size_t index) {
             if (index < last) {
-                run.Script(command).Execute(command.Params());
+                run.Script(command).ExecuteSoon(command.Params());
             } else {
                 Query(run.One(command), command, page, rs);
             }
@@ -150,7 +151,7 @@ void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out,
               std::size_t maxBytes) {
     std::size_t bytes = 0;
     InOneTransaction(connection, list, [&](ListRun& run) {
-        run.Each(0, list.Count(), [&](const QXCommand& command, std::size_t) {
+        run.Each([&](const QXCommand& command, std::size_t) {
             QXRecordset rs;
             Page all;
             all.maxBytes = maxBytes;

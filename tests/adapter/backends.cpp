@@ -15,7 +15,8 @@ Backend Sqlite(const std::string& name, bool poco) {
     backend.poco = poco;
     backend.dataSource.database = CQXBASE::Utf8ToWide(folder.File(name + ".db"));
     backend.dataSource.type = poco ? CQXDB_DS_SQLITE : CQXDB_DS_EMBEDDED;
-    backend.duplicateKey = 1555;  // SQLITE_CONSTRAINT_PRIMARYKEY
+    backend.dataSource.options = "synchronous=off";  // nothing here outlives the program
+    backend.duplicateKey = 1555;                     // SQLITE_CONSTRAINT_PRIMARYKEY
     backend.syntaxError = 1;
     backend.missingTable = 1;
     backend.exactDecimals = false;
@@ -97,6 +98,7 @@ const Backend& SqliteOdbc() {
         Backend made = Sqlite("OdbcSqlite", true);
         made.dataSource.driver = CQXDB_DRIVER_ODBC;
         made.dataSource.driverName = L"/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so";
+        made.dataSource.options.clear();
         made.duplicateKey = 19;
         made.marksInComments = false;
         return made;

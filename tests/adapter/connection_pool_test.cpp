@@ -105,6 +105,7 @@ TEST_F(ConnectionPoolTest, WaitersGetWhatOthersGiveBack) {
     const auto pool = Pool(1, 60);
     std::atomic<int> rounds{0};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&, t] {
             for (int i = 0; i < 200; ++i) {

@@ -64,17 +64,41 @@ TEST_P(WorkContract, TextsWithoutAStatementAreRefused) {
 TEST_P(WorkContract, AListIsAllOrNothing) {
     Table("i INTEGER PRIMARY KEY");
     const QXCommand insert = db.Command("INSERT INTO t (i) VALUES (?)");
-    std::vector<QXCommand> commands(50, insert);
+    std::vector<QXCommand> commands(600, insert);
     for (std::size_t i = 0; i < commands.size(); ++i) {
-        commands[i].AddParam(QXValue::Int64(static_cast<std::int64_t>(i == 40 ? 7 : i)));
+        commands[i].AddParam(QXValue::Int64(static_cast<std::int64_t>(i)));
     }
-    const Outcome refused = db.Execute(commands);
-    EXPECT_EQ(refused.code, backend.duplicateKey) << refused;
-    EXPECT_NE(refused.text.find(L"command 41 of 50"), std::wstring::npos) << refused;
-    EXPECT_EQ(Count(), "0\n");
-    commands[40].SetParam(0, QXValue::Int64(40));
+    for (const std::size_t wrong : {std::size_t{1}, std::size_t{400}, commands.size() - 1}) {
+        commands[wrong].SetParam(0, QXValue::Int64(0));
+        const Outcome refused = db.Execute(commands);
+        EXPECT_EQ(refused.code, backend.duplicateKey) << refused;
+        const std::wstring place = L"(command " + std::to_wstring(wrong + 1) + L" of 600)";
+        EXPECT_NE(refused.text.find(place), std::wstring::npos) << refused;
+        EXPECT_EQ(Count(), "0\n");
+        commands[wrong].SetParam(0, QXValue::Int64(static_cast<std::int64_t>(wrong)));
+    }
     EXPECT_TRUE(db.Execute(commands).ok());
-    EXPECT_EQ(Count(), "50\n");
+    EXPECT_EQ(Count(), "600\n");
+}
+
+TEST_P(WorkContract, AListMixesTextsAndTypesOfParameters) {
+    Table("i INTEGER, s VARCHAR(20), b " + backend.blobType);
+    const std::string insert = "INSERT INTO t (i, s, b) VALUES (?, ?, ?)";
+    const Outcome stored = db.Execute(
+        {db.Command(insert, {QXValue::Null(), QXValue::Null(), QXValue::Null()}),
+         db.Command(insert, {QXValue::Int64(1), QXValue::TextUtf8("one"), QXValue::Blob("\0b", 2)}),
+         db.Command("INSERT INTO t (i) VALUES (2)"), db.Command("SELECT * FROM t"),
+         db.Command(insert, {QXValue::Int64(3), QXValue::Null(), QXValue::Blob("b\0", 2)}),
+         db.Command("UPDATE t SET s = ? WHERE i = ?",
+                    {QXValue::TextUtf8("three"), QXValue::Int64(3)})});
+    ASSERT_TRUE(stored.ok()) << stored;
+    EXPECT_EQ(db.Rows("SELECT i, s, b FROM t ORDER BY COALESCE(i, 0)"),
+              "NULL|NULL|NULL\n1|one|\\x0062\n2|NULL|NULL\n3|three|\\x6200\n");
+    const Outcome late =
+        db.Execute({db.Command("INSERT INTO t (i) VALUES (?)", {QXValue::Int64(4)}),
+                    db.Command("INSERT INTO t (i) VALUES (?)")});
+    EXPECT_EQ(late.code, DBMGR_PARAMETER_COUNT);
+    EXPECT_EQ(Count(), "4\n");
 }
 
 TEST_P(WorkContract, AListCannotEndItsTransaction) {
@@ -182,6 +206,7 @@ TEST_P(WorkContract, ManyThreadsShareThePool) {
     constexpr int kRounds = 20;
     std::atomic<int> failures{0};
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([this, t, &failures] {
             Client own(backend);

@@ -2,6 +2,8 @@
 
 #include <condition_variable>
 #include <csignal>
+#include <cstdio>
+#include <exception>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -106,13 +108,21 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
 }
 
 ChildProcess::~ChildProcess() {
-    CloseInput();
-    Terminate();
     try {
+        CloseInput();
+        Terminate();
         Wait(std::chrono::seconds(10));
-    } catch (const std::runtime_error&) {
+    } catch (const std::exception&) {
+        KillForGood();
+    }
+}
+
+void ChildProcess::KillForGood() noexcept {
+    try {
         Kill();
         Wait(std::chrono::seconds(10));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "a child process is left behind: %s\n", error.what());
     }
 }
 

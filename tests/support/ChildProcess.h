@@ -47,6 +47,8 @@ class ChildProcess {
                      std::chrono::seconds limit = std::chrono::seconds(30)) const;
 
   private:
+    void KillForGood() noexcept;
+
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };
