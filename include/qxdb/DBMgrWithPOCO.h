@@ -1,4 +1,4 @@
-// The database manager for every database that POCO Data reaches.
+// The database manager for SQLite, PostgreSQL, MySQL/MariaDB and everything behind ODBC.
 #pragma once
 
 #include <cstddef>
@@ -17,12 +17,12 @@ namespace adapter {
 class Connection;
 }
 
-/// Serves SQLite, PostgreSQL, MySQL/MariaDB and ODBC data sources.
-/// A manager is cheap: connections live in a process-wide pool for each data source, from which
-/// every call takes one. Different managers may be used by different threads at once; one manager
-/// by one thread at a time. A failed call leaves its transaction rolled back, and the manager
-/// usable. No operation throws for a database error; read errNumber() and errDesc() after each
-/// call.
+/// Serves every data source; the driver type picks the connector. Which of them a build has, and
+/// what each takes from POCO Data, is written in docs/adapter.md. A manager is cheap: connections
+/// live in a process-wide pool for each data source, from which every call takes one. Different
+/// managers may be used by different threads at once; one manager by one thread at a time. A failed
+/// call leaves its transaction rolled back, and the manager usable. No operation throws for a
+/// database error; read errNumber() and errDesc() after each call.
 class QXDB_ADAPTER_API DBMgrWithPOCO {
   public:
     DBMgrWithPOCO();
