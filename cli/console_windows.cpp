@@ -1,3 +1,6 @@
+#include <cstdio>
+#include <fcntl.h>
+#include <io.h>
 #include <windows.h>
 #include <shellapi.h>
 
@@ -17,6 +20,9 @@ bool IsConsole(DWORD stream) noexcept {
 
 std::vector<std::string> PrepareConsole(int /*argc*/, char** /*argv*/) {
     SetConsoleOutputCP(CP_UTF8);
+    // The formats write the line ends that they prescribe; none is added to them.
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
     int count = 0;
     LPWSTR* const wide = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> arguments;

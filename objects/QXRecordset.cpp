@@ -6,6 +6,10 @@
 #include "util/text.h"
 
 namespace CQXDB {
+
+// Makes a DLL hold the constant, for programs that take its address.
+constexpr std::size_t QXRecordset::npos;
+
 namespace {
 
 char AsciiLower(char c) {

@@ -2,16 +2,16 @@
 
 #include <stdexcept>
 
+#include <ace/ACE.h>
 #include <ace/CDR_Stream.h>
 #include <ace/INET_Addr.h>
-#include <ace/OS_NS_poll.h>
 #include <ace/OS_NS_sys_socket.h>
 #include <ace/SOCK_Connector.h>
 #include <ace/Time_Value.h>
 #include <ace/os_include/netinet/os_tcp.h>
-#include <ace/os_include/os_poll.h>
 
 #include "messages/type_codes.h"
+#include "platform/socket_handshake.h"
 #include "transport/frame.h"
 #include "transport/frame_cipher.h"
 
@@ -113,7 +113,8 @@ RawClient::~RawClient() {
 
 void RawClient::SendBytes(std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t count = stream_.send(bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        const std::ptrdiff_t count =
+            platform::SendSome(stream_.get_handle(), bytes.data(), bytes.size());
         Require(count > 0, "can't send");
         bytes.remove_prefix(static_cast<std::size_t>(count));
     }
@@ -150,10 +151,7 @@ Reply RawClient::Handshake() {
 }
 
 bool RawClient::Readable() {
-    pollfd socket{};
-    socket.fd = stream_.get_handle();
-    socket.events = POLLIN;
-    return ACE_OS::poll(&socket, 1, ACE_Time_Value::zero) > 0;
+    return ACE::handle_read_ready(stream_.get_handle(), &ACE_Time_Value::zero) > 0;
 }
 
 bool RawClient::AtEnd() {

@@ -25,7 +25,7 @@ class AsyncExchange : public TransportTest {
     }
 
     StreamPair pair_;
-    OpenQXIO io_{pair_.near};
+    OpenQXIO io_{pair_.nearEnd};
 };
 
 TEST_F(AsyncExchange, FramesOfAllSizesRoundTrip) {
@@ -46,9 +46,9 @@ TEST_F(AsyncExchange, FramesOfAllSizesRoundTrip) {
 
 TEST_F(AsyncExchange, BodiesThatArriveByteByByte) {
     std::thread writer([this] {
-        Write(pair_.far, Frame(1, Body(300)).substr(0, 16));
+        Write(pair_.farEnd, Frame(1, Body(300)).substr(0, 16));
         for (const char byte : Body(300)) {
-            Write(pair_.far, std::string(1, byte));
+            Write(pair_.farEnd, std::string(1, byte));
         }
     });
     EXPECT_EQ(got_.AsyncFrom(io_), 0);
@@ -57,7 +57,7 @@ TEST_F(AsyncExchange, BodiesThatArriveByteByByte) {
 }
 
 TEST_F(AsyncExchange, ClosedPeerEndsASend) {
-    Reset(pair_.far);
+    Reset(pair_.farEnd);
     for (int i = 0; i < 2; ++i) {  // the second would raise SIGPIPE
         EXPECT_EQ(Send(Body(8 << 20)), -1);
         EXPECT_EQ(io_.LastErrorCode(), -1);
@@ -68,7 +68,7 @@ TEST_F(AsyncExchange, ClosedPeerEndsASend) {
 TEST_F(AsyncExchange, FrameWithoutABodyCantBeSent) {
     EXPECT_EQ(Send(""), -1);
     EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
-    EXPECT_EQ(Read(pair_.far, 16), Frame(1, ""));
+    EXPECT_EQ(Read(pair_.farEnd, 16), Frame(1, ""));
     io_.set_last_error(77, L"earlier");
     EXPECT_EQ(Send(""), -1);
     EXPECT_EQ(io_.LastErrorText(), L"earlier");
@@ -101,7 +101,7 @@ TEST_F(AsyncExchange, InTurnWithTheBlockingSide) {
 }
 
 TEST_F(AsyncExchange, BlockOfABlockingReceiveCantBeReadInto) {
-    Write(pair_.far, Frame(1, "first") + Frame(1, "second"));
+    Write(pair_.farEnd, Frame(1, "first") + Frame(1, "second"));
     ASSERT_EQ(got_.SyncFrom(io_), 0);
     EXPECT_EQ(got_.AsyncFrom(io_), -1);
     EXPECT_EQ(io_.LastErrorText(), L"Asy_receive_block::read, Bad address(14).");
@@ -140,8 +140,8 @@ TEST_F(AsyncExchange, ReconnectedTransportWritesButReadsNoMore) {
 }
 
 TEST_F(AsyncExchange, StreamTakenAway) {
-    auto* stream = new ACE_SOCK_Stream(pair_.near.get_handle());
-    pair_.near.set_handle(ACE_INVALID_HANDLE);
+    auto* stream = new ACE_SOCK_Stream(pair_.nearEnd.get_handle());
+    pair_.nearEnd.set_handle(ACE_INVALID_HANDLE);
     OpenQXIO io(*stream);
     ASSERT_EQ(Send(io, "x"), 0);
     io.close_stream();

@@ -122,13 +122,13 @@ class AsyncFaults : public TransportTest {
     Fates fates_;
     FatedProactor* impl_ = nullptr;
     StreamPair pair_;
-    OpenQXIO io_{pair_.near};
+    OpenQXIO io_{pair_.nearEnd};
 };
 
 TEST_F(AsyncFaults, ShortWritesAreContinued) {
     fates_ = {{Fate::Done}, {Fate::Short, 5}, {Fate::Short, 1}};
     EXPECT_EQ(Send("twelve bytes"), 0);
-    EXPECT_EQ(ReadFrame(pair_.far), Frame(1, "twelve bytes"));
+    EXPECT_EQ(ReadFrame(pair_.farEnd), Frame(1, "twelve bytes"));
 }
 
 TEST_F(AsyncFaults, HeaderCutShortFailsTheSend) {
@@ -136,7 +136,7 @@ TEST_F(AsyncFaults, HeaderCutShortFailsTheSend) {
         fates_ = {{Fate::Short, 8}};
         EXPECT_EQ(Send(std::string(bodySize, 'b')), -1);
         EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
-        EXPECT_EQ(Read(pair_.far, 16), Frame(1, std::string(bodySize, 'b')).substr(0, 16));
+        EXPECT_EQ(Read(pair_.farEnd, 16), Frame(1, std::string(bodySize, 'b')).substr(0, 16));
     }
 }
 
@@ -183,13 +183,13 @@ TEST_F(AsyncFaults, NoMemoryForTheReceiveBlock) {
     EXPECT_EQ(got_.SyncFrom(io_), -5005);
     EXPECT_EQ(io_.LastErrorCode(), 12);
     refusedObject = 0;
-    Write(pair_.far, Frame(1, "at last"));
+    Write(pair_.farEnd, Frame(1, "at last"));
     EXPECT_EQ(got_.AsyncFrom(io_), 0);
     EXPECT_EQ(got_.Body(), "at last");
 }
 
 TEST_F(AsyncFaults, NoMemoryForTheBody) {
-    Write(pair_.far, Frame(1, std::string(5000, 'x')));
+    Write(pair_.farEnd, Frame(1, std::string(5000, 'x')));
     refusedArray = 5000 + 24;
     EXPECT_EQ(got_.AsyncFrom(io_), -1);
     EXPECT_EQ(io_.LastErrorText(), L"Asy_receive_block::read, Cannot allocate memory(12).");

@@ -41,8 +41,8 @@ void Exchange(OpenQXIO& near, OpenQXIO& far, std::size_t size) {
 TEST(AsyncResources, TenThousandFramesLeaveNothingBehind) {
     const LogCapture log;
     StreamPair pair;
-    OpenQXIO near(pair.near);
-    OpenQXIO far(pair.far);
+    OpenQXIO near(pair.nearEnd);
+    OpenQXIO far(pair.farEnd);
     const auto frames = [&](std::size_t count) {
         for (std::size_t i = 0; i < count; ++i) {
             Exchange(near, far, i % 1000 + 1);
@@ -61,8 +61,8 @@ TEST(AsyncResources, TransportsGoWithAllTheirs) {
     const LogCapture log;
     const auto use = [] {
         StreamPair pair;
-        OpenQXIO near(pair.near);
-        OpenQXIO far(pair.far);
+        OpenQXIO near(pair.nearEnd);
+        OpenQXIO far(pair.farEnd);
         Exchange(near, far, 10);
     };
     use();
@@ -81,8 +81,8 @@ TEST(AsyncResources, ManyTransportsAtOnce) {
     std::list<OpenQXIO> nears;
     std::list<OpenQXIO> fars;
     for (StreamPair& pair : pairs) {
-        nears.emplace_back(pair.near);
-        fars.emplace_back(pair.far);
+        nears.emplace_back(pair.nearEnd);
+        fars.emplace_back(pair.farEnd);
         Exchange(nears.back(), fars.back(), 1000);
     }
     Exchange(nears.front(), fars.front(), 1000);
@@ -92,8 +92,8 @@ TEST(AsyncResources, ProactorsSayNothing) {
     testing::internal::CaptureStderr();
     {
         StreamPair pair;
-        OpenQXIO near(pair.near);
-        OpenQXIO far(pair.far);
+        OpenQXIO near(pair.nearEnd);
+        OpenQXIO far(pair.farEnd);
         near.ensure_proactor();
         far.ensure_proactor();
     }
@@ -120,11 +120,11 @@ TEST(AsyncResources, SignalsDontEndAReceive) {
     sigaction(SIGUSR1, &counting, &before);
     const LogCapture log;
     StreamPair pair;
-    WaitingQXIO io(pair.near);
+    WaitingQXIO io(pair.nearEnd);
     const pthread_t receiver = pthread_self();
     std::thread peer([&] {
         const std::string frame = Frame(1, "twelve bytes");
-        Write(pair.far, frame.substr(0, 16));
+        Write(pair.farEnd, frame.substr(0, 16));
         while (!io.waiting) {
             std::this_thread::yield();
         }
@@ -134,7 +134,7 @@ TEST(AsyncResources, SignalsDontEndAReceive) {
                 std::this_thread::yield();
             }
         }
-        Write(pair.far, frame.substr(16));
+        Write(pair.farEnd, frame.substr(16));
     });
     Received got;
     EXPECT_EQ(got.AsyncFrom(io), 0);

@@ -16,10 +16,10 @@ class HostileFrame : public TransportTest, public testing::WithParamInterface<bo
   protected:
     int Receive(const std::string& bytes) {
         pair_ = std::make_unique<StreamPair>();
-        io_ = std::make_unique<OpenQXIO>(pair_->near);
+        io_ = std::make_unique<OpenQXIO>(pair_->nearEnd);
         std::thread writer([&] {
-            Write(pair_->far, bytes);
-            pair_->far.close_writer();
+            Write(pair_->farEnd, bytes);
+            pair_->farEnd.close_writer();
         });
         const int result = GetParam() ? got_.AsyncFrom(*io_) : got_.SyncFrom(*io_);
         writer.join();

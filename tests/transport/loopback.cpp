@@ -55,14 +55,14 @@ void LoopbackPeer::Play() {
 
 StreamPair::StreamPair() {
     ACE_SOCK_Acceptor acceptor;
-    EXPECT_EQ(ACE_SOCK_Connector().connect(near, Loopback(Listen(acceptor))), 0);
-    EXPECT_EQ(acceptor.accept(far), 0);
+    EXPECT_EQ(ACE_SOCK_Connector().connect(nearEnd, Loopback(Listen(acceptor))), 0);
+    EXPECT_EQ(acceptor.accept(farEnd), 0);
     acceptor.close();
 }
 
 StreamPair::~StreamPair() {
-    near.close();
-    far.close();
+    nearEnd.close();
+    farEnd.close();
 }
 
 unsigned short ClosedPort() {

@@ -43,8 +43,8 @@ struct StreamPair {
     StreamPair(const StreamPair&) = delete;
     StreamPair& operator=(const StreamPair&) = delete;
 
-    ACE_SOCK_Stream near;
-    ACE_SOCK_Stream far;
+    ACE_SOCK_Stream nearEnd;
+    ACE_SOCK_Stream farEnd;
 };
 
 /// A port on which nobody listens.

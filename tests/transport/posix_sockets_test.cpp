@@ -78,19 +78,19 @@ class WatchedQXIO : public OpenQXIO {
 
 TEST(PosixSockets, WritesCutShortByAFullSendBuffer) {
     StreamPair pair;
-    WatchedQXIO io(pair.near);
+    WatchedQXIO io(pair.nearEnd);
     int small = 65536;
     timeval patience{1, 0};  // after which a write returns with what the buffers have taken
-    pair.near.set_option(SOL_SOCKET, SO_SNDBUF, &small, sizeof small);
-    pair.near.set_option(SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    pair.nearEnd.set_option(SOL_SOCKET, SO_SNDBUF, &small, sizeof small);
+    pair.nearEnd.set_option(SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
     std::string received;
     std::thread reader([&] {
         io.cameShort.get_future().wait();
-        received = ReadFrame(pair.far);
+        received = ReadFrame(pair.farEnd);
     });
     Bytes record(Body(16 << 20));
     EXPECT_EQ(io.Asy_sendobj(record, 1, false), 0);
-    pair.near.close_writer();
+    pair.nearEnd.close_writer();
     reader.join();
     EXPECT_GE(io.shortWrites, 1);
     EXPECT_TRUE(received == Frame(1, Body(16 << 20)));

@@ -15,21 +15,21 @@ std::string Field(const std::string& digits) {
 class StringFrames : public TransportTest {
   protected:
     int Receive(const std::string& bytes) {
-        Write(pair_.far, bytes);
+        Write(pair_.farEnd, bytes);
         text_ = L"as it was";
         return io_.Syc_ReceiveFmImServer(text_);
     }
 
     StreamPair pair_;
-    OpenQXIO io_{pair_.near};
+    OpenQXIO io_{pair_.nearEnd};
     std::wstring text_;
 };
 
 TEST_F(StringFrames, BytesOnTheWire) {
     EXPECT_EQ(io_.Syc_SendStrToImServer(L"h\u00e9 \U0001F600"), 0);
-    EXPECT_EQ(Read(pair_.far, 41), Field("9") + kGreeting + '\0');
+    EXPECT_EQ(Read(pair_.farEnd, 41), Field("9") + kGreeting + '\0');
     EXPECT_EQ(io_.Syc_SendStrToImServer(L""), 0);
-    EXPECT_EQ(Read(pair_.far, 33), Field("1") + '\0');
+    EXPECT_EQ(Read(pair_.farEnd, 33), Field("1") + '\0');
 }
 
 TEST_F(StringFrames, ReceivedTexts) {
@@ -46,8 +46,8 @@ TEST_F(StringFrames, ReceivedTexts) {
 }
 
 TEST_F(StringFrames, CutFrames) {
-    Write(pair_.far, Field("-5") + std::string(100, 'x'));  // a negative length is a huge one
-    pair_.far.close_writer();
+    Write(pair_.farEnd, Field("-5") + std::string(100, 'x'));  // a negative length is a huge one
+    pair_.farEnd.close_writer();
     EXPECT_EQ(Receive(""), -5007);
     EXPECT_EQ(io_.LastErrorText(), L"receive the data from master error, unknown error.(-1).");
     EXPECT_LE(io_.rxBlock_->capacity(), 1048576U + 32U);
@@ -72,12 +72,12 @@ TEST_F(StringFrames, OfAConnectionOfItsOwn) {
 }
 
 TEST_F(StringFrames, FailedWriteIsToldByTheLastErrorAlone) {
-    std::thread far([this] {
-        Read(pair_.far, 32);
-        Reset(pair_.far);
+    std::thread peer([this] {
+        Read(pair_.farEnd, 32);
+        Reset(pair_.farEnd);
     });
     EXPECT_EQ(io_.Syc_SendStrToImServer(std::wstring(4 << 20, L'x')), 0);
-    far.join();
+    peer.join();
     EXPECT_EQ(io_.LastErrorCode(), 10054);
     EXPECT_EQ(io_.LastErrorText().substr(0, 20), L"send message error, ");
 }

@@ -4,6 +4,7 @@
 
 #include <ace/OS_NS_sys_socket.h>
 
+#include "platform/socket_options.h"
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
 
@@ -33,7 +34,9 @@ class SyncExchange : public TransportTest {
         Bytes record(body);
         return io.Syc_sendobj(record, 1, false, retry);
     }
-    static std::string Handle(const QXIO& io) { return "(" + std::to_string(io.handle()) + "): "; }
+    static std::string Handle(const QXIO& io) {
+        return "(" + std::to_string(platform::HandleNumber(io.handle())) + "): ";
+    }
 };
 
 TEST_F(SyncExchange, FramesOfAllSizesRoundTrip) {
@@ -54,15 +57,15 @@ TEST_F(SyncExchange, FramesOfAllSizesRoundTrip) {
 
 TEST_F(SyncExchange, RepliesInPiecesAreWhole) {
     StreamPair pair;
-    OpenQXIO io(pair.near);
-    pair.near.enable(ACE_NONBLOCK);  // waited for as well
+    OpenQXIO io(pair.nearEnd);
+    pair.nearEnd.enable(ACE_NONBLOCK);  // waited for as well
     const std::string frame = Frame(1, Body(300)) + Frame(2, Body(kBig));
     std::thread writer([&] {
         for (std::size_t i = 0; i < 400; ++i) {
-            Write(pair.far, frame.substr(i, 1));
+            Write(pair.farEnd, frame.substr(i, 1));
         }
-        Write(pair.far, frame.substr(400));
-        EXPECT_TRUE(ReadFrame(pair.far) == Frame(1, Body(kBig)));
+        Write(pair.farEnd, frame.substr(400));
+        EXPECT_TRUE(ReadFrame(pair.farEnd) == Frame(1, Body(kBig)));
     });
     EXPECT_EQ(got_.SyncFrom(io), 0);
     EXPECT_EQ(got_.Body(), Body(300));
@@ -74,9 +77,9 @@ TEST_F(SyncExchange, RepliesInPiecesAreWhole) {
 
 TEST_F(SyncExchange, LogLinesOfASuccess) {
     StreamPair pair;
-    OpenQXIO io(pair.near);
+    OpenQXIO io(pair.nearEnd);
     ASSERT_EQ(Send(io, "12345", false), 0);
-    Write(pair.far, Frame(1, "123"));
+    Write(pair.farEnd, Frame(1, "123"));
     ASSERT_EQ(got_.SyncFrom(io), 0);
     EXPECT_EQ(log_.progress, (Lines{Handle(io) + "send data to 127.0.0.9, data size is 5. \n",
                                     Handle(io) + "Syc_receive_init() in, from 127.0.0.9 \n",
@@ -107,33 +110,33 @@ TEST_F(SyncExchange, ShortHeaderDropsAnOwnedConnection) {
 
 TEST_F(SyncExchange, CutBodyLeavesTheStream) {
     StreamPair pair;
-    OpenQXIO io(pair.near);
-    Write(pair.far, Frame(1, Body(1048577)).substr(0, 16 + 1048576));
-    pair.far.close_writer();
+    OpenQXIO io(pair.nearEnd);
+    Write(pair.farEnd, Frame(1, Body(1048577)).substr(0, 16 + 1048576));
+    pair.farEnd.close_writer();
     EXPECT_EQ(got_.SyncFrom(io), -5005);
     EXPECT_EQ(io.LastErrorText(), L"receive the data from master error, unknown error.(-1).");
     EXPECT_EQ(log_.progress.back(), Handle(io) +
                                         "receive message error from 127.0.0.9, total "
                                         "1048577 bytes, received 1048576 bytes \n");
-    Write(pair.near, "open");
-    EXPECT_EQ(Read(pair.far, 4), "open");
+    Write(pair.nearEnd, "open");
+    EXPECT_EQ(Read(pair.farEnd, 4), "open");
 }
 
 TEST_F(SyncExchange, ResetInTheMiddleOfAReply) {
     StreamPair pair;
-    OpenQXIO io(pair.near);
-    Write(pair.far, Frame(1, "twelve bytes").substr(0, 20));
-    Reset(pair.far);
+    OpenQXIO io(pair.nearEnd);
+    Write(pair.farEnd, Frame(1, "twelve bytes").substr(0, 20));
+    Reset(pair.farEnd);
     EXPECT_EQ(got_.SyncFrom(io), -5005);
     EXPECT_EQ(io.LastErrorCode(), 10054);
 }
 
 TEST_F(SyncExchange, SilenceBeyondTheReceiveTimeOut) {
     StreamPair pair;
-    OpenQXIO io(pair.near);
+    OpenQXIO io(pair.nearEnd);
     timeval limit{0, 20000};
-    pair.near.set_option(SOL_SOCKET, SO_RCVTIMEO, &limit, static_cast<int>(sizeof limit));
-    Write(pair.far, Frame(1, "twelve bytes").substr(0, 20));
+    pair.nearEnd.set_option(SOL_SOCKET, SO_RCVTIMEO, &limit, static_cast<int>(sizeof limit));
+    Write(pair.farEnd, Frame(1, "twelve bytes").substr(0, 20));
     EXPECT_EQ(got_.SyncFrom(io), -5005);
     EXPECT_EQ(io.LastErrorText(),
               L"receive the data from master error, Connection timed out(10060).");
@@ -178,8 +181,8 @@ TEST_F(SyncExchange, OtherFailedWritesAreLoggedAsErrors) {
 
 TEST_F(SyncExchange, ClosedPeerRaisesNoSignal) {
     StreamPair pair;
-    OpenQXIO io(pair.near);
-    pair.far.close();
+    OpenQXIO io(pair.nearEnd);
+    pair.farEnd.close();
     EXPECT_EQ(Send(io, Body(kBig), false), -5004);  // draws a reset
     EXPECT_EQ(Send(io, Body(kBig), false), -5004);  // would raise SIGPIPE
     EXPECT_EQ(io.LastErrorCode(), 10054);
@@ -210,7 +213,7 @@ class Throwing : public QXIOBase {
 
 TEST_F(SyncExchange, ExceptionsBecomeTheLastError) {
     StreamPair pair;
-    OpenQXIO io(pair.near);
+    OpenQXIO io(pair.nearEnd);
     Bytes liar("four", 3);
     Bytes endless("x", std::numeric_limits<std::size_t>::max());
     Throwing standard(std::runtime_error("no encoding"));
@@ -228,7 +231,7 @@ TEST_F(SyncExchange, ExceptionsBecomeTheLastError) {
         EXPECT_EQ(io.LastErrorText(), text);
     }
     EXPECT_EQ(Send(io, "fine", true), 0);
-    EXPECT_EQ(ReadFrame(pair.far), Frame(1, "fine"));
+    EXPECT_EQ(ReadFrame(pair.farEnd), Frame(1, "fine"));
 }
 
 }  // namespace
