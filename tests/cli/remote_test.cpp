@@ -1,11 +1,12 @@
 #include <gmock/gmock.h>
 
 #include "tests/cli/qxdb_program.h"
-#include "tests/server/server_program.h"
+#include "tests/support/QxdbServer.h"
 
 namespace {
 
 using qxdb_test::Ended;
+using qxdb_test::QxdbServer;
 using qxdb_test::RunQxdb;
 using testing::HasSubstr;
 using testing::Not;
@@ -14,22 +15,19 @@ using testing::StartsWith;
 class Remote : public testing::Test {
   protected:
     Remote()
-        : server_({}, {"--database", "main=sqlite:" + folder_.File("main.db"), "--database",
-                       "other=sqlite:" + folder_.File("other.db")}),
-          port_(qxdb_test::ReadFile(server_.Folder().Path() / "port")) {
-        port_.erase(port_.find_last_not_of("\r\n") + 1);
+        : server_(QXDB_SERVER_PROGRAM, {"--database", "main=sqlite:" + folder_.File("main.db"),
+                                        "--database", "other=sqlite:" + folder_.File("other.db")}) {
     }
 
     Ended Run(std::vector<std::string> arguments, const std::string& input = {},
-              const std::string& password = "secret") const {
-        arguments.insert(arguments.begin(), {"--server", "127.0.0.1:" + port_, "--user", "ann",
-                                             "--format", "csv", "--no-header"});
+              const std::string& password = QxdbServer::kPassword) const {
+        arguments.insert(arguments.begin(), {"--server", server_.Address(), "--user",
+                                             QxdbServer::kUser, "--format", "csv", "--no-header"});
         return RunQxdb(arguments, {input, {"QXDB_PASSWORD=" + password}});
     }
 
     qxdb_test::TempDir folder_;
-    qxdb_test::ServerProgram server_;
-    std::string port_;
+    QxdbServer server_;
 };
 
 TEST_F(Remote, ScriptsRunOnTheServersDatabases) {
@@ -52,13 +50,14 @@ TEST_F(Remote, ScriptsRunOnTheServersDatabases) {
 TEST_F(Remote, PingAndLoginsTellTheirOutcome) {
     const Ended ping = Run({"ping"});
     EXPECT_EQ(ping.status, 0);
-    EXPECT_THAT(ping.out, AllOf(StartsWith("127.0.0.1:" + port_ + " answers: "), HasSubstr(" ms")));
+    EXPECT_THAT(ping.out, AllOf(StartsWith(server_.Address() + " answers: "), HasSubstr(" ms")));
     const Ended refused = Run({"ping"}, "", "wrong-word");
     EXPECT_EQ(refused.status, 3);
     EXPECT_THAT(refused.err,
                 AllOf(HasSubstr("wrong user name or password"), Not(HasSubstr("wrong-word"))));
     EXPECT_EQ(Run({"ping"}, "", "a|~|b").status, 2) << "would change the login's meaning";
-    qxdb_test::WriteFile(folder_.Path() / "password", "secret\r\nsecond line\n");
+    qxdb_test::WriteFile(folder_.Path() / "password",
+                         std::string(QxdbServer::kPassword) + "\r\nsecond line\n");
     EXPECT_EQ(Run({"ping", "--password-file", folder_.File("password")}, "", "wrong-word").status,
               0);
     EXPECT_EQ(Run({"ping", "--password-file", folder_.File("missing")}).status, 2);
