@@ -63,14 +63,13 @@ TEST(FrameCipher, ExampleOfTheWireFormat) {
 }
 
 TEST(FrameCipher, AgreesWithTheOpensslProgram) {
-    if (qxdb_test::kOnWindows) {
-        GTEST_SKIP() << "the program is one of the building machine";
-    }
     const FrameCipher cipher;
     for (const std::size_t length : {1U, 15U, 16U, 70000U}) {
         const std::string cipherText = cipher.Encipher(Pattern(length));
         EXPECT_EQ(cipherText.size(), FrameCipher::CipherLength(length));
-        EXPECT_EQ(DecipheredByProgram(cipherText), Pattern(length));
+        if (!qxdb_test::kOnWindows) {  // the program is one of the building machine
+            EXPECT_EQ(DecipheredByProgram(cipherText), Pattern(length));
+        }
         EXPECT_EQ(cipher.Decipher(cipherText), Pattern(length));
     }
 }
