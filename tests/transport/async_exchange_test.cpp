@@ -110,12 +110,19 @@ TEST_F(AsyncExchange, BlockOfABlockingReceiveCantBeReadInto) {
 }
 
 TEST_F(AsyncExchange, ConnectionOfABlockingSendHasNoWriter) {
-    LoopbackPeer peer({EchoOverProactor});
+    std::promise<void> refused;
+    LoopbackPeer peer({[&refused](ACE_SOCK_Stream& stream) {
+        const std::string frame = ReadFrame(stream);
+        refused.get_future().wait();
+        Write(stream, frame);
+        Read(stream, 1);
+    }});
     OpenQXIO io(peer.Port());
     Bytes record("x");
     ASSERT_EQ(io.Syc_sendobj(record, 1, false, false), 0);
     EXPECT_EQ(Send(io, "x"), -1);
     EXPECT_EQ(io.LastErrorText(), L"Asynch_Write_Stream::write, Bad address(14).");
+    refused.set_value();
     EXPECT_EQ(got_.AsyncFrom(io), 0);  // the reader is opened when it is first needed
 }
 
