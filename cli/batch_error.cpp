@@ -5,7 +5,7 @@
 namespace CQXCLI {
 
 BatchError ReadBatchError(const Answer& answer, std::size_t count) {
-    const BatchError untold{ErrorText(answer), count == 1 ? 0 : count};
+    BatchError untold{ErrorText(answer), count == 1 ? 0 : count};
     const std::string& text = answer.text;
     const std::string start = " (command ";
     const std::string end = " of " + std::to_string(count) + ")";

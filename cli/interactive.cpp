@@ -39,7 +39,11 @@ std::string Interactive::Prompt() const {
     if (splitter_.Pending()) {
         return "   -> ";
     }
-    return runner_.InTransaction() ? "qxdb*> " : "qxdb> ";
+    const HeldTransaction& transaction = runner_.Transaction();
+    if (transaction.Failed()) {
+        return "qxdb!> ";
+    }
+    return transaction.Open() ? "qxdb*> " : "qxdb> ";
 }
 
 bool Interactive::TakeLine(const std::string& line) {

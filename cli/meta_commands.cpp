@@ -122,12 +122,13 @@ Outcome MetaCommands::Include(const Arguments& arguments) {
         return Fail("\\i needs the name of a file");
     }
     if (depth_ == kDeepestInclude) {
-        return Fail("files include one another more than " + std::to_string(kDeepestInclude) +
-                    " deep");
+        return runner_.Fail(
+            script_, line_,
+            "files include one another more than " + std::to_string(kDeepestInclude) + " deep");
     }
     std::ifstream file(std::filesystem::u8path(arguments[0]), std::ios::binary);
     if (!file) {
-        return Fail("the file " + arguments[0] + " can't be read");
+        return runner_.Fail(script_, line_, "the file " + arguments[0] + " can't be read");
     }
     ++depth_;
     const Outcome outcome = runner_.RunStatements(file, arguments[0]);
@@ -159,7 +160,7 @@ Outcome MetaCommands::Unrestrict(const Arguments& arguments) {
 }
 
 Outcome MetaCommands::Fail(const std::string& text) {
-    return runner_.Fail(script_, line_, text);
+    return runner_.Report(script_, line_, text);
 }
 
 }  // namespace CQXCLI

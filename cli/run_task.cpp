@@ -61,21 +61,20 @@ void CheckParameters(const Options& options, const Dialect& dialect) {
     }
 }
 
-Outcome Talk(Session& session, RunOptions options) {
+void Talk(Session& session, RunOptions options) {
     options.confirm = true;
     options.keepGoing = true;
     ScriptRunner runner(session, std::cout, std::cerr, options);
     LineEditor editor;
     std::cout << "qxdb " QXDB_VERSION ", \\? for help\n" << std::flush;
     Interactive(runner, editor).Run();
-    return Outcome::Done;
 }
 
-ExitStatus StatusOf(Outcome outcome) {
+ExitStatus StatusOf(const ScriptRunner& runner, Outcome outcome) {
     if (outcome == Outcome::NoConnection) {
         return kNoConnection;
     }
-    return outcome == Outcome::Done || outcome == Outcome::Quit ? kDone : kFailed;
+    return runner.AnyFailure() ? kFailed : kDone;
 }
 
 }  // namespace
@@ -83,7 +82,8 @@ ExitStatus StatusOf(Outcome outcome) {
 ExitStatus RunScripts(const Options& options) {
     Session session(options.connection);
     if (options.inputs.empty() && CQXBASE::platform::StdinIsTerminal()) {
-        return StatusOf(Talk(session, options.run));
+        Talk(session, options.run);
+        return kDone;
     }
     CheckParameters(options, session.SqlDialect());
     ScriptRunner runner(session, std::cout, std::cerr, options.run);
@@ -92,7 +92,7 @@ ExitStatus RunScripts(const Options& options) {
     if (!std::cout.flush()) {
         throw CliError(kFailed, "not everything could be written to standard output");
     }
-    return StatusOf(outcome);
+    return StatusOf(runner, outcome);
 }
 
 }  // namespace CQXCLI

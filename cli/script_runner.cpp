@@ -49,9 +49,10 @@ Outcome ScriptRunner::RunScript(std::istream& script, const std::string& name) {
         held_.Open(1);
     }
     const Outcome outcome = RunStatements(script, name);
-    if (outcome == Outcome::Done || (outcome == Outcome::Failed && options_.keepGoing)) {
+    const bool ended = outcome == Outcome::Done || outcome == Outcome::Quit;
+    if (ended || (outcome == Outcome::Failed && options_.keepGoing)) {
         const Outcome end = EndScript(name);
-        return end == Outcome::Done ? outcome : end;
+        return end == Outcome::Done || outcome == Outcome::Quit ? outcome : end;
     }
     held_.Drop();
     return outcome;
@@ -68,20 +69,6 @@ Outcome ScriptRunner::RunStatements(std::istream& script, const std::string& nam
         worst = std::max(worst, outcome);
     }
     return reader.Broken() ? Fail(name, 1, "the script can't be read to its end") : worst;
-}
-
-Outcome ScriptRunner::EndScript(const std::string& name) {
-    if (!held_.Open()) {
-        return Outcome::Done;
-    }
-    if (options_.oneTransaction) {
-        return Commit(name);
-    }
-    const std::size_t count = held_.Count();
-    held_.Drop();
-    return Fail(name, held_.Line(),
-                "the script ends without a COMMIT for this transaction; its " +
-                    std::to_string(count) + " statements were not run");
 }
 
 Outcome ScriptRunner::Run(const Statement& statement, const std::string& name) {
@@ -120,7 +107,7 @@ Outcome ScriptRunner::RunKind(const Statement& statement, const StatementClass& 
         case StatementKind::Begin:
             return Begin(statement, kind.detail, name);
         case StatementKind::Commit:
-            return options_.oneTransaction ? Outcome::Done : Commit(name);
+            return options_.oneTransaction ? Outcome::Done : Commit(name, statement.line);
         case StatementKind::Rollback:
             return Rollback(statement, name);
         case StatementKind::Use:
@@ -149,54 +136,6 @@ Outcome ScriptRunner::RunQuery(const Statement& statement, const std::string& na
         return FailStatement(name, statement, ErrorText(answer));
     }
     Show(rs);
-    return Outcome::Done;
-}
-
-Outcome ScriptRunner::Begin(const Statement& statement, const std::string& modes,
-                            const std::string& name) {
-    if (options_.oneTransaction) {
-        return Outcome::Done;
-    }
-    if (held_.Open()) {
-        return Fail(name, statement.line, "a transaction has begun already");
-    }
-    if (!modes.empty() && !session_.SqlDialect().Is(Dialect::Family::PostgreSql)) {
-        return Fail(name, statement.line, "a transaction can't be begun with \"" + modes + "\"");
-    }
-    held_.Open(statement.line);
-    if (!modes.empty()) {
-        held_.Add({"SET TRANSACTION " + modes, statement.line});
-    }
-    return Outcome::Done;
-}
-
-Outcome ScriptRunner::Rollback(const Statement& statement, const std::string& name) {
-    if (options_.oneTransaction) {
-        Fail(name, statement.line, "ROLLBACK in a script that runs as one transaction");
-        return Outcome::Fatal;
-    }
-    if (!held_.Open()) {
-        return Fail(name, statement.line, "ROLLBACK without BEGIN");
-    }
-    held_.Drop();
-    return Outcome::Done;
-}
-
-Outcome ScriptRunner::Commit(const std::string& name) {
-    CQXDB::QXRsList results;
-    const Answer answer = held_.Run(session_, results);
-    if (!answer.Ok()) {
-        const BatchError error = ReadBatchError(answer, held_.Count());
-        FailStatement(name, held_.Failed(error), error.text);
-        err_ << "    the transaction that begins on line " << held_.Line()
-             << " was rolled back as a whole\n";
-        return Outcome::Failed;
-    }
-    for (const CQXDB::QXRecordset& rs : results) {
-        if (rs.ColumnCount() > 0) {
-            Show(rs);
-        }
-    }
     return Outcome::Done;
 }
 
@@ -234,6 +173,12 @@ Outcome ScriptRunner::FailStatement(const std::string& name, const Statement& st
 }
 
 Outcome ScriptRunner::Fail(const std::string& name, std::size_t line, const std::string& text) {
+    held_.Fail();
+    return Report(name, line, text);
+}
+
+Outcome ScriptRunner::Report(const std::string& name, std::size_t line, const std::string& text) {
+    anyFailure_ = true;
     out_.flush();
     err_ << "qxdb: " << name << ':' << line << ": " << ToValidUtf8(text) << '\n';
     return Outcome::Failed;

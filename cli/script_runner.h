@@ -41,8 +41,9 @@ enum class Outcome {
 class MetaCommands;
 
 /// Statements run one by one, each a transaction of its own. What stands between BEGIN and COMMIT
-/// is held back and runs at COMMIT as one transaction; ROLLBACK drops it. Results go to `out`,
-/// errors to `err` with the name of the script and the line.
+/// is held back and runs at COMMIT as one transaction; ROLLBACK drops it. An error in between
+/// keeps the whole transaction from running. Results go to `out`, errors to `err` with the name of
+/// the script and the line.
 class ScriptRunner {
   public:
     /// All arguments must outlive the runner.
@@ -57,7 +58,9 @@ class ScriptRunner {
     Outcome Run(const Statement& statement, const std::string& name);
     /// Ends a script: an unfinished transaction is dropped, which is a failure.
     Outcome EndScript(const std::string& name);
-    bool InTransaction() const noexcept { return held_.Open(); }
+    const HeldTransaction& Transaction() const noexcept { return held_; }
+    /// True when something has failed since the runner was made.
+    bool AnyFailure() const noexcept { return anyFailure_; }
 
     Session& Connection() noexcept { return session_; }
     std::ostream& Out() noexcept { return out_; }
@@ -68,6 +71,9 @@ class ScriptRunner {
     /// Sends further statements to another database.
     Outcome Use(const std::string& database, std::size_t line, const std::string& name);
     /// Writes "qxdb: name:line: text" to the error stream.
+    Outcome Report(const std::string& name, std::size_t line, const std::string& text);
+    /// Reports an error without which the open transaction would not be what was meant, so that
+    /// it fails.
     Outcome Fail(const std::string& name, std::size_t line, const std::string& text);
 
   private:
@@ -77,7 +83,7 @@ class ScriptRunner {
     Outcome RunQuery(const Statement& statement, const std::string& name);
     Outcome Begin(const Statement& statement, const std::string& modes, const std::string& name);
     Outcome Rollback(const Statement& statement, const std::string& name);
-    Outcome Commit(const std::string& name);
+    Outcome Commit(const std::string& name, std::size_t line);
     Outcome FailStatement(const std::string& name, const Statement& statement,
                           const std::string& error);
 
@@ -88,6 +94,7 @@ class ScriptRunner {
     std::unique_ptr<ResultWriter> writer_;
     std::unique_ptr<MetaCommands> commands_;
     HeldTransaction held_;
+    bool anyFailure_ = false;
 };
 
 }  // namespace CQXCLI

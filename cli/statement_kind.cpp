@@ -46,10 +46,10 @@ bool StartsTransaction(const Dialect& dialect, const Words& words) {
     if (words[0] == "START") {
         return words.size() > 1 && words[1] == "TRANSACTION";
     }
-    const bool mode = words.size() > 1 && dialect.Is(Family::PostgreSql) &&
-                      OneOf(words[1], {"ISOLATION", "READ", "NOT", "DEFERRABLE"});
+    // Elsewhere, BEGIN may open a block of statements, too.
+    const bool always = dialect.Is(Family::Sqlite) || dialect.Is(Family::PostgreSql);
     return words[0] == "BEGIN" && !dialect.Is(Family::Oracle) &&
-           (words.size() == 1 || IsNoise(words[1]) || mode);
+           (always || words.size() == 1 || IsNoise(words[1]));
 }
 
 std::string Modes(const Words& words) {

@@ -69,6 +69,10 @@ TEST_F(Interactive, ErrorsAndCtrlCLeaveThePrompt) {
     terminal.WaitFor("qxdb> ");
     terminal.Type("BEGIN;\n");
     terminal.WaitFor("qxdb*> ");
+    terminal.Type("\\i missing\n");
+    terminal.WaitFor("qxdb!> ");
+    terminal.Type("ROLLBACK; BEGIN;\n");
+    terminal.WaitFor("qxdb*> ");
     terminal.Type("\x04");
     terminal.WaitFor("without a COMMIT");
     EXPECT_EQ(terminal.WaitForEnd(), 0);

@@ -77,7 +77,7 @@ TEST_F(Program, AFailureStopsTheScriptUnlessToldOtherwise) {
     EXPECT_THAT(stopped.err,
                 StartsWith("qxdb: standard input:3: error 1: no such table: nowhere\n"));
     EXPECT_EQ(Query("SELECT count(*) FROM t"), "0\r\n");
-    EXPECT_EQ(Run({"-k"}, "DROP TABLE t;" + script).status, 1);
+    EXPECT_EQ(Run({"-k"}, "DROP TABLE t;" + script + "\n\\q").status, 1);
     EXPECT_EQ(Query("SELECT a FROM t"), "2\r\n");
 }
 
@@ -99,11 +99,34 @@ TEST_F(Program, WhatStandsBetweenBeginAndCommitIsOneTransaction) {
     EXPECT_EQ(Query("SELECT a FROM t"), "1\r\n");
 }
 
+TEST_F(Program, NothingOfATransactionRunsWhenAPartOfItCant) {
+    ASSERT_EQ(Query("CREATE TABLE t(a)"), "");
+    const std::string notUtf8 = "INSERT INTO t VALUES ('caf\xE9');\n";
+    const std::string beginnings[] = {"BEGIN READ ONLY;\n", "BEGIN;\n\\i missing\n",
+                                      "BEGIN;\nBEGIN;\n", "BEGIN;\n\\c elsewhere\n",
+                                      "BEGIN;\n" + notUtf8};
+    for (const std::string& wrong : beginnings) {
+        const std::string script = wrong + "INSERT INTO t VALUES (1);\n";
+        for (const std::string end : {"COMMIT;\nINSERT INTO t VALUES (2);", ""}) {
+            const Ended ended = Run({"-k"}, script + end);
+            EXPECT_EQ(ended.status, 1) << wrong;
+            EXPECT_THAT(ended.err, HasSubstr("nothing of the transaction that begins on line 1"));
+            EXPECT_EQ(Query("SELECT a FROM t; DELETE FROM t"), end.empty() ? "" : "2\r\n") << wrong;
+        }
+    }
+    EXPECT_THAT(Run({"-k"}, "BEGIN;\n" + notUtf8 + "ROLLBACK;").err,
+                AllOf(StartsWith("qxdb: standard input:2: the statement is not UTF-8 text"),
+                      Not(HasSubstr("nothing of"))));
+    EXPECT_EQ(Run({"-k", "-1"}, "INSERT INTO t VALUES (1);\n" + notUtf8).status, 1);
+    EXPECT_EQ(Query("SELECT a FROM t"), "");
+}
+
 TEST_F(Program, AScriptCanBeOneTransaction) {
     EXPECT_EQ(Run({"-1"}, "CREATE TABLE t(a); BEGIN; INSERT INTO t VALUES (1); COMMIT;").status, 0);
     EXPECT_EQ(Run({"-1"}, "INSERT INTO t VALUES (2);\nINSERT INTO nowhere VALUES (1);").status, 1);
     EXPECT_EQ(Run({"-1"}, "INSERT INTO t VALUES (3); ROLLBACK;").status, 1);
-    EXPECT_EQ(Query("SELECT a FROM t"), "1\r\n");
+    EXPECT_EQ(Run({"-1"}, "INSERT INTO t VALUES (4);\n\\q\nINSERT INTO t VALUES (5);").status, 0);
+    EXPECT_EQ(Query("SELECT a FROM t"), "1\r\n4\r\n");
 }
 
 TEST_F(Program, ParametersKeepTheirTypes) {

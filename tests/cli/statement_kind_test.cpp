@@ -10,8 +10,8 @@ StatementKind KindOf(const std::string& dialect, const std::string& sql) {
 }
 
 TEST(Classify, FindsTheStartAndEndOfTransactions) {
-    for (const char* sql :
-         {"BEGIN", "begin /* x */ immediate transaction", "START TRANSACTION", "BEGIN WORK"}) {
+    for (const char* sql : {"BEGIN", "begin /* x */ immediate transaction", "START TRANSACTION",
+                            "BEGIN WORK", "BEGIN READ ONLY"}) {
         EXPECT_EQ(KindOf("sqlite", sql), StatementKind::Begin) << sql;
     }
     EXPECT_EQ(KindOf("oracle", "BEGIN"), StatementKind::Other);
