@@ -19,6 +19,18 @@ namespace {
 constexpr const wchar_t* kSend = L"CQXBASE::QXIO::pipe_before_send";
 constexpr const wchar_t* kReceive = L"CQXBASE::QXIO::pipe_before_recv";
 
+#if QXDB_KEEP_FRAME_KEY
+/// The process's one, made when the first frame needs it.
+const FrameCipher& CipherOfAFrame() {
+    static const FrameCipher cipher;
+    return cipher;
+}
+#else
+FrameCipher CipherOfAFrame() {
+    return FrameCipher();
+}
+#endif
+
 /// A body on its way out, and what the log tells about it when enciphering fails.
 struct OutgoingBody {
     const char* bytes;
@@ -29,7 +41,7 @@ struct OutgoingBody {
     void Encipher(std::string& cipherText) {
         step = 2;
         plainLength = length;
-        const FrameCipher cipher;
+        const FrameCipher& cipher = CipherOfAFrame();
         step = 4;
         cipherText = cipher.Encipher({bytes, length});
         step = 6;
@@ -121,7 +133,7 @@ int QXIO::pipe_before_recv(char*& data, unsigned& length, std::string& plainText
         return 0;
     }
     const auto work = [&] {
-        plainText = FrameCipher().Decipher({body, header.bodyLength});
+        plainText = CipherOfAFrame().Decipher({body, header.bodyLength});
         if (plainText.size() != length) {
             QXDB_THROW(L"deciphered length is not that of the header.", L"qxio", kReceive);
         }

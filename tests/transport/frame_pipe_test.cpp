@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <openssl/evp.h>
 
 #include "errors/qx_exception.h"
@@ -110,11 +111,12 @@ TEST_F(FramePipe, EncipheringFailureIsRecordedAndLogged) {
     ASSERT_EQ(EVP_set_default_properties(nullptr, ""), 1);
     EXPECT_EQ(sent, -1);
     EXPECT_EQ(io_.LastErrorCode(), 5003);
-    EXPECT_EQ(io_.LastErrorText(), L"加密错误：Not implemented\n");
+    EXPECT_EQ(io_.LastErrorText().substr(0, 5), L"加密错误：");
     ASSERT_EQ(log_.progress.size(), 1U);
-    const std::string line =
-        ": pipe_before_send() error, 5003, step=2,srclen=12, length=12, (errno = ";
-    EXPECT_EQ(log_.progress[0].substr(0, line.size()), line);
+    // Step 2 makes the key, step 4 uses one that has been kept.
+    EXPECT_THAT(log_.progress[0],
+                testing::MatchesRegex(": pipe_before_send\\(\\) error, 5003, step=[24],srclen=12, "
+                                      "length=12, \\(errno = .*\n"));
     EXPECT_EQ(io_.sendIov_[0].iov_base, nullptr);
 }
 

@@ -1,0 +1,71 @@
+// How often the frame key is derived. Built once for each state of the option QXDB_KEEP_FRAME_KEY.
+#include <atomic>
+#include <dlfcn.h>
+#include <thread>
+#include <vector>
+
+#include <openssl/evp.h>
+
+#include "tests/support/Hex.h"
+#include "tests/transport/fixtures.h"
+#include "transport/outgoing_frame.h"
+
+namespace {
+
+std::atomic<int> derivations{0};
+
+}  // namespace
+
+/// Stands before OpenSSL's own, to count.
+extern "C" __attribute__((visibility("default"))) int EVP_BytesToKey(
+    const EVP_CIPHER* type, const EVP_MD* digest, const unsigned char* salt,
+    const unsigned char* data, int length, int rounds, unsigned char* key, unsigned char* vector) {
+    ++derivations;
+    static const auto real =
+        reinterpret_cast<decltype(&EVP_BytesToKey)>(dlsym(RTLD_NEXT, "EVP_BytesToKey"));
+    return real(type, digest, salt, data, length, rounds, key, vector);
+}
+
+namespace CQXBASE {
+namespace {
+
+/// Enciphers one body, and deciphers it again out of the receive block.
+void ThereAndBack(const std::string& body) {
+    OpenQXIO io(0);
+    Bytes record(body);
+    OutgoingFrame frame(record);
+    ASSERT_EQ(io.pipe_before_send(frame.Body(), frame.Header(), 2, 0, true, frame.CipherText()), 0);
+    if (body.size() == 12) {
+        EXPECT_EQ(qxdb_test::ToHex(frame.CipherText()),
+                  "d0 4f eb 6a 1c da fc 98 9b e8 6b 63 e6 07 5c 95");
+    }
+    const std::string bytes =
+        std::string(static_cast<const char*>(io.sendIov_[0].iov_base), kFrameHeaderSize) +
+        frame.CipherText();
+    io.rxBlock_ = NewBlock(bytes.size());
+    io.rxBlock_->copy(bytes.data(), bytes.size());
+    Received got;
+    got.enciphered = true;
+    ASSERT_EQ(
+        io.pipe_before_recv(got.data, got.length, got.plainText, got.typeCode, got.enciphered), 0);
+    EXPECT_EQ(got.Body(), body);
+}
+
+TEST(FrameKey, DerivedForEveryFrameUnlessItIsKept) {
+    std::vector<std::thread> threads;
+    for (std::size_t t = 0; t < 4; ++t) {
+        threads.emplace_back([t] {
+            for (std::size_t i = 0; i < 5; ++i) {
+                ThereAndBack(Body(1000 * t + i + 20));
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    ThereAndBack(qxdb_test::FromHex("07000000 02000000 61006200"));
+    EXPECT_EQ(derivations, QXDB_KEEP_FRAME_KEY != 0 ? 1 : 42);
+}
+
+}  // namespace
+}  // namespace CQXBASE
