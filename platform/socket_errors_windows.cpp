@@ -7,8 +7,22 @@
 
 namespace CQXBASE::platform {
 
+// The runtime has numbers of its own for what ACE finds wrong before it asks Winsock.
 int WinsockNumber(int error) noexcept {
-    return error == ETIME ? WSAETIMEDOUT : error;
+    switch (error) {
+        case ETIME:
+            return WSAETIMEDOUT;
+        case EINVAL:
+            return WSAEINVAL;
+        case EBADF:
+            return WSAENOTSOCK;
+        case EMFILE:
+            return WSAEMFILE;
+        case EPIPE:
+            return WSAECONNRESET;
+        default:
+            return error;
+    }
 }
 
 std::string SocketErrorText(int error) {

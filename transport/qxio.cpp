@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "errors/caught_exception.h"
+#include "platform/error_text.h"
 #include "platform/socket_errors.h"
 #include "util/text.h"
 
@@ -81,7 +82,7 @@ void QXIO::record_socket_error(const std::wstring& context, int& code, std::wstr
     const int error = errno;
     const int number = platform::WinsockNumber(error);
     code = error == 0 ? -1 : number;
-    text = context + L", " + ErrorDescription(error, number) + L"(" + std::to_wstring(code) + L").";
+    text = context + L", " + platform::CodedText(ErrorDescription(error, number), code);
 }
 
 std::wstring& QXIO::GetClientIp(std::wstring& out) {

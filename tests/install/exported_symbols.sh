@@ -1,10 +1,19 @@
 #!/usr/bin/env bash
-# usage: exported_symbols.sh OBJECTS ADAPTER AGENT: fails when a library exports a name of ours that
-# does not belong to one of its public classes.
+# usage: exported_symbols.sh OBJECTS ADAPTER AGENT [OBJDUMP]: fails when a library exports a name of ours
+# that does not belong to one of its public classes. With OBJDUMP they are Windows libraries.
 set -euo pipefail
+objdump=${4:-}
 kinds='(vtable|typeinfo|typeinfo name|VTT|non-virtual thunk|virtual thunk|guard variable) (for|to) '
-exported() { nm -D --defined-only -C "$1" | cut -d' ' -f3- | grep -vE '^[^(]* (std|__gnu_cxx)::' |
-    grep -E "^($kinds)?(CQXDB|CQXBASE)::" || true; }
+names_in() {
+    if [ -n "$objdump" ]; then
+        "$objdump" -p "$1" | sed -n '/^\[Ordinal\/Name Pointer\]/,/^$/s/.*\] //p' | c++filt
+    else
+        nm -D --defined-only -C "$1" | cut -d' ' -f3-
+    fi
+}
+exported() {
+    names_in "$1" | grep -vE '^[^(]* (std|__gnu_cxx)::' | grep -E "^($kinds)?(CQXDB|CQXBASE)::" || true
+}
 check() {
     local names stray
     names=$(exported "$1")

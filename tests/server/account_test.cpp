@@ -5,6 +5,7 @@
 #include "server/account_store.h"
 #include "server/password_hash.h"
 #include "server/server_error.h"
+#include "tests/support/Platform.h"
 #include "tests/support/TempDir.h"
 
 namespace CQXSERVER {
@@ -85,7 +86,9 @@ TEST_F(AccountStoreTest, TakesNamesAsTheyAreAndRefusesWhatCanBeNone) {
 TEST_F(AccountStoreTest, IsForItsOwnerOnlyAndSaysWhatDoesNotOpen) {
     namespace fs = std::filesystem;
     const fs::perms mode = fs::status(folder_.Path() / "accounts.db").permissions();
-    EXPECT_EQ(mode & (fs::perms::group_all | fs::perms::others_all), fs::perms::none);
+    if (!qxdb_test::kOnWindows) {  // where a file has the rights of its folder
+        EXPECT_EQ(mode & (fs::perms::group_all | fs::perms::others_all), fs::perms::none);
+    }
     qxdb_test::WriteFile(folder_.Path() / "letter.db", std::string(4096, 'x'));
     EXPECT_THROW(AccountStore(folder_.File("letter.db")), OperatorError);
     EXPECT_THROW(AccountStore(folder_.File("missing/accounts.db")), OperatorError);

@@ -47,6 +47,11 @@ class ConfigTest : public testing::Test {
             .value();
     }
 
+    /// An absolute path as a file without a drive's name gives it.
+    std::string Rooted(const char* path) const {
+        return (folder_.Path().root_path() / path).make_preferred().string();
+    }
+
     TempDir folder_;
 };
 
@@ -73,7 +78,7 @@ TEST_F(ConfigTest, EveryKeyHasItsPlaceAndUnit) {
         sqlite_timeout_s = 10.5
         grace_timeout_s = 11)");
     EXPECT_EQ(options.listen, "[::1]:7000");
-    EXPECT_EQ(options.portFile, "/run/port");
+    EXPECT_EQ(options.portFile, Rooted("run/port"));
     EXPECT_EQ(options.logLevel, "debug");
     EXPECT_TRUE(options.allowClientDataSources);
     EXPECT_EQ(options.workers, 3U);
@@ -93,7 +98,7 @@ TEST_F(ConfigTest, DatabasesKeepTheirOrderAndPathsCountFromTheFile) {
     EXPECT_EQ(options.databases[0].first, "zoo");
     EXPECT_EQ(options.databases[0].second, "sqlite:" + folder_.File("z.db"));
     EXPECT_EQ(options.databases[1].second, "mysql://h/x");
-    EXPECT_EQ(options.databases[2].second, "sqlite:/abs.db");
+    EXPECT_EQ(options.databases[2].second, "sqlite:" + Rooted("abs.db"));
     EXPECT_EQ(options.databases[3].second, "sqlite::memory:");
     EXPECT_EQ(options.databases[4].second, "sqlite:file:d.db?mode=ro");
     EXPECT_EQ(options.databases[5].second, "sqlite:///a%20b");
@@ -126,7 +131,7 @@ TEST_F(ConfigTest, TheCommandLineWins) {
     EXPECT_EQ(line.options.listen, "h:2");
     EXPECT_EQ(line.options.logLevel, "debug");
     const std::vector<std::pair<std::string, std::string>> expected = {
-        {"a", "sqlite:/c"}, {"b", "sqlite:/b"}, {"d", "odbc:DSN=x;UID=y"}};
+        {"a", "sqlite:/c"}, {"b", "sqlite:" + Rooted("b")}, {"d", "odbc:DSN=x;UID=y"}};
     EXPECT_EQ(line.options.databases, expected);
 }
 

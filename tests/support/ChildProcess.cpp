@@ -154,7 +154,8 @@ void ChildProcess::Terminate() {
 
 void ChildProcess::Kill() {
     if (Running()) {
-        Poco::Process::kill(*impl_->handle);
+        // By number, since killing by handle closes the handle on Windows, and the status with it.
+        Poco::Process::kill(impl_->handle->id());
     }
 }
 

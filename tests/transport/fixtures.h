@@ -12,8 +12,11 @@
 
 #include <qxdb/QXIOBase.h>
 
+#include "platform/socket_errors.h"
+#include "tests/support/Platform.h"
 #include "transport/frame.h"
 #include "transport/qxio.h"
+#include "util/text.h"
 
 namespace CQXBASE {
 
@@ -119,5 +122,11 @@ class TransportTest : public testing::Test {
 };
 
 using Lines = std::vector<std::string>;
+
+/// The platform's own text for an error that Winsock gives this number.
+inline std::wstring PlatformText(const wchar_t* onLinux, int winsockNumber) {
+    return qxdb_test::kOnWindows ? ToWide(platform::SocketErrorText(winsockNumber), kCodePageAnsi)
+                                 : onLinux;
+}
 
 }  // namespace CQXBASE

@@ -87,7 +87,8 @@ std::string Read(ACE_SOCK_Stream& stream, std::size_t count) {
 void Reset(ACE_SOCK_Stream& stream) {
     linger reset{1, 0};
     stream.set_option(SOL_SOCKET, SO_LINGER, &reset, static_cast<int>(sizeof reset));
-    stream.close();
+    ACE_OS::closesocket(stream.get_handle());  // the stream's own close would end it in good order
+    stream.set_handle(ACE_INVALID_HANDLE);
 }
 
 std::string Frame(unsigned typeCode, const std::string& body, std::size_t plainLength) {

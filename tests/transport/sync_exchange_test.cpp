@@ -4,6 +4,7 @@
 
 #include <ace/OS_NS_sys_socket.h>
 
+#include "platform/socket_handshake.h"
 #include "platform/socket_options.h"
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
@@ -134,12 +135,11 @@ TEST_F(SyncExchange, ResetInTheMiddleOfAReply) {
 TEST_F(SyncExchange, SilenceBeyondTheReceiveTimeOut) {
     StreamPair pair;
     OpenQXIO io(pair.nearEnd);
-    timeval limit{0, 20000};
-    pair.nearEnd.set_option(SOL_SOCKET, SO_RCVTIMEO, &limit, static_cast<int>(sizeof limit));
+    platform::SetReceiveTimeout(pair.nearEnd.get_handle(), 20);
     Write(pair.farEnd, Frame(1, "twelve bytes").substr(0, 20));
     EXPECT_EQ(got_.SyncFrom(io), -5005);
-    EXPECT_EQ(io.LastErrorText(),
-              L"receive the data from master error, Connection timed out(10060).");
+    EXPECT_EQ(io.LastErrorText(), L"receive the data from master error, " +
+                                      PlatformText(L"Connection timed out", 10060) + L"(10060).");
     EXPECT_EQ(got_.SyncFrom(io), -5005);
     EXPECT_EQ(io.LastErrorCode(), 10060);
 }
