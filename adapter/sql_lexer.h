@@ -6,29 +6,22 @@
 #include <cstddef>
 #include <string_view>
 
+#include "util/sql_scanner.h"
+
 namespace CQXDB::adapter {
 
-/// How a database writes strings, identifiers and comments.
 struct SqlDialect {
-    bool backslashEscapes = false;  ///< in every quoted string, not only in E'...'
-    bool escapeStrings = false;     ///< E'...' with backslash escapes
-    bool dollarQuotes = false;      ///< $tag$...$tag$
-    bool brackets = false;          ///< [identifier]
-    bool backticks = false;         ///< `identifier`
-    bool hashComments = false;      ///< # to the end of the line
-    bool commentsRun = false;       ///< what stands in /*! ... */ and /*M! ... */ is no comment
-    bool nestedComments = false;    ///< /* /* */ */ is one comment
-    bool dashNeedsBlank = false;    ///< "--" starts a comment only before a blank
-    bool endCommits = false;        ///< END as a statement is another word for COMMIT
+    CQXBASE::SqlSyntax syntax;
+    bool endCommits = false;    ///< END as a statement is another word for COMMIT
     bool nestedBodies = false;  ///< bodies of CREATE PROCEDURE and the like hold blocks in blocks
 };
 
-extern const SqlDialect kSqliteDialect;
-extern const SqlDialect kPostgreSqlDialect;
-extern const SqlDialect kMySqlDialect;
-extern const SqlDialect kMySqlPlainDialect;  ///< under sql_mode NO_BACKSLASH_ESCAPES
-extern const SqlDialect kSqlServerDialect;
-extern const SqlDialect kOdbcDialect;  ///< any other database
+inline constexpr SqlDialect kSqliteDialect{CQXBASE::SqliteSyntax(), true, false};
+inline constexpr SqlDialect kPostgreSqlDialect{CQXBASE::PostgreSqlSyntax(), true, false};
+inline constexpr SqlDialect kMySqlDialect{CQXBASE::MySqlSyntax(), false, true};
+inline constexpr SqlDialect kMySqlPlainDialect{CQXBASE::MySqlSyntax(false), false, true};
+inline constexpr SqlDialect kSqlServerDialect{CQXBASE::SqlServerSyntax(), false, true};
+inline constexpr SqlDialect kOdbcDialect{{}, false, true};  ///< any other database
 
 enum class SqlToken {
     End,
@@ -42,9 +35,9 @@ enum class SqlToken {
 
 class SqlLexer {
   public:
-    /// `text` must outlive the lexer.
+    /// Both must outlive the lexer.
     SqlLexer(std::string_view text, const SqlDialect& dialect) noexcept
-        : text_(text), dialect_(dialect) {}
+        : text_(text), syntax_(dialect.syntax), scanner_(dialect.syntax) {}
 
     SqlToken Next() noexcept;
     /// The bytes of the last token.
@@ -53,18 +46,11 @@ class SqlLexer {
     std::size_t End() const noexcept { return end_; }
 
   private:
-    char At(std::size_t index) const noexcept { return index < text_.size() ? text_[index] : '\0'; }
-    void SkipBlanksAndComments() noexcept;
-    bool SkipComment() noexcept;
-    void SkipLine() noexcept;
-    void SkipBlockComment() noexcept;
-    SqlToken TakeWord() noexcept;
-    SqlToken TakeQuoted(std::size_t quoteAt, char close, bool backslash) noexcept;
-    bool TakeDollarQuoted() noexcept;
-    char ClosingQuote(char open) const noexcept;
+    SqlToken Symbol() noexcept;
 
     std::string_view text_;
-    const SqlDialect& dialect_;
+    const CQXBASE::SqlSyntax& syntax_;
+    CQXBASE::SqlScanner scanner_;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
 };

@@ -3,17 +3,16 @@
 #include <algorithm>
 #include <initializer_list>
 
+#include "util/ascii.h"
+
 namespace CQXDB::adapter {
 namespace {
 
-char Upper(char c) noexcept {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
 /// `upper` is in capitals.
 bool Is(std::string_view word, std::string_view upper) noexcept {
-    return word.size() == upper.size() && std::equal(word.begin(), word.end(), upper.begin(),
-                                                     [](char a, char b) { return Upper(a) == b; });
+    return word.size() == upper.size() &&
+           std::equal(word.begin(), word.end(), upper.begin(),
+                      [](char a, char b) { return CQXBASE::UpperAscii(a) == b; });
 }
 
 bool IsOneOf(std::string_view word, std::initializer_list<std::string_view> uppers) noexcept {
@@ -152,12 +151,7 @@ bool HoldsTransactionControl(std::string_view text, const SqlDialect& dialect) {
 
 std::string FirstWord(std::string_view statement, const SqlDialect& dialect) {
     SqlLexer lexer(statement, dialect);
-    if (lexer.Next() != SqlToken::Word) {
-        return {};
-    }
-    std::string word(lexer.Text());
-    std::transform(word.begin(), word.end(), word.begin(), Upper);
-    return word;
+    return lexer.Next() == SqlToken::Word ? CQXBASE::UpperAscii(lexer.Text()) : std::string();
 }
 
 bool LooksReadOnly(std::string_view statement, const SqlDialect& dialect) {

@@ -10,13 +10,20 @@ namespace {
 
 using Family = Dialect::Family;
 
+constexpr CQXBASE::SqlSyntax MySqlScriptSyntax() noexcept {
+    CQXBASE::SqlSyntax syntax = CQXBASE::MySqlSyntax();
+    // Scripts use "$$" as a delimiter, which may follow a word directly.
+    syntax.dollarInWords = false;
+    return syntax;
+}
+
 constexpr std::array<std::pair<std::string_view, Dialect>, 6> kDialects = {{
-    {"sqlite", {Family::Sqlite, '"', '"', true, true, false, ""}},
-    {"postgresql", {Family::PostgreSql, '"', '"', false, false, true, ""}},
-    {"mysql", {Family::MySql, '`', '`', true, false, false, ""}},
-    {"sqlserver", {Family::SqlServer, '[', ']', false, true, true, "GO"}},
-    {"oracle", {Family::Oracle, '"', '"', false, false, false, "/"}},
-    {"other", {Family::Other, '"', '"', false, false, false, ""}},
+    {"sqlite", {Family::Sqlite, '"', '"', CQXBASE::SqliteSyntax()}},
+    {"postgresql", {Family::PostgreSql, '"', '"', CQXBASE::PostgreSqlSyntax()}},
+    {"mysql", {Family::MySql, '`', '`', MySqlScriptSyntax()}},
+    {"sqlserver", {Family::SqlServer, '[', ']', CQXBASE::SqlServerSyntax(), "GO"}},
+    {"oracle", {Family::Oracle, '"', '"', {}, "/"}},
+    {"other", {}},
 }};
 
 Family FamilyOf(CQXDB::CQXDB_DSType_ENUM type) noexcept {

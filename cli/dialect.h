@@ -7,6 +7,8 @@
 
 #include <qxdb/QXEnums.h>
 
+#include "util/sql_syntax.h"
+
 namespace CQXCLI {
 
 /// The rules of one family of databases, as far as cutting a script into statements and naming
@@ -15,11 +17,9 @@ struct Dialect {
     enum class Family { Sqlite, PostgreSql, MySql, SqlServer, Oracle, Other };
 
     Family family = Family::Other;
-    char nameOpen = '"';            ///< opens a quoted name
-    char nameClose = '"';           ///< closes it; doubled inside
-    bool backticks = false;         ///< `name` is a quoted name
-    bool brackets = false;          ///< [name] is a quoted name
-    bool nestedComments = false;    ///< a comment may hold comments
+    char nameOpen = '"';   ///< opens a quoted name
+    char nameClose = '"';  ///< closes it; doubled inside
+    CQXBASE::SqlSyntax syntax = {};
     std::string_view endLine = {};  ///< a line of just this ends a statement; empty: no such line
 
     bool Is(Family other) const noexcept { return family == other; }

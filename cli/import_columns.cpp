@@ -4,9 +4,11 @@
 
 #include "cli/exit_status.h"
 #include "cli/parameters.h"
-#include "cli/sql_scanner.h"
+#include "util/ascii.h"
 
 namespace CQXCLI {
+
+using CQXBASE::UpperAscii;
 
 using CQXDB::QXValue;
 using CQXDB::QXValueType;

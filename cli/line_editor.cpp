@@ -1,8 +1,10 @@
 #include "cli/line_editor.h"
 
-#include "cli/sql_scanner.h"
+#include "util/ascii.h"
 
 namespace CQXCLI {
+
+using CQXBASE::UpperAscii;
 
 bool IsWorthRemembering(const std::string& line) {
     const std::string upper = UpperAscii(line);

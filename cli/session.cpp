@@ -152,7 +152,7 @@ Answer Session::Switch(const std::string& database) {
         agent_.CloseConn();
     }
     database_ = Utf8ToWide(database);
-    const Answer answer = Ask();
+    Answer answer = Ask();
     if (!answer.Ok()) {
         database_ = before;
     }

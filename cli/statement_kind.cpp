@@ -4,9 +4,14 @@
 #include <initializer_list>
 #include <vector>
 
-#include "cli/sql_scanner.h"
+#include "util/ascii.h"
+#include "util/sql_scanner.h"
 
 namespace CQXCLI {
+
+using CQXBASE::SqlPiece;
+using CQXBASE::SqlScanner;
+using CQXBASE::UpperAscii;
 
 namespace {
 
@@ -16,14 +21,14 @@ using Words = std::vector<std::string>;
 /// The words (in upper case), quoted texts and symbols of a statement, `limit` of them at most.
 Words WordsOf(const Dialect& dialect, std::string_view sql, std::size_t limit) {
     Words words;
-    SqlScanner scanner(dialect);
-    Token token;
-    for (std::size_t at = 0; at < sql.size() && words.size() < limit; at = token.end) {
-        scanner.Next(sql, at, true, token);
-        const std::string_view text = sql.substr(token.begin, token.end - token.begin);
-        if (token.kind == Token::Kind::Word) {
+    SqlScanner scanner(dialect.syntax);
+    SqlPiece piece;
+    for (std::size_t at = 0; at < sql.size() && words.size() < limit; at = piece.end) {
+        scanner.Next(sql, at, true, piece);
+        const std::string_view text = sql.substr(piece.begin, piece.end - piece.begin);
+        if (piece.kind == SqlPiece::Kind::Word) {
             words.push_back(UpperAscii(text));
-        } else if (token.kind == Token::Kind::Quoted || token.kind == Token::Kind::Symbol) {
+        } else if (piece.kind == SqlPiece::Kind::Quoted || piece.kind == SqlPiece::Kind::Symbol) {
             words.emplace_back(text);
         }
     }

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <initializer_list>
 
-#include "cli/sql_scanner.h"
+#include "util/ascii.h"
 
 namespace CQXCLI {
 
@@ -18,7 +18,7 @@ bool OneOf(std::string_view word, std::initializer_list<std::string_view> words)
 }  // namespace
 
 void StatementShape::Word(std::string_view word) {
-    const std::string upper = UpperAscii(word.substr(0, 16));
+    const std::string upper = CQXBASE::UpperAscii(word.substr(0, 16));
     if (body_ == Body::Undecided) {
         body_ = Decide(upper);
     } else if (body_ == Body::Atomic && parentheses_ == 0) {

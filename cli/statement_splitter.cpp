@@ -2,7 +2,13 @@
 
 #include <algorithm>
 
+#include "util/ascii.h"
+
 namespace CQXCLI {
+
+using CQXBASE::IsWordByte;
+using CQXBASE::SqlPiece;
+using CQXBASE::UpperAscii;
 
 namespace {
 
@@ -22,7 +28,7 @@ bool StartsWith(std::string_view text, std::string_view start) {
 }  // namespace
 
 StatementSplitter::StatementSplitter(const Dialect& dialect)
-    : dialect_(&dialect), scanner_(dialect), shape_(dialect) {}
+    : dialect_(&dialect), scanner_(dialect.syntax), shape_(dialect) {}
 
 void StatementSplitter::Feed(std::string_view bytes) {
     const std::size_t drop = begun_ ? start_ : position_;
@@ -55,66 +61,62 @@ StatementSplitter::Step StatementSplitter::Advance(Statement& out) {
     if (delimiter_ != ";" && StartsWith(delimiter_, rest) && !finished_) {
         return Step::Wait;
     }
-    Token token;
-    const bool whole = scanner_.Next(buffer_, position_, finished_, token);
-    return whole ? Consume(token, out) : Step::Wait;
+    SqlPiece piece;
+    const bool whole = scanner_.Next(buffer_, position_, finished_, piece);
+    return whole ? Consume(piece, out) : Step::Wait;
 }
 
-StatementSplitter::Step StatementSplitter::Consume(const Token& token, Statement& out) {
-    switch (token.kind) {
-        case Token::Kind::Space:
-            return ConsumeSpace(token, out);
-        case Token::Kind::Symbol:
-            return ConsumeSymbol(token, out);
-        case Token::Kind::Word:
-            return ConsumeWord(token);
-        case Token::Kind::Quoted:
-            Begin(token);
-            shape_.Symbol(buffer_[token.begin]);
+StatementSplitter::Step StatementSplitter::Consume(const SqlPiece& piece, Statement& out) {
+    switch (piece.kind) {
+        case SqlPiece::Kind::Space:
+            return ConsumeSpace(piece, out);
+        case SqlPiece::Kind::Symbol:
+            return ConsumeSymbol(piece, out);
+        case SqlPiece::Kind::Word:
+            return ConsumeWord(piece);
+        case SqlPiece::Kind::Quoted:
+            Begin(piece);
+            shape_.Symbol(buffer_[piece.begin]);
             break;
-        case Token::Kind::Comment:
-            // MySQL runs what stands in /*! ... */ and /*M! ... */.
-            const std::string_view text = Text(token.begin, token.end);
-            const bool runs = dialect_->Is(Dialect::Family::MySql) &&
-                              (StartsWith(text, "/*!") || StartsWith(text, "/*M!"));
-            if (runs || !token.closed) {
-                Begin(token);
+        case SqlPiece::Kind::Comment:
+            if (CommentRuns(Text(piece.begin, piece.end), dialect_->syntax) || !piece.closed) {
+                Begin(piece);
             }
             break;
     }
-    MoveTo(token.end);
+    MoveTo(piece.end);
     return Step::Continue;
 }
 
-StatementSplitter::Step StatementSplitter::ConsumeSpace(const Token& token, Statement& out) {
-    const bool lineEnds = Text(token.begin, token.end).find('\n') != npos;
-    if (lineEnds && AtEndLine(token.begin)) {
+StatementSplitter::Step StatementSplitter::ConsumeSpace(const SqlPiece& piece, Statement& out) {
+    const bool lineEnds = Text(piece.begin, piece.end).find('\n') != npos;
+    if (lineEnds && AtEndLine(piece.begin)) {
         end_ = lineStart_;
-        return Take(token.end, out);
+        return Take(piece.end, out);
     }
-    MoveTo(token.end);
+    MoveTo(piece.end);
     return Step::Continue;
 }
 
-StatementSplitter::Step StatementSplitter::ConsumeSymbol(const Token& token, Statement& out) {
-    const char symbol = buffer_[token.begin];
+StatementSplitter::Step StatementSplitter::ConsumeSymbol(const SqlPiece& piece, Statement& out) {
+    const char symbol = buffer_[piece.begin];
     if (symbol == ';' && delimiter_ == ";" && shape_.SemicolonEnds()) {
-        return Take(token.end, out);
+        return Take(piece.end, out);
     }
-    Begin(token);
+    Begin(piece);
     shape_.Symbol(symbol);
-    MoveTo(token.end);
+    MoveTo(piece.end);
     return Step::Continue;
 }
 
-StatementSplitter::Step StatementSplitter::ConsumeWord(const Token& token) {
-    const std::string_view word = Text(token.begin, token.end);
+StatementSplitter::Step StatementSplitter::ConsumeWord(const SqlPiece& piece) {
+    const std::string_view word = Text(piece.begin, piece.end);
     if (!begun_ && dialect_->Is(Dialect::Family::MySql) && UpperAscii(word) == "DELIMITER") {
         return TakeDelimiter();
     }
-    Begin(token);
+    Begin(piece);
     shape_.Word(word);
-    MoveTo(token.end);
+    MoveTo(piece.end);
     return Step::Continue;
 }
 
@@ -181,18 +183,18 @@ void StatementSplitter::Clear() {
     buffer_.clear();
     start_ = end_ = position_ = lineStart_ = 0;
     begun_ = false;
-    scanner_ = SqlScanner(*dialect_);
+    scanner_ = CQXBASE::SqlScanner(dialect_->syntax);
     shape_.Reset();
 }
 
-void StatementSplitter::Begin(const Token& token) {
+void StatementSplitter::Begin(const SqlPiece& piece) {
     if (!begun_) {
         begun_ = true;
-        start_ = token.begin;
+        start_ = piece.begin;
         startLine_ = line_;
     }
-    end_ = token.end;
-    unfinished_ = !token.closed;
+    end_ = piece.end;
+    unfinished_ = !piece.closed;
 }
 
 void StatementSplitter::MoveTo(std::size_t position) {

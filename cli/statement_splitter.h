@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "cli/dialect.h"
-#include "cli/sql_scanner.h"
 #include "cli/statement_shape.h"
+#include "util/sql_scanner.h"
 
 namespace CQXCLI {
 
@@ -42,21 +42,21 @@ class StatementSplitter {
     enum class Step { Continue, Taken, Wait };
 
     Step Advance(Statement& out);
-    Step Consume(const Token& token, Statement& out);
-    Step ConsumeSpace(const Token& token, Statement& out);
-    Step ConsumeSymbol(const Token& token, Statement& out);
-    Step ConsumeWord(const Token& token);
+    Step Consume(const CQXBASE::SqlPiece& piece, Statement& out);
+    Step ConsumeSpace(const CQXBASE::SqlPiece& piece, Statement& out);
+    Step ConsumeSymbol(const CQXBASE::SqlPiece& piece, Statement& out);
+    Step ConsumeWord(const CQXBASE::SqlPiece& piece);
     Step TakeCommand(Statement& out);
     Step TakeDelimiter();
     Step Take(std::size_t next, Statement& out);
     bool TakeRest(Statement& out);
     bool AtEndLine(std::size_t end) const;
-    void Begin(const Token& token);
+    void Begin(const CQXBASE::SqlPiece& piece);
     void MoveTo(std::size_t position);
     std::string_view Text(std::size_t begin, std::size_t end) const;
 
     const Dialect* dialect_;
-    SqlScanner scanner_;
+    CQXBASE::SqlScanner scanner_;
     StatementShape shape_;
     std::string delimiter_ = ";";
     std::string buffer_;

@@ -42,7 +42,7 @@ ProactorPtr MakeProactor() {
     constexpr bool kDeleteImplementation = true;
     auto implementation = std::make_unique<AiocbProactor>();
     ProactorPtr proactor(new ACE_Proactor(implementation.get(), kDeleteImplementation));
-    implementation.release();
+    (void)implementation.release();
     return proactor;
 }
 
