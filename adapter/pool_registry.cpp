@@ -1,5 +1,6 @@
 #include "adapter/pool_registry.h"
 
+#include <cstdint>
 #include <initializer_list>
 #include <string_view>
 #include <utility>
@@ -8,8 +9,15 @@
 namespace CQXDB::adapter {
 namespace {
 
+/// Two characters, whatever the width of one. Keys are made for every call, and printing numbers
+/// would be most of the work.
+void AddNumber(std::wstring& key, std::uint32_t number) {
+    key.append({static_cast<wchar_t>(number >> 16), static_cast<wchar_t>(number & 0xffff)});
+}
+
 void AddPart(std::wstring& key, std::wstring_view part) {
-    key.append(std::to_wstring(part.size())).append(1, L':').append(part);
+    AddNumber(key, static_cast<std::uint32_t>(part.size()));
+    key.append(part);
 }
 
 /// Everything that makes a difference to a connection; the name and the version do not.
@@ -18,7 +26,7 @@ std::wstring KeyOf(const QXDataSource& ds) {
     for (const std::int32_t number :
          {static_cast<std::int32_t>(ds.type), ds.port, std::int32_t{ds.trusted},
           static_cast<std::int32_t>(ds.driver)}) {
-        AddPart(key, std::to_wstring(number));
+        AddNumber(key, static_cast<std::uint32_t>(number));
     }
     for (const std::wstring* text : {&ds.server, &ds.database, &ds.user, &ds.password,
                                      &ds.driverName, &ds.dsn, &ds.connectionString, &ds.extra}) {

@@ -85,26 +85,6 @@ void ChangeOne(std::mutex& mutex, const std::string& name, Work work) {
     }
 }
 
-std::vector<Account> Select(Poco::Data::Session& session, const std::string& condition,
-                            std::string name) {
-    std::vector<Account> accounts;
-    Account row;
-    std::string databases;
-    Statement select(session);
-    select << "SELECT name, password, databases, revision FROM account " + condition,
-        into(row.name), into(row.passwordHash), into(databases), into(row.revision), range(0, 1);
-    if (!name.empty()) {
-        select, use(name);
-    }
-    while (!select.done()) {
-        if (select.execute() > 0) {
-            row.databases = SplitDatabases(databases);
-            accounts.push_back(row);
-        }
-    }
-    return accounts;
-}
-
 }  // namespace
 
 bool Account::MayUse(const std::string& database) const {
@@ -112,7 +92,44 @@ bool Account::MayUse(const std::string& database) const {
            std::find(databases.begin(), databases.end(), database) != databases.end();
 }
 
+/// A prepared select. Every request looks its account up, and preparing would take most of the
+/// time.
+class AccountStore::Query {
+  public:
+    Query(Poco::Data::Session& session, const std::string& condition, bool byName)
+        : select_(session) {
+        select_ << "SELECT name, password, databases, revision FROM account " + condition,
+            into(row_.name), into(row_.passwordHash), into(databases_), into(row_.revision),
+            range(0, 1);
+        if (byName) {
+            select_, use(name_);
+        }
+    }
+    Query(const Query&) = delete;
+    Query& operator=(const Query&) = delete;
+
+    std::vector<Account> Run(const std::string& name = {}) {
+        name_ = name;
+        std::vector<Account> accounts;
+        do {
+            if (select_.execute() > 0) {
+                row_.databases = SplitDatabases(databases_);
+                accounts.push_back(row_);
+            }
+        } while (!select_.done());
+        return accounts;
+    }
+
+  private:
+    std::string name_;
+    Account row_;
+    std::string databases_;
+    Statement select_;  ///< reads and writes the members above
+};
+
 AccountStore::AccountStore(const std::string& path) : session_(Open(path)) {}
+
+AccountStore::~AccountStore() = default;
 
 void AccountStore::Add(const std::string& name, const std::string& passwordHash,
                        const std::vector<std::string>& databases) {
@@ -164,13 +181,20 @@ std::optional<Account> AccountStore::Find(const std::string& name) {
     if (name.empty()) {
         return std::nullopt;
     }
-    std::vector<Account> found =
-        Guarded(mutex_, [&] { return Select(session_, "WHERE name = ?", name); });
+    std::vector<Account> found = Guarded(mutex_, [&] {
+        std::unique_ptr<Query> query = std::move(findPrepared_);
+        if (query == nullptr) {
+            query = std::make_unique<Query>(session_, "WHERE name = ?", true);
+        }
+        std::vector<Account> accounts = query->Run(name);
+        findPrepared_ = std::move(query);
+        return accounts;
+    });
     return found.empty() ? std::nullopt : std::optional<Account>(std::move(found.front()));
 }
 
 std::vector<Account> AccountStore::List() {
-    return Guarded(mutex_, [&] { return Select(session_, "ORDER BY name", {}); });
+    return Guarded(mutex_, [&] { return Query(session_, "ORDER BY name", false).Run(); });
 }
 
 }  // namespace CQXSERVER

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -29,6 +30,9 @@ class AccountStore {
   public:
     /// Opens the file and makes it, readable by its owner only, when there is none.
     explicit AccountStore(const std::string& path);
+    ~AccountStore();
+    AccountStore(const AccountStore&) = delete;
+    AccountStore& operator=(const AccountStore&) = delete;
 
     /// Throws OperatorError for a name that is taken or can't be a name, or a bad database name.
     void Add(const std::string& name, const std::string& passwordHash,
@@ -41,8 +45,11 @@ class AccountStore {
     std::vector<Account> List();  ///< by name
 
   private:
+    class Query;
+
     std::mutex mutex_;
-    Poco::Data::Session session_;  ///< guarded by mutex_
+    Poco::Data::Session session_;          ///< guarded by mutex_, and so is the next
+    std::unique_ptr<Query> findPrepared_;  ///< null before the first use and after a failure
 };
 
 }  // namespace CQXSERVER

@@ -7,10 +7,10 @@
 
 #include <qxdb/QXIOBase.h>
 
+#include "server/body_cipher.h"
 #include "server/byte_budget.h"
 #include "server/server_error.h"
 #include "transport/frame.h"
-#include "transport/frame_cipher.h"
 
 namespace CQXSERVER {
 
@@ -36,13 +36,13 @@ class ReplyEncoder {
     ReplyFrame EncodeError(ServerError error, bool encipher) const;
     ReplyFrame EncodeError(long code, const std::wstring& text, bool encipher) const;
 
-    const CQXBASE::FrameCipher& Cipher() const noexcept { return cipher_; }
+    const BodyCipher& Cipher() const noexcept { return cipher_; }
 
   private:
     ReplyFrame Frame(std::uint32_t code, std::string body, bool encipher, ByteLease lease) const;
 
     ByteBudget* budget_;
-    CQXBASE::FrameCipher cipher_;
+    BodyCipher cipher_;
 };
 
 }  // namespace CQXSERVER

@@ -3,7 +3,6 @@
 #include <memory>
 
 #include <Poco/Crypto/CipherFactory.h>
-#include <Poco/Crypto/CipherKey.h>
 #include <Poco/Exception.h>
 #include <openssl/evp.h>
 
@@ -27,15 +26,15 @@ void RequireAlgorithms() {
     }
 }
 
-Poco::Crypto::CipherKey FrameKey() {
+}  // namespace
+
+Poco::Crypto::CipherKey DeriveFrameKey() {
     RequireAlgorithms();
     return {"sm4", kPassphrase, kSalt, kIterations, "md5"};
 }
 
-}  // namespace
-
 FrameCipher::FrameCipher()
-    : cipher_(Poco::Crypto::CipherFactory::defaultFactory().createCipher(FrameKey())) {}
+    : cipher_(Poco::Crypto::CipherFactory::defaultFactory().createCipher(DeriveFrameKey())) {}
 
 std::string FrameCipher::Encipher(std::string_view plain) const {
     std::string cipherText = cipher_->encryptString(std::string(plain), Cipher::ENC_NONE);

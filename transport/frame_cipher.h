@@ -7,8 +7,13 @@
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Crypto/Cipher.h>
+#include <Poco/Crypto/CipherKey.h>
 
 namespace CQXBASE {
+
+/// The key with its initialisation vector, derived anew: about a millisecond. Throws
+/// Poco::Exception when OpenSSL offers no SM4 or no MD5.
+Poco::Crypto::CipherKey DeriveFrameKey();
 
 /// Key and initialisation vector are the same for every frame and every peer; deriving them takes
 /// about a millisecond, which is what constructing one costs. One object may be used by several

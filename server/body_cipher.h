@@ -1,0 +1,36 @@
+// The cipher of frame bodies as the server applies it.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <openssl/evp.h>
+
+namespace CQXSERVER {
+
+/// What CQXBASE::FrameCipher makes of a body, with one key for the server's life and straight
+/// through OpenSSL: a small body costs a fifth of the time, and a large one a quarter less. Several
+/// threads may use one object at once.
+class BodyCipher {
+  public:
+    /// Throws Poco::Exception when OpenSSL offers no SM4 or no MD5.
+    BodyCipher();
+
+    /// Both throw Poco::Exception; std::bad_alloc when there is no memory.
+    std::string Encipher(std::string_view plain) const;
+    std::string Decipher(std::string_view cipherText) const;
+
+  private:
+    enum class Direction { Decipher = 0, Encipher = 1 };
+    std::string Run(Direction direction, std::string_view input) const;
+
+    struct Free {
+        void operator()(EVP_CIPHER* cipher) const { EVP_CIPHER_free(cipher); }
+        void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
+    };
+    std::unique_ptr<EVP_CIPHER, Free> sm4_;
+    std::unique_ptr<EVP_CIPHER_CTX, Free> keyed_[2];  ///< copied for every body, by direction
+};
+
+}  // namespace CQXSERVER
