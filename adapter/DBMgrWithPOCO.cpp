@@ -8,7 +8,7 @@ namespace CQXDB {
 namespace {
 
 adapter::PoolRegistry& Pools() {
-    static adapter::PoolRegistry pools(adapter::MakePocoPool);
+    static adapter::PoolRegistry pools(adapter::MakePocoPool, adapter::ChangesDatabase);
     return pools;
 }
 

@@ -63,6 +63,10 @@ class Connection {
     virtual void Rollback() noexcept = 0;
     virtual bool InTransaction() noexcept = 0;
 
+    /// Sends what follows to the database of that name, where one connection can reach several of
+    /// a server; "" leaves it where it is.
+    virtual void UseDatabase(const std::string& /*name*/) {}
+
     /// Asks, after a time unused, whether the database is still there and still the same one.
     virtual bool Alive() noexcept = 0;
     /// False once a call has shown that the connection is lost.

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "util/ascii.h"
+
 namespace CQXDB::adapter {
 namespace {
 
@@ -27,14 +29,6 @@ constexpr NamedType kAffinity[] = {
     {"FLOA", QXValueType::Double}, {"DOUB", QXValueType::Double},
 };
 
-std::string Upper(std::string_view text) {
-    std::string upper(text);
-    for (char& c : upper) {
-        c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-    }
-    return upper;
-}
-
 /// The second number in "(p, s)".
 int ScaleOf(const std::string& declaration) {
     const std::size_t comma =
@@ -48,7 +42,7 @@ int ScaleOf(const std::string& declaration) {
 }  // namespace
 
 DeclaredType ReadDeclaredType(std::string_view declaration) {
-    const std::string upper = Upper(declaration);
+    const std::string upper = CQXBASE::UpperAscii(declaration);
     const std::string_view word = std::string_view(upper).substr(0, upper.find_first_of(" (\t"));
     for (const NamedType& exact : kExact) {
         if (word == exact.name) {

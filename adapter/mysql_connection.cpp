@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <mysqld_error.h>
+
 #include "adapter/mysql_error.h"
 #include "adapter/mysql_script.h"
 #include "adapter/mysql_statement.h"
@@ -46,6 +48,23 @@ void MySqlConnection::Rollback() noexcept {
 bool MySqlConnection::InTransaction() noexcept {
     const unsigned status = Handle()->server_status;
     return (status & SERVER_STATUS_IN_TRANS) != 0 || (status & SERVER_STATUS_AUTOCOMMIT) == 0;
+}
+
+void MySqlConnection::UseDatabase(const std::string& name) {
+    if (name.find('\0') != std::string::npos) {
+        throw DatabaseError(DBMGR_BAD_DATA_SOURCE, "the data source's database holds a NUL");
+    }
+    // The server tells of a USE statement, so that `db` is where the connection stands.
+    const char* current = Handle()->db;
+    const bool there = name.empty() || (current != nullptr && name == current);
+    if (!there && mysql_select_db(Handle(), name.c_str()) != 0) {
+        // Who has dropped the database under the connection may make it anew.
+        const bool dropped = mysql_errno(Handle()) == ER_BAD_DB_ERROR && name == database_;
+        if (!dropped) {
+            throw MySqlError(Handle());
+        }
+    }
+    database_ = name;
 }
 
 bool MySqlConnection::Alive() noexcept {

@@ -25,6 +25,7 @@ class MySqlConnection : public Connection {
     void Commit() override;
     void Rollback() noexcept override;
     bool InTransaction() noexcept override;
+    void UseDatabase(const std::string& name) override;
     bool Alive() noexcept override;
     bool Usable() noexcept override;
 
@@ -41,6 +42,7 @@ class MySqlConnection : public Connection {
     void DropRows();
 
     std::unique_ptr<Session> session_;
+    std::string database_;  ///< chosen last
     bool givenUp_ = false;
 };
 

@@ -16,7 +16,6 @@ namespace {
 
 struct Settings {
     std::string host;
-    std::string database;
     std::string user;
     std::string password;
     unsigned port = 0;
@@ -62,7 +61,6 @@ Settings SettingsOf(const QXDataSource& dataSource, Options& options) {
         settings.host = dataSource.port == 0 ? "localhost" : "127.0.0.1";
     }
     settings.port = static_cast<unsigned>(dataSource.port);
-    settings.database = Narrow(dataSource.database, "database");
     if (!dataSource.trusted) {
         settings.user = Narrow(dataSource.user, "user");
         settings.password = Narrow(dataSource.password, "password");
@@ -107,8 +105,9 @@ std::unique_ptr<Connection> Open(const Settings& settings) {
     };
     try {
         Configure(*session, settings);
+        // The registry chooses the database for each lease.
         session->connect(settings.host.c_str(), orNull(settings.user), orNull(settings.password),
-                         orNull(settings.database), settings.port);
+                         nullptr, settings.port);
     } catch (const Poco::Exception&) {
         throw MySqlError(static_cast<MYSQL*>(*session));
     }

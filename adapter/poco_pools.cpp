@@ -41,6 +41,10 @@ CQXDB_DriverType_ENUM DriverOf(const QXDataSource& dataSource) {
 
 }  // namespace
 
+bool ChangesDatabase(const QXDataSource& dataSource) {
+    return DriverOf(dataSource) == CQXDB_DRIVER_MYSQL;
+}
+
 std::shared_ptr<ConnectionPool> MakePocoPool(const QXDataSource& dataSource) {
     const CQXDB_DriverType_ENUM driver = DriverOf(dataSource);
     switch (driver) {

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "util/text.h"
+
 namespace CQXDB::adapter {
 namespace {
 
@@ -21,15 +23,17 @@ void AddPart(std::wstring& key, std::wstring_view part) {
 }
 
 /// Everything that makes a difference to a connection; the name and the version do not.
-std::wstring KeyOf(const QXDataSource& ds) {
+std::wstring KeyOf(const QXDataSource& ds, bool anyDatabase) {
+    // A connection that has been in a database can't be in none any more.
+    const std::wstring database = anyDatabase && !ds.database.empty() ? L"*" : ds.database;
     std::wstring key;
     for (const std::int32_t number :
          {static_cast<std::int32_t>(ds.type), ds.port, std::int32_t{ds.trusted},
           static_cast<std::int32_t>(ds.driver)}) {
         AddNumber(key, static_cast<std::uint32_t>(number));
     }
-    for (const std::wstring* text : {&ds.server, &ds.database, &ds.user, &ds.password,
-                                     &ds.driverName, &ds.dsn, &ds.connectionString, &ds.extra}) {
+    for (const std::wstring* text : {&ds.server, &database, &ds.user, &ds.password, &ds.driverName,
+                                     &ds.dsn, &ds.connectionString, &ds.extra}) {
         AddPart(key, *text);
     }
     return key.append(ds.options.begin(), ds.options.end());
@@ -37,12 +41,17 @@ std::wstring KeyOf(const QXDataSource& ds) {
 
 }  // namespace
 
-PoolRegistry::PoolRegistry(PoolMaker maker) : maker_(std::move(maker)) {}
+PoolRegistry::PoolRegistry(PoolMaker maker, ChangesDatabase changesDatabase)
+    : maker_(std::move(maker)), changesDatabase_(changesDatabase) {}
 
 Lease PoolRegistry::Take(const QXDataSource& dataSource) {
     std::shared_ptr<ConnectionPool> pool = PoolOf(dataSource);
     try {
-        return pool->Take();
+        Lease lease = pool->Take();
+        if (ChangeDatabase(dataSource)) {
+            lease->UseDatabase(CQXBASE::WideToUtf8(dataSource.database));
+        }
+        return lease;
     } catch (...) {
         pool.reset();
         ForgetUnused();
@@ -50,8 +59,12 @@ Lease PoolRegistry::Take(const QXDataSource& dataSource) {
     }
 }
 
+bool PoolRegistry::ChangeDatabase(const QXDataSource& dataSource) const {
+    return changesDatabase_ != nullptr && changesDatabase_(dataSource);
+}
+
 std::shared_ptr<ConnectionPool> PoolRegistry::PoolOf(const QXDataSource& dataSource) {
-    const std::wstring key = KeyOf(dataSource);
+    const std::wstring key = KeyOf(dataSource, ChangeDatabase(dataSource));
     const std::lock_guard<std::mutex> lock(mutex_);
     std::shared_ptr<ConnectionPool>& pool = pools_[key];
     if (!pool) {

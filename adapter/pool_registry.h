@@ -1,4 +1,5 @@
-// The pools of one manager class, one for each data source.
+// The pools of one manager class, one for each data source. Data sources that differ in nothing but
+// the database share a pool when its connections can change to another one.
 #pragma once
 
 #include <functional>
@@ -19,7 +20,10 @@ class PoolRegistry {
     /// Makes the pool of a data source; throws DatabaseError for a description it can't use.
     using PoolMaker = std::function<std::shared_ptr<ConnectionPool>(const QXDataSource&)>;
 
-    explicit PoolRegistry(PoolMaker maker);
+    /// Tells whether the connections of a data source can change to another database.
+    using ChangesDatabase = bool (*)(const QXDataSource&);
+
+    explicit PoolRegistry(PoolMaker maker, ChangesDatabase changesDatabase = nullptr);
     PoolRegistry(const PoolRegistry&) = delete;
     PoolRegistry& operator=(const PoolRegistry&) = delete;
 
@@ -29,8 +33,10 @@ class PoolRegistry {
   private:
     std::shared_ptr<ConnectionPool> PoolOf(const QXDataSource& dataSource);
     void ForgetUnused();
+    bool ChangeDatabase(const QXDataSource& dataSource) const;
 
     const PoolMaker maker_;
+    const ChangesDatabase changesDatabase_;  ///< may be null
     std::mutex mutex_;
     std::map<std::wstring, std::shared_ptr<ConnectionPool>> pools_;  ///< guarded by mutex_
 };

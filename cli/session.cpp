@@ -147,8 +147,10 @@ Answer Session::Execute(CQXDB::QXCommandList& list) {
 
 Answer Session::Switch(const std::string& database) {
     const std::wstring before = database_;
-    if (server_.host.empty()) {
-        // An idle connection to the database left behind would keep it from being dropped.
+    const bool keeps = dialect_->Is(Dialect::Family::MySql);
+    if (server_.host.empty() && !keeps) {
+        // An idle connection to the database left behind would keep it from being dropped. MySQL
+        // goes to another one with the same connection, and keeps its settings.
         agent_.CloseConn();
     }
     database_ = Utf8ToWide(database);

@@ -117,6 +117,23 @@ TEST_F(MariaDbTest, AnAutocommitLeftOffIsSetRight) {
     EXPECT_EQ(db.Rows("SELECT COUNT(*) FROM m"), "1\n");
 }
 
+TEST_F(MariaDbTest, OneConnectionServesAllDatabases) {
+    ASSERT_TRUE(db.Execute("DROP DATABASE IF EXISTS other; CREATE DATABASE other").ok());
+    Client other(db);
+    other.DataSource().database = L"other";
+    const std::string where = "SELECT DATABASE(), @kept";
+    ASSERT_TRUE(db.Execute("SET @kept = 7").ok());
+    EXPECT_EQ(other.Rows(where), "other|7\n");
+    EXPECT_EQ(db.Rows(where), "testing|7\n");
+    ASSERT_TRUE(db.Execute("USE other").ok());
+    EXPECT_EQ(db.Rows(where), "testing|7\n") << "a USE leads nobody else astray";
+    ASSERT_TRUE(db.Execute("DROP DATABASE other").ok());
+    EXPECT_EQ(other.Execute("SELECT 1").code, 1049);
+    other.DataSource().database = std::wstring(L"testing\0other", 13);
+    EXPECT_EQ(other.Connect().code, DBMGR_BAD_DATA_SOURCE);
+    EXPECT_EQ(db.Rows(where), "testing|7\n");
+}
+
 TEST_F(MariaDbTest, WhatCannotBeStoredOrReachedIsSaid) {
     EXPECT_EQ(
         db.Execute("SELECT ?", {QXValue::Double(std::numeric_limits<double>::infinity())}).code,

@@ -94,14 +94,15 @@ TEST(MariaDbProgram, RunsScriptsAndMovesRows) {
         MariaDbServer::Password());
     const Ended ended = database.Run(
         {},
-        "/*!40101 SET NAMES utf8mb4 */;\nDROP DATABASE testing;\nCREATE DATABASE `testing` "
+        "/*!40101 SET NAMES utf8mb4 */;\nSET @kept = 'kept';\nDROP DATABASE testing;\nCREATE "
+        "DATABASE `testing` "
         "CHARACTER SET "
         "utf8mb4;\nUSE `testing`;\nCREATE TABLE t(a INT, b INT);\nDELIMITER //\nCREATE TRIGGER g "
         "BEFORE INSERT "
         "ON t FOR EACH ROW BEGIN SET NEW.b = NEW.a * 2; SET NEW.a = 1; END//\nDELIMITER ;\n"
-        "INSERT INTO t(a) VALUES (4); # a comment;\nSELECT *, 'it\\'s;' FROM t;\n");
+        "INSERT INTO t(a) VALUES (4); # a comment;\nSELECT *, 'it\\'s;', @kept FROM t;\n");
     EXPECT_EQ(ended.err, "");
-    EXPECT_EQ(ended.out, "1,8,it's;\r\n");
+    EXPECT_EQ(ended.out, "1,8,it's;,kept\r\n");
     database.ExpectRoundTrip(
         "(id BIGINT, n DECIMAL(20,4), r DOUBLE, ok BOOLEAN, d DATE, t TIME, ts DATETIME(6), raw "
         "BLOB, txt TEXT, "

@@ -12,7 +12,7 @@ namespace {
 const char* const kSetUp =
     "CREATE DATABASE IF NOT EXISTS testing CHARACTER SET utf8mb4;\n"
     "CREATE USER IF NOT EXISTS tester@'%' IDENTIFIED BY 'se cret;\\\\x';\n"
-    "GRANT ALL ON testing.* TO tester@'%';\n";
+    "GRANT ALL ON *.* TO tester@'%';\n";
 
 }  // namespace
 
