@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "tests/support/FreePort.h"
@@ -16,7 +17,8 @@ const char* const kSetUp =
 
 }  // namespace
 
-MariaDbServer::MariaDbServer() : port_(FreePort()) {
+MariaDbServer::MariaDbServer(std::vector<std::string> more)
+    : more_(std::move(more)), port_(FreePort()) {
     WriteFile(folder_.File("setup.sql"), kSetUp);
     std::vector<std::string> arguments{"--no-defaults", "--datadir=" + folder_.File("data"),
                                        "--auth-root-authentication-method=normal",
@@ -51,6 +53,7 @@ void MariaDbServer::Start() {
     if (geteuid() == 0) {
         arguments.emplace_back("--user=root");
     }
+    arguments.insert(arguments.end(), more_.begin(), more_.end());
     server_ = std::make_unique<ChildProcess>("mariadbd", arguments);
     if (!server_->WaitForText("ready for connections")) {
         throw std::runtime_error("MariaDB does not start: " + server_->Errors());

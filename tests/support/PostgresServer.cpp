@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "tests/support/FreePort.h"
@@ -38,7 +39,8 @@ void Run(const Words& words) {
 
 }  // namespace
 
-PostgresServer::PostgresServer() : port_(FreePort()) {
+PostgresServer::PostgresServer(std::vector<std::string> more)
+    : more_(std::move(more)), port_(FreePort()) {
     const std::string passwordFile = folder_.File("password");
     WriteFile(passwordFile, Password() + "\n");
     if (geteuid() == 0) {
@@ -53,9 +55,11 @@ PostgresServer::PostgresServer() : port_(FreePort()) {
 PostgresServer::~PostgresServer() = default;
 
 void PostgresServer::Start() {
-    const Words words =
-        AsServerUser("postgres", {"-D", folder_.File("data"), "-p", std::to_string(port_), "-h",
-                                  "127.0.0.1", "-k", folder_.Path().string(), "-F"});
+    Words arguments = {"-D", folder_.File("data"), "-p", std::to_string(port_),
+                       "-h", "127.0.0.1",          "-k", folder_.Path().string(),
+                       "-F"};
+    arguments.insert(arguments.end(), more_.begin(), more_.end());
+    const Words words = AsServerUser("postgres", arguments);
     server_ = std::make_unique<ChildProcess>(words[0], Words(words.begin() + 1, words.end()));
     if (!server_->WaitForText("ready to accept connections")) {
         throw std::runtime_error("PostgreSQL does not start: " + server_->Errors());

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TempDir.h"
@@ -14,7 +15,8 @@ namespace qxdb_test {
 /// with what the server's programs said.
 class PostgresServer {
   public:
-    PostgresServer();
+    /// `more` arguments go behind the server's own and win over them.
+    explicit PostgresServer(std::vector<std::string> more = {});
     ~PostgresServer();
 
     std::uint16_t Port() const noexcept { return port_; }
@@ -28,6 +30,7 @@ class PostgresServer {
 
   private:
     TempDir folder_;
+    std::vector<std::string> more_;
     std::uint16_t port_;
     std::unique_ptr<ChildProcess> server_;
 };
