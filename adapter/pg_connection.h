@@ -26,7 +26,7 @@ struct PgConnectionFree {
 };
 using PgHandle = std::unique_ptr<PGconn, PgConnectionFree>;
 
-class PgConnection : public Connection {
+class PgConnection final : public Connection {
   public:
     /// `handle` is connected. Sets what the reading of values depends on; throws DatabaseError.
     PgConnection(PgHandle handle, const std::string& timeZone);

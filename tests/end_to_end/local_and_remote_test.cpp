@@ -6,6 +6,7 @@
 
 #include <qxdb/QXDateTime.h>
 
+#include "tests/support/DatabaseUrl.h"
 #include "tests/support/MariaDbServer.h"
 #include "tests/support/PostgresServer.h"
 #include "tests/support/RemoteAgent.h"
@@ -15,32 +16,12 @@ namespace {
 using namespace CQXDB;
 using namespace qxdb_test;
 
-std::string Escape(const std::string& text) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string out;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (std::isalnum(byte) != 0) {
-            out += c;
-        } else {
-            out += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-        }
-    }
-    return out;
-}
-
-template <typename DbServer>
-std::string Url(const char* scheme, const DbServer& server) {
-    return std::string(scheme) + "://" + DbServer::User() + ":" + Escape(DbServer::Password()) +
-           "@127.0.0.1:" + std::to_string(server.Port()) + "/" + DbServer::Database();
-}
-
 /// The three database servers and the application server before them.
 struct World {
     World()
         : urls{{"sqlite", "sqlite:" + folder.File("both.db")},
-               {"postgresql", Url("postgresql", postgres)},
-               {"mariadb", Url("mysql", maria)}},
+               {"postgresql", DatabaseUrl("postgresql", postgres)},
+               {"mariadb", DatabaseUrl("mysql", maria)}},
           server(QXDB_SERVER_PROGRAM,
                  {"--database", "sqlite=" + urls[0].second, "--database",
                   "postgresql=" + urls[1].second, "--database", "mariadb=" + urls[2].second}) {}
