@@ -7,26 +7,34 @@
 
 namespace CQXBASE::platform {
 
-// The runtime has numbers of its own for what ACE finds wrong before it asks Winsock.
+// Winsock's own number comes from a plain call. The runtime has other ones for what ACE finds wrong
+// before it asks Winsock, and the system for what ends an overlapped operation.
 int WinsockNumber(int error) noexcept {
     switch (error) {
-        case ETIME:
-            return WSAETIMEDOUT;
+        case EBADF:
+        case ERROR_INVALID_HANDLE:
+            return WSAENOTSOCK;
         case EINVAL:
             return WSAEINVAL;
-        case EBADF:
-            return WSAENOTSOCK;
         case EMFILE:
             return WSAEMFILE;
         case EPIPE:
+        case ERROR_NETNAME_DELETED:
             return WSAECONNRESET;
+        case ERROR_CONNECTION_ABORTED:
+            return WSAECONNABORTED;
+        case ERROR_CONNECTION_REFUSED:
+            return WSAECONNREFUSED;
+        case ETIME:
+        case ERROR_SEM_TIMEOUT:
+            return WSAETIMEDOUT;
         default:
             return error;
     }
 }
 
 std::string SocketErrorText(int error) {
-    const char* text = ACE_OS::strerror(error);
+    const char* text = ACE_OS::strerror(WinsockNumber(error));
     return text == nullptr ? std::string() : std::string(text);
 }
 

@@ -6,9 +6,7 @@
 
 #include <qxdb/QXDateTime.h>
 
-#include "tests/support/DatabaseUrl.h"
-#include "tests/support/MariaDbServer.h"
-#include "tests/support/PostgresServer.h"
+#include "tests/end_to_end/databases.h"
 #include "tests/support/RemoteAgent.h"
 
 namespace {
@@ -16,20 +14,19 @@ namespace {
 using namespace CQXDB;
 using namespace qxdb_test;
 
-/// The three database servers and the application server before them.
+/// The databases and the application server before them.
 struct World {
-    World()
-        : urls{{"sqlite", "sqlite:" + folder.File("both.db")},
-               {"postgresql", DatabaseUrl("postgresql", postgres)},
-               {"mariadb", DatabaseUrl("mysql", maria)}},
-          server(QXDB_SERVER_PROGRAM,
-                 {"--database", "sqlite=" + urls[0].second, "--database",
-                  "postgresql=" + urls[1].second, "--database", "mariadb=" + urls[2].second}) {}
+    World() : server(QXDB_SERVER_PROGRAM, Arguments()) {}
 
-    TempDir folder;
-    PostgresServer postgres;
-    MariaDbServer maria;
-    std::pair<std::string, std::string> urls[3];
+    std::vector<std::string> Arguments() const {
+        std::vector<std::string> arguments;
+        for (const auto& [name, url] : databases.Urls()) {
+            arguments.insert(arguments.end(), {"--database", name + "=" + url});
+        }
+        return arguments;
+    }
+
+    Databases databases;
     QxdbServer server;
 };
 
@@ -71,13 +68,13 @@ std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
     return out;
 }
 
-class LocalAndRemote : public testing::TestWithParam<int> {
+class LocalAndRemote : public testing::TestWithParam<std::size_t> {
   protected:
     static void SetUpTestSuite() { world_ = std::make_unique<World>(); }
     static void TearDownTestSuite() { world_.reset(); }
 
     LocalAndRemote() {
-        const auto& [name, url] = world_->urls[GetParam()];
+        const auto& [name, url] = world_->databases.Urls().at(GetParam());
         QXDataSource source;
         std::wstring error;
         if (!QXDataSource::FromUrl(Wide(url), source, error)) {
@@ -227,11 +224,12 @@ TEST_P(LocalAndRemote, ErrorsPagesAndListsAreAlike) {
     }
 }
 
-std::string NameOf(const testing::TestParamInfo<int>& chosen) {
+std::string NameOf(const testing::TestParamInfo<std::size_t>& chosen) {
     static const char* const kNames[] = {"Sqlite", "Postgresql", "MariaDb"};
     return kNames[chosen.param];
 }
 
-INSTANTIATE_TEST_SUITE_P(Databases, LocalAndRemote, testing::Values(0, 1, 2), NameOf);
+INSTANTIATE_TEST_SUITE_P(Databases, LocalAndRemote,
+                         testing::Range(std::size_t{0}, Databases::kCount), NameOf);
 
 }  // namespace

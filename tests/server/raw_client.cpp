@@ -95,11 +95,10 @@ std::int32_t Reply::Error() const {
 
 RawClient::RawClient(std::uint16_t port) {
     int on = 1;
-    timeval patience{60, 0};
-    Require(ACE_SOCK_Connector().connect(stream_, ACE_INET_Addr(port, ACE_LOCALHOST)) == 0,
+    Require(ACE_SOCK_Connector().connect(stream_, ACE_INET_Addr(port, "127.0.0.1")) == 0,
             "can't connect");
     stream_.set_option(IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    stream_.set_option(SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    platform::SetReceiveTimeout(stream_.get_handle(), 60000);
 }
 
 RawClient::RawClient(RawClient&& other) noexcept
@@ -167,6 +166,8 @@ void RawClient::Close(bool hard) {
     linger reset{1, 0};
     if (hard) {
         stream_.set_option(SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+        ACE_OS::closesocket(stream_.get_handle());  // the stream's own close ends in good order
+        stream_.set_handle(ACE_INVALID_HANDLE);
     }
     stream_.close();
 }

@@ -143,7 +143,8 @@ TEST_F(AsyncExchange, ReconnectedTransportWritesButReadsNoMore) {
     closed.get_future().wait();
     EXPECT_EQ(Send(io, "second"), 0);
     EXPECT_EQ(got_.AsyncFrom(io), -1);
-    EXPECT_EQ(io.LastErrorText(), L"Asy_receive_block::read, Bad file descriptor(10038).");
+    EXPECT_EQ(io.LastErrorText(), L"Asy_receive_block::read, " +
+                                      PlatformText(L"Bad file descriptor", 10038) + L"(10038).");
 }
 
 TEST_F(AsyncExchange, StreamTakenAway) {

@@ -172,11 +172,13 @@ TEST_F(SyncExchange, OtherFailedWritesAreLoggedAsErrors) {
     OpenQXIO io(unconnected);
     EXPECT_EQ(Send(io, "12345", false), -5004);
     EXPECT_EQ(io.LastErrorCode(), 10038);
-    EXPECT_EQ(io.LastErrorText(), L", Bad file descriptor(10038).");
-    EXPECT_EQ(log_.progress, Lines{"(-1): send data to 127.0.0.9 error (errno=10038, Bad file "
-                                   "descriptor), data size is 5. \n"});
-    EXPECT_EQ(log_.errors, Lines{": 10038, send data to 127.0.0.9 error, , Bad file "
-                                 "descriptor(10038).. data size is 5 .\n"});
+    const std::wstring reason = PlatformText(L"Bad file descriptor", 10038);
+    EXPECT_EQ(io.LastErrorText(), L", " + reason + L"(10038).");
+    const std::string text = ToNarrow(reason, kCodePageAnsi);
+    EXPECT_EQ(log_.progress, Lines{"(-1): send data to 127.0.0.9 error (errno=10038, " + text +
+                                   "), data size is 5. \n"});
+    EXPECT_EQ(log_.errors, Lines{": 10038, send data to 127.0.0.9 error, , " + text +
+                                 "(10038).. data size is 5 .\n"});
 }
 
 TEST_F(SyncExchange, ClosedPeerRaisesNoSignal) {

@@ -1,0 +1,11 @@
+#include "tests/end_to_end/databases.h"
+
+namespace qxdb_test {
+
+struct Databases::Servers {};
+
+Databases::Databases() : urls_{{"sqlite", "sqlite:" + folder_.File("both.db")}} {}
+
+Databases::~Databases() = default;
+
+}  // namespace qxdb_test
