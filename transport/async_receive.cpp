@@ -115,12 +115,11 @@ void QXIO::handle_read_stream(const ACE_Asynch_Read_Stream::Result& result) {
 }
 
 void QXIO::on_read(const ACE_Asynch_Read_Stream::Result& result) {
-    if (!result.success() || result.bytes_transferred() == 0 || !count_read(result)) {
-        rxDone_ = 1;
-    } else if (rxReceived_ >= rxExpected_) {
-        rxDone_ = 1;
-    } else {
+    const bool counted = result.success() && result.bytes_transferred() > 0 && count_read(result);
+    if (counted && rxReceived_ < rxExpected_) {
         Asy_receive_block(rxExpected_ - rxReceived_);
+    } else {
+        rxDone_ = 1;
     }
 }
 
