@@ -7,12 +7,13 @@
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
 #include "scripted_server.h"
+#include "tests/support/Frame.h"
 
 namespace {
 
 using namespace CQXDB;
 using CQXBASE::QXSimpleMsg;
-using qxdb_test::Encode;
+using qxdb_test::EncodeRecord;
 using qxdb_test::ScriptedServer;
 
 QXRecordset OneCell(std::int64_t value) {
@@ -72,7 +73,7 @@ TEST_F(RemoteAgent, EachWorkOperationSendsItsCodeWithTheStampedCommand) {
     EXPECT_EQ(requests[4].code, 7U);
     EXPECT_TRUE(requests[0].enciphered);
     EXPECT_EQ(requests[4].connection, 1);
-    EXPECT_EQ(requests[2].body, Encode(command_));
+    EXPECT_EQ(requests[2].body, EncodeRecord(command_));
     EXPECT_EQ(command_.Token(), L"tok");
     EXPECT_EQ(command_.DB(), L"elsewhere");
     EXPECT_EQ(command_.PageSize(), 20);
@@ -116,11 +117,11 @@ TEST_F(RemoteAgent, AReplyThatMakesNoSenseIsAnErrorAndLeavesTheObjectsAlone) {
         std::string body;
     };
     auto good = OneCell(4);
-    for (const Case& c : {Case{"a result list for a recordset", 7, Encode(list)},
-                          {"a status for a recordset", 1, Encode(good)},
-                          {"an unknown code", 25, Encode(good)},
-                          {"a code above all", 40, Encode(good)},
-                          {"a truncated recordset", 3, Encode(good).substr(0, 9)},
+    for (const Case& c : {Case{"a result list for a recordset", 7, EncodeRecord(list)},
+                          {"a status for a recordset", 1, EncodeRecord(good)},
+                          {"an unknown code", 25, EncodeRecord(good)},
+                          {"a code above all", 40, EncodeRecord(good)},
+                          {"a truncated recordset", 3, EncodeRecord(good).substr(0, 9)},
                           {"an empty recordset body", 3, std::string()},
                           {"an undecodable error reply", 0, std::string("\1\0\0", 3)}}) {
         server_.Reply(c.code, c.body);

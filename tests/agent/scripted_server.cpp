@@ -1,41 +1,23 @@
-#include "scripted_server.h"
+#include "tests/agent/scripted_server.h"
 
 #include <stdexcept>
 
-#include <ace/CDR_Stream.h>
 #include <ace/INET_Addr.h>
 #include <ace/SOCK_Connector.h>
 
-#include "transport/frame.h"
-#include "transport/frame_cipher.h"
+#include "tests/support/Frame.h"
 
 namespace qxdb_test {
 namespace {
 
-using CQXBASE::FrameCipher;
 using CQXBASE::FrameHeader;
 using CQXBASE::kFrameHeaderSize;
 
-std::string Frame(std::uint32_t code, const std::string& body, bool wanted) {
-    const bool encipher = wanted && !body.empty();
-    const std::string wire = encipher ? FrameCipher().Encipher(body) : body;
-    FrameHeader header;
-    header.typeCode = code;
-    header.bodyLength = static_cast<std::uint32_t>(wire.size());
-    header.plainLength = encipher ? static_cast<std::uint32_t>(body.size()) : 0;
-    const auto bytes = CQXBASE::EncodeFrameHeader(header);
-    return std::string(bytes.data(), bytes.size()) + wire;
+std::string Frame(std::uint32_t code, const std::string& body, bool encipher) {
+    return MakeFrame(code, body, encipher && !body.empty());
 }
 
 }  // namespace
-
-std::string Encode(CQXBASE::QXIOBase& object) {
-    ACE_OutputCDR out(object.size() + 1, ACE_CDR::BYTE_ORDER_LITTLE_ENDIAN);
-    if (object.toCDR(out) == 0 || out.consolidate() != 0) {
-        throw std::runtime_error("the object can't be encoded");
-    }
-    return {out.begin()->rd_ptr(), out.total_length()};
-}
 
 ScriptedServer::ScriptedServer() {
     if (acceptor_.open(ACE_INET_Addr(static_cast<u_short>(0), "127.0.0.1"), 1) != 0) {
@@ -71,7 +53,7 @@ void ScriptedServer::Reply(std::uint32_t code, std::string body, bool encipher) 
 }
 
 void ScriptedServer::Reply(std::uint32_t code, CQXBASE::QXIOBase&& object, bool encipher) {
-    Reply(code, Encode(object), encipher);
+    Reply(code, EncodeRecord(object), encipher);
 }
 
 void ScriptedServer::ReplyRaw(std::string bytes) {
@@ -119,7 +101,7 @@ bool ScriptedServer::ServeOne(ACE_SOCK_Stream& peer, int connection) {
     }
     const bool enciphered = header.plainLength != 0;
     if (enciphered) {
-        body = FrameCipher().Decipher(body);
+        body = Cipher().Decipher(body);
     }
     Step step;
     {

@@ -22,9 +22,6 @@ struct Request {
     int connection = 0;  ///< counts accepted connections from 1
 };
 
-/// CDR encoding of an object, little-endian.
-std::string Encode(CQXBASE::QXIOBase& object);
-
 class ScriptedServer {
   public:
     ScriptedServer();

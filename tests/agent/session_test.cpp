@@ -5,13 +5,14 @@
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
 #include "scripted_server.h"
+#include "tests/support/Frame.h"
 
 namespace {
 
 using namespace CQXDB;
 using CQXBASE::QXSesInfo;
 using CQXBASE::QXSimpleMsg;
-using qxdb_test::Encode;
+using qxdb_test::EncodeRecord;
 using qxdb_test::ScriptedServer;
 
 QXSesInfo Session(std::uint32_t code, const wchar_t* text, const wchar_t* token,
@@ -51,7 +52,7 @@ TEST_F(AgentSession, LoginFillsTokenAndInfo) {
     const auto request = server_.Requests().at(0);
     EXPECT_EQ(request.code, 30U);
     CQXBASE::QXOneString login(L"ada|~|secret");
-    EXPECT_EQ(request.body, Encode(login));
+    EXPECT_EQ(request.body, EncodeRecord(login));
 }
 
 TEST_F(AgentSession, ARefusedLoginTellsWhyAndEmptiesTheToken) {

@@ -12,8 +12,6 @@
 
 #include "messages/type_codes.h"
 #include "platform/socket_handshake.h"
-#include "transport/frame.h"
-#include "transport/frame_cipher.h"
 
 namespace qxdb_test {
 namespace {
@@ -21,11 +19,6 @@ namespace {
 using namespace CQXBASE;
 
 constexpr int kLittleEndian = 1;
-
-const FrameCipher& Cipher() {
-    static const FrameCipher cipher;
-    return cipher;
-}
 
 template <class Record>
 Record Decode(const std::string& body, Record record) {
@@ -44,16 +37,6 @@ void Require(bool done, const char* what) {
 
 }  // namespace
 
-std::string EncodeRecord(QXIOBase& record) {
-    ACE_OutputCDR out(record.size(), kLittleEndian);
-    Require(record.toCDR(out) != 0, "unencodable record");
-    return {out.buffer(), out.total_length()};
-}
-
-std::string Encipher(const std::string& plain) {
-    return Cipher().Encipher(plain);
-}
-
 std::string HeaderClaiming(std::uint32_t bodyLength, bool littleEndian) {
     FrameHeader header;
     header.typeCode = kLogin;
@@ -61,16 +44,6 @@ std::string HeaderClaiming(std::uint32_t bodyLength, bool littleEndian) {
     header.littleEndian = littleEndian;
     const FrameHeaderBytes bytes = EncodeFrameHeader(header);
     return {bytes.data(), bytes.size()};
-}
-
-std::string MakeFrame(std::uint32_t code, const std::string& body, bool encipher) {
-    FrameHeader header;
-    header.typeCode = code;
-    header.plainLength = encipher ? static_cast<std::uint32_t>(body.size()) : 0;
-    const std::string travelling = encipher ? Encipher(body) : body;
-    header.bodyLength = static_cast<std::uint32_t>(travelling.size());
-    const FrameHeaderBytes bytes = EncodeFrameHeader(header);
-    return std::string(bytes.data(), bytes.size()) + travelling;
 }
 
 QXSimpleMsg Reply::Status() const {

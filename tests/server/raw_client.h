@@ -12,14 +12,10 @@
 #include <qxdb/QXRsList.h>
 
 #include "messages/session_records.h"
+#include "tests/support/Frame.h"
 
 namespace qxdb_test {
 
-/// The CDR of a record, little-endian.
-std::string EncodeRecord(CQXBASE::QXIOBase& record);
-/// Header and body; enciphered when asked.
-std::string MakeFrame(std::uint32_t code, const std::string& body, bool encipher = true);
-std::string Encipher(const std::string& plain);
 /// A plain login frame's header that announces a body of this length.
 std::string HeaderClaiming(std::uint32_t bodyLength, bool littleEndian = true);
 
