@@ -17,8 +17,11 @@ namespace tour {
 
 class Child {
   public:
-    Child(const std::string& program, const Poco::Process::Args& arguments)
-        : handle_(Poco::Process::launch(program, arguments, nullptr, &said_, &said_)) {}
+    enum class Ending { AtRequest, AtOnce };
+
+    Child(const std::string& program, const Poco::Process::Args& arguments, Ending ending)
+        : handle_(Poco::Process::launch(program, arguments, nullptr, &said_, &said_)),
+          ending_(ending) {}
     ~Child() { End(); }
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
@@ -31,7 +34,10 @@ class Child {
         }
         ended_ = true;
         try {
-            Poco::Process::requestTermination(handle_.id());
+            // A request is SIGINT, which a program without a handler ignores when the shell that
+            // started the tour in the background does.
+            ending_ == Ending::AtRequest ? Poco::Process::requestTermination(handle_.id())
+                                         : Poco::Process::kill(handle_.id());
             handle_.wait();
         } catch (const Poco::Exception&) {  // it has ended already
         }
@@ -48,6 +54,7 @@ class Child {
     Poco::Pipe
         said_;  ///< takes the few lines that a program logs, so that they don't mix with ours
     Poco::ProcessHandle handle_;
+    Ending ending_;
     bool ended_ = false;
 };
 
@@ -89,7 +96,8 @@ Server::Server(const std::string& program, const std::string& workDir, const std
     const std::string portFile = workDir + "/port";
     child_ = std::make_unique<Child>(
         program,
-        Poco::Process::Args{"--data", workDir, "--listen", "127.0.0.1:0", "--port-file", portFile});
+        Poco::Process::Args{"--data", workDir, "--listen", "127.0.0.1:0", "--port-file", portFile},
+        Child::Ending::AtRequest);
     Await(*child_, "qxdbserver",
           [&] { return static_cast<bool>(std::ifstream(portFile) >> port_); });
 }
@@ -102,7 +110,8 @@ SocksProxy::SocksProxy() {
         port_ = free.address().port();
     }
     child_ = std::make_unique<Child>(
-        "microsocks", Poco::Process::Args{"-i", "127.0.0.1", "-p", std::to_string(port_)});
+        "microsocks", Poco::Process::Args{"-i", "127.0.0.1", "-p", std::to_string(port_)},
+        Child::Ending::AtOnce);
     Await(*child_, "microsocks", [&] {
         try {
             const Poco::Net::StreamSocket probe(Poco::Net::SocketAddress("127.0.0.1", port_));
