@@ -5,11 +5,25 @@
 #include "objects/format_version.h"
 
 namespace CQXDB {
+namespace {
+
+// Wire values.
+constexpr std::uint32_t kLastPart = 0;
+constexpr std::uint32_t kMoreParts = 1;
+
+}  // namespace
 
 int QXRecordset::toCDR(ACE_OutputCDR& out) const {
-    if (!WriteVersion(out) || !CQXBASE::WriteLong(out, pageSize_) ||
-        !CQXBASE::WriteLong(out, currentPage_) || !CQXBASE::WriteCount(out, ColumnCount()) ||
-        !CQXBASE::WriteCount(out, RowCount())) {
+    return PartToCDR(out, true, true);
+}
+
+int QXRecordset::PartToCDR(ACE_OutputCDR& out, bool first, bool last) const {
+    if (first &&
+        (!WriteVersion(out) || !CQXBASE::WriteLong(out, pageSize_) ||
+         !CQXBASE::WriteLong(out, currentPage_) || !CQXBASE::WriteCount(out, ColumnCount()))) {
+        return 0;
+    }
+    if (!CQXBASE::WriteCount(out, RowCount())) {
         return 0;
     }
     ColumnWriter writer(out);
@@ -19,26 +33,51 @@ int QXRecordset::toCDR(ACE_OutputCDR& out) const {
         }
         writer.Add(*column);
     }
-    return writer.Finish();
+    return writer.Finish() && CQXBASE::WriteULong(out, last ? kLastPart : kMoreParts);
 }
 
 int QXRecordset::fromCDR(ACE_InputCDR& in) {
     Clear();
     std::uint32_t columns = 0;
-    std::uint32_t rows = 0;
     if (!ReadVersion(in) || !CQXBASE::ReadLong(in, pageSize_) ||
-        !CQXBASE::ReadLong(in, currentPage_) || !CQXBASE::ReadULong(in, columns) ||
-        !CQXBASE::ReadULong(in, rows)) {
+        !CQXBASE::ReadLong(in, currentPage_) || !CQXBASE::ReadULong(in, columns)) {
         return 0;
     }
-    if (columns == 0 && rows != 0) {
+    std::uint32_t more = kLastPart;
+    do {
+        if (!ReadPart(in, columns) || !CQXBASE::ReadULong(in, more) ||
+            (more > kMoreParts && !CQXBASE::Refuse(in))) {
+            Clear();
+            return 0;
+        }
+    } while (more == kMoreParts);
+    FillDone();
+    return 1;
+}
+
+/// Adds a part's rows behind those of the parts before. Only a recordset of one part may be without
+/// columns or rows.
+bool QXRecordset::ReadPart(ACE_InputCDR& in, std::uint32_t columns) {
+    std::uint32_t rows = 0;
+    const bool first = ColumnCount() == 0;
+    if (!CQXBASE::ReadULong(in, rows)) {
+        return false;
+    }
+    if (columns == 0 ? rows != 0 : rows == 0 && !first) {
         return CQXBASE::Refuse(in);
     }
     ColumnReader reader(in);
     for (std::uint32_t i = 0; i < columns; ++i) {
-        if (!reader.Read(AddColumn({}), rows)) {
-            Clear();
-            return 0;
+        QXColumn part;
+        if (!reader.Read(part, rows)) {
+            return false;
+        }
+        if (first) {
+            AddColumn({}) = std::move(part);
+        } else if (part.BytesSize() > QXColumn::kMaxBytes - Column(i).BytesSize()) {
+            return CQXBASE::Refuse(in);
+        } else {
+            MutableColumn(i).AppendRows(std::move(part));
         }
     }
     return reader.Finish();
@@ -49,7 +88,7 @@ std::size_t QXRecordset::size() {
     for (const auto& column : columns_) {
         columns.Add(*column);
     }
-    return 5 * CQXBASE::kNumberSize + columns.Total();
+    return 7 * CQXBASE::kNumberSize + columns.Total();  // one for alignment
 }
 
 }  // namespace CQXDB

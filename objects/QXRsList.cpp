@@ -6,7 +6,7 @@
 namespace CQXDB {
 namespace {
 
-constexpr std::size_t kLeastRecordset = 5 * CQXBASE::kNumberSize;
+constexpr std::size_t kLeastRecordset = 6 * CQXBASE::kNumberSize;
 
 }  // namespace
 

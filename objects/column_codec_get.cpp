@@ -32,8 +32,7 @@ bool ColumnCodec::Get(PlainReader& in, QXColumn& column, std::size_t rows, std::
     }
     const ColumnHead head = UnpackHead(byte);
     const char* name = in.Take(nameSize);
-    if (name == nullptr || !IsValid(head, rows) ||
-        !budget.Take(ExpansionOf(head, rows, rowWeight))) {
+    if (name == nullptr || !IsValid(head, rows) || !budget.Take(ExpansionOf(rows, rowWeight))) {
         return false;
     }
     column.name_.assign(name, nameSize);

@@ -13,7 +13,7 @@ ColumnHead ColumnCodec::HeadOf(const QXColumn& column) noexcept {
 }
 
 std::uint64_t ColumnCodec::Expansion(const QXColumn& column, std::size_t rowWeight) noexcept {
-    return ExpansionOf(HeadOf(column), column.rows_, rowWeight) + column.heap_.size();
+    return ExpansionOf(column.rows_, rowWeight) + column.heap_.size();
 }
 
 void ColumnCodec::Put(PlainBytes& out, const QXColumn& column) {

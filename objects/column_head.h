@@ -42,34 +42,15 @@ constexpr bool IsValid(ColumnHead head, std::size_t rows) noexcept {
 constexpr bool IsBytes(QXValueType type) noexcept {
     return type == QXValueType::Text || type == QXValueType::Decimal || type == QXValueType::Blob;
 }
-/// Bytes that a row takes in a column's buffers, beside its own text or blob.
-constexpr std::size_t RowWidth(QXValueType type) noexcept {
-    switch (type) {
-        case QXValueType::Null:
-            return 0;
-        case QXValueType::Bool:
-            return 1;
-        case QXValueType::Date:
-        case QXValueType::Decimal:
-        case QXValueType::Text:
-        case QXValueType::Blob:
-            return 4;
-        case QXValueType::Mixed:
-            return 9;
-        default:
-            return 8;
-    }
-}
 constexpr std::size_t NullBitmapSize(std::size_t rows) noexcept {
     return (rows + 7) / 8;
 }
 
 /// What a column of `rows` rows is charged against a block's budget: its object, and for each row
-/// its width, its null bit rounded up to a byte, and `rowWeight`.
-constexpr std::uint64_t ExpansionOf(ColumnHead head, std::size_t rows,
-                                    std::size_t rowWeight) noexcept {
-    const std::size_t width = head.nulls == NullCoding::All ? 0 : RowWidth(head.type);
-    return 256 + std::uint64_t{rows} * (width + 1 + rowWeight);
+/// `rowWeight` and the most that a row takes in any column, null bit included. Rows of another part
+/// may make the column Mixed, or give room to nulls that had none.
+constexpr std::uint64_t ExpansionOf(std::size_t rows, std::size_t rowWeight) noexcept {
+    return 256 + std::uint64_t{rows} * (10 + rowWeight);
 }
 
 }  // namespace CQXDB

@@ -7,7 +7,7 @@
 
 namespace CQXDB {
 
-constexpr std::uint32_t kFormatVersion = 1;
+constexpr std::uint32_t kFormatVersion = 2;
 
 inline bool WriteVersion(ACE_OutputCDR& out) {
     return CQXBASE::WriteULong(out, kFormatVersion);

@@ -78,6 +78,8 @@ class QXDB_OBJECTS_API QXColumn {
         const std::uint32_t start = row == 0 ? 0 : ends_[row - 1];
         return {heap_.data() + start, ends_[row] - start};
     }
+    /// Bytes of all texts, decimals and blobs.
+    std::size_t BytesSize() const noexcept { return heap_.size(); }
     /// The cell as a value of its own. `row` must be below RowCount().
     QXValue Get(std::size_t row) const;
 
@@ -127,6 +129,8 @@ class QXDB_OBJECTS_API QXColumn {
         ++rows_;
     }
     void Append(const QXValue& value);
+    /// The rows of another column, whose name is dropped.
+    void AppendRows(QXColumn&& other);
     /// Makes room for `rows` rows in all, of the type the column has now.
     void Reserve(std::size_t rows);
     void ShrinkToFit();
@@ -169,6 +173,9 @@ class QXDB_OBJECTS_API QXColumn {
     std::int64_t MixedWord(std::size_t row) const noexcept;
     void PushMixedBytes(std::string_view bytes, QXValueType type);
     void PushNull();
+    void AppendSameType(const QXColumn& other);
+    void AppendNullBits(const QXColumn& other);
+    void AppendCell(const QXColumn& other, std::size_t row);
     [[noreturn]] void RefuseBytes() const;
 
     // A null's place in days_ or words_ repeats the value before it, so that it doesn't widen the

@@ -144,6 +144,9 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     std::size_t MemoryBytes() const noexcept;
 
     int toCDR(ACE_OutputCDR& out) const override;
+    /// For a sender that has not yet all rows: toCDR in parts, each by a recordset with the same
+    /// columns and page, on a stream of its own or behind the part before. size() bounds each part.
+    int PartToCDR(ACE_OutputCDR& out, bool first, bool last) const;
     int fromCDR(ACE_InputCDR& in) override;
     std::size_t size() override;
 
@@ -158,6 +161,7 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     std::int64_t ConvertInt64(std::size_t row, std::size_t column) const;
     double ConvertDouble(std::size_t row, std::size_t column) const;
     std::size_t Require(std::wstring_view name) const;
+    bool ReadPart(ACE_InputCDR& in, std::uint32_t columns);
 
     std::vector<std::unique_ptr<QXColumn>>
         columns_;  ///< each stays in place while others are added

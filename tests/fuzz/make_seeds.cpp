@@ -38,6 +38,15 @@ void SeedClass(const std::string& target, const std::string& name, CQXBASE::QXIO
     Seed(target, name, kLittleEndian + Encode(object));
 }
 
+/// The rows three times over.
+std::string InThreeParts(CQXDB::QXRecordset& rs) {
+    ACE_OutputCDR out(3 * rs.size(), ACE_CDR::BYTE_ORDER_NATIVE);
+    for (int part = 0; part < 3; ++part) {
+        rs.PartToCDR(out, part == 0, part == 2);
+    }
+    return {out.buffer(), out.length()};
+}
+
 void SeedObjects() {
     CQXDB::QXRecordset types = qxdb_test::EveryType();
     SeedClass("recordset", "every_type", types);
@@ -45,6 +54,7 @@ void SeedObjects() {
     SeedClass("recordset", "1000_orders", orders);
     CQXDB::QXRecordset none;
     SeedClass("recordset", "empty", none);
+    Seed("recordset", "three_parts", kLittleEndian + InThreeParts(types));
     CQXDB::QXRsList results = qxdb_test::FilledRsList(3);
     SeedClass("rs_list", "filled", results);
     CQXDB::QXCommand command = qxdb_test::FilledCommand();

@@ -62,6 +62,34 @@ TEST(Column, NullsStayWithTheirRowsAcrossBitmapBytes) {
     }
 }
 
+/// Rows put behind others, with the seam at every place and every pair of types on its sides.
+TEST(Column, RowsOfAnotherColumnFollowExactly) {
+    const std::vector<QXValue> values = EdgeValues();
+    for (const QXValue& first : values) {
+        for (const QXValue& second : values) {
+            std::vector<QXValue> cells(9, first);
+            cells.insert(cells.end(), {QXValue::Null(), second, QXValue::Null(), second, second});
+            for (std::size_t seam = 0; seam <= cells.size(); ++seam) {
+                QXColumn column("whole", QXValueType::Null);
+                QXColumn rest("rest", QXValueType::Null);
+                for (std::size_t row = 0; row < cells.size(); ++row) {
+                    (row < seam ? column : rest).Append(cells[row]);
+                }
+                column.AppendRows(std::move(rest));
+                column.AppendNull();
+                column.Append(first);
+                EXPECT_EQ(column.NameUtf8(), "whole");
+                ASSERT_EQ(column.RowCount(), cells.size() + 2);
+                for (std::size_t row = 0; row < cells.size(); ++row) {
+                    ASSERT_EQ(column.Get(row), cells[row]) << seam << ' ' << row;
+                }
+                ASSERT_TRUE(column.IsNull(cells.size()));
+                ASSERT_EQ(column.Get(cells.size() + 1), first);
+            }
+        }
+    }
+}
+
 TEST(Column, CellsHoldNoMoreThanTheirTypeSays) {
     QXColumn column;
     column.AppendInt64(5, QXValueType::Bool);

@@ -108,11 +108,18 @@ std::string Number(std::uint32_t value) {
     return bytes;
 }
 
-/// A recordset of one column in one block that is stored as it is.
-std::string Recordset(std::uint32_t rows, const std::string& plain, std::uint32_t columns = 1) {
+/// A part of a recordset: one column in one block that is stored as it is.
+std::string Part(std::uint32_t rows, const std::string& plain, std::uint32_t more) {
     const auto size = static_cast<std::uint32_t>(plain.size());
-    return Number(1) + Number(0) + Number(1) + Number(columns) + Number(rows) + Number(size) +
-           Number(size) + Number(0) + plain;
+    const std::string alignment((0 - plain.size()) & 3, '\0');
+    return Number(rows) + Number(size) + Number(size) + Number(0) + plain + alignment +
+           Number(more);
+}
+std::string Head(std::uint32_t columns = 1) {
+    return Number(2) + Number(0) + Number(1) + Number(columns);
+}
+std::string Recordset(std::uint32_t rows, const std::string& plain, std::uint32_t columns = 1) {
+    return Head(columns) + Part(rows, plain, 0);
 }
 
 /// Damage inside a block, where compression doesn't stand in the way: every byte takes every value.
@@ -156,7 +163,31 @@ TEST(HostileInput, FewBytesCannotClaimManyRowsOrColumns) {
         EXPECT_FALSE(Decode(Recordset(5000, column), rs));
     }
     EXPECT_FALSE(Decode(Recordset(1, "\x20\0"s, 0xFFFFFFFF), rs));
-    EXPECT_FALSE(Decode(Number(1) + Number(0) + Number(1) + Number(0) + Number(5), rs));
+    EXPECT_FALSE(Decode(Head(0) + Number(5) + Number(0), rs));
+}
+
+TEST(HostileInput, PartsThatDoNotFitTogetherAreRefusedOrRead) {
+    const std::string nulls = "\x20\0"s;           // of no type yet
+    const std::string number = "\x02\0\x00\x02"s;  // Int64, 1 in every row
+    const std::string text =
+        "\x05\0\x00\x00\x02"
+        "ab"s;  // Text, a byte a row
+    QXRecordset rs;
+    ASSERT_TRUE(Decode(Head() + Part(200, nulls, 1) + Part(3, number, 1) + Part(2, text, 0), rs));
+    ASSERT_EQ(rs.RowCount(), 205U);
+    EXPECT_TRUE(rs.IsNull(199, 0));
+    EXPECT_EQ(rs.GetInt64(202, 0), 1);
+    EXPECT_EQ(rs.GetTextUtf8(204, 0), "b");
+    EXPECT_FALSE(Decode(Head() + Part(3, number, 1) + Part(0, nulls, 0), rs)) << "an empty part";
+    EXPECT_FALSE(Decode(Head() + Part(3, number, 1), rs)) << "a part is missing";
+    EXPECT_FALSE(Decode(Head() + Part(3, number, 2), rs)) << "neither the last nor followed";
+    // Nulls of no type take no room, but may have to once a value follows.
+    std::string many = Head();
+    for (int i = 0; i < 300; ++i) {
+        many += Part(380, nulls, 1);
+    }
+    ExpectHarmless<QXRecordset>(many + Part(1, number, 0));
+    ExpectHarmless<QXRecordset>(many + Part(1, number, 1) + Part(2, text, 0));
 }
 
 TEST(HostileInput, DictionaryCannotMultiplyALongEntry) {
@@ -170,20 +201,20 @@ TEST(HostileInput, WrongVersionsAndBlockSizesAreRefused) {
     const std::string good = Recordset(3, "\x21\0"s);
     QXRecordset rs;
     ASSERT_TRUE(Decode(good, rs));
-    for (const auto& [offset, value] : {std::pair<std::size_t, std::uint32_t>{0, 2},
+    for (const auto& [offset, value] : {std::pair<std::size_t, std::uint32_t>{0, 3},
                                         {20, 0},
                                         {20, 0xFFFFFFFF},
                                         {20, 3},
                                         {24, 3},
                                         {24, 0xFFFFFFFF},
-                                        {28, 1},
+                                        {28, 7},
                                         {28, 0xFFFFFFFF}}) {
         std::string bytes = good;
         std::memcpy(bytes.data() + offset, &value, sizeof value);
         EXPECT_FALSE(Decode(bytes, rs)) << offset << ' ' << value;
     }
     QXRsList list;
-    EXPECT_FALSE(Decode(Number(1) + Number(0xFFFFFFFF) + std::string(64, '\0'), list));
+    EXPECT_FALSE(Decode(Number(2) + Number(0xFFFFFFFF) + std::string(64, '\0'), list));
 }
 
 }  // namespace

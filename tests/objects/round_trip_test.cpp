@@ -47,6 +47,40 @@ TEST(RoundTrip, RecordsetSpreadsLargeColumnsOverBlocks) {
     EXPECT_TRUE(Same(original, copy));
 }
 
+/// Rows `first` to before `last`.
+QXRecordset Slice(const QXRecordset& rs, std::size_t first, std::size_t last) {
+    QXRecordset slice;
+    slice.setPageSize(rs.pageSize());
+    slice.setCurrentPage(rs.currentPage());
+    for (std::size_t i = 0; i < rs.ColumnCount(); ++i) {
+        QXColumn& column = slice.AddColumn(rs.Column(i).NameUtf8(), rs.ColumnType(i));
+        for (std::size_t row = first; row < last; ++row) {
+            column.Append(rs.GetValue(row, i));
+        }
+    }
+    slice.FillDone();
+    return slice;
+}
+
+TEST(RoundTrip, RecordsetInPartsIsWhole) {
+    for (QXRecordset original : {Orders(1000), EveryType()}) {
+        std::string bytes;
+        const std::size_t rows = original.RowCount();
+        const std::size_t seams[] = {0, 1, rows / 3, rows / 3 + 1, rows};
+        for (std::size_t part = 0; part < 4; ++part) {
+            QXRecordset slice = Slice(original, seams[part], seams[part + 1]);
+            const std::size_t bound = slice.size();
+            ACE_OutputCDR out(bound);
+            ASSERT_EQ(slice.PartToCDR(out, part == 0, part == 3), 1);
+            EXPECT_LE(out.total_length(), bound);
+            bytes += BytesOf(out);
+        }
+        QXRecordset copy;
+        ASSERT_TRUE(Decode(bytes, copy));
+        EXPECT_TRUE(Same(original, copy));
+    }
+}
+
 TEST(RoundTrip, NumbersOfEveryWidthAndShape) {
     for (int bits = 0; bits < 64; ++bits) {
         QXRecordset original;
