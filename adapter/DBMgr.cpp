@@ -44,8 +44,9 @@ void DBMgr::Execute(QXCommandList* list) {
 
 void DBMgr::OpenQuery(QXCommand* command, QXRecordset& rs) {
     rs.Clear();
-    Run(DataSourceOf(command),
-        [&](auto& connection) { adapter::OpenQuery(connection, *command, rs, maxResultBytes_); });
+    Run(DataSourceOf(command), [&](auto& connection) {
+        adapter::OpenQuery(connection, *command, rs, maxResultBytes_, rowSink_);
+    });
     if (errNumber_ != 0) {
         rs.Clear();
     }

@@ -44,8 +44,9 @@ void DBMgrWithPOCO::Execute(QXCommandList* list) {
 
 void DBMgrWithPOCO::OpenQuery(QXCommand* command, QXRecordset& rs) {
     rs.Clear();
-    Run(DataSourceOf(command),
-        [&](auto& connection) { adapter::OpenQuery(connection, *command, rs, maxResultBytes_); });
+    Run(DataSourceOf(command), [&](auto& connection) {
+        adapter::OpenQuery(connection, *command, rs, maxResultBytes_, rowSink_);
+    });
     if (errNumber_ != 0) {
         rs.Clear();
     }

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include <qxdb/QXRecordset.h>
+#include <qxdb/RowSink.h>
 
 namespace CQXDB::adapter {
 
@@ -17,6 +18,9 @@ struct Page {
 
     std::size_t maxBytes = 0;     ///< bound on the memory of the rows; 0 is none
     std::size_t bytesBefore = 0;  ///< what the earlier recordsets of the same call have taken of it
+
+    /// Takes rows while others are still being read, where the database hands them out one by one.
+    const RowSink* sink = nullptr;
 
     bool All() const noexcept { return count == kAllRows; }
 

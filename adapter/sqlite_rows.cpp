@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "adapter/decimal_text.h"
 #include "adapter/text_value.h"
@@ -62,7 +63,8 @@ void AppendText(QXColumn& target, QXValueType declared, std::string_view text) {
 
 }  // namespace
 
-SqliteRowReader::SqliteRowReader(sqlite3_stmt* statement, QXRecordset& rs) : statement_(statement) {
+SqliteRowReader::SqliteRowReader(sqlite3_stmt* statement, QXRecordset& rs)
+    : rs_(rs), statement_(statement) {
     const int count = sqlite3_column_count(statement);
     for (int i = 0; i < count; ++i) {
         const DeclaredType declared =
@@ -70,9 +72,24 @@ SqliteRowReader::SqliteRowReader(sqlite3_stmt* statement, QXRecordset& rs) : sta
         rs.AddColumn(OrEmpty(sqlite3_column_name(statement, i)), declared.type);
         columns_.push_back({nullptr, declared});
     }
+    FindTargets();
+}
+
+void SqliteRowReader::FindTargets() {
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-        columns_[i].target = &rs.MutableColumn(i);
+        columns_[i].target = &rs_.MutableColumn(i);
     }
+}
+
+QXRecordset SqliteRowReader::TakePart() {
+    QXRecordset part(std::move(rs_));
+    rs_.Clear();
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        const QXColumn& before = part.Column(i);
+        rs_.AddColumn(before.NameUtf8(), columns_[i].declared.type).Reserve(before.RowCount());
+    }
+    FindTargets();
+    return part;
 }
 
 void SqliteRowReader::Append() {

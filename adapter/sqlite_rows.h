@@ -20,6 +20,8 @@ class SqliteRowReader {
 
     /// Appends the row that the statement stands on.
     void Append();
+    /// Takes all rows out of the recordset, which goes on with the same columns.
+    QXRecordset TakePart();
 
   private:
     struct Column {
@@ -28,7 +30,9 @@ class SqliteRowReader {
     };
 
     void AppendCell(int index, const Column& column);
+    void FindTargets();
 
+    QXRecordset& rs_;
     sqlite3_stmt* statement_;
     std::vector<Column> columns_;
 };

@@ -70,9 +70,14 @@ void SqliteStatement::Query(const Parameters& parameters, const Page& page, QXRe
     for (std::int64_t i = 0; row && i < page.first; ++i) {
         row = Step();
     }
+    Page rest = page;
     for (std::int64_t i = 0; row && i < page.count; ++i) {
+        if (page.sink != nullptr && i != 0 && page.sink->Full(rs)) {
+            rest.bytesBefore += rs.MemoryBytes();
+            page.sink->take(reader.TakePart());
+        }
         reader.Append();
-        page.CheckBytes(rs);
+        rest.CheckBytes(rs);
         row = i + 1 < page.count && Step();
     }
     // Ending early can fail too: a statement that changed rows commits only now.

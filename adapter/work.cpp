@@ -127,8 +127,9 @@ void Execute(Connection& connection, const QXCommandList& list) {
 }
 
 void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs,
-               std::size_t maxBytes) {
-    const Page page = Page::Of(rs, maxBytes);
+               std::size_t maxBytes, const RowSink* sink) {
+    Page page = Page::Of(rs, maxBytes);
+    page.sink = sink;
     Query(*connection.Prepare(CheckedText(command, connection.Dialect())), command, page, rs);
 }
 

@@ -16,7 +16,7 @@ void Execute(Connection& connection, const QXCommandList& list);
 
 // `maxBytes` bounds the memory of all rows that the call brings; 0 is no bound.
 void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs,
-               std::size_t maxBytes);
+               std::size_t maxBytes, const RowSink* sink);
 void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs,
                std::size_t maxBytes);
 void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out,

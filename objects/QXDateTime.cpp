@@ -1,5 +1,5 @@
-#include <cstdio>
-#include <cstdlib>
+#include <charconv>
+#include <string>
 
 #include <qxdb/QXDateTime.h>
 
@@ -23,19 +23,41 @@ Clock SplitClock(std::int64_t micros) {
             static_cast<int>(micros % QXDateTime::kMicrosPerSecond)};
 }
 
+/// The digits of `number` without its sign, with zeros before up to `width`.
+void AddDigits(std::string& text, std::int64_t number, std::size_t width) {
+    char digits[24];
+    const auto end =
+        std::to_chars(digits, digits + sizeof digits, number < 0 ? 0 - number : number).ptr;
+    const auto count = static_cast<std::size_t>(end - digits);
+    text.append(width > count ? width - count : 0, '0').append(digits, count);
+}
+
 /// `micros` may be negative; the parts then are too, and are written without their signs.
-std::string FormatClock(std::int64_t micros) {
+void AddClock(std::string& text, std::int64_t micros) {
     const Clock clock = SplitClock(micros);
-    char text[48];
-    std::snprintf(text, sizeof text, "%02lld:%02d:%02d", std::llabs(clock.hours),
-                  std::abs(clock.minutes), std::abs(clock.seconds));
-    std::string result = text;
+    AddDigits(text, clock.hours, 2);
+    text += ':';
+    AddDigits(text, clock.minutes, 2);
+    text += ':';
+    AddDigits(text, clock.seconds, 2);
     if (clock.micros != 0) {
-        std::snprintf(text, sizeof text, ".%06d", std::abs(clock.micros));
-        result += text;
-        result.erase(result.find_last_not_of('0') + 1);
+        text += '.';
+        AddDigits(text, clock.micros, 6);
+        text.erase(text.find_last_not_of('0') + 1);
     }
-    return result;
+}
+
+void AddDate(std::string& text, std::int32_t days) {
+    std::int32_t year = 0;
+    unsigned month = 0;
+    unsigned day = 0;
+    QXDateTime::CivilFromDays(days, year, month, day);
+    text += year < 0 ? "-" : "";
+    AddDigits(text, year, 4);
+    text += '-';
+    AddDigits(text, month, 2);
+    text += '-';
+    AddDigits(text, day, 2);
 }
 
 }  // namespace
@@ -71,18 +93,15 @@ std::int64_t QXDateTime::Timestamp(std::int32_t year, unsigned month, unsigned d
 }
 
 std::string QXDateTime::FormatDate(std::int32_t days) {
-    std::int32_t year = 0;
-    unsigned month = 0;
-    unsigned day = 0;
-    CivilFromDays(days, year, month, day);
-    char text[48];
-    std::snprintf(text, sizeof text, "%s%04d-%02u-%02u", year < 0 ? "-" : "", std::abs(year), month,
-                  day);
+    std::string text;
+    AddDate(text, days);
     return text;
 }
 
 std::string QXDateTime::FormatTime(std::int64_t micros) {
-    return (micros < 0 ? "-" : "") + FormatClock(micros);
+    std::string text = micros < 0 ? "-" : "";
+    AddClock(text, micros);
+    return text;
 }
 
 std::string QXDateTime::FormatTimestamp(std::int64_t micros) {
@@ -92,7 +111,11 @@ std::string QXDateTime::FormatTimestamp(std::int64_t micros) {
         --days;
         rest += kMicrosPerDay;
     }
-    return FormatDate(static_cast<std::int32_t>(days)) + ' ' + FormatClock(rest);
+    std::string text;
+    AddDate(text, static_cast<std::int32_t>(days));
+    text += ' ';
+    AddClock(text, rest);
+    return text;
 }
 
 }  // namespace CQXDB

@@ -35,14 +35,20 @@ void AddCommand(CommandGroup& group, const QXCommand& command) {
 
 CommandGroups::CommandGroups(const std::vector<QXCommand>& commands) {
     std::unordered_map<Key, std::size_t, KeyHash> known;
+    std::size_t index = 0;
     for (const QXCommand& command : commands) {
         const std::size_t params = command.Params().size();
-        const auto [place, isNew] = known.try_emplace({command.TextUtf8(), params}, Count());
-        if (isNew) {
-            groups_.push_back({command.SharedText(), std::vector<QXColumn>(params), params, 0});
+        // Most commands are like the one before, whose text they share.
+        if (Count() == 0 || groups_[index].text != command.SharedText() ||
+            groups_[index].paramCount != params) {
+            const auto [place, isNew] = known.try_emplace({command.TextUtf8(), params}, Count());
+            if (isNew) {
+                groups_.push_back({command.SharedText(), std::vector<QXColumn>(params), params, 0});
+            }
+            index = place->second;
         }
-        AddCommand(groups_[place->second], command);
-        order_.AppendInt64(static_cast<std::int64_t>(place->second));
+        AddCommand(groups_[index], command);
+        order_.AppendInt64(static_cast<std::int64_t>(index));
     }
 }
 

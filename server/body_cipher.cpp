@@ -1,6 +1,7 @@
 #include "server/body_cipher.h"
 
 #include <new>
+#include <utility>
 
 #include <Poco/Exception.h>
 
@@ -49,6 +50,39 @@ std::string BodyCipher::Encipher(std::string_view plain) const {
 
 std::string BodyCipher::Decipher(std::string_view cipherText) const {
     return Run(Direction::Decipher, cipherText);
+}
+
+BodyCipher::Stream::Stream(const BodyCipher& cipher) : context_(NotNull(EVP_CIPHER_CTX_new())) {
+    Require(EVP_CIPHER_CTX_copy(context_.get(),
+                                cipher.keyed_[static_cast<int>(Direction::Encipher)].get()),
+            "the cipher can't be set up");
+}
+
+void BodyCipher::Stream::Add(std::string_view plain) {
+    while (!plain.empty()) {
+        const std::string_view piece = plain.substr(0, kMostAtOnce);
+        const std::size_t start = cipherText_.size();
+        cipherText_.resize(start + piece.size() + kBlock);
+        int count = 0;
+        Require(EVP_EncryptUpdate(context_.get(),
+                                  reinterpret_cast<unsigned char*>(cipherText_.data() + start),
+                                  &count, Bytes(piece), static_cast<int>(piece.size())),
+                "a body can't be ciphered");
+        cipherText_.resize(start + static_cast<std::size_t>(count));
+        plain.remove_prefix(piece.size());
+    }
+}
+
+std::string BodyCipher::Stream::Finish() {
+    const std::size_t start = cipherText_.size();
+    cipherText_.resize(start + kBlock);
+    int count = 0;
+    Require(
+        EVP_EncryptFinal_ex(context_.get(),
+                            reinterpret_cast<unsigned char*>(cipherText_.data() + start), &count),
+        "no whole body");
+    cipherText_.resize(start + static_cast<std::size_t>(count));
+    return std::move(cipherText_);
 }
 
 std::string BodyCipher::Run(Direction direction, std::string_view input) const {

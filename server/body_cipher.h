@@ -21,6 +21,22 @@ class BodyCipher {
     std::string Encipher(std::string_view plain) const;
     std::string Decipher(std::string_view cipherText) const;
 
+    /// One body that is enciphered piece by piece, as it comes into being.
+    class Stream {
+      public:
+        explicit Stream(const BodyCipher& cipher);
+        void Add(std::string_view plain);
+        /// The whole ciphertext; nothing can be added then.
+        std::string Finish();
+
+      private:
+        struct Free {
+            void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
+        };
+        std::unique_ptr<EVP_CIPHER_CTX, Free> context_;
+        std::string cipherText_;
+    };
+
   private:
     enum class Direction { Decipher = 0, Encipher = 1 };
     std::string Run(Direction direction, std::string_view input) const;

@@ -1,10 +1,13 @@
 #include "server/command_service.h"
 
+#include <utility>
+
 #include <qxdb/DBMgrErrors.h>
 
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
 #include "server/server_error.h"
+#include "server/streamed_reply.h"
 #include "util/text.h"
 
 namespace CQXSERVER {
@@ -39,7 +42,15 @@ Outcome CommandService::ServeAny(const Request& request, Commands& commands) {
         return Reply(request, Execute(commands), status, commands.Token());
     }
     QXRecordset rs;
-    const DatabaseAnswer answer = Query(commands, rs, maxResultBytes_);
+    StreamedReply streamed(encoder_, request.Enciphered());
+    const DatabaseAnswer answer = Query(commands, rs, maxResultBytes_, streamed.Sink());
+    if (streamed.Begun() && answer.code == 0) {
+        Outcome outcome;
+        outcome.token = CQXBASE::WideToUtf8(commands.Token());
+        outcome.reply = streamed.Finish(request.Code(), std::move(rs));
+        return outcome;
+    }
+    streamed.Check();
     return Reply(request, answer, rs, commands.Token());
 }
 

@@ -28,11 +28,13 @@ DatabaseAnswer ExecuteAny(Commands& commands) {
 }
 
 template <class Commands>
-DatabaseAnswer QueryAny(Commands& commands, QXRecordset& rs, std::size_t maxBytes) {
+DatabaseAnswer QueryAny(Commands& commands, QXRecordset& rs, std::size_t maxBytes,
+                        const RowSink& sink) {
     rs.setPageSize(commands.PageSize());
     rs.setCurrentPage(commands.PageNo());
     return Run(commands.SysDataSrc(), [&](auto& manager) {
         manager.SetMaxResultBytes(maxBytes);
+        manager.SetRowSink(&sink);
         manager.OpenQuery(&commands, rs);
     });
 }
@@ -45,11 +47,13 @@ DatabaseAnswer Execute(QXCommand& command) {
 DatabaseAnswer Execute(QXCommandList& list) {
     return ExecuteAny(list);
 }
-DatabaseAnswer Query(QXCommand& command, QXRecordset& rs, std::size_t maxBytes) {
-    return QueryAny(command, rs, maxBytes);
+DatabaseAnswer Query(QXCommand& command, QXRecordset& rs, std::size_t maxBytes,
+                     const RowSink& sink) {
+    return QueryAny(command, rs, maxBytes, sink);
 }
-DatabaseAnswer Query(QXCommandList& list, QXRecordset& rs, std::size_t maxBytes) {
-    return QueryAny(list, rs, maxBytes);
+DatabaseAnswer Query(QXCommandList& list, QXRecordset& rs, std::size_t maxBytes,
+                     const RowSink& sink) {
+    return QueryAny(list, rs, maxBytes, sink);
 }
 DatabaseAnswer Batch(QXCommandList& list, QXRsList& out, std::size_t maxBytes) {
     return Run(list.SysDataSrc(), [&](auto& manager) {

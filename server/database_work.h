@@ -6,6 +6,7 @@
 #include <qxdb/QXCommandList.h>
 #include <qxdb/QXDataSource.h>
 #include <qxdb/QXRsList.h>
+#include <qxdb/RowSink.h>
 
 namespace CQXSERVER {
 
@@ -20,9 +21,12 @@ DatabaseAnswer Execute(CQXDB::QXCommand& command);
 DatabaseAnswer Execute(CQXDB::QXCommandList& list);
 
 // `maxBytes` bounds the memory of the rows; beyond it the answer is DBMGR_RESULT_TOO_LARGE.
-/// Both set the recordset's page by the command's.
-DatabaseAnswer Query(CQXDB::QXCommand& command, CQXDB::QXRecordset& rs, std::size_t maxBytes);
-DatabaseAnswer Query(CQXDB::QXCommandList& list, CQXDB::QXRecordset& rs, std::size_t maxBytes);
+/// Both set the recordset's page by the command's. `sink` gets the first rows of a large result,
+/// where the database hands them out one by one; `rs` the others.
+DatabaseAnswer Query(CQXDB::QXCommand& command, CQXDB::QXRecordset& rs, std::size_t maxBytes,
+                     const CQXDB::RowSink& sink);
+DatabaseAnswer Query(CQXDB::QXCommandList& list, CQXDB::QXRecordset& rs, std::size_t maxBytes,
+                     const CQXDB::RowSink& sink);
 DatabaseAnswer Batch(CQXDB::QXCommandList& list, CQXDB::QXRsList& out, std::size_t maxBytes);
 
 DatabaseAnswer Probe(const CQXDB::QXDataSource& dataSource);

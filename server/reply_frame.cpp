@@ -1,7 +1,6 @@
 #include "server/reply_frame.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 #include <ace/CDR_Stream.h>
@@ -13,15 +12,11 @@ namespace CQXSERVER {
 namespace {
 
 constexpr int kLittleEndian = 1;
-constexpr std::size_t kLongestBody =
-    std::numeric_limits<std::uint32_t>::max() - CQXBASE::kFrameHeaderSize;
-/// Above every length that std::string keeps inside itself, where it would not be aligned for CDR.
-constexpr std::size_t kSmallestBuffer = 64;
 
 /// The record's CDR; empty when it can't be written. The buffer is zero before, and so are the
 /// bytes that alignment skips.
 std::string EncodeRecord(CQXBASE::QXIOBase& record, std::size_t bound) {
-    std::string body(std::max(bound, kSmallestBuffer), '\0');
+    std::string body(std::max(bound, ReplyEncoder::kSmallestBuffer), '\0');
     ACE_OutputCDR out(body.data(), body.size(), kLittleEndian);
     const bool whole = record.toCDR(out) != 0 && out.total_length() == out.begin()->length();
     body.resize(whole ? out.total_length() : 0);

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 
 #include <qxdb/QXIOBase.h>
@@ -25,6 +26,13 @@ struct ReplyFrame {
 /// Makes the replies of all connections. Thread-safe.
 class ReplyEncoder {
   public:
+    /// The header counts a body's bytes in 32 bits, and receivers add the header to that.
+    static constexpr std::size_t kLongestBody =
+        std::numeric_limits<std::uint32_t>::max() - CQXBASE::kFrameHeaderSize;
+    /// Above every length that std::string keeps inside itself, where it would not be aligned for
+    /// CDR.
+    static constexpr std::size_t kSmallestBuffer = 64;
+
     /// `budget` is borrowed. Throws Poco::Exception when OpenSSL lacks the cipher.
     explicit ReplyEncoder(ByteBudget& budget) : budget_(&budget) {}
 
@@ -37,6 +45,7 @@ class ReplyEncoder {
     ReplyFrame EncodeError(long code, const std::wstring& text, bool encipher) const;
 
     const BodyCipher& Cipher() const noexcept { return cipher_; }
+    ByteBudget& Budget() const noexcept { return *budget_; }
 
   private:
     ReplyFrame Frame(std::uint32_t code, std::string body, bool encipher, ByteLease lease) const;

@@ -10,6 +10,7 @@
 #include <qxdb/QXCommandList.h>
 #include <qxdb/QXDataSource.h>
 #include <qxdb/QXRsList.h>
+#include <qxdb/RowSink.h>
 
 namespace CQXDB {
 
@@ -55,6 +56,11 @@ class QXDB_ADAPTER_API DBMgrWithPOCO {
     /// looked at.
     void SetMaxResultBytes(std::size_t bytes) noexcept { maxResultBytes_ = bytes; }
 
+    /// Whom OpenQuery of one command gives rows to while it still reads others; the recordset then
+    /// gets those behind the last part. Databases that hand out whole results only don't call it.
+    /// `sink` is borrowed until the next call of SetRowSink; null, as at the start, is nobody.
+    void SetRowSink(const RowSink* sink) noexcept { rowSink_ = sink; }
+
     /// The database's own code of the last call's error, or a DBMgrError; 0 is success.
     long errNumber() const noexcept { return errNumber_; }
     std::wstring errDesc() const { return errDesc_; }
@@ -65,6 +71,7 @@ class QXDB_ADAPTER_API DBMgrWithPOCO {
     long errNumber_ = 0;
     std::wstring errDesc_;
     std::size_t maxResultBytes_ = 0;
+    const RowSink* rowSink_ = nullptr;
 };
 
 }  // namespace CQXDB

@@ -35,7 +35,12 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
     /// the same text; never null.
     const std::shared_ptr<const std::string>& SharedText() const noexcept { return text_; }
 
-    void AddParam(QXValue value) { params_.push_back(std::move(value)); }
+    void AddParam(QXValue value) {
+        if (params_.size() == params_.capacity()) {
+            params_.reserve(params_.empty() ? 4 : 4 * params_.size());
+        }
+        params_.push_back(std::move(value));
+    }
     /// Sets parameter `index` (from 0); parameters before it that were never set become null.
     void SetParam(std::size_t index, QXValue value);
     void ClearParams() noexcept { params_.clear(); }

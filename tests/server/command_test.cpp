@@ -78,6 +78,58 @@ TEST_F(CommandTest, APageIsWhatTheCommandAsksFor) {
     EXPECT_EQ(last.GetInt64(0, 0), 9);
 }
 
+/// Enough rows for a reply that is made while they are read. A null stands in every third one, and
+/// the type of n changes behind the first part.
+constexpr wchar_t kManyRows[] =
+    L"WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM c WHERE i < 50000) "
+    L"SELECT i, CASE WHEN i < 20000 THEN NULL ELSE 'row ' || i END AS n, "
+    L"CASE WHEN i % 3 = 0 THEN NULL ELSE i * 0.5 END AS h FROM c";
+
+TEST_F(CommandTest, ALargeResultArrivesWhole) {
+    QXCommand many = client_.Command(kManyRows);
+    for (const bool encipher : {true, false}) {
+        const Reply reply = client_.Call(kQuery, many, encipher);
+        EXPECT_EQ(reply.enciphered, encipher);
+        const QXRecordset rows = reply.Recordset();
+        ASSERT_EQ(rows.RowCount(), 50000U);
+        for (std::size_t row = 0; row < rows.RowCount(); ++row) {
+            const auto i = static_cast<std::int64_t>(row + 1);
+            ASSERT_EQ(rows.GetInt64(row, 0), i);
+            ASSERT_EQ(rows.GetTextUtf8(row, 1), i < 20000 ? "" : "row " + std::to_string(i));
+            ASSERT_EQ(rows.IsNull(row, 2), i % 3 == 0);
+            ASSERT_EQ(rows.GetDouble(row, 2), i % 3 == 0 ? 0 : static_cast<double>(i) * 0.5);
+        }
+    }
+    many.SetPageSize(16384);
+    many.SetPageNo(2);
+    const QXRecordset page = client_.Call(kQuery, many).Recordset();
+    ASSERT_EQ(page.RowCount(), 16384U);
+    EXPECT_EQ(page.pageSize(), 16384);
+    EXPECT_EQ(page.GetInt64(0, 0), 16385);
+}
+
+TEST_F(CommandTest, AnErrorBehindTheFirstRowsIsTheWholeReply) {
+    QXCommand failing = client_.Command(
+        L"WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM c WHERE i < 50000) "
+        L"SELECT CASE WHEN i < 40000 THEN i ELSE abs(-9223372036854775807 - 1) END FROM c");
+    EXPECT_EQ(client_.Call(kQuery, failing).Error(), 1);
+    EXPECT_EQ(client_.Number(L"SELECT 7"), 7);
+}
+
+/// Random bytes don't compress, so their body is over the length up to which bodies are enciphered.
+TEST_F(CommandTest, AResultBeyondTheCiphersLimitTravelsPlain) {
+    QXCommand large = client_.Command(
+        L"WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM c WHERE i < 44) "
+        L"SELECT i, randomblob(1000000) FROM c");
+    const Reply reply = client_.Call(kQuery, large);
+    EXPECT_FALSE(reply.enciphered);
+    EXPECT_GT(reply.body.size(), kMaxEncipheredBody);
+    const QXRecordset rows = reply.Recordset();
+    ASSERT_EQ(rows.RowCount(), 44U);
+    EXPECT_EQ(rows.GetInt64(43, 0), 44);
+    EXPECT_EQ(rows.GetBytes(43, 1).size(), 1000000U);
+}
+
 TEST_F(CommandTest, AFailedStatementGivesTheDatabasesOwnWords) {
     const Reply reply = client_.Execute(L"INSERT INTO missing VALUES (1)");
     EXPECT_EQ(reply.code, kErrorReply);
