@@ -33,7 +33,7 @@ std::wstring ErrorDescription(int error, int number) {
 }  // namespace
 
 QXIO::QXIO(ACE_SOCK_Stream* stream, const ACE_INET_Addr& remote)
-    : remoteAddr_(remote), peer_(stream) {}
+    : remoteAddr_(remote), peerHost_(NarrowHostText(remote)), peer_(stream) {}
 
 QXIO::QXIO(const std::wstring& serverHost, unsigned serverPort, unsigned proxyType,
            const std::wstring& proxyHost, unsigned proxyPort, const std::wstring& proxyUser,
@@ -47,6 +47,7 @@ QXIO::QXIO(const std::wstring& serverHost, unsigned serverPort, unsigned proxyTy
       proxyPassword_(proxyPassword),
       ownsStream_(true),
       remoteAddr_(NoAddress()),
+      peerHost_(NarrowHostText(remoteAddr_)),
       handleSet_(std::make_unique<ACE_Handle_Set>()) {}
 
 QXIO::~QXIO() {
@@ -91,10 +92,6 @@ std::wstring& QXIO::GetClientIp(std::wstring& out) {
         QXDB_THROW(L"client can't is blank.", L"qxio", L"CQXBASE::QXIO::GetClientIp");
     }
     return out;
-}
-
-std::string QXIO::peer_host() const {
-    return NarrowHostText(remoteAddr_);
 }
 
 std::wstring HostText(const ACE_INET_Addr& address) noexcept {

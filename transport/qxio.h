@@ -194,7 +194,7 @@ class QXIO : public ACE_Handler {
     };
     static int log_handler_error(const CaughtException& caught);
 
-    std::string peer_host() const;
+    const std::string& peer_host() const noexcept { return peerHost_; }
     /// A line that begins with the socket's number and the peer's host.
     template <class... Args>
     void log_peer(int line, int error, const ACE_TCHAR* format, Args... args) const {
@@ -219,6 +219,7 @@ class QXIO : public ACE_Handler {
     std::wstring proxyPassword_;
     bool ownsStream_ = false;  ///< the stream is made, closed and deleted here
     ACE_INET_Addr remoteAddr_;
+    std::string peerHost_;  ///< its host as text, which the log lines name
 
     iovec sendIov_[2] = {};  ///< the frame being sent: header, body; both belong to the caller
     std::uint32_t rxTypeCode_ = 0;
