@@ -100,14 +100,5 @@ TEST(SessionRecords, AStreamThatHasFailedStaysFailed) {
     EXPECT_EQ(0, OtpData(1, "first", "second").toCDR(out));
 }
 
-TEST(OtpAuth, StartsAtZeroAndIsAssigned) {
-    CQXDB::QXOtpAuth one;
-    EXPECT_EQ(0U, one.kind);
-    CQXDB::QXOtpAuth other;
-    other.kind = 5;
-    one = other;
-    EXPECT_EQ(5U, one.kind);
-}
-
 }  // namespace
 }  // namespace CQXBASE

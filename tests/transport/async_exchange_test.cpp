@@ -57,11 +57,19 @@ TEST_F(AsyncExchange, BodiesThatArriveByteByByte) {
 }
 
 TEST_F(AsyncExchange, ClosedPeerEndsASend) {
-    Reset(pair_.farEnd);
-    for (int i = 0; i < 2; ++i) {  // the second would raise SIGPIPE
-        EXPECT_EQ(Send(Body(8 << 20)), -1);
-        EXPECT_EQ(io_.LastErrorCode(), -1);
-        EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
+    for (const std::size_t taken : {0U, 16U, 1000000U}) {
+        StreamPair pair;
+        OpenQXIO io(pair.nearEnd);
+        std::thread peer([&] {
+            Read(pair.farEnd, taken);
+            Reset(pair.farEnd);
+        });
+        for (int i = 0; i < 2; ++i) {  // the second would raise SIGPIPE
+            EXPECT_EQ(Send(io, Body(16 << 20)), -1) << taken;
+            EXPECT_EQ(io.LastErrorCode(), -1);
+            EXPECT_EQ(io.LastErrorText(), L"发送数据失败。");
+        }
+        peer.join();
     }
 }
 

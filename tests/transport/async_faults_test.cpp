@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "errors/qx_exception.h"
 #include "platform/aiocb_proactor_posix.h"
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
@@ -31,33 +32,44 @@ void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
 namespace CQXBASE {
 namespace {
 
-/// What becomes of one write.
+/// What becomes of one write or read.
 struct Fate {
     enum Kind { Done, Short, Refused, Throws } kind;
-    std::size_t taken = 0;  ///< bytes that a short one takes
+    std::size_t taken = 0;  ///< bytes that a short one takes; or which exception is thrown
 };
 using Fates = std::deque<Fate>;
 
 /// A completion that never was a request.
-class MadeUpResult : public ACE_POSIX_Asynch_Write_Stream_Result {
+template <class Result>
+class MadeUp : public Result {
   public:
-    MadeUpResult(const ACE_Handler::Proxy_Ptr& handler, ACE_HANDLE handle, ACE_Message_Block& block,
-                 std::size_t asked, Fate fate)
-        : ACE_POSIX_Asynch_Write_Stream_Result(handler, handle, block, asked, nullptr,
-                                               ACE_INVALID_HANDLE, 0, 0),
-          throws_(fate.kind == Fate::Throws) {
-        set_bytes_transferred(fate.taken);
+    MadeUp(const ACE_Handler::Proxy_Ptr& handler, ACE_HANDLE handle, ACE_Message_Block& block,
+           std::size_t asked, Fate fate)
+        : Result(handler, handle, block, asked, nullptr, ACE_INVALID_HANDLE, 0, 0), fate_(fate) {
+        this->set_bytes_transferred(fate.taken);
     }
     int success() const override {
-        if (throws_) {
-            throw std::runtime_error("no result");
+        if (fate_.kind == Fate::Throws) {
+            Throw();
         }
-        return ACE_POSIX_Asynch_Write_Stream_Result::success();
+        return Result::success();
     }
 
   private:
-    bool throws_;
+    [[noreturn]] void Throw() const {
+        if (fate_.taken == 1) {
+            QXDB_THROW(L"told", L"file", L"function");
+        }
+        if (fate_.taken == 2) {
+            throw std::runtime_error("no result");
+        }
+        throw 42;
+    }
+
+    Fate fate_;
 };
+using MadeUpWrite = MadeUp<ACE_POSIX_Asynch_Write_Stream_Result>;
+using MadeUpRead = MadeUp<ACE_POSIX_Asynch_Read_Stream_Result>;
 
 class FatedWriter : public ACE_POSIX_Asynch_Write_Stream {
   public:
@@ -77,14 +89,32 @@ class FatedWriter : public ACE_POSIX_Asynch_Write_Stream {
         if (fate.kind == Fate::Done) {
             return ACE_POSIX_Asynch_Write_Stream::write(block, count, act, priority, signal);
         }
-        EXPECT_EQ(send(handle_, block.rd_ptr(), fate.taken, MSG_NOSIGNAL),
-                  static_cast<ssize_t>(fate.taken));
+        if (fate.kind == Fate::Short) {
+            EXPECT_EQ(send(handle_, block.rd_ptr(), fate.taken, MSG_NOSIGNAL),
+                      static_cast<ssize_t>(fate.taken));
+        }
         return posix_proactor()->post_completion(
-            new MadeUpResult(handler_proxy_, handle_, block, count, fate));
+            new MadeUpWrite(handler_proxy_, handle_, block, count, fate));
     }
 
   private:
     Fates& fates_;
+};
+
+/// Its reads throw.
+class ThrowingReader : public ACE_POSIX_Asynch_Read_Stream {
+  public:
+    ThrowingReader(ACE_POSIX_Proactor* proactor, std::size_t thrown)
+        : ACE_POSIX_Asynch_Read_Stream(proactor), thrown_(thrown) {}
+
+    int read(ACE_Message_Block& block, std::size_t count, const void* /*act*/, int /*priority*/,
+             int /*signal*/) override {
+        return posix_proactor()->post_completion(
+            new MadeUpRead(handler_proxy_, handle_, block, count, {Fate::Throws, thrown_}));
+    }
+
+  private:
+    std::size_t thrown_;
 };
 
 class FatedProactor : public platform::AiocbProactor {
@@ -94,12 +124,17 @@ class FatedProactor : public platform::AiocbProactor {
     ACE_Asynch_Write_Stream_Impl* create_asynch_write_stream() override {
         return withoutWriter ? nullptr : new FatedWriter(this, fates_);
     }
+    ACE_Asynch_Read_Stream_Impl* create_asynch_read_stream() override {
+        return readsThrow == 0 ? AiocbProactor::create_asynch_read_stream()
+                               : new ThrowingReader(this, readsThrow);
+    }
     int handle_events() override {
         return std::exchange(failsOnce, false) ? -1 : AiocbProactor::handle_events();
     }
 
     bool withoutWriter = false;
-    bool failsOnce = false;  ///< the next wait
+    std::size_t readsThrow = 0;  ///< which exception, when not 0
+    bool failsOnce = false;      ///< the next wait
 
   private:
     Fates& fates_;
@@ -195,11 +230,24 @@ TEST_F(AsyncFaults, NoMemoryForTheBody) {
     EXPECT_EQ(io_.LastErrorText(), L"Asy_receive_block::read, Cannot allocate memory(12).");
 }
 
-TEST_F(AsyncFaults, ExceptionsInAHandlerAreLogged) {
-    fates_ = {{Fate::Done}, {Fate::Throws}};
-    EXPECT_EQ(Send("x"), -1);
-    EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
-    EXPECT_EQ(log_.errors, Lines{": error35, no result\n \n"});
+TEST_F(AsyncFaults, ExceptionsInTheHandlersAreLogged) {
+    const Lines lines = {": error34, told\n \n", ": error35, no result\n \n",
+                         ": error36, Unexpected error.\n \n"};
+    for (const std::size_t thrown : {1U, 2U, 3U}) {
+        fates_ = {{Fate::Done}, {Fate::Throws, thrown}};
+        EXPECT_EQ(Send("x"), -1);
+        EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
+    }
+    EXPECT_EQ(log_.errors, lines);
+    log_.errors.clear();
+    for (const std::size_t thrown : {1U, 2U, 3U}) {
+        OpenQXIO reading(pair_.nearEnd);
+        Equip(reading);
+        impl_->readsThrow = thrown;
+        EXPECT_EQ(got_.AsyncFrom(reading), -1);
+        EXPECT_EQ(reading.LastErrorCode(), 0);
+    }
+    EXPECT_EQ(log_.errors, lines);
 }
 
 TEST_F(AsyncFaults, FailedEventLoopLeavesNothingUnderWay) {

@@ -4,8 +4,6 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include <Poco/Exception.h>
 #include <Poco/MD5Engine.h>
@@ -81,22 +79,6 @@ TEST(FrameCipher, RefusesWhatIsNoCiphertext) {
     EXPECT_THROW(cipher.Decipher(good.substr(1)), Poco::Exception);
     EXPECT_THROW(cipher.Decipher(std::string(16, 'a')), Poco::Exception);  // bad padding
     EXPECT_EQ(cipher.Decipher(good), Pattern(100));                        // still usable
-}
-
-TEST(FrameCipher, OneObjectServesManyThreads) {
-    const FrameCipher cipher;
-    std::vector<std::thread> threads;
-    for (std::size_t t = 0; t < 4; ++t) {
-        threads.emplace_back([&cipher, t] {
-            for (std::size_t i = 0; i < 200; ++i) {
-                const std::string plain = Pattern(t * 1000 + i);
-                EXPECT_EQ(cipher.Decipher(cipher.Encipher(plain)), plain);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
 }
 
 }  // namespace

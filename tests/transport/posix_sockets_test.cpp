@@ -1,6 +1,7 @@
 // Sockets as only POSIX systems have them.
 #include <fcntl.h>
 #include <future>
+#include <netinet/tcp.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -94,6 +95,21 @@ TEST(PosixSockets, WritesCutShortByAFullSendBuffer) {
     reader.join();
     EXPECT_GE(io.shortWrites, 1);
     EXPECT_TRUE(received == Frame(1, Body(16 << 20)));
+}
+
+int TcpOption(const ACE_SOCK_Stream& stream, int option) {
+    int value = -1;
+    int size = sizeof value;
+    stream.get_option(IPPROTO_TCP, option, &value, &size);
+    return value;
+}
+
+TEST(PosixSockets, KeepAliveProbesAfterFiveSecondsAndEveryFifteen) {
+    StreamPair pair;
+    OpenQXIO io(pair.nearEnd);
+    io.set_keepalive(pair.nearEnd);
+    EXPECT_EQ(TcpOption(pair.nearEnd, TCP_KEEPIDLE), 5);
+    EXPECT_EQ(TcpOption(pair.nearEnd, TCP_KEEPINTVL), 15);
 }
 
 }  // namespace

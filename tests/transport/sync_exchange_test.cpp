@@ -1,4 +1,3 @@
-#include <future>
 #include <limits>
 #include <stdexcept>
 
@@ -18,15 +17,6 @@ const std::size_t kBig = 8 << 20;  // more than the sockets between two programs
 void TakeAndReset(ACE_SOCK_Stream& stream) {
     Read(stream, 16);
     Reset(stream);
-}
-
-/// Answers one frame, then closes and tells so.
-LoopbackPeer::Script EchoOnce(std::promise<void>& closed) {
-    return [&closed](ACE_SOCK_Stream& stream) {
-        Write(stream, ReadFrame(stream));
-        stream.close();
-        closed.set_value();
-    };
 }
 
 class SyncExchange : public TransportTest {
@@ -188,18 +178,6 @@ TEST_F(SyncExchange, ClosedPeerRaisesNoSignal) {
     EXPECT_EQ(Send(io, Body(kBig), false), -5004);  // draws a reset
     EXPECT_EQ(Send(io, Body(kBig), false), -5004);  // would raise SIGPIPE
     EXPECT_EQ(io.LastErrorCode(), 10054);
-}
-
-TEST_F(SyncExchange, IdleConnectionClosedByThePeerIsMadeAgain) {
-    std::promise<void> closed;
-    LoopbackPeer peer({EchoOnce(closed), Echo});
-    OpenQXIO io(peer.Port());
-    ASSERT_EQ(Send(io, "first", false), 0);
-    ASSERT_EQ(got_.SyncFrom(io), 0);
-    closed.get_future().wait();
-    EXPECT_EQ(Send(io, "second", false), 0);
-    EXPECT_EQ(got_.SyncFrom(io), 0);
-    EXPECT_EQ(got_.Body(), "second");
 }
 
 /// Throws while it is encoded.
