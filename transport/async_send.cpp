@@ -129,7 +129,7 @@ int QXIO::start_write(BlockPtr block, std::size_t count) {
         return -1;
     }
     ++pending_;
-    block.release();  // the completion's handler takes it
+    static_cast<void>(block.release());  // the completion's handler takes it
     return 0;
 }
 
