@@ -14,7 +14,7 @@ struct Parts {
     double socket = 0;      ///< bare echo of frames of the same sizes over loopback
     double encoding = 0;    ///< both bodies, encoded and decoded
 
-    double sequence = 0;  ///< derivation, encipherment, echo, derivation, decipherment in one go
+    double sequence = 0;  ///< derivation, encipherment, echo, derivation, decipherment in a row
 
     double Mandated() const { return derivation + cipher + socket; }
 };

@@ -156,6 +156,7 @@ void Comparison::SmallQuery() {
             const std::vector<double> parts = worker.AskNumbers("parts 50");
             results_.Add(experiment, "two derivations + cipher + bare echo", 0, parts.at(0));
             results_.Add(experiment, "bare echo", 0, parts.at(1));
+            results_.Add(experiment, "the same work in the order of a request", 0, parts.at(2));
         }
     });
     results_.Print(experiment, "One row by key", 1e6, "us");

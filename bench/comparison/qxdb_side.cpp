@@ -160,7 +160,7 @@ class QxdbSide : public Side {
         QXCommand emptyCommand;
         QXRecordset emptyRows;
         const Parts parts = Measure(small_, emptyCommand, smallRows_, emptyRows, count);
-        return {parts.Mandated(), parts.socket};
+        return {parts.Mandated(), parts.socket, parts.sequence};
     }
 
   private:

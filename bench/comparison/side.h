@@ -19,6 +19,7 @@ struct Fetched {
 struct MandatedParts {
     double mandated = 0;  ///< two key derivations, the cipher both ways, a bare echo
     double echo = 0;
+    double sequence = 0;  ///< those of `mandated` again, each where a request has it
 };
 
 /// Connected by its constructor. Every call throws std::runtime_error for what fails.

@@ -3,9 +3,8 @@
 //   create TABLE                    -> done
 //   fill TABLE [ROWS]               -> done
 //   run SQL                         -> done
-//   parts COUNT                     -> seconds of a small query's mandated parts, and of its echo
-//   digest TABLE LAST               -> rows and digest
-//   fetch TABLE LAST                -> seconds
+//   parts COUNT                     -> seconds of a small query's mandated parts, of its echo, and
+//   of all in order digest TABLE LAST               -> rows and digest fetch TABLE LAST -> seconds
 //   insert first|other              -> seconds, for kInsertRows rows into the empty table "sink"
 //   small ID COUNT                  -> seconds of each
 //   load SECONDS ID                 -> small queries answered in that time
@@ -148,7 +147,8 @@ std::string Parts(Side& side, std::istream& words) {
     int count = 0;
     words >> count;
     const auto parts = side.SmallParts(count);
-    return std::to_string(parts.mandated) + " " + std::to_string(parts.echo);
+    return std::to_string(parts.mandated) + " " + std::to_string(parts.echo) + " " +
+           std::to_string(parts.sequence);
 }
 
 std::string Answer(Side& side, const std::string& line) {
