@@ -20,11 +20,9 @@ TEST(StatementText, ParametersAreFoundOnlyWhereTheyStand) {
     const Rewriting cases[] = {
         {&kPostgreSqlDialect, "a=? AND b=?", "a=$1 AND b=$2", 2},
         {&kPostgreSqlDialect, "j ?? 'k' AND a=?", "j ? 'k' AND a=$1", 1},
-        {&kPostgreSqlDialect, "'it''s ?' \"i?\" ?", "'it''s ?' \"i?\" $1", 1},
         {&kPostgreSqlDialect, "E'\\'?' ?", "E'\\'?' $1", 1},
         {&kPostgreSqlDialect, "'\\' ? 'x'", "'\\' $1 'x'", 1},
         {&kPostgreSqlDialect, "$$ ? $$ $t$ ? $$ ? $t$ ?", "$$ ? $$ $t$ ? $$ ? $t$ $1", 1},
-        {&kPostgreSqlDialect, "a$b$ ? c$b$", "a$b$ $1 c$b$", 1},
         {&kPostgreSqlDialect, "/* ? /* ? */ ? */ ? -- ?", "/* ? /* ? */ ? */ $1 -- ?", 1},
         {&kMySqlDialect, "'\\'?' \"\\\"?\" `a?` # ?\n?", "'\\'?' \"\\\"?\" `a?` # ?\n?", 1},
         {&kMySqlDialect, "5--? -- ?", "5--? -- ?", 1},

@@ -63,18 +63,6 @@ TEST_F(LocalAgent, AFailureSetsTheArgumentsAndTheNextCallResetsThem) {
     EXPECT_EQ(rows.GetInt64(0, 0), 5);
 }
 
-TEST_F(LocalAgent, AListIsAllOrNothing) {
-    QXCommandList list;
-    list.Add(QXCommand(L"INSERT INTO t VALUES (6, 'f')"));
-    list.Add(QXCommand(L"INSERT INTO t VALUES (1, 'again')"));
-    agent_.Execute(code_, text_, list);
-    EXPECT_NE(code_, 0);
-    QXCommand count(L"SELECT COUNT(*) FROM t");
-    QXRecordset rows;
-    agent_.OpenQuery(code_, text_, count, rows);
-    EXPECT_EQ(rows.GetInt64(0, 0), 5);
-}
-
 TEST_F(LocalAgent, ABatchEmptiesItsListEvenWhenItFails) {
     QXRsList results;
     QXCommandList list;

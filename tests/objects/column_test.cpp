@@ -125,16 +125,5 @@ TEST(Column, TextBeyondFourGibibytesIsRefused) {
     EXPECT_EQ(column.BytesAt(1), "fits");
 }
 
-TEST(Column, CopiesAreIndependent) {
-    QXColumn original;
-    original.AppendBytes("one", QXValueType::Text);
-    QXColumn copy = original;
-    copy.AppendBytes("two", QXValueType::Text);
-    original = copy;
-    copy.AppendNull();
-    EXPECT_EQ(original.RowCount(), 2U);
-    EXPECT_EQ(original.BytesAt(1), "two");
-}
-
 }  // namespace
 }  // namespace qxdb_test
