@@ -30,6 +30,8 @@ struct Answer {
     bool Ok() const noexcept { return code == 0; }
 };
 
+Answer MakeAnswer(long code, const std::wstring& text);
+
 /// "error 19: ..."
 std::string ErrorText(const Answer& answer);
 
