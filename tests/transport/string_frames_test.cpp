@@ -82,5 +82,11 @@ TEST_F(StringFrames, FailedWriteIsToldByTheLastErrorAlone) {
     EXPECT_EQ(io_.LastErrorText().substr(0, 20), L"send message error, ");
 }
 
+TEST_F(StringFrames, PeerThatTakesNothingEndsAWrite) {
+    EXPECT_EQ(io_.Syc_SendStrToImServer(std::wstring(16 << 20, L'x')), 0);  // after 5 seconds
+    EXPECT_EQ(io_.LastErrorCode(), 10060);
+    EXPECT_EQ(io_.LastErrorText().substr(0, 20), L"send message error, ");
+}
+
 }  // namespace
 }  // namespace CQXBASE
