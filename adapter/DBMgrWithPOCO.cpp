@@ -24,7 +24,7 @@ DBMgrWithPOCO::~DBMgrWithPOCO() = default;
 
 void DBMgrWithPOCO::Run(const QXDataSource* dataSource,
                         const std::function<void(adapter::Connection&)>& work) {
-    adapter::CallResult result = adapter::CallManager(Pools(), dataSource, work);
+    adapter::CallResult result = adapter::CallManager(Pools(), dataSource, sessionUser_, work);
     errNumber_ = result.code;
     errDesc_ = std::move(result.text);
 }

@@ -71,6 +71,10 @@ class Connection {
     virtual bool Alive() noexcept = 0;
     /// False once a call has shown that the connection is lost.
     virtual bool Usable() noexcept { return true; }
+    /// Brings the session back to what it was when the connection was opened: settings, temporary
+    /// tables, locks and the like. False when that can't be done; the connection is then of no more
+    /// use.
+    virtual bool Reset() noexcept { return false; }
 };
 
 }  // namespace CQXDB::adapter

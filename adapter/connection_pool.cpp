@@ -1,5 +1,7 @@
 #include "adapter/connection_pool.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -7,12 +9,13 @@
 
 namespace CQXDB::adapter {
 
-Lease::Lease(std::shared_ptr<ConnectionPool> pool, std::unique_ptr<Connection> connection) noexcept
-    : pool_(std::move(pool)), connection_(std::move(connection)) {}
+Lease::Lease(std::shared_ptr<ConnectionPool> pool, std::unique_ptr<Connection> connection,
+             std::string user) noexcept
+    : pool_(std::move(pool)), connection_(std::move(connection)), user_(std::move(user)) {}
 
 Lease::~Lease() {
     if (connection_) {
-        pool_->Return(std::move(connection_));
+        pool_->Return(std::move(connection_), std::move(user_));
     }
 }
 
@@ -21,21 +24,19 @@ ConnectionPool::ConnectionPool(Opener open, PoolLimits limits)
     idle_.reserve(limits_.maxConnections);
 }
 
-Lease ConnectionPool::Take() {
-    for (;;) {
-        std::unique_ptr<Connection> connection = TakeIdleOrReserve();
-        if (!connection) {
-            return {shared_from_this(), OpenReserved()};
-        }
-        if (connection->Alive()) {
-            return {shared_from_this(), std::move(connection)};
-        }
+Lease ConnectionPool::Take(const std::string& user) {
+    IdleConnection idle = TakeIdleOrReserve(user);
+    std::unique_ptr<Connection>& connection = idle.connection;
+    if (connection && !(connection->Alive() && (idle.user == user || connection->Reset()))) {
         connection.reset();
-        GiveUpOne();
     }
+    if (!connection) {
+        connection = OpenReserved();
+    }
+    return {shared_from_this(), std::move(connection), user};
 }
 
-std::unique_ptr<Connection> ConnectionPool::TakeIdleOrReserve() {
+ConnectionPool::IdleConnection ConnectionPool::TakeIdleOrReserve(const std::string& user) {
     std::unique_lock<std::mutex> lock(mutex_);
     const bool ready = freed_.wait_for(lock, limits_.waitTimeout, [this] {
         return !idle_.empty() || open_ < limits_.maxConnections;
@@ -48,11 +49,17 @@ std::unique_ptr<Connection> ConnectionPool::TakeIdleOrReserve() {
     }
     if (idle_.empty()) {
         ++open_;
-        return nullptr;
+        return {};
     }
-    std::unique_ptr<Connection> connection = std::move(idle_.back());
+    const auto own =
+        std::find_if(idle_.rbegin(), idle_.rend(),
+                     [&user](const IdleConnection& each) { return each.user == user; });
+    if (own != idle_.rend()) {
+        std::rotate(std::prev(own.base()), own.base(), idle_.end());
+    }
+    IdleConnection taken = std::move(idle_.back());
     idle_.pop_back();
-    return connection;
+    return taken;
 }
 
 std::unique_ptr<Connection> ConnectionPool::OpenReserved() {
@@ -64,7 +71,7 @@ std::unique_ptr<Connection> ConnectionPool::OpenReserved() {
     }
 }
 
-void ConnectionPool::Return(std::unique_ptr<Connection> connection) noexcept {
+void ConnectionPool::Return(std::unique_ptr<Connection> connection, std::string user) noexcept {
     if (!connection->Usable()) {
         connection.reset();
         GiveUpOne();
@@ -72,7 +79,7 @@ void ConnectionPool::Return(std::unique_ptr<Connection> connection) noexcept {
     }
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        idle_.push_back(std::move(connection));
+        idle_.push_back({std::move(connection), std::move(user)});
     }
     freed_.notify_one();
 }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "adapter/connection.h"
@@ -23,7 +24,8 @@ class ConnectionPool;
 /// A connection taken from a pool, given back on destruction.
 class Lease {
   public:
-    Lease(std::shared_ptr<ConnectionPool> pool, std::unique_ptr<Connection> connection) noexcept;
+    Lease(std::shared_ptr<ConnectionPool> pool, std::unique_ptr<Connection> connection,
+          std::string user) noexcept;
     Lease(Lease&&) noexcept = default;
     Lease& operator=(Lease&&) = delete;
     ~Lease();
@@ -33,6 +35,7 @@ class Lease {
   private:
     std::shared_ptr<ConnectionPool> pool_;
     std::unique_ptr<Connection> connection_;
+    std::string user_;
 };
 
 /// Thread-safe. Opening, checking and closing of connections happens outside the lock.
@@ -42,21 +45,28 @@ class ConnectionPool : public std::enable_shared_from_this<ConnectionPool> {
 
     ConnectionPool(Opener open, PoolLimits limits);
 
-    /// Takes an idle connection that is still alive, or opens one. Waits while all are in use;
-    /// throws DatabaseError when that lasts too long, and what the opener throws.
-    Lease Take();
+    /// Takes an idle connection that is still alive, or opens one. What one user's statements have
+    /// left in a session is not met by another: a connection that changes hands is reset, or
+    /// replaced where that can't be done. Waits while all are in use; throws DatabaseError when
+    /// that lasts too long, and what the opener throws.
+    Lease Take(const std::string& user = {});
     void CloseIdle() noexcept;
     /// True when no connection is open or being opened.
     bool Empty();
 
   private:
     friend class Lease;
-    using Idle = std::vector<std::unique_ptr<Connection>>;
+    struct IdleConnection {
+        std::unique_ptr<Connection> connection;
+        std::string user;  ///< who had it last
+    };
+    using Idle = std::vector<IdleConnection>;
 
-    /// An idle connection, or null after reserving the right to open one.
-    std::unique_ptr<Connection> TakeIdleOrReserve();
+    /// An idle connection, the user's own last one if there is any; or null after reserving the
+    /// right to open one.
+    IdleConnection TakeIdleOrReserve(const std::string& user);
     std::unique_ptr<Connection> OpenReserved();
-    void Return(std::unique_ptr<Connection> connection) noexcept;
+    void Return(std::unique_ptr<Connection> connection, std::string user) noexcept;
     void GiveUpOne() noexcept;
 
     const Opener opener_;

@@ -26,13 +26,13 @@ void RunAndSettle(Connection& connection, const std::function<void(Connection&)>
 
 }  // namespace
 
-CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource,
+CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource, const std::string& user,
                        const std::function<void(Connection&)>& work) {
     return Guarded([&] {
         if (dataSource == nullptr) {
             throw DatabaseError(DBMGR_NO_COMMAND, "no command or data source was given");
         }
-        const Lease lease = pools.Take(*dataSource);
+        const Lease lease = pools.Take(*dataSource, user);
         RunAndSettle(*lease, work);
     });
 }

@@ -17,9 +17,10 @@ struct CallResult {
     std::wstring text;
 };
 
-/// Runs `work` on a connection of the data source. When it fails, or leaves a transaction open, the
-/// connection is rolled back before it returns to the pool. Lets nothing out but std::bad_alloc.
-CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource,
+/// Runs `work` on a connection of the data source, for the user of ConnectionPool::Take. When it
+/// fails, or leaves a transaction open, the connection is rolled back before it returns to the
+/// pool. Lets nothing out but std::bad_alloc.
+CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource, const std::string& user,
                        const std::function<void(Connection&)>& work);
 
 /// Turns what `step` throws into a result, for work that needs no connection.

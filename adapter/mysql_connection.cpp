@@ -10,9 +10,21 @@
 
 namespace CQXDB::adapter {
 
-MySqlConnection::MySqlConnection(std::unique_ptr<Session> session) : session_(std::move(session)) {
+MySqlConnection::MySqlConnection(std::unique_ptr<Session> session,
+                                 std::chrono::milliseconds statementTimeout)
+    : session_(std::move(session)), statementTimeout_(statementTimeout) {
+    SetUp();
+}
+
+void MySqlConnection::SetUp() {
     if (mysql_set_server_option(Handle(), MYSQL_OPTION_MULTI_STATEMENTS_ON) != 0) {
         throw MySqlError(Handle());
+    }
+    if (statementTimeout_.count() > 0) {
+        const std::string milliseconds = std::to_string(statementTimeout_.count());
+        RunText(mariadb_connection(Handle()) != 0
+                    ? "SET SESSION max_statement_time = " + milliseconds + " / 1000"
+                    : "SET SESSION max_execution_time = " + milliseconds);
     }
 }
 
@@ -73,6 +85,22 @@ bool MySqlConnection::Alive() noexcept {
 
 bool MySqlConnection::Usable() noexcept {
     return !givenUp_ && !MeansConnectionLost(mysql_errno(Handle())) && !InTransaction();
+}
+
+bool MySqlConnection::Reset() noexcept {
+    // A database chosen by USE stays, maybe without the server telling; where none was chosen at
+    // first there is no way back.
+    if (database_.empty() || mysql_reset_connection(Handle()) != 0 ||
+        mysql_set_character_set(Handle(), "utf8mb4") != 0 ||
+        mysql_select_db(Handle(), database_.c_str()) != 0) {
+        return false;
+    }
+    try {
+        SetUp();
+        return true;
+    } catch (...) {
+        return false;
+    }
 }
 
 void MySqlConnection::RunText(const std::string& text) {

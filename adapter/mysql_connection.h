@@ -1,6 +1,7 @@
 // A MySQL or MariaDB connection.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -14,8 +15,9 @@ class MySqlConnection : public Connection {
   public:
     using Session = Poco::Data::MySQL::SessionHandle;
 
-    /// `session` is connected.
-    explicit MySqlConnection(std::unique_ptr<Session> session);
+    /// `session` is connected. A statement that takes longer than the timeout is ended by the
+    /// server; 0 leaves that to the server. Throws DatabaseError.
+    MySqlConnection(std::unique_ptr<Session> session, std::chrono::milliseconds statementTimeout);
 
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
@@ -28,6 +30,7 @@ class MySqlConnection : public Connection {
     void UseDatabase(const std::string& name) override;
     bool Alive() noexcept override;
     bool Usable() noexcept override;
+    bool Reset() noexcept override;
 
     // What the statements need.
     MYSQL* Handle() const noexcept { return *session_; }
@@ -39,9 +42,11 @@ class MySqlConnection : public Connection {
     void GiveUp() noexcept { givenUp_ = true; }
 
   private:
+    void SetUp();
     void DropRows();
 
     std::unique_ptr<Session> session_;
+    const std::chrono::milliseconds statementTimeout_;
     std::string database_;  ///< chosen last
     bool givenUp_ = false;
 };

@@ -21,6 +21,7 @@ struct Settings {
     unsigned port = 0;
     unsigned connectSeconds = 15;
     unsigned readSeconds = 0;  ///< 0: no limit
+    std::chrono::milliseconds statementTimeout{0};
     bool compress = false;
     bool tls = false;
     bool verify = true;
@@ -42,6 +43,7 @@ void TakeOptions(Options& options, Settings& settings) {
     settings.connectSeconds =
         static_cast<unsigned>(options.TakeNumber("connect_timeout", 15, 1, 86400));
     settings.readSeconds = static_cast<unsigned>(options.TakeNumber("read_timeout", 0, 0, 86400));
+    settings.statementTimeout = options.TakeStatementTimeout();
     settings.compress = options.TakeFlag("compress", false);
     settings.socket = options.Take("socket");
     settings.tlsCa = options.Take("ssl_ca");
@@ -111,7 +113,7 @@ std::unique_ptr<Connection> Open(const Settings& settings) {
     } catch (const Poco::Exception&) {
         throw MySqlError(static_cast<MYSQL*>(*session));
     }
-    return std::make_unique<MySqlConnection>(std::move(session));
+    return std::make_unique<MySqlConnection>(std::move(session), settings.statementTimeout);
 }
 
 }  // namespace

@@ -35,7 +35,8 @@ std::string ProbeOf(const std::string& database) {
 
 }  // namespace
 
-OdbcConnection::OdbcConnection(std::unique_ptr<Handle> handle) : handle_(std::move(handle)) {
+OdbcConnection::OdbcConnection(std::unique_ptr<Handle> handle, std::uintptr_t statementSeconds)
+    : handle_(std::move(handle)), statementSeconds_(statementSeconds) {
     const std::string database = DatabaseName();
     dialect_ = &DialectOf(database);
     probe_ = ProbeOf(database);

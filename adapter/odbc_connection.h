@@ -1,6 +1,7 @@
 // A connection through an ODBC driver.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -16,7 +17,8 @@ class OdbcConnection : public Connection {
     using Handle = const Poco::Data::ODBC::ConnectionHandle;
 
     /// `handle` is connected, and in the driver's autocommit mode.
-    explicit OdbcConnection(std::unique_ptr<Handle> handle);
+    /// Statements are given `statementSeconds`, by drivers that can; 0 is no limit.
+    OdbcConnection(std::unique_ptr<Handle> handle, std::uintptr_t statementSeconds);
 
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
@@ -31,6 +33,7 @@ class OdbcConnection : public Connection {
 
     // What the statements need.
     Handle& Native() const noexcept { return *handle_; }
+    std::uintptr_t StatementSeconds() const noexcept { return statementSeconds_; }
     /// True when the driver runs only the first statement of a text.
     bool OneStatementATime() const noexcept { return dialect_ == &kSqliteDialect; }
     /// To be told of every text before it runs, since no driver tells whether it began a
@@ -46,6 +49,7 @@ class OdbcConnection : public Connection {
     void SetAutocommit(bool on);
 
     std::unique_ptr<Handle> handle_;
+    std::uintptr_t statementSeconds_;
     const SqlDialect* dialect_;
     std::string probe_;       ///< a statement that any such database runs
     bool began_ = false;      ///< by Begin()

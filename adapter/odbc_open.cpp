@@ -1,5 +1,6 @@
 #include "adapter/odbc_open.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -15,6 +16,7 @@ namespace {
 struct Settings {
     std::string connectionString;
     std::uintptr_t connectSeconds = 15;
+    std::uintptr_t statementSeconds = 0;
 };
 
 std::unique_ptr<Connection> Open(const Settings& settings) {
@@ -28,7 +30,7 @@ std::unique_ptr<Connection> Open(const Settings& settings) {
     if (OdbcFailed(code)) {
         throw OdbcDiagnosis::Of(SQL_HANDLE_DBC, *handle).Error();
     }
-    return std::make_unique<OdbcConnection>(std::move(handle));
+    return std::make_unique<OdbcConnection>(std::move(handle), settings.statementSeconds);
 }
 
 }  // namespace
@@ -39,6 +41,8 @@ std::shared_ptr<ConnectionPool> MakeOdbcPool(const QXDataSource& dataSource) {
     Settings settings;
     settings.connectSeconds =
         static_cast<std::uintptr_t>(options.TakeNumber("connect_timeout", 15, 1, 86400));
+    settings.statementSeconds = static_cast<std::uintptr_t>(
+        std::chrono::ceil<std::chrono::seconds>(options.TakeStatementTimeout()).count());
     settings.connectionString = OdbcConnectionString(dataSource, options);
     if (settings.connectionString.size() > INT16_MAX) {
         throw DatabaseError(DBMGR_BAD_DATA_SOURCE, "the connection string is too long");

@@ -30,7 +30,12 @@ OdbcStatement::OdbcStatement(OdbcConnection& connection, const std::string& text
       text_(text),
       script_(script),
       parameterCount_(CountParameters(text, connection.Dialect())),
-      handle_(connection.Native()) {}
+      handle_(connection.Native()) {
+    if (connection.StatementSeconds() != 0) {
+        SQLSetStmtAttrW(handle_, SQL_ATTR_QUERY_TIMEOUT, OdbcNumber(connection.StatementSeconds()),
+                        SQL_IS_UINTEGER);
+    }
+}
 
 void OdbcStatement::Check(SQLRETURN code) {
     connection_.Check(handle_, code);

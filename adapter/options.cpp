@@ -40,7 +40,8 @@ Options::Options(std::string_view text) {
         }
         const std::size_t equals = pair.find('=');
         if (equals == std::string_view::npos || equals == 0) {
-            Refuse("the option \"" + std::string(pair) + "\" is not of the form key=value");
+            // Not repeated: it may be the end of a secret with a semicolon in it.
+            Refuse("the options hold a piece that is not of the form key=value");
         }
         values_[Lower(Trim(pair.substr(0, equals)))] = Trim(pair.substr(equals + 1));
     }
@@ -77,6 +78,11 @@ bool Options::TakeFlag(const std::string& key, bool otherwise) {
         Refuse("the option " + key + " takes 1 or 0, not \"" + text + "\"");
     }
     return false;
+}
+
+std::chrono::milliseconds Options::TakeStatementTimeout() {
+    constexpr std::int64_t kADay = 86400000;
+    return std::chrono::milliseconds(TakeNumber("statement_timeout", 0, 0, kADay));
 }
 
 PoolLimits Options::TakePoolLimits() {

@@ -1,6 +1,7 @@
 // QXDataSource::options, taken apart.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -21,6 +22,8 @@ class Options {
     std::int64_t TakeNumber(const std::string& key, std::int64_t otherwise, std::int64_t least,
                             std::int64_t most);
     bool TakeFlag(const std::string& key, bool otherwise);
+    /// statement_timeout (milliseconds); 0, and nothing given, is no limit.
+    std::chrono::milliseconds TakeStatementTimeout();
     /// pool_size and pool_timeout (seconds).
     PoolLimits TakePoolLimits();
 

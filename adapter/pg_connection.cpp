@@ -1,6 +1,7 @@
 #include "adapter/pg_connection.h"
 
 #include <cstring>
+#include <exception>
 #include <optional>
 #include <utility>
 
@@ -36,14 +37,16 @@ void DropCopiedData(PGconn* connection) {
 
 }  // namespace
 
-PgConnection::PgConnection(PgHandle handle, const std::string& timeZone)
-    : handle_(std::move(handle)) {
+PgConnection::PgConnection(PgHandle handle, const Session& session)
+    : handle_(std::move(handle)), settings_(kFormats) {
     PQsetNoticeReceiver(handle_.get(), IgnoreNotice, nullptr);
-    std::string settings = kFormats;
-    if (!timeZone.empty()) {
-        settings += "; SET TimeZone = " + Quoted(handle_.get(), timeZone);
+    if (!session.timeZone.empty()) {
+        settings_ += "; SET TimeZone = " + Quoted(handle_.get(), session.timeZone);
     }
-    RunText(settings);
+    if (session.statementTimeoutMs != 0) {
+        settings_ += "; SET statement_timeout = " + std::to_string(session.statementTimeoutMs);
+    }
+    RunText(settings_);
 }
 
 std::shared_ptr<Statement> PgConnection::Prepare(const std::string& text) {
@@ -94,22 +97,31 @@ bool PgConnection::Usable() noexcept {
            PQtransactionStatus(handle_.get()) == PQTRANS_IDLE;
 }
 
-PgResult PgConnection::RunText(const std::string& text) {
+bool PgConnection::Reset() noexcept {
+    try {
+        RunText("DISCARD ALL");
+        RunText(settings_);
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+PgResult PgConnection::RunText(const std::string& text, const PgRowSink& sink, Rows rows) {
     Settle();
     parsed_ = nullptr;
     if (PQsendQuery(handle_.get(), text.c_str()) == 0) {
         throw PgError(handle_.get(), nullptr);
     }
-    return Collect();
+    return Collect(sink, rows);
 }
 
-PgResult PgConnection::RunStatement(const Statement* owner, const std::string& sql,
-                                    const PgParameters& parameters) {
+void PgConnection::RunStatement(const Statement* owner, const std::string& sql,
+                                const PgParameters& parameters, const PgRowSink& sink, Rows rows) {
     Settle();
     Send(owner, sql, parameters);
-    PgResult result = Collect();
+    Collect(sink, rows);
     parsed_ = owner;
-    return result;
 }
 
 void PgConnection::Send(const Statement* owner, const std::string& sql,
@@ -129,30 +141,53 @@ void PgConnection::Send(const Statement* owner, const std::string& sql,
     }
 }
 
-PgResult PgConnection::Collect() {
+PgResult PgConnection::Collect(const PgRowSink& sink, Rows rows) {
     PGconn* connection = handle_.get();
     PgResult kept;
     std::optional<DatabaseError> error;
+    std::exception_ptr stopped;
+    if (rows == Rows::OneByOne) {
+        PQsetSingleRowMode(connection);
+    }
     while (PgResult result{PQgetResult(connection)}) {
         const ExecStatusType status = PQresultStatus(result.get());
-        if (status == PGRES_COPY_IN) {
+        if (stopped) {
+            continue;
+        }
+        if (status == PGRES_SINGLE_TUPLE || status == PGRES_TUPLES_OK) {
+            try {
+                sink(result.get());
+            } catch (...) {
+                stopped = std::current_exception();
+                Cancel();
+            }
+        } else if (status == PGRES_COPY_IN) {
             PQputCopyEnd(connection, "data from the client is not supported");
         } else if (status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH) {
             DropCopiedData(connection);
             error =
                 error ? error : DatabaseError(DBMGR_BAD_VALUE, "COPY TO STDOUT is not supported");
-        } else if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK &&
-                   status != PGRES_EMPTY_QUERY) {
+        } else if (status != PGRES_COMMAND_OK && status != PGRES_EMPTY_QUERY) {
             error = error ? error : PgError(connection, result.get());
-        } else if (!kept || PQresultStatus(kept.get()) != PGRES_TUPLES_OK ||
-                   status == PGRES_TUPLES_OK) {
+        } else {
             kept = std::move(result);
         }
     }
-    if (error || !kept) {
+    if (stopped) {
+        std::rethrow_exception(stopped);
+    }
+    if (error || PQstatus(connection) != CONNECTION_OK) {
         throw error ? *error : PgError(connection, nullptr);
     }
     return kept;
+}
+
+void PgConnection::Cancel() noexcept {
+    const std::unique_ptr<PGcancel, void (*)(PGcancel*)> cancel(PQgetCancel(handle_.get()),
+                                                                PQfreeCancel);
+    char ignored[256] = {};
+    // When it fails, the rest of the rows comes in and is dropped.
+    PQcancel(cancel.get(), ignored, sizeof ignored);
 }
 
 void PgConnection::Forget(const Statement* owner) noexcept {

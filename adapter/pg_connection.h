@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,10 +28,22 @@ struct PgConnectionFree {
 };
 using PgHandle = std::unique_ptr<PGconn, PgConnectionFree>;
 
+/// Takes the rows of a result that has columns: all at once, or as they arrive, one result each.
+/// The last of these has none.
+using PgRowSink = std::function<void(const PGresult*)>;
+/// For rows that nobody wants.
+inline void DropPgRows(const PGresult*) {}
+
 class PgConnection final : public Connection {
   public:
+    /// What a session is set to before its first statement.
+    struct Session {
+        std::string timeZone;                 ///< "": as the server has it
+        std::int64_t statementTimeoutMs = 0;  ///< 0: as the server has it
+    };
+
     /// `handle` is connected. Sets what the reading of values depends on; throws DatabaseError.
-    PgConnection(PgHandle handle, const std::string& timeZone);
+    PgConnection(PgHandle handle, const Session& session);
 
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
@@ -42,16 +56,22 @@ class PgConnection final : public Connection {
     bool InTransaction() noexcept override;
     bool Alive() noexcept override;
     bool Usable() noexcept override;
+    bool Reset() noexcept override;
 
     // What the statements need. Each throws DatabaseError when the server refuses.
 
-    /// Runs any number of statements without parameters; gives the last result that has rows, or
-    /// else the last one.
-    PgResult RunText(const std::string& text);
+    /// Whether libpq collects a result before it is looked at, which is faster, or hands over each
+    /// row as it comes, which takes no memory.
+    enum class Rows { Together, OneByOne };
+
+    /// Runs any number of statements without parameters; gives the last result without columns.
+    PgResult RunText(const std::string& text, const PgRowSink& sink = DropPgRows,
+                     Rows rows = Rows::OneByOne);
     /// Runs one statement. `owner` is remembered: when it runs next, and nothing was parsed in
-    /// between, the server does not have to parse it again.
-    PgResult RunStatement(const Statement* owner, const std::string& sql,
-                          const PgParameters& parameters);
+    /// between, the server does not have to parse it again. What `sink` throws ends the statement.
+    void RunStatement(const Statement* owner, const std::string& sql,
+                      const PgParameters& parameters, const PgRowSink& sink = DropPgRows,
+                      Rows rows = Rows::OneByOne);
     /// The same without waiting for the result, which is dropped; see Statement::ExecuteSoon.
     void SendStatement(const Statement* owner, const std::string& sql,
                        const PgParameters& parameters);
@@ -61,11 +81,14 @@ class PgConnection final : public Connection {
   private:
     /// Hands one statement to libpq.
     void Send(const Statement* owner, const std::string& sql, const PgParameters& parameters);
-    PgResult Collect();
+    PgResult Collect(const PgRowSink& sink, Rows rows);
+    /// Asks the server to end the statement under way.
+    void Cancel() noexcept;
     /// The error of the first of the waiting commands that failed, if any; all results are taken.
     std::optional<DatabaseError> CollectPipeline();
 
     PgHandle handle_;
+    std::string settings_;               ///< the statements that set the session up
     std::size_t waiting_ = 0;            ///< commands whose results are outstanding
     const Statement* parsed_ = nullptr;  ///< whose text is the server's unnamed statement
     std::vector<Oid> parsedTypes_;       ///< and the parameter types it was parsed with

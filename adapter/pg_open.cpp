@@ -59,7 +59,7 @@ Settings SettingsOf(const QXDataSource& dataSource, const Options& options) {
     return settings;
 }
 
-std::unique_ptr<Connection> Open(const Settings& settings, const std::string& timeZone) {
+std::unique_ptr<Connection> Open(const Settings& settings, const PgConnection::Session& session) {
     std::vector<const char*> keys;
     std::vector<const char*> values;
     for (const auto& [key, value] : settings) {
@@ -72,7 +72,7 @@ std::unique_ptr<Connection> Open(const Settings& settings, const std::string& ti
     if (PQstatus(handle.get()) != CONNECTION_OK) {
         throw PgConnectError(handle.get());
     }
-    return std::make_unique<PgConnection>(std::move(handle), timeZone);
+    return std::make_unique<PgConnection>(std::move(handle), session);
 }
 
 }  // namespace
@@ -81,12 +81,16 @@ std::shared_ptr<ConnectionPool> MakePgPool(const QXDataSource& dataSource) {
     Options options(dataSource.options);
     const PoolLimits limits = options.TakePoolLimits();
     const std::int64_t seconds = options.TakeNumber("connect_timeout", 15, 1, 86400);
-    const std::string timeZone = options.Take("timezone", "UTC");
+    PgConnection::Session session;
+    session.timeZone = options.Take("timezone", "UTC");
+    if (session.timeZone == "server") {
+        session.timeZone.clear();
+    }
+    session.statementTimeoutMs = options.TakeStatementTimeout().count();
     Settings settings = SettingsOf(dataSource, options);
     settings["connect_timeout"] = std::to_string(seconds);
-    return std::make_shared<ConnectionPool>(
-        [settings, timeZone] { return Open(settings, timeZone == "server" ? "" : timeZone); },
-        limits);
+    return std::make_shared<ConnectionPool>([settings, session] { return Open(settings, session); },
+                                            limits);
 }
 
 }  // namespace CQXDB::adapter

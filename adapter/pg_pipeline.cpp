@@ -11,7 +11,8 @@ constexpr std::size_t kMostWaiting = 256;
 
 bool Failed(const PGresult* result) noexcept {
     const ExecStatusType status = PQresultStatus(result);
-    return status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK && status != PGRES_EMPTY_QUERY;
+    return status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK &&
+           status != PGRES_SINGLE_TUPLE && status != PGRES_EMPTY_QUERY;
 }
 
 }  // namespace
@@ -48,11 +49,14 @@ std::optional<DatabaseError> PgConnection::CollectPipeline() {
         return PgError(connection, nullptr);
     }
     std::optional<DatabaseError> error;
+    // Rows are dropped, one by one: libpq would collect them otherwise.
+    PQsetSingleRowMode(connection);
     for (std::size_t left = waiting_; PQstatus(connection) == CONNECTION_OK;) {
         const PgResult result(PQgetResult(connection));
         if (!result) {
             // The end of one command's results, or of the connection.
             left -= left > 0 ? 1 : 0;
+            PQsetSingleRowMode(connection);
         } else if (PQresultStatus(result.get()) == PGRES_PIPELINE_SYNC) {
             return error;
         } else if (!error && Failed(result.get())) {

@@ -1,5 +1,6 @@
 #include "adapter/pg_rows.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -35,15 +36,32 @@ void AppendCell(QXColumn& column, QXValueType type, const PGresult* result, int 
 
 }  // namespace
 
-void AppendPgRows(const PGresult* result, std::int64_t first, std::int64_t last, QXRecordset& rs) {
+void PgPageReader::AddColumns(const PGresult* result) {
     for (int index = 0; index < PQnfields(result); ++index) {
+        rs_.AddColumn(PQfname(result, index), PgValueType(PQftype(result, index)));
+    }
+}
+
+void PgPageReader::operator()(const PGresult* result) {
+    if (rs_.ColumnCount() == 0) {
+        AddColumns(result);
+    }
+    const std::int64_t rows = PQntuples(result);
+    const std::int64_t first = std::min(skip_, rows);
+    const std::int64_t last = first + std::min(page_.count - taken_, rows - first);
+    skip_ -= first;
+    taken_ += last - first;
+    for (int index = 0; first < last && index < PQnfields(result); ++index) {
+        QXColumn& column = rs_.MutableColumn(static_cast<std::size_t>(index));
+        if (last - first > 1) {
+            column.Reserve(static_cast<std::size_t>(last - first));
+        }
         const QXValueType type = PgValueType(PQftype(result, index));
-        QXColumn& column = rs.AddColumn(PQfname(result, index), type);
-        column.Reserve(first < last ? static_cast<std::size_t>(last - first) : 0);
         for (std::int64_t row = first; row < last; ++row) {
             AppendCell(column, type, result, static_cast<int>(row), index);
         }
     }
+    page_.CheckBytes(rs_);
 }
 
 }  // namespace CQXDB::adapter

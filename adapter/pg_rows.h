@@ -7,9 +7,27 @@
 
 #include <qxdb/QXRecordset.h>
 
+#include "adapter/page.h"
+
 namespace CQXDB::adapter {
 
-/// Adds the columns of a result to `rs`, which is empty, and rows `first` to before `last` of it.
-void AppendPgRows(const PGresult* result, std::int64_t first, std::int64_t last, QXRecordset& rs);
+/// Takes one query's rows, in as many results as they come in, and appends those of the page to a
+/// recordset, which is empty at first. Throws DatabaseError when they are over the page's bound.
+class PgPageReader {
+  public:
+    /// `skip` rows come before the page. Both references are borrowed.
+    PgPageReader(const Page& page, std::int64_t skip, QXRecordset& rs)
+        : page_(page), skip_(skip), rs_(rs) {}
+
+    void operator()(const PGresult* result);
+
+  private:
+    void AddColumns(const PGresult* result);
+
+    const Page& page_;
+    std::int64_t skip_;
+    QXRecordset& rs_;
+    std::int64_t taken_ = 0;
+};
 
 }  // namespace CQXDB::adapter

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 
 #include "adapter/database_error.h"
 #include "adapter/parameter_count.h"
@@ -25,6 +26,11 @@ std::string MoveTo(std::int64_t row) {
         text += "MOVE FORWARD " + std::to_string(std::min(row, kMostInOneMove)) + " IN qx_page; ";
     }
     return text;
+}
+
+/// A bound on the rows is of use only when they are looked at before the last one has come.
+PgConnection::Rows HowToRead(const Page& page) noexcept {
+    return page.maxBytes != 0 ? PgConnection::Rows::OneByOne : PgConnection::Rows::Together;
 }
 
 }  // namespace
@@ -68,11 +74,9 @@ void PgStatement::Query(const Parameters& parameters, const Page& page, QXRecord
 void PgStatement::QueryAll(const Parameters& parameters, const Page& page, QXRecordset& rs) {
     // Parsed anew each time: a result whose columns have changed since would be refused.
     connection_.Forget(this);
-    const PgResult result = connection_.RunStatement(this, native_.sql, PgParameters(parameters));
-    const std::int64_t rows = PQntuples(result.get());
-    const std::int64_t first = std::min(page.first, rows);
-    AppendPgRows(result.get(), first, first + std::min(page.count, rows - first), rs);
-    page.CheckBytes(rs);
+    PgPageReader reader(page, page.first, rs);
+    connection_.RunStatement(this, native_.sql, PgParameters(parameters), std::ref(reader),
+                             HowToRead(page));
 }
 
 void PgStatement::QueryPage(const Parameters& parameters, const Page& page, QXRecordset& rs) {
@@ -84,11 +88,10 @@ void PgStatement::QueryPage(const Parameters& parameters, const Page& page, QXRe
     connection_.RunStatement(this, "DECLARE qx_page NO SCROLL CURSOR FOR " + native_.sql,
                              PgParameters(parameters));
     connection_.Forget(this);
-    const PgResult result =
-        connection_.RunText(MoveTo(page.first) + "FETCH FORWARD " + std::to_string(page.count) +
-                            " FROM qx_page; CLOSE qx_page" + (own ? "; COMMIT" : ""));
-    AppendPgRows(result.get(), 0, PQntuples(result.get()), rs);
-    page.CheckBytes(rs);
+    PgPageReader reader(page, 0, rs);
+    connection_.RunText(MoveTo(page.first) + "FETCH FORWARD " + std::to_string(page.count) +
+                            " FROM qx_page; CLOSE qx_page" + (own ? "; COMMIT" : ""),
+                        std::ref(reader), HowToRead(page));
 }
 
 }  // namespace CQXDB::adapter

@@ -41,7 +41,8 @@ std::unique_ptr<Connection> Open(const SqliteSettings& settings) {
     }
     sqlite3* db = Poco::Data::SQLite::Utility::dbHandle(*session);
     ConfigureSqlite(db, settings);
-    return std::make_unique<SqliteConnection>(db, session, settings.statementTimeout);
+    return std::make_unique<SqliteConnection>(db, session, settings.statementTimeout,
+                                              settings.confined);
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ class PoolRegistry {
     PoolRegistry(const PoolRegistry&) = delete;
     PoolRegistry& operator=(const PoolRegistry&) = delete;
 
-    Lease Take(const QXDataSource& dataSource);
+    Lease Take(const QXDataSource& dataSource, const std::string& user);
     void CloseIdle();
 
   private:

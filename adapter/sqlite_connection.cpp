@@ -15,8 +15,12 @@ constexpr std::size_t kCachedStatements = 64;
 }  // namespace
 
 SqliteConnection::SqliteConnection(sqlite3* db, std::shared_ptr<void> owner,
-                                   std::chrono::milliseconds statementTimeout)
-    : owner_(std::move(owner)), db_(db), timer_(db, statementTimeout), cache_(kCachedStatements) {}
+                                   std::chrono::milliseconds statementTimeout, bool confined)
+    : owner_(std::move(owner)),
+      db_(db),
+      timer_(db, statementTimeout),
+      cache_(kCachedStatements),
+      confined_(confined) {}
 
 std::shared_ptr<Statement> SqliteConnection::Prepare(const std::string& text) {
     std::shared_ptr<Statement> statement = cache_.Find(text);
@@ -67,6 +71,27 @@ bool SqliteConnection::Alive() noexcept {
     int moved = 0;
     const int code = sqlite3_file_control(db_, "main", SQLITE_FCNTL_HAS_MOVED, &moved);
     return code != SQLITE_OK || moved == 0;
+}
+
+bool SqliteConnection::Reset() noexcept {
+    try {
+        DropTemporaryObjects();
+        sqlite3_set_last_insert_rowid(db_, 0);
+        return confined_;
+    } catch (...) {
+        return false;
+    }
+}
+
+void SqliteConnection::DropTemporaryObjects() {
+    static const std::string kDrops =
+        "SELECT printf('DROP %s IF EXISTS temp.\"%w\"', type, name) FROM temp.sqlite_schema "
+        "WHERE type <> 'index' AND name NOT LIKE 'sqlite^_%' ESCAPE '^' ORDER BY type = 'table'";
+    QXRecordset drops;
+    Prepare(kDrops)->Query({}, Page(), drops);
+    for (std::size_t row = 0; row < drops.RowCount(); ++row) {
+        RunOnce(drops.GetTextUtf8(row, 0));
+    }
 }
 
 }  // namespace CQXDB::adapter

@@ -16,9 +16,10 @@ namespace CQXDB::adapter {
 
 class SqliteConnection : public Connection {
   public:
-    /// `owner` keeps `db` open and closes it when the connection goes.
+    /// `owner` keeps `db` open and closes it when the connection goes. `confined` tells that
+    /// ConfineSqlite was called.
     SqliteConnection(sqlite3* db, std::shared_ptr<void> owner,
-                     std::chrono::milliseconds statementTimeout);
+                     std::chrono::milliseconds statementTimeout, bool confined);
 
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
@@ -29,15 +30,20 @@ class SqliteConnection : public Connection {
     void Rollback() noexcept override;
     bool InTransaction() noexcept override;
     bool Alive() noexcept override;
+    /// A confined connection has nothing of a user's but what is in its temporary database.
+    bool Reset() noexcept override;
 
     /// Runs one statement that is not worth keeping.
     void RunOnce(std::string_view statement);
 
   private:
+    void DropTemporaryObjects();
+
     std::shared_ptr<void> owner_;
     sqlite3* db_;
     SqliteTimer timer_;
     StatementCache cache_;
+    bool confined_;
 };
 
 }  // namespace CQXDB::adapter

@@ -57,8 +57,7 @@ SqliteSettings SqliteSettings::Of(const QXDataSource& dataSource) {
                                      {"wal", "delete", "truncate", "persist", "memory", "off"});
     settings.synchronous = TakeOneOf(options, "synchronous", {"off", "normal", "full", "extra"});
     settings.confined = options.TakeFlag("confined", false);
-    settings.statementTimeout =
-        std::chrono::milliseconds(options.TakeNumber("statement_timeout", 0, 0, 86400000));
+    settings.statementTimeout = options.TakeStatementTimeout();
     settings.pool = options.TakePoolLimits();
     options.RefuseRest();
     if (settings.Private()) {
@@ -100,7 +99,8 @@ std::unique_ptr<Connection> OpenSqlite(const SqliteSettings& settings) {
         throw SqliteOpenError(db, code, settings.path);
     }
     ConfigureSqlite(db, settings);
-    return std::make_unique<SqliteConnection>(db, owner, settings.statementTimeout);
+    return std::make_unique<SqliteConnection>(db, owner, settings.statementTimeout,
+                                              settings.confined);
 }
 
 std::shared_ptr<ConnectionPool> MakeSqlitePool(const QXDataSource& dataSource) {

@@ -95,8 +95,10 @@ bool QXDataSource::FromUrl(const std::wstring& url, QXDataSource& out, std::wstr
         return true;
     } catch (const UrlRefused& refused) {
         error = refused.reason;
-    } catch (const Poco::Exception& exception) {
-        error = L"The database URL can't be read: " + Utf8ToWide(exception.displayText()) + L".";
+    } catch (const Poco::Exception&) {
+        // Its words would repeat a piece of the URL, which may be one of the password.
+        error = L"The database URL can't be read: write reserved characters in a user, password or "
+                L"option as %XX.";
     }
     return false;
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include <qxdb/DBMgrErrors.h>
 #include <qxdb/Export.h>
@@ -52,14 +53,17 @@ class QXDB_ADAPTER_API DBMgr {
 
     /// Bounds what the rows of one query or batch may take up in memory. A call beyond it fails
     /// with DBMGR_RESULT_TOO_LARGE, and a list is rolled back. 0, as at the start, is no bound.
-    /// PostgreSQL's client library holds a whole result in memory of its own before its rows are
-    /// looked at.
     void SetMaxResultBytes(std::size_t bytes) noexcept { maxResultBytes_ = bytes; }
 
     /// Whom OpenQuery of one command gives rows to while it still reads others; the recordset then
     /// gets those behind the last part. Databases that hand out whole results only don't call it.
     /// `sink` is borrowed until the next call of SetRowSink; null, as at the start, is nobody.
     void SetRowSink(const RowSink* sink) noexcept { rowSink_ = sink; }
+
+    /// Whom the calls are made for, where one process serves several users: what one of them leaves
+    /// in a pooled connection (settings, temporary tables, locks), another does not meet. "", as at
+    /// the start, is one user like any other.
+    void SetSessionUser(std::string user) { sessionUser_ = std::move(user); }
 
     /// The database's own code of the last call's error, or a DBMgrError; 0 is success.
     long errNumber() const noexcept { return errNumber_; }
@@ -72,6 +76,7 @@ class QXDB_ADAPTER_API DBMgr {
     std::wstring errDesc_;
     std::size_t maxResultBytes_ = 0;
     const RowSink* rowSink_ = nullptr;
+    std::string sessionUser_;
 };
 
 }  // namespace CQXDB

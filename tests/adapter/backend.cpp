@@ -14,16 +14,13 @@ std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
 
 template <typename Call>
 Outcome Client::With(Call call) {
-    if (poco_) {
-        DBMgrWithPOCO manager;
+    const auto on = [&](auto&& manager) {
         manager.SetMaxResultBytes(maxResultBytes_);
+        manager.SetSessionUser(sessionUser_);
         call(manager);
-        return {manager.errNumber(), manager.errDesc()};
-    }
-    DBMgr manager;
-    manager.SetMaxResultBytes(maxResultBytes_);
-    call(manager);
-    return {manager.errNumber(), manager.errDesc()};
+        return Outcome{manager.errNumber(), manager.errDesc()};
+    };
+    return poco_ ? on(DBMgrWithPOCO()) : on(DBMgr());
 }
 
 QXCommand Client::Command(const std::string& text, std::vector<QXValue> parameters) const {

@@ -38,6 +38,7 @@ struct Backend {
     std::string rowError;
     bool marksInComments = true;  ///< a "?" in a comment is not taken for a parameter
     bool exactDecimals = true;    ///< DECIMAL keeps every digit
+    std::string minuteLong;       ///< a statement that runs for a minute or more
 };
 
 using BackendMaker = std::function<const Backend&()>;
@@ -51,6 +52,7 @@ class Client {
 
     CQXDB::QXDataSource& DataSource() noexcept { return dataSource_; }
     void SetMaxResultBytes(std::size_t bytes) noexcept { maxResultBytes_ = bytes; }
+    void SetSessionUser(const std::string& user) { sessionUser_ = user; }
     CQXDB::QXCommand Command(const std::string& text,
                              std::vector<CQXDB::QXValue> parameters = {}) const;
     CQXDB::QXCommandList List(std::vector<CQXDB::QXCommand> commands) const;
@@ -75,6 +77,7 @@ class Client {
     CQXDB::QXDataSource dataSource_;
     bool poco_;
     std::size_t maxResultBytes_ = 0;
+    std::string sessionUser_;
 };
 
 /// Cells joined by "|", rows by a line's end; null is "NULL".

@@ -22,6 +22,7 @@ Backend PostgreSql(const std::string& name, std::uint16_t port) {
     backend.syntaxError = SqlStateCode("42601");
     backend.missingTable = SqlStateCode("42P01");
     backend.rowError = "1 / (i - 15)";
+    backend.minuteLong = "SELECT pg_sleep(60)";
     return backend;
 }
 
@@ -47,6 +48,7 @@ const Backend& MariaDbBackend() {
         made.timestampType = "DATETIME(6)";
         made.timeType = "TIME(6)";
         made.rowError = "CASE WHEN i = 15 THEN (SELECT 1 UNION SELECT 2) ELSE i END";
+        made.minuteLong = "SELECT SLEEP(60)";
         made.duplicateKey = 1062;
         made.syntaxError = 1064;
         made.missingTable = 1146;

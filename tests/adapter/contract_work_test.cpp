@@ -245,6 +245,27 @@ TEST_P(WorkContract, MissingCommandsAndDescriptionsAreReported) {
     EXPECT_TRUE(db.Connect().ok());
 }
 
+TEST_P(WorkContract, WhatAUserLeavesInASessionIsNotMetByAnother) {
+    db.DataSource().options += ";pool_size=1";
+    for (const char* const user : {"ann", "bob", "ann"}) {
+        db.SetSessionUser(user);
+        EXPECT_FALSE(db.Execute("SELECT * FROM mine").ok()) << user;
+        ASSERT_TRUE(db.Execute("CREATE TEMPORARY TABLE mine (i INTEGER)").ok());
+        EXPECT_EQ(db.Rows("SELECT COUNT(*) FROM mine"), "0\n");
+    }
+}
+
+class TimeLimitContract : public Contract {};
+
+TEST_P(TimeLimitContract, AStatementThatRunsForTooLongIsEnded) {
+    db.DataSource().options += ";statement_timeout=50";
+    EXPECT_FALSE(db.Execute(backend.minuteLong).ok());
+    QXRecordset rs;
+    EXPECT_FALSE(db.Query(rs, backend.minuteLong).ok());
+    EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(On, TimeLimitContract, testing::ValuesIn(ExactBackends()), BackendName);
 INSTANTIATE_TEST_SUITE_P(On, WorkContract, testing::ValuesIn(Backends()), BackendName);
 
 }  // namespace

@@ -162,5 +162,20 @@ TEST_F(MariaDbTest, AServerThatGoesAndComesBackIsMetAgain) {
     EXPECT_EQ(db.Rows("SELECT 4"), "4\n");
 }
 
+TEST_F(MariaDbTest, ASessionThatChangesHandsHasItsSettingsAgain) {
+    db.DataSource().options += ";pool_size=1;statement_timeout=60000";
+    db.SetSessionUser("ann");
+    ASSERT_TRUE(db.Execute("SET sql_mode = 'ANSI'; SET max_statement_time = 0; "
+                           "SET NAMES latin1; USE information_schema")
+                    .ok());
+    const std::string id = db.Rows("SELECT connection_id()");
+    db.SetSessionUser("bob");
+    EXPECT_EQ(db.Rows("SELECT @@sql_mode LIKE '%ANSI%', @@max_statement_time, DATABASE(), ?",
+                      {QXValue::TextUtf8("漢字 \U0001F4DA")}),
+              "0|60|" + MariaDbServer::Database() + "|漢字 \U0001F4DA\n");
+    EXPECT_TRUE(db.Execute("DO 1; DO 2").ok());
+    EXPECT_EQ(db.Rows("SELECT connection_id()"), id) << "a connection was thrown away";
+}
+
 }  // namespace
 }  // namespace qxdb_test

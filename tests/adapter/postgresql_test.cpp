@@ -1,5 +1,6 @@
 // What is particular to PostgreSQL.
 #include <string>
+#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
@@ -106,6 +107,44 @@ TEST_F(PostgreSqlTest, AServerThatGoesAndComesBackIsMetAgain) {
     EXPECT_EQ(db.Execute({db.Command("SELECT pg_terminate_backend(pg_backend_pid())")}).code,
               SqlStateCode("57P01"));
     EXPECT_EQ(db.Rows("SELECT 4"), "4\n");
+}
+
+/// The most memory that this process has had, in MiB.
+long PeakMemory() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
+}
+
+TEST_F(PostgreSqlTest, RowsThatNobodyWantsTakeNoMemory) {
+    const std::string gigabyte =
+        "SELECT repeat('x', 1000) FROM generate_series(1, 1000000) WHERE ?::bool";
+    const long before = PeakMemory();
+    EXPECT_TRUE(db.Execute(gigabyte, {QXValue::Bool(true)}).ok());
+    EXPECT_TRUE(db.Execute({db.Command(gigabyte, {QXValue::Bool(true)}),
+                            db.Command(gigabyte, {QXValue::Bool(true)})})
+                    .ok());
+    db.SetMaxResultBytes(1000000);
+    QXRecordset rs;
+    EXPECT_EQ(db.Query(rs, gigabyte, {QXValue::Bool(true)}).code, DBMGR_RESULT_TOO_LARGE);
+    rs.setPageSize(900000);
+    EXPECT_EQ(db.Query(rs, gigabyte, {QXValue::Bool(true)}).code, DBMGR_RESULT_TOO_LARGE);
+    EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
+    EXPECT_LT(PeakMemory() - before, 600);
+}
+
+TEST_F(PostgreSqlTest, ASessionThatChangesHandsHasItsSettingsAgain) {
+    db.DataSource().options += ";pool_size=1;statement_timeout=60000";
+    db.SetSessionUser("ann");
+    ASSERT_TRUE(db.Execute("SET TimeZone = 'Asia/Tokyo'; SET statement_timeout = 0; "
+                           "SET search_path = pg_catalog; SET DateStyle = 'German'")
+                    .ok());
+    const std::string pid = db.Rows("SELECT pg_backend_pid()");
+    db.SetSessionUser("bob");
+    EXPECT_EQ(db.Rows("SELECT current_setting('TimeZone'), current_setting('statement_timeout'), "
+                      "current_schema(), DATE '2026-11-23'"),
+              "UTC|1min|public|2026-11-23\n");
+    EXPECT_EQ(db.Rows("SELECT pg_backend_pid()"), pid) << "a connection was thrown away";
 }
 
 }  // namespace

@@ -20,6 +20,8 @@ Backend Sqlite(const std::string& name, bool poco) {
     backend.missingTable = 1;
     backend.exactDecimals = false;
     backend.rowError = "CASE WHEN i = 15 THEN abs(-9223372036854775808) ELSE i END";
+    backend.minuteLong =
+        "WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM c) SELECT count(*) FROM c";
     return backend;
 }
 

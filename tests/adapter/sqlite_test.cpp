@@ -192,19 +192,21 @@ TEST_P(SqliteTest, AConfinedConnectionReachesNoOtherFileAndKeepsItsSettings) {
     EXPECT_TRUE(Open(folder.File("b.db")).Execute("ATTACH '" + other + "' AS o").ok());
 }
 
-TEST_P(SqliteTest, AStatementThatRunsForTooLongIsInterrupted) {
-    Client hurried = Open(folder.File("a.db"), "statement_timeout=50");
-    ASSERT_TRUE(hurried.Execute("CREATE TABLE t (i)").ok());
-    const std::string endless =
-        "WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM c) SELECT count(*) FROM c";
-    QXRecordset rs;
-    EXPECT_EQ(hurried.Query(rs, endless).code, SQLITE_INTERRUPT);
-    EXPECT_EQ(hurried
-                  .Execute({hurried.Command("INSERT INTO t VALUES (1)"),
-                            hurried.Command("INSERT INTO t " + endless)})
-                  .code,
-              SQLITE_INTERRUPT);
-    EXPECT_EQ(hurried.Rows("SELECT count(*) FROM t"), "0\n");
+TEST_P(SqliteTest, AConfinedConnectionPassesFromUserToUserWithoutItsTemporaryObjects) {
+    Client db = Open(":memory:", "confined=on");  // which would be empty if it were opened anew
+    db.SetSessionUser("ann");
+    ASSERT_TRUE(
+        db.Execute("CREATE TABLE t (i INTEGER PRIMARY KEY); INSERT INTO t VALUES (7); "
+                   "CREATE TEMP TABLE \"a \"\"b\" (i INTEGER PRIMARY KEY AUTOINCREMENT); "
+                   "CREATE TEMP VIEW v AS SELECT 1; CREATE TEMP TRIGGER r AFTER INSERT ON t "
+                   "BEGIN DELETE FROM t; END")
+            .ok());
+    db.SetSessionUser("bob");
+    EXPECT_EQ(db.Rows("SELECT name FROM temp.sqlite_schema WHERE name NOT LIKE 'sqlite%'"), "");
+    EXPECT_EQ(db.Rows("SELECT last_insert_rowid()"), "0\n");
+    EXPECT_TRUE(db.Execute("INSERT INTO t VALUES (8)").ok());
+    EXPECT_EQ(db.Rows("SELECT i FROM t"), "7\n8\n");
+    EXPECT_EQ(db.Execute("PRAGMA query_only=1").code, SQLITE_AUTH);
 }
 
 TEST_P(SqliteTest, AnInsertThatReturnsRowsIsKeptWhateverThePage) {
