@@ -58,7 +58,7 @@ class Parser {
                 "is sqlite:PATH, postgresql://..., mysql://... or odbc:...")
             ->type_name("NAME=URL")
             ->allow_extra_args(false);
-        app_.add_flag("--allow-client-data-sources", options.allowClientDataSources,
+        app_.add_flag("--allow-client-data-sources", options.clientDataSources.allowed,
                       "Let clients name databases of their own");
         app_.add_option(
                 "--log-level", options.logLevel,

@@ -36,14 +36,14 @@ Outcome CommandService::Serve(const Request& request, const CQXBASE::MessageHold
 
 template <class Commands>
 Outcome CommandService::ServeAny(const Request& request, Commands& commands) {
-    Authorize(commands);
+    const std::string account = Authorize(commands);
     if (request.Code() == CQXBASE::kExecute || request.Code() == CQXBASE::kExecuteList) {
         CQXBASE::QXSimpleMsg status(std::wstring(), 0);
-        return Reply(request, Execute(commands), status, commands.Token());
+        return Reply(request, Execute(account, commands), status, commands.Token());
     }
     QXRecordset rs;
     StreamedReply streamed(encoder_, request.Enciphered());
-    const DatabaseAnswer answer = Query(commands, rs, maxResultBytes_, streamed.Sink());
+    const DatabaseAnswer answer = Query(account, commands, rs, maxResultBytes_, streamed.Sink());
     if (streamed.Begun() && answer.code == 0) {
         Outcome outcome;
         outcome.token = CQXBASE::WideToUtf8(commands.Token());
@@ -55,17 +55,18 @@ Outcome CommandService::ServeAny(const Request& request, Commands& commands) {
 }
 
 Outcome CommandService::Batch(const Request& request, QXCommandList& list) {
-    Authorize(list);
+    const std::string account = Authorize(list);
     QXRsList results;
-    const DatabaseAnswer answer = CQXSERVER::Batch(list, results, maxResultBytes_);
+    const DatabaseAnswer answer = CQXSERVER::Batch(account, list, results, maxResultBytes_);
     return Reply(request, answer, results, list.Token());
 }
 
 template <class Commands>
-void CommandService::Authorize(Commands& commands) {
+std::string CommandService::Authorize(Commands& commands) {
     const Session session = sessions_.Require(CQXBASE::WideToUtf8(commands.Token()));
     const Account account = logins_.AccountOf(session);
     commands.SetSysDataSrc(databases_.Resolve(commands.SysDataSrc(), account, session.database));
+    return account.name;
 }
 
 Outcome CommandService::Reply(const Request& request, const DatabaseAnswer& answer,

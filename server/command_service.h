@@ -1,6 +1,8 @@
 // Commands, queries and batches of sessions.
 #pragma once
 
+#include <string>
+
 #include <qxdb/QXCommandList.h>
 
 #include "messages/message_holder.h"
@@ -25,10 +27,10 @@ class CommandService {
   private:
     template <class Commands>
     Outcome ServeAny(const Request& request, Commands& commands);
-    /// Checks the token that the commands carry and puts the data source to use in the place of
-    /// theirs.
+    /// Checks the token that the commands carry, puts the data source to use in the place of
+    /// theirs, and gives the name of the account.
     template <class Commands>
-    void Authorize(Commands& commands);
+    std::string Authorize(Commands& commands);
     Outcome Batch(const Request& request, CQXDB::QXCommandList& list);
     Outcome Reply(const Request& request, const DatabaseAnswer& answer, CQXBASE::QXIOBase& record,
                   const std::wstring& token) const;

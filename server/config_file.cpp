@@ -50,6 +50,21 @@ Setter LevelTo(std::string& target) {
     };
 }
 
+Setter KindsTo(std::vector<std::string>& target) {
+    return [&target](const toml::node& node) {
+        const std::vector<std::string> all = ClientDataSources().kinds;
+        const toml::array* const array = node.as_array();
+        target.clear();
+        for (std::size_t i = 0; array != nullptr && i < array->size(); ++i) {
+            target.push_back(array->get(i)->value_or(std::string()));
+            if (std::find(all.begin(), all.end(), target.back()) == all.end()) {
+                return false;
+            }
+        }
+        return !target.empty();
+    };
+}
+
 Setter LimitsTo(Limits& limits, const std::string& file) {
     return [&limits, &file](const toml::node& node) {
         const toml::table* const table = node.as_table();
@@ -66,7 +81,7 @@ Setter LimitsTo(Limits& limits, const std::string& file) {
                    {"min_bytes_per_second", NumberTo(limits.minBytesPerSecond)},
                    {"session_idle_s", DurationTo(limits.sessionIdle)},
                    {"session_lifetime_s", DurationTo(limits.sessionLifetime)},
-                   {"sqlite_timeout_s", DurationTo(limits.sqliteTimeout)},
+                   {"statement_timeout_s", DurationTo(limits.statementTimeout)},
                    {"grace_timeout_s", DurationTo(limits.graceTimeout)}});
         }
         return table != nullptr;
@@ -128,7 +143,9 @@ void ReadConfigFile(const std::string& path, ServerOptions& options) {
            {"listen", TextTo(options.listen)},
            {"port_file", PathTo(options.portFile, folder)},
            {"log_level", LevelTo(options.logLevel)},
-           {"allow_client_data_sources", FlagTo(options.allowClientDataSources)},
+           {"allow_client_data_sources", FlagTo(options.clientDataSources.allowed)},
+           {"client_data_source_kinds", KindsTo(options.clientDataSources.kinds)},
+           {"client_data_source_folder", PathTo(options.clientDataSources.folder, folder)},
            {"workers", NumberTo(options.workers)},
            {"login_workers", NumberTo(options.loginWorkers)},
            {"databases", DatabasesTo(options, folder)},

@@ -1,6 +1,8 @@
 #include "server/database_registry.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "server/database_names.h"
 #include "server/server_error.h"
@@ -20,6 +22,56 @@ bool DescribesConnection(const QXDataSource& wanted) noexcept {
            !wanted.dsn.empty() || !wanted.connectionString.empty();
 }
 
+constexpr char kSqlite[] = "sqlite";
+/// Other accounts use the connections too, and the account store is a SQLite file as well.
+constexpr char kConfined[] = ";confined=on";
+
+/// One of ClientDataSources::kinds.
+std::string KindOf(const QXDataSource& dataSource) {
+    switch (dataSource.driver) {
+        case CQXDB::CQXDB_DRIVER_SQLITE:
+            return kSqlite;
+        case CQXDB::CQXDB_DRIVER_POSTGRESQL:
+            return "postgresql";
+        case CQXDB::CQXDB_DRIVER_MYSQL:
+            return "mysql";
+        case CQXDB::CQXDB_DRIVER_ODBC:
+            return "odbc";
+        case CQXDB::CQXDB_DRIVER_DEFAULT:
+            break;
+    }
+    switch (dataSource.type) {
+        case CQXDB::CQXDB_DS_EMBEDDED:
+        case CQXDB::CQXDB_DS_SQLITE:
+            return kSqlite;
+        case CQXDB::CQXDB_DS_POSTGRESQL:
+            return "postgresql";
+        case CQXDB::CQXDB_DS_MYSQL:
+        case CQXDB::CQXDB_DS_MARIADB:
+            return "mysql";
+        default:
+            return "odbc";
+    }
+}
+
+bool IsSqlite(const QXDataSource& dataSource) {
+    return KindOf(dataSource) == kSqlite;
+}
+
+/// The file that `path`, absolute or counted from the folder, stands for. Throws RequestRefused
+/// when that is outside of the folder, links followed, or not told by a plain path.
+std::string PathInside(const std::string& folder, const std::string& path) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::path root = fs::weakly_canonical(fs::u8path(folder) / "x", error).parent_path();
+    const fs::path file = fs::weakly_canonical(root / fs::u8path(path), error);
+    const auto [end, ignored] = std::mismatch(root.begin(), root.end(), file.begin(), file.end());
+    if (error || path.rfind("file:", 0) == 0 || end != root.end() || file == root) {
+        throw RequestRefused(ServerError::ForbiddenDatabase);
+    }
+    return file.u8string();
+}
+
 /// A plain path; what a SQLite URI or a database in memory should be like is said by its name.
 bool IsSqliteFile(const QXDataSource& dataSource) {
     return dataSource.database.rfind(L"file:", 0) != 0 && dataSource.database != L":memory:";
@@ -34,9 +86,16 @@ void DatabaseRegistry::Add(const std::string& name, const std::string& url) {
         // The URL itself may hold a password, so it is not repeated.
         throw OperatorError("database '" + name + "': " + CQXBASE::WideToUtf8(error));
     }
-    if (dataSource.type == CQXDB::CQXDB_DS_EMBEDDED) {
-        dataSource.options = SqliteOptions(dataSource);
+    // What comes later wins: the URL's own settings, but for those that keep a shared file safe.
+    std::string options = Timeout() + ";" + dataSource.options;
+    if (IsSqlite(dataSource)) {
+        options += kConfined;
+        if (IsSqliteFile(dataSource)) {
+            // Readers don't wait for the writer; an acknowledged commit is on the disk.
+            options += ";journal_mode=wal;synchronous=full";
+        }
     }
+    dataSource.options = options;
     Add(name, dataSource);
 }
 
@@ -54,13 +113,13 @@ void DatabaseRegistry::Add(const std::string& name, const QXDataSource& dataSour
 QXDataSource DatabaseRegistry::Resolve(const QXDataSource& wanted, const Account& account,
                                        const std::string& sessionDatabase) const {
     const std::string name = CQXBASE::WideToUtf8(wanted.database);
-    const bool clientsOwn =
-        allowClient_ && (DescribesConnection(wanted) || (!name.empty() && Find(name) == nullptr));
+    const bool clientsOwn = clients_.allowed && (DescribesConnection(wanted) ||
+                                                 (!name.empty() && Find(name) == nullptr));
     if (clientsOwn) {
         if (!account.MayUseAll()) {
             throw RequestRefused(ServerError::ForbiddenDatabase);
         }
-        return wanted;
+        return Confine(wanted);
     }
     if (!name.empty()) {
         return Require(name, account);
@@ -93,14 +152,26 @@ const QXDataSource& DatabaseRegistry::Require(const std::string& name,
     return *found;
 }
 
-std::string DatabaseRegistry::SqliteOptions(const QXDataSource& dataSource) const {
-    // All accounts share the connections, and the account store is a SQLite file too.
-    std::string options = "confined=on;statement_timeout=" + std::to_string(sqliteTimeout_.count());
-    if (IsSqliteFile(dataSource)) {
-        // Readers don't wait for the writer, and a commit is on the disk when it is acknowledged.
-        options += ";journal_mode=wal;synchronous=full";
+QXDataSource DatabaseRegistry::Confine(const QXDataSource& wanted) const {
+    const std::string kind = KindOf(wanted);
+    if (std::find(clients_.kinds.begin(), clients_.kinds.end(), kind) == clients_.kinds.end()) {
+        throw RequestRefused(ServerError::ForbiddenDatabase);
     }
-    return options;
+    QXDataSource confined = wanted;
+    std::string options = wanted.options + ";" + Timeout();
+    if (kind == kSqlite) {
+        options += kConfined;
+        if (!clients_.folder.empty()) {
+            confined.database = CQXBASE::Utf8ToWide(
+                PathInside(clients_.folder, CQXBASE::WideToUtf8(wanted.database)));
+        }
+    }
+    confined.options = options;
+    return confined;
+}
+
+std::string DatabaseRegistry::Timeout() const {
+    return "statement_timeout=" + std::to_string(statementTimeout_.count());
 }
 
 const QXDataSource* DatabaseRegistry::Find(const std::string& name) const noexcept {

@@ -9,6 +9,7 @@
 #include <qxdb/QXDataSource.h>
 
 #include "server/account_store.h"
+#include "server/server_options.h"
 #include "server/session_table.h"
 
 namespace CQXSERVER {
@@ -16,11 +17,10 @@ namespace CQXSERVER {
 /// Filled before the server starts; after that every thread may read it.
 class DatabaseRegistry {
   public:
-    /// A client's own connection descriptions are honoured only when `allowClientDataSources` is
-    /// set.
-    /// SQLite statements that run longer than `sqliteTimeout` are interrupted; 0 is no limit.
-    DatabaseRegistry(bool allowClientDataSources, std::chrono::milliseconds sqliteTimeout)
-        : allowClient_(allowClientDataSources), sqliteTimeout_(sqliteTimeout) {}
+    /// Statements that run longer than `statementTimeout` are ended, where the database can do that
+    /// and its own URL doesn't say otherwise; 0 is no limit.
+    DatabaseRegistry(ClientDataSources clients, std::chrono::milliseconds statementTimeout)
+        : clients_(std::move(clients)), statementTimeout_(statementTimeout) {}
 
     /// Throws OperatorError for a bad or taken name, or a URL that describes no database.
     void Add(const std::string& name, const std::string& url);
@@ -46,10 +46,12 @@ class DatabaseRegistry {
     void Add(const std::string& name, const CQXDB::QXDataSource& dataSource);
     const CQXDB::QXDataSource* Find(const std::string& name) const noexcept;
 
-    std::string SqliteOptions(const CQXDB::QXDataSource& dataSource) const;
+    /// A client's own description with the server's limits. Throws RequestRefused.
+    CQXDB::QXDataSource Confine(const CQXDB::QXDataSource& wanted) const;
+    std::string Timeout() const;
 
-    const bool allowClient_;
-    const std::chrono::milliseconds sqliteTimeout_;
+    const ClientDataSources clients_;
+    const std::chrono::milliseconds statementTimeout_;
     std::vector<std::pair<std::string, CQXDB::QXDataSource>> databases_;
 };
 

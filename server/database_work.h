@@ -16,18 +16,20 @@ struct DatabaseAnswer {
     std::wstring text;
 };
 
-// The commands carry the data source they run on. Any thread.
-DatabaseAnswer Execute(CQXDB::QXCommand& command);
-DatabaseAnswer Execute(CQXDB::QXCommandList& list);
+// The commands carry the data source they run on. What they leave in the session of a connection is
+// for `account` alone. Any thread.
+DatabaseAnswer Execute(const std::string& account, CQXDB::QXCommand& command);
+DatabaseAnswer Execute(const std::string& account, CQXDB::QXCommandList& list);
 
 // `maxBytes` bounds the memory of the rows; beyond it the answer is DBMGR_RESULT_TOO_LARGE.
 /// Both set the recordset's page by the command's. `sink` gets the first rows of a large result,
 /// where the database hands them out one by one; `rs` the others.
-DatabaseAnswer Query(CQXDB::QXCommand& command, CQXDB::QXRecordset& rs, std::size_t maxBytes,
-                     const CQXDB::RowSink& sink);
-DatabaseAnswer Query(CQXDB::QXCommandList& list, CQXDB::QXRecordset& rs, std::size_t maxBytes,
-                     const CQXDB::RowSink& sink);
-DatabaseAnswer Batch(CQXDB::QXCommandList& list, CQXDB::QXRsList& out, std::size_t maxBytes);
+DatabaseAnswer Query(const std::string& account, CQXDB::QXCommand& command, CQXDB::QXRecordset& rs,
+                     std::size_t maxBytes);
+DatabaseAnswer Query(const std::string& account, CQXDB::QXCommandList& list, CQXDB::QXRecordset& rs,
+                     std::size_t maxBytes);
+DatabaseAnswer Batch(const std::string& account, CQXDB::QXCommandList& list, CQXDB::QXRsList& out,
+                     std::size_t maxBytes);
 
 DatabaseAnswer Probe(const CQXDB::QXDataSource& dataSource);
 

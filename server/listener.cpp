@@ -51,7 +51,9 @@ Listener::Listener(const std::string& address, ACE_Reactor& newReactor, OnAccept
 }
 
 Listener::~Listener() {
-    reactor()->remove_handler(this, ACE_Event_Handler::ACCEPT_MASK | ACE_Event_Handler::DONT_CALL);
+    // A paused one waits for other events, and the reactor keeps whoever waits for any.
+    reactor()->remove_handler(this,
+                              ACE_Event_Handler::ALL_EVENTS_MASK | ACE_Event_Handler::DONT_CALL);
     acceptor_.close();
 }
 

@@ -82,9 +82,9 @@ void Server::Stop() {
 
 void Server::LogStatistics() const {
     LogAt(Poco::Message::PRIO_NOTICE, "connections: ", stats_.open, " open, ", stats_.accepted,
-          " accepted, ", stats_.refused, " refused, ", stats_.timedOut,
-          " timed out; sessions: ", services_.sessions.Count(), "; requests: ", stats_.running,
-          " running, ", stats_.requests, " in all");
+          " accepted, ", stats_.refused, " refused, ", stats_.displaced, " displaced, ",
+          stats_.timedOut, " timed out; sessions: ", services_.sessions.Count(),
+          "; requests: ", stats_.running, " running, ", stats_.requests, " in all");
 }
 
 void Server::Submit(Request request) {
@@ -113,11 +113,29 @@ void Server::Complete(const std::shared_ptr<Request>& request, Outcome outcome) 
     --stats_.running;
     const auto found = connections_.find(request->connection);
     if (found != connections_.end()) {
+        if (!outcome.token.empty()) {
+            newcomers_.erase(request->connection);
+        }
         found->second->Finish(std::move(outcome));
     }
 }
 
+/// Makes room by closing the oldest connection that has neither logged in nor asked for anything
+/// now, so that a crowd of strangers does not keep users out. False when there is none.
+bool Server::DisplaceNewcomer() {
+    const auto found = std::find_if(newcomers_.begin(), newcomers_.end(), [this](ConnectionId id) {
+        return connections_.at(id)->Waits();
+    });
+    if (found == newcomers_.end()) {
+        return false;
+    }
+    ++stats_.displaced;
+    connections_.at(*found)->Close();
+    return true;
+}
+
 void Server::Retire(ConnectionId id) {
+    newcomers_.erase(id);
     for (Connections* const each : {&connections_, &rejected_}) {
         const auto found = each->find(id);
         if (found != each->end()) {
@@ -135,7 +153,7 @@ ReplyFrame Server::ErrorReply(ServerError error, bool enciphered) const {
 
 void Server::Accept(const ACE_SOCK_Stream& peer, const std::string& address) {
     const ConnectionId id = ++lastId_;
-    const bool full = connections_.size() >= options_.limits.maxConnections;
+    const bool full = connections_.size() >= options_.limits.maxConnections && !DisplaceNewcomer();
     ConnectionHost& host = *this;
     auto connection = std::make_unique<Connection>(id, peer, address, host);
     Connection& opened = *connection;
@@ -146,6 +164,9 @@ void Server::Accept(const ACE_SOCK_Stream& peer, const std::string& address) {
     }
     LogDebug("connection ", id, ": from ", address, full ? ", one too many" : "");
     (full ? rejected_ : connections_).emplace(id, std::move(connection));
+    if (!full) {
+        newcomers_.insert(id);
+    }
     if (opened.Open(loop_.Reactor()) && full) {
         opened.Reject(ServerError::TooManyConnections);
     }

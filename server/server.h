@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -61,6 +62,7 @@ class Server : private ConnectionHost {
     void BeginStop();
     bool Finished() const;
     std::vector<Connection*> AllConnections() const;
+    bool DisplaceNewcomer();
 
     const ServerOptions options_;
     const Clock clock_;
@@ -69,7 +71,8 @@ class Server : private ConnectionHost {
     EventLoop loop_;
     std::string scratch_;
     Connections connections_;
-    Connections rejected_;  ///< over the limit, being told so
+    std::set<ConnectionId> newcomers_;  ///< of connections_: those without a login yet
+    Connections rejected_;              ///< over the limit, being told so
     std::vector<std::unique_ptr<Connection>> retired_;
     ConnectionId lastId_ = 0;
     bool stopping_ = false;

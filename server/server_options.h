@@ -30,9 +30,16 @@ struct Limits {
     std::size_t minBytesPerSecond = 64 * kKiB;
     std::chrono::milliseconds sessionIdle = std::chrono::minutes(30);
     std::chrono::milliseconds sessionLifetime = std::chrono::hours(12);  ///< from the login
-    std::chrono::milliseconds sqliteTimeout =
-        std::chrono::minutes(10);                                       ///< of one SQLite statement
+    std::chrono::milliseconds statementTimeout = std::chrono::minutes(10);
     std::chrono::milliseconds graceTimeout = std::chrono::seconds(30);  ///< from the stop signal
+};
+
+/// What connection descriptions of a client's own are honoured.
+struct ClientDataSources {
+    bool allowed = false;
+    /// "sqlite", "postgresql", "mysql" and "odbc" are all there are.
+    std::vector<std::string> kinds = {"sqlite", "postgresql", "mysql", "odbc"};
+    std::string folder;  ///< where SQLite files must be; "" is anywhere
 };
 
 struct ServerOptions {
@@ -40,7 +47,7 @@ struct ServerOptions {
     std::string listen = "127.0.0.1:7777";  ///< HOST:PORT, [IPV6]:PORT; port 0 picks a free one
     std::string portFile;  ///< takes the port in decimal once listening; "" is none
     std::vector<std::pair<std::string, std::string>> databases;  ///< name and URL, in order
-    bool allowClientDataSources = false;   ///< honour the connection description a client sends
+    ClientDataSources clientDataSources;
     std::string logLevel = "information";  ///< one that IsLogLevel accepts
     unsigned workers = 0;                  ///< threads for database work; 0 picks by the machine
     unsigned loginWorkers = 1;             ///< threads for password hashing

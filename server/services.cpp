@@ -56,7 +56,7 @@ Services::Services(const ServerOptions& options, const Clock& clock)
     : buffers(options.limits.maxBufferedBytes),
       encoder(buffers),
       accounts(AccountStorePath(options.dataDir)),
-      databases(options.allowClientDataSources, options.limits.sqliteTimeout),
+      databases(options.clientDataSources, options.limits.statementTimeout),
       sessions(options.limits, clock),
       throttle(clock),
       logins(accounts, sessions, throttle, databases, encoder),

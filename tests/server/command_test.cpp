@@ -1,4 +1,6 @@
 // Commands, queries and batches, as a client sees them.
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 #include "messages/type_codes.h"
@@ -146,7 +148,7 @@ TEST_F(CommandTest, AStatementReachesNoOtherFileOfTheServer) {
 
 TEST_F(CommandTest, AnEndlessStatementIsInterrupted) {
     TestServer hurried([](CQXSERVER::ServerOptions& options) {
-        options.limits.sqliteTimeout = std::chrono::milliseconds(50);
+        options.limits.statementTimeout = std::chrono::milliseconds(50);
     });
     RawClient client = hurried.LoggedIn();
     EXPECT_GT(client
@@ -224,7 +226,7 @@ TEST_F(CommandTest, ABigEndianFrameIsRead) {
 class DatabaseChoiceTest : public testing::TestWithParam<bool> {
   protected:
     static void Configure(CQXSERVER::ServerOptions& options) {
-        options.allowClientDataSources = GetParam();
+        options.clientDataSources.allowed = GetParam();
         options.databases = {{"sales", "sqlite:" + options.dataDir + "/sales.db"},
                              {"stock", "sqlite:" + options.dataDir + "/stock.db"}};
     }
@@ -266,6 +268,50 @@ TEST_P(DatabaseChoiceTest, AClientsOwnDescriptionNeedsLeave) {
 }
 
 INSTANTIATE_TEST_SUITE_P(WithAndWithoutLeave, DatabaseChoiceTest, testing::Bool());
+
+TEST(ClientDataSources, AreKeptToTheirKindsAndFolder) {
+    namespace fs = std::filesystem;
+    const TempDir outside;
+    const TempDir folder;
+    TestServer server([&](CQXSERVER::ServerOptions& options) {
+        options.clientDataSources = {true, {"sqlite"}, folder.Path().string() + "/"};
+    });
+    RawClient client = server.LoggedIn();
+    const auto error = [&](const CQXDB::QXDataSource& dataSource,
+                           const wchar_t* sql = L"SELECT 1") {
+        QXCommand command(sql);
+        command.SetToken(client.token);
+        command.SetSysDataSrc(dataSource);
+        return client.Call(kExecute, command).Error();
+    };
+    CQXDB::QXDataSource own;
+    own.type = CQXDB::CQXDB_DS_SQLITE;
+    fs::create_directory_symlink(outside.Path(), folder.Path() / "link");
+    for (const std::string& path :
+         {outside.File("x.db"), std::string("../x.db"), std::string("link/x.db"), std::string("."),
+          "file:" + folder.File("x.db"), server.Folder().File("data/accounts.db")}) {
+        own.database = CQXBASE::Utf8ToWide(path);
+        EXPECT_EQ(error(own), Number(ServerError::ForbiddenDatabase)) << path;
+    }
+    own.database = L"own.db";
+    EXPECT_EQ(error(own), 0);
+    EXPECT_TRUE(fs::exists(folder.Path() / "own.db"));
+    const std::wstring elsewhere = CQXBASE::Utf8ToWide(outside.File("x.db"));
+    EXPECT_GT(error(own, (L"ATTACH '" + elsewhere + L"' AS x").c_str()), 0);
+    own.driver = CQXDB::CQXDB_DRIVER_ODBC;
+    EXPECT_EQ(error(own), Number(ServerError::ForbiddenDatabase));
+}
+
+TEST(Accounts, DontMeetEachOthersTemporaryTables) {
+    TestServer server([](CQXSERVER::ServerOptions& options) { options.workers = 1; });
+    server.AddUser("bob", "hunter2");
+    RawClient ann = server.LoggedIn();
+    RawClient bob = server.Connect();
+    bob.Login(L"bob", L"hunter2");
+    ASSERT_EQ(ann.Execute(L"CREATE TEMP TABLE mine AS SELECT 42 AS n").Error(), 0);
+    EXPECT_EQ(ann.Number(L"SELECT n FROM mine"), 42);
+    EXPECT_GT(bob.Execute(L"SELECT n FROM mine").Error(), 0);
+}
 
 }  // namespace
 }  // namespace qxdb_test

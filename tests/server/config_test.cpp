@@ -18,7 +18,7 @@ Numbers All(const Limits& limits) {
                    limits.maxConnections, limits.maxSessions,    limits.minBytesPerSecond};
     for (const auto& each :
          {limits.loginTimeout, limits.idleTimeout, limits.requestTimeout, limits.sessionIdle,
-          limits.sessionLifetime, limits.sqliteTimeout, limits.graceTimeout}) {
+          limits.sessionLifetime, limits.statementTimeout, limits.graceTimeout}) {
         all.push_back(static_cast<std::uint64_t>(each.count()));
     }
     return all;
@@ -75,12 +75,12 @@ TEST_F(ConfigTest, EveryKeyHasItsPlaceAndUnit) {
         request_timeout_s = 0.25
         session_idle_s = 9
         session_lifetime_s = 10
-        sqlite_timeout_s = 10.5
+        statement_timeout_s = 10.5
         grace_timeout_s = 11)");
     EXPECT_EQ(options.listen, "[::1]:7000");
     EXPECT_EQ(options.portFile, Rooted("run/port"));
     EXPECT_EQ(options.logLevel, "debug");
-    EXPECT_TRUE(options.allowClientDataSources);
+    EXPECT_TRUE(options.clientDataSources.allowed);
     EXPECT_EQ(options.workers, 3U);
     EXPECT_EQ(options.loginWorkers, 2U);
     const Numbers expected = {kMiB, 2 * kMiB, 3 * kMiB, 4,     5,     6,    7000,

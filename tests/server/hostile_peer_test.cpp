@@ -25,15 +25,31 @@ CQXDB::QXCommand BigQuery(const RawClient& client, int megabytes) {
     return client.Command(L"SELECT randomblob(" + std::to_wstring(megabytes) + L" * 1048576)");
 }
 
-TEST(HostilePeer, ManyThatSendAByteAndStallHoldNobodyUp) {
-    TestServer server;
-    std::vector<RawClient> stalled;
-    for (int i = 0; i < 50; ++i) {
-        stalled.push_back(server.Connect());
-        stalled.back().SendBytes(i % 2 == 0 ? std::string("\1") : HeaderClaiming(1000) + "x");
+TEST(HostilePeer, AFloodOfStrangersKeepsNobodyOut) {
+    constexpr std::size_t kMost = 200;
+    TestServer server([](ServerOptions& options) { options.limits.maxConnections = kMost; });
+    RawClient user = server.LoggedIn();
+    std::vector<RawClient> flood;
+    for (std::size_t i = 0; i < 2 * kMost; ++i) {
+        flood.push_back(server.Connect());
+        RawClient& stranger = flood.back();
+        if (i % 3 == 1) {
+            stranger.SendBytes(i % 2 == 0 ? std::string("\1") : HeaderClaiming(1000) + "x");
+        } else if (i % 3 == 2) {
+            stranger.SendBytes("GET / HTTP/1.1\r\n\r\n");
+        }
+        for (std::size_t drip = 1; drip < flood.size(); drip += 100) {
+            try {
+                flood[drip].SendBytes("x");
+            } catch (const std::runtime_error&) {
+                // The server has closed it in the meantime.
+            }
+        }
+        ASSERT_EQ(user.Number(L"SELECT 1"), 1);
     }
-    RawClient client = server.LoggedIn();
-    EXPECT_EQ(client.Number(L"SELECT 1"), 1);
+    EXPECT_GE(server.Get().Stats().displaced, kMost / 4);
+    EXPECT_EQ(server.LoggedIn().Number(L"SELECT 1"), 1) << "no room for one more user";
+    EXPECT_EQ(server.Get().Stats().refused, 0U);
 }
 
 TEST(HostilePeer, DeathInTheMiddleOfAFrameLeavesNothingBehind) {

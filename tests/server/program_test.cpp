@@ -109,6 +109,8 @@ TEST(ServerProgram, SaysWhatKeepsItFromStarting) {
         {{"--listen", "nonsense"}, "no address"},
         {{"--database", "main"}, "NAME=URL"},
         {{"--database", "main=gopher://x:secret@y"}, "database 'main'"},
+        {{"--database", "main=postgresql://u:the/secret@h/x"}, "database 'main'"},
+        {{"--database", "main=postgresql://u:secret/@h/x"}, "database 'main'"},
         {{"--database", "a b=sqlite:x"}, "can't be a database name"},
         {{"--listen", "127.0.0.1:0", "--port-file", folder.File("missing/port")}, "port file"},
         {{"--config", folder.File("missing.toml")}, "missing.toml"},
