@@ -25,9 +25,9 @@ DatabaseAnswer Execute(const std::string& account, CQXDB::QXCommandList& list);
 /// Both set the recordset's page by the command's. `sink` gets the first rows of a large result,
 /// where the database hands them out one by one; `rs` the others.
 DatabaseAnswer Query(const std::string& account, CQXDB::QXCommand& command, CQXDB::QXRecordset& rs,
-                     std::size_t maxBytes);
+                     std::size_t maxBytes, const CQXDB::RowSink& sink);
 DatabaseAnswer Query(const std::string& account, CQXDB::QXCommandList& list, CQXDB::QXRecordset& rs,
-                     std::size_t maxBytes);
+                     std::size_t maxBytes, const CQXDB::RowSink& sink);
 DatabaseAnswer Batch(const std::string& account, CQXDB::QXCommandList& list, CQXDB::QXRsList& out,
                      std::size_t maxBytes);
 

@@ -63,23 +63,6 @@ TEST_F(CommandTest, TheReplyIsEncipheredWhenTheRequestWas) {
     }
 }
 
-TEST_F(CommandTest, APageIsWhatTheCommandAsksFor) {
-    QXCommand numbers = client_.Command(
-        L"WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM c WHERE n < 10) SELECT n "
-        L"FROM c");
-    numbers.SetPageSize(3);
-    numbers.SetPageNo(2);
-    const QXRecordset page = client_.Call(kQuery, numbers).Recordset();
-    ASSERT_EQ(page.RowCount(), 3U);
-    EXPECT_EQ(page.GetInt64(0, 0), 4);
-    QXCommandList list = client_.List({numbers.Text()});
-    list.SetPageSize(4);
-    list.SetPageNo(3);
-    const QXRecordset last = client_.Call(kQueryList, list).Recordset();
-    ASSERT_EQ(last.RowCount(), 2U);
-    EXPECT_EQ(last.GetInt64(0, 0), 9);
-}
-
 /// Enough rows for a reply that is made while they are read. A null stands in every third one, and
 /// the type of n changes behind the first part.
 constexpr wchar_t kManyRows[] =
@@ -132,14 +115,6 @@ TEST_F(CommandTest, AResultBeyondTheCiphersLimitTravelsPlain) {
     EXPECT_EQ(rows.GetBytes(43, 1).size(), 1000000U);
 }
 
-TEST_F(CommandTest, AFailedStatementGivesTheDatabasesOwnWords) {
-    const Reply reply = client_.Execute(L"INSERT INTO missing VALUES (1)");
-    EXPECT_EQ(reply.code, kErrorReply);
-    EXPECT_GT(reply.Error(), 0);
-    EXPECT_NE(reply.Status().text.find(L"no such table: missing"), std::wstring::npos);
-    EXPECT_EQ(client_.Number(L"SELECT 5"), 5);
-}
-
 TEST_F(CommandTest, AStatementReachesNoOtherFileOfTheServer) {
     const std::wstring store = CQXBASE::Utf8ToWide(server_.Folder().File("data/accounts.db"));
     EXPECT_GT(client_.Execute(L"ATTACH '" + store + L"' AS store").Error(), 0);
@@ -157,15 +132,6 @@ TEST_F(CommandTest, AnEndlessStatementIsInterrupted) {
                   .Error(),
               0);
     EXPECT_EQ(client.Number(L"SELECT 1"), 1);
-}
-
-TEST_F(CommandTest, AListIsAllOrNothing) {
-    client_.Execute(L"CREATE TABLE t(n INTEGER PRIMARY KEY)");
-    QXCommandList list = client_.List({L"INSERT INTO t VALUES (1)", L"INSERT INTO t VALUES (1)"});
-    for (const std::uint32_t code : {kExecuteList, kQueryList, kBatchQuery}) {
-        EXPECT_EQ(client_.Call(code, list).code, kErrorReply);
-        EXPECT_EQ(client_.Number(L"SELECT count(*) FROM t"), 0);
-    }
 }
 
 TEST_F(CommandTest, RequestsThatAreNoneLeaveTheConnectionUsable) {
