@@ -252,10 +252,15 @@ TEST(ClientDataSources, AreKeptToTheirKindsAndFolder) {
     };
     CQXDB::QXDataSource own;
     own.type = CQXDB::CQXDB_DS_SQLITE;
-    fs::create_directory_symlink(outside.Path(), folder.Path() / "link");
-    for (const std::string& path :
-         {outside.File("x.db"), std::string("../x.db"), std::string("link/x.db"), std::string("."),
-          "file:" + folder.File("x.db"), server.Folder().File("data/accounts.db")}) {
+    std::vector<std::string> paths = {outside.File("x.db"), "../x.db", ".",
+                                      "file:" + folder.File("x.db"),
+                                      server.Folder().File("data/accounts.db")};
+    std::error_code noLinks;  // where they need a privilege
+    fs::create_directory_symlink(outside.Path(), folder.Path() / "link", noLinks);
+    if (!noLinks) {
+        paths.emplace_back("link/x.db");
+    }
+    for (const std::string& path : paths) {
         own.database = CQXBASE::Utf8ToWide(path);
         EXPECT_EQ(error(own), Number(ServerError::ForbiddenDatabase)) << path;
     }
