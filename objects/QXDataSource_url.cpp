@@ -97,8 +97,9 @@ bool QXDataSource::FromUrl(const std::wstring& url, QXDataSource& out, std::wstr
         error = refused.reason;
     } catch (const Poco::Exception&) {
         // Its words would repeat a piece of the URL, which may be one of the password.
-        error = L"The database URL can't be read: write reserved characters in a user, password or "
-                L"option as %XX.";
+        error =
+            L"The database URL can't be read: write reserved characters in a user, password or "
+            L"option as %XX.";
     }
     return false;
 }
