@@ -30,12 +30,12 @@ TEST(Login, GivesATokenAndSaysWhereOneIs) {
     RawClient client = server.Connect();
     const Reply reply = client.CallString(kLogin, L"ann|~|secret|~|far");
     EXPECT_EQ(reply.code, kLogin);
-    const CQXBASE::QXSesInfo far = reply.SessionInfo();
-    EXPECT_EQ(far.code, 0U);
-    EXPECT_EQ(far.token.size(), 32U);
-    EXPECT_NE(far.info.find(L"database far (PostgreSQL)"), std::wstring::npos);
+    const CQXBASE::QXSesInfo distant = reply.SessionInfo();
+    EXPECT_EQ(distant.code, 0U);
+    EXPECT_EQ(distant.token.size(), 32U);
+    EXPECT_NE(distant.info.find(L"database far (PostgreSQL)"), std::wstring::npos);
     const CQXBASE::QXSesInfo usual = client.CallString(kLogin, L"ann|~|secret").SessionInfo();
-    EXPECT_NE(usual.token, far.token);
+    EXPECT_NE(usual.token, distant.token);
     EXPECT_NE(usual.info.find(L"database own (SQLite)"), std::wstring::npos);
     const Reply kind = client.CallString(kVirtualLogin, L"ann|~|secret|~|far");
     EXPECT_EQ(kind.code, kVirtualLogin);
