@@ -4,17 +4,13 @@
 #include <utility>
 
 #include "adapter/database_error.h"
+#include "util/ascii.h"
 
 namespace CQXDB::adapter {
-namespace {
 
-std::string_view Trim(std::string_view text) noexcept {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of(" \t\r\n") + 1 - first);
-}
+using CQXBASE::TrimAscii;
+
+namespace {
 
 std::string Lower(std::string_view text) {
     std::string lower(text);
@@ -33,7 +29,7 @@ std::string Lower(std::string_view text) {
 Options::Options(std::string_view text) {
     while (!text.empty()) {
         const std::size_t end = std::min(text.find(';'), text.size());
-        const std::string_view pair = Trim(text.substr(0, end));
+        const std::string_view pair = TrimAscii(text.substr(0, end));
         text.remove_prefix(std::min(end + 1, text.size()));
         if (pair.empty()) {
             continue;
@@ -43,7 +39,7 @@ Options::Options(std::string_view text) {
             // Not repeated: it may be the end of a secret with a semicolon in it.
             Refuse("the options hold a piece that is not of the form key=value");
         }
-        values_[Lower(Trim(pair.substr(0, equals)))] = Trim(pair.substr(equals + 1));
+        values_[Lower(TrimAscii(pair.substr(0, equals)))] = TrimAscii(pair.substr(equals + 1));
     }
 }
 

@@ -8,18 +8,12 @@ namespace CQXCLI {
 
 using CQXBASE::IsWordByte;
 using CQXBASE::SqlPiece;
+using CQXBASE::TrimAscii;
 using CQXBASE::UpperAscii;
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n\f\v";
 constexpr auto npos = std::string_view::npos;
-
-std::string_view Trim(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    return first == npos ? std::string_view()
-                         : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
 
 bool StartsWith(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;
@@ -120,34 +114,8 @@ StatementSplitter::Step StatementSplitter::ConsumeWord(const SqlPiece& piece) {
     return Step::Continue;
 }
 
-StatementSplitter::Step StatementSplitter::TakeDelimiter() {
-    const std::size_t newline = buffer_.find('\n', position_);
-    if (newline == npos && !finished_) {
-        return Step::Wait;
-    }
-    const std::string_view wanted =
-        Trim(Text(position_, newline).substr(std::string_view("DELIMITER").size()));
-    delimiter_ = wanted.empty() ? ";" : wanted;
-    MoveTo(std::min(newline, buffer_.size()));
-    return Step::Continue;
-}
-
-StatementSplitter::Step StatementSplitter::TakeCommand(Statement& out) {
-    const std::size_t newline = buffer_.find('\n', position_);
-    if (newline == npos && !finished_) {
-        return Step::Wait;
-    }
-    std::string_view text = Trim(Text(position_, newline));
-    while (!text.empty() && text.back() == ';') {
-        text = Trim(text.substr(0, text.size() - 1));
-    }
-    out = {std::string(text), line_, true, false};
-    MoveTo(std::min(newline, buffer_.size()));
-    return Step::Taken;
-}
-
 StatementSplitter::Step StatementSplitter::Take(std::size_t next, Statement& out) {
-    const std::string_view text = begun_ ? Trim(Text(start_, end_)) : std::string_view();
+    const std::string_view text = begun_ ? TrimAscii(Text(start_, end_)) : std::string_view();
     const bool empty = text.empty();
     if (!empty) {
         out = {std::string(text), startLine_, false, unfinished_};
@@ -163,11 +131,6 @@ bool StatementSplitter::TakeRest(Statement& out) {
         end_ = lineStart_;
     }
     return Take(buffer_.size(), out) == Step::Taken;
-}
-
-bool StatementSplitter::AtEndLine(std::size_t end) const {
-    return begun_ && !dialect_->endLine.empty() && lineStart_ >= start_ &&
-           UpperAscii(Trim(Text(lineStart_, end))) == dialect_->endLine;
 }
 
 char StatementSplitter::Inside() const noexcept {

@@ -24,5 +24,15 @@ inline std::string UpperAscii(std::string_view text) {
     std::transform(upper.begin(), upper.end(), upper.begin(), [](char c) { return UpperAscii(c); });
     return upper;
 }
+/// `text` without the blanks at its ends.
+inline std::string_view TrimAscii(std::string_view text) noexcept {
+    while (!text.empty() && IsAsciiBlank(text.front())) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && IsAsciiBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
 
 }  // namespace CQXBASE

@@ -48,7 +48,7 @@ void ScriptedServer::Add(Step step) {
     script_.push_back(std::move(step));
 }
 
-void ScriptedServer::Reply(std::uint32_t code, std::string body, bool encipher) {
+void ScriptedServer::Reply(std::uint32_t code, const std::string& body, bool encipher) {
     Add({Frame(code, body, encipher), false});
 }
 
@@ -64,7 +64,7 @@ void ScriptedServer::Hangup() {
     Add({{}, true});
 }
 
-void ScriptedServer::CloseAfterReply(std::uint32_t code, std::string body) {
+void ScriptedServer::CloseAfterReply(std::uint32_t code, const std::string& body) {
     Add({Frame(code, body, true), true});
 }
 

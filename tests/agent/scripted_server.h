@@ -32,11 +32,11 @@ class ScriptedServer {
     std::uint16_t Port() const { return port_; }
 
     // The script, one step a request. Without a step left, the connection is closed.
-    void Reply(std::uint32_t code, std::string body, bool encipher = true);
+    void Reply(std::uint32_t code, const std::string& body, bool encipher = true);
     void Reply(std::uint32_t code, CQXBASE::QXIOBase&& object, bool encipher = true);
     void ReplyRaw(std::string bytes);  ///< these bytes, then an orderly close
     void Hangup();                     ///< closes instead of answering
-    void CloseAfterReply(std::uint32_t code, std::string body);
+    void CloseAfterReply(std::uint32_t code, const std::string& body);
 
     /// All requests so far.
     std::vector<Request> Requests();
