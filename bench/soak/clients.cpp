@@ -21,7 +21,7 @@ using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::int64_t kNumbersOfOneLife = 10000000;
-constexpr milliseconds kBeforeNextTry{20};
+constexpr milliseconds kBeforeNextTry{200};
 constexpr milliseconds kBetweenRounds{100};
 
 bool Stopped(const ClientTask& task) {

@@ -110,8 +110,8 @@ void Print(const char* when, const Holdings& held) {
 
 bool CountLeftovers(const Plan& plan) {
     const qxdb_test::TempDir folder;
-    // So that the table of sessions is full long before the first count.
-    qxdb_test::WriteFile(folder.File("c.toml"), "limits.max_sessions = 100\n");
+    // A table that is soon full; large enough that no session under way is given up for a new one.
+    qxdb_test::WriteFile(folder.File("c.toml"), "limits.max_sessions = 1000\n");
     QxdbServer server(plan.server, {"--config", folder.File("c.toml"), "--log-level", "none"});
     CQXSERVER::AccountStore(server.Folder().File("accounts.db"))
         .SetPassword(QxdbServer::kUser, CQXSERVER::HashPassword(QxdbServer::kPassword, {2, 1, 1}));
