@@ -17,17 +17,17 @@ std::string_view OrEmpty(const char* text) noexcept {
     return text == nullptr ? "" : text;
 }
 
-std::string_view TextOf(sqlite3_stmt* statement, int index) {
-    const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement, index));
+std::string_view TextOf(sqlite3_value* value) {
+    const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(value));
     if (bytes == nullptr) {
         throw std::bad_alloc();
     }
-    return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement, index))};
+    return {bytes, static_cast<std::size_t>(sqlite3_value_bytes(value))};
 }
 
-std::string_view BlobOf(sqlite3_stmt* statement, int index) {
-    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, index));
-    const auto count = static_cast<std::size_t>(sqlite3_column_bytes(statement, index));
+std::string_view BlobOf(sqlite3_value* value) {
+    const auto* bytes = static_cast<const char*>(sqlite3_value_blob(value));
+    const auto count = static_cast<std::size_t>(sqlite3_value_bytes(value));
     if (bytes == nullptr && count > 0) {
         throw std::bad_alloc();
     }
@@ -100,18 +100,21 @@ void SqliteRowReader::Append() {
 }
 
 void SqliteRowReader::AppendCell(int index, const Column& column) {
-    switch (sqlite3_column_type(statement_, index)) {
+    // Looked up once: the calls by column would do so each time. Nobody else uses the connection
+    // meanwhile, which is what a value asks for that isn't protected by SQLite's own lock.
+    sqlite3_value* const value = sqlite3_column_value(statement_, index);
+    switch (sqlite3_value_type(value)) {
         case SQLITE_INTEGER:
-            AppendInteger(*column.target, column.declared, sqlite3_column_int64(statement_, index));
+            AppendInteger(*column.target, column.declared, sqlite3_value_int64(value));
             break;
         case SQLITE_FLOAT:
-            AppendReal(*column.target, column.declared, sqlite3_column_double(statement_, index));
+            AppendReal(*column.target, column.declared, sqlite3_value_double(value));
             break;
         case SQLITE_TEXT:
-            AppendText(*column.target, column.declared.type, TextOf(statement_, index));
+            AppendText(*column.target, column.declared.type, TextOf(value));
             break;
         case SQLITE_BLOB:
-            column.target->AppendBytes(BlobOf(statement_, index), QXValueType::Blob);
+            column.target->AppendBytes(BlobOf(value), QXValueType::Blob);
             break;
         default:
             column.target->AppendNull();

@@ -21,6 +21,18 @@ void QXColumn::AppendRows(QXColumn&& other) {
     }
 }
 
+void QXColumn::ReserveTimes(double times) {
+    const auto grow = [times](auto& buffer) {
+        buffer.Reserve(static_cast<std::size_t>(static_cast<double>(buffer.size()) * times));
+    };
+    grow(nulls_);
+    grow(bytes_);
+    grow(days_);
+    grow(words_);
+    grow(ends_);
+    grow(heap_);
+}
+
 void QXColumn::AppendSameType(const QXColumn& other) {
     const std::size_t start = heap_.size();
     AddToHeap({other.heap_.data(), other.heap_.size()});

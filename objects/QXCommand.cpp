@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <cstddef>
+
 #include <qxdb/QXCommand.h>
 
 #include "util/text.h"
@@ -51,6 +54,12 @@ std::wstring QXCommand::Text() const {
 
 const std::string& QXCommand::TextUtf8() const noexcept {
     return *text_;
+}
+
+void QXCommand::ReserveParams() {
+    constexpr std::ptrdiff_t kMost = 256;  // a text may hold question marks of other meanings
+    params_.reserve(
+        static_cast<std::size_t>(std::min(std::count(text_->begin(), text_->end(), '?'), kMost)));
 }
 
 void QXCommand::SetParam(std::size_t index, QXValue value) {

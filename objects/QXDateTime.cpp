@@ -1,4 +1,3 @@
-#include <charconv>
 #include <string>
 
 #include <qxdb/QXDateTime.h>
@@ -26,10 +25,12 @@ Clock SplitClock(std::int64_t micros) {
 /// The digits of `number` without its sign, with zeros before up to `width`.
 void AddDigits(std::string& text, std::int64_t number, std::size_t width) {
     char digits[24];
-    const auto end =
-        std::to_chars(digits, digits + sizeof digits, number < 0 ? 0 - number : number).ptr;
-    const auto count = static_cast<std::size_t>(end - digits);
-    text.append(width > count ? width - count : 0, '0').append(digits, count);
+    char* const end = digits + sizeof digits;
+    char* next = end;
+    for (; number != 0 || static_cast<std::size_t>(end - next) < width; number /= 10) {
+        *--next = static_cast<char>('0' + (number < 0 ? -(number % 10) : number % 10));
+    }
+    text.append(next, static_cast<std::size_t>(end - next));
 }
 
 /// `micros` may be negative; the parts then are too, and are written without their signs.

@@ -43,16 +43,34 @@ int QXRecordset::fromCDR(ACE_InputCDR& in) {
         !CQXBASE::ReadLong(in, currentPage_) || !CQXBASE::ReadULong(in, columns)) {
         return 0;
     }
+    const std::size_t whole = in.length();
     std::uint32_t more = kLastPart;
     do {
+        const bool first = ColumnCount() == 0;
         if (!ReadPart(in, columns) || !CQXBASE::ReadULong(in, more) ||
             (more > kMoreParts && !CQXBASE::Refuse(in))) {
             Clear();
             return 0;
         }
+        if (first && more == kMoreParts) {
+            ReserveForRest(whole - in.length(), in.length());
+        }
     } while (more == kMoreParts);
     FillDone();
     return 1;
+}
+
+/// Guesses by the first part, which took `taken` bytes, what the `left` others will bring, so that
+/// the columns need not grow step by step. A guess that is far from what travels is not believed.
+void QXRecordset::ReserveForRest(std::size_t taken, std::size_t left) {
+    constexpr double kMostExpansion = 16;
+    const double times = 1.02 + static_cast<double>(left) / static_cast<double>(taken);
+    if (static_cast<double>(MemoryBytes()) * times <=
+        kMostExpansion * static_cast<double>(taken + left)) {
+        for (const auto& column : columns_) {
+            column->ReserveTimes(times);
+        }
+    }
 }
 
 /// Adds a part's rows behind those of the parts before. Only a recordset of one part may be without

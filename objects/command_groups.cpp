@@ -52,25 +52,21 @@ CommandGroups::CommandGroups(const std::vector<QXCommand>& commands) {
     }
 }
 
-template <class Sink>
-void CommandGroups::AddTo(Sink& sink) const {
+void CommandGroups::AddTo(ColumnWriter& writer) const {
     QXColumn texts;
     QXColumn paramCounts;
     for (const CommandGroup& group : groups_) {
         texts.AppendBytes(*group.text, QXValueType::Text);
         paramCounts.AppendInt64(static_cast<std::int64_t>(group.paramCount));
     }
-    sink.Add(texts, kCommandWeight);
-    sink.Add(paramCounts);
-    sink.Add(order_, kCommandWeight);
+    writer.Add(texts, kCommandWeight);
+    writer.Add(paramCounts);
+    writer.Add(order_, kCommandWeight);
     for (const CommandGroup& group : groups_) {
         for (const QXColumn& column : group.params) {
-            sink.Add(column, kParamWeight);
+            writer.Add(column, kParamWeight);
         }
     }
 }
-
-template void CommandGroups::AddTo(ColumnWriter&) const;
-template void CommandGroups::AddTo(ColumnsSize&) const;
 
 }  // namespace CQXDB

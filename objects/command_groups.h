@@ -32,9 +32,8 @@ class CommandGroups {
 
     std::size_t Count() const noexcept { return groups_.size(); }
 
-    /// Hands the columns to a ColumnWriter or ColumnsSize in wire order.
-    template <class Sink>
-    void AddTo(Sink& sink) const;
+    /// Hands the columns over in wire order.
+    void AddTo(ColumnWriter& writer) const;
     /// Reads what AddTo wrote for `commands` commands in `groups` groups.
     bool ReadFrom(ColumnReader& reader, std::uint32_t commands, std::uint32_t groups);
 

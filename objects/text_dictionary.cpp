@@ -7,6 +7,7 @@ namespace {
 
 constexpr std::size_t kSlots = 4 * TextDictionary::kMaxEntries;
 constexpr std::size_t kFewestRows = 64;
+constexpr std::size_t kFewEntries = 512;  ///< taken before rows are asked how often they repeat
 constexpr std::size_t kRowsPerEntry = 8;
 constexpr std::size_t kMaxProbes = 64;  ///< more only when somebody chose texts that collide
 
@@ -22,7 +23,7 @@ bool TextDictionary::Build(const QXBuffer<std::uint32_t>& ends, const QXBuffer<c
     for (std::size_t row = 0; row < ends.size(); ++row) {
         const bool found = CodeOf({heap.data() + start, ends[row] - start}, codes_[row]);
         start = ends[row];
-        if (!found || entries_.size() > kRowsPerEntry + row / kRowsPerEntry ||
+        if (!found || entries_.size() > kFewEntries + row / kRowsPerEntry ||
             entries_.size() > kMaxEntries) {
             return false;
         }

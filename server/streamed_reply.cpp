@@ -5,16 +5,18 @@
 #include <utility>
 
 #include <ace/CDR_Stream.h>
+#include <ace/Message_Block.h>
 
 namespace CQXSERVER {
 namespace {
 
 /// Enough rows for a column's bytes to compress well, and few enough to keep both threads busy.
 constexpr std::size_t kPartRows = 16384;
-constexpr std::size_t kPartBytes = std::size_t{8} << 20;
+constexpr std::size_t kPartBytes = std::size_t{2} << 20;
 constexpr std::size_t kMostWaiting = 2;  ///< parts; the query waits when encoding falls behind
 
 constexpr int kLittleEndian = 1;
+constexpr std::size_t kFirstPiece = std::size_t{1} << 20;  ///< of a part's encoding
 /// How much of a body is enciphered ahead. It may yet grow too long to be enciphered at all.
 constexpr std::size_t kEncipheredAhead = CQXBASE::kMaxEncipheredBody / 2;
 
@@ -71,22 +73,26 @@ void StreamedReply::Work() {
 }
 
 void StreamedReply::Encode(Part& part) {
-    const std::size_t bound = part.rows.size();
-    if (bound > ReplyEncoder::kLongestBody - plain_.size()) {
-        throw RequestRefused(ServerError::ResultTooLarge);
-    }
-    if (!lease_.GrowTo(plain_.size() + bound)) {
+    // The rows' memory stands for their encoding, which would take a pass over all rows to
+    // foretell.
+    if (!lease_.GrowTo(plain_.size() + part.rows.MemoryBytes())) {
         throw RequestRefused(ServerError::OutOfBuffers);
     }
-    // Zero, and so are the bytes that alignment skips. A part ends aligned for the next one.
-    scratch_.assign(std::max(bound, ReplyEncoder::kSmallestBuffer), '\0');
-    ACE_OutputCDR out(scratch_.data(), scratch_.size(), kLittleEndian);
-    if (part.rows.PartToCDR(out, first_, part.last) == 0 ||
-        out.total_length() != out.begin()->length()) {
+    ACE_OutputCDR out(kFirstPiece, kLittleEndian);
+    if (part.rows.PartToCDR(out, first_, part.last) == 0) {
         throw RequestRefused(ServerError::Internal);
     }
+    if (out.total_length() > ReplyEncoder::kLongestBody - plain_.size()) {
+        throw RequestRefused(ServerError::ResultTooLarge);
+    }
     first_ = false;
-    plain_.append(scratch_, 0, out.total_length());
+    // A part ends aligned for the next one.
+    for (const ACE_Message_Block* piece = out.begin(); piece != nullptr; piece = piece->cont()) {
+        plain_.append(piece->rd_ptr(), piece->length());
+    }
+    if (!lease_.GrowTo(plain_.size())) {
+        throw RequestRefused(ServerError::OutOfBuffers);
+    }
     if (encipher_) {
         Encipher(std::min(plain_.size(), kEncipheredAhead));
     }

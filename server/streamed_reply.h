@@ -62,7 +62,6 @@ class StreamedReply {
     // The encoding thread's, until it has ended.
     ByteLease lease_;
     std::string plain_;
-    std::string scratch_;
     bool first_ = true;
     bool encipher_;
     std::size_t enciphered_ = 0;                ///< bytes of plain_ that are in cipher_

@@ -110,7 +110,7 @@ void Comparison::Fill() {
     Say("Filling the tables");
     // The other sides work on the same databases.
     for (const char* const name : {kRemote, kPqPlain, kMariaPlain, kFirebird, kSqlite}) {
-        for (const char* const table : {"ten", "sink", "wide"}) {
+        for (const char* const table : {"ten", "sink", "noise", "wide"}) {
             At(name).Ask(std::string("create ") + table);
             if (std::string(table) != "sink") {
                 At(name).Ask(std::string("fill ") + table);
@@ -118,16 +118,18 @@ void Comparison::Fill() {
         }
     }
     for (const char* const name : {kRemote, kPqPlain}) {
-        if (!plan_.quick) {
-            At(name).Ask("create big");
-            At(name).Ask("fill big");
+        for (const char* const table : {"large", "big"}) {
+            if (!plan_.quick) {
+                At(name).Ask(std::string("create ") + table);
+                At(name).Ask(std::string("fill ") + table);
+            }
         }
     }
     At(kPqPlain).Ask("run VACUUM ANALYZE");
 }
 
 void Comparison::CheckRows() {
-    for (const char* const table : {"ten", "wide"}) {
+    for (const char* const table : {"ten", "noise", "wide"}) {
         std::string first;
         for (const Named& side : sides_) {
             const std::string digest = side.worker->Ask(std::string("digest ") + table + " 0");
@@ -190,8 +192,11 @@ void Comparison::Insert() {
         [&](const std::string& name, WorkerProcess& worker) {
             results_.Add(experiment, name, 0, worker.AskNumber("insert first"));
             check(name, worker);
-            if (name == kPqTls) {
-                results_.Add(experiment, name + " pipeline", 0, worker.AskNumber("insert other"));
+            const char* const second = name == kPqTls                      ? " pipeline"
+                                       : name == kRemote || name == kLocal ? " (list ready)"
+                                                                           : nullptr;
+            if (second != nullptr) {
+                results_.Add(experiment, name + second, 0, worker.AskNumber("insert other"));
                 check(name, worker);
             }
         });
@@ -204,7 +209,7 @@ void Comparison::PlainFrames() {
            [&](const std::string& name, WorkerProcess& worker) {
                results_.Add(experiment, name, 0, worker.AskNumber("fetch big 0"));
            });
-    results_.Print(experiment, "1,000,000 rows of 10 columns, a body beyond 40 MiB", 1e3, "ms");
+    results_.Print(experiment, "1,000,000 rows of noise, a body beyond 40 MiB", 1e3, "ms");
 }
 
 void Comparison::Growth() {
@@ -213,7 +218,7 @@ void Comparison::Growth() {
         InTurn(Turns(rows > 100000 ? 3 : 7), {kRemote, kPqTls},
                [&](const std::string& name, WorkerProcess& worker) {
                    results_.Add(experiment, name, rows,
-                                worker.AskNumber("fetch big " + std::to_string(rows)));
+                                worker.AskNumber("fetch large " + std::to_string(rows)));
                });
     }
     results_.Print(experiment, "Rows of 10 columns", 1e3, "ms");
@@ -226,14 +231,15 @@ void Comparison::Memory() {
         Words words = servers_.QxdbWords();
         words[2] = std::to_string(server.Port());
         const auto worker = Start(words);
-        worker->Ask("create big");
-        worker->Ask("fill big " + std::to_string(rows));
-        worker->Ask("fetch big 10");
+        worker->Ask("create large");
+        worker->Ask("fill large " + std::to_string(rows));
+        worker->Ask("fetch large 10");
         const double before = StatusBytes(server.Pid(), "VmRSS");
         std::ofstream("/proc/" + std::to_string(server.Pid()) + "/clear_refs") << 5;
         const auto client = Start(words);
-        client->Ask("fetch big 10");
-        const std::vector<double> bytes = client->AskNumbers("memory big " + std::to_string(rows));
+        client->Ask("fetch large 10");
+        const std::vector<double> bytes =
+            client->AskNumbers("memory large " + std::to_string(rows));
         results_.Add(experiment, "decoded result", rows, bytes.at(1));
         results_.Add(experiment, "client", rows, bytes.at(0));
         results_.Add(experiment, "server", rows, StatusBytes(server.Pid(), "VmHWM") - before);

@@ -28,6 +28,7 @@ void Run(const Arguments& arguments) {
     const std::vector<std::pair<std::string, std::function<void()>>> experiments = {
         {"small", [&] { comparison.SmallQuery(); }},
         {"ten", [&] { comparison.Fetch("ten"); }},
+        {"noise", [&] { comparison.Fetch("noise"); }},
         {"wide", [&] { comparison.Fetch("wide"); }},
         {"insert", [&] { comparison.Insert(); }},
         {"plain", [&] { quick ? void() : comparison.PlainFrames(); }},
@@ -58,8 +59,9 @@ int main(int argc, char** argv) {
     app.add_option("--kept-key-lib", arguments.plan.keptKeyLib,
                    "Folder of an agent library that keeps the frame key");
     app.add_option("--csv", arguments.csv, "File that takes the results");
-    app.add_option("--only", arguments.only,
-                   "Experiments: small ten wide insert plain growth memory processes sessions");
+    app.add_option(
+        "--only", arguments.only,
+        "Experiments: small ten noise wide insert plain growth memory processes sessions");
     CLI11_PARSE(app, argc, argv);
     try {
         Run(arguments);

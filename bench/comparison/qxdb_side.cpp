@@ -123,20 +123,16 @@ class QxdbSide : public Side {
     }
 
     void Insert(const Table& table, const std::vector<Row>& rows) override {
-        const QXCommand insert(Wide(table.Insert()));
-        QXCommandList list;
-        list.Reserve(rows.size());
-        for (const Row& row : rows) {
-            QXCommand command = insert;
-            for (const Cell& cell : row) {
-                command.AddParam(ValueOf(cell));
-            }
-            list.Add(std::move(command));
-        }
-        long code = 0;
-        std::wstring text;
-        agent_.Execute(code, text, list);
-        Require(code, text);
+        QXCommandList list = ListOf(table, rows);
+        Execute(list);
+    }
+
+    /// The call alone, with a list that is ready.
+    void PrepareOtherwise(const Table& table, const std::vector<Row>& rows) override {
+        ready_ = ListOf(table, rows);
+    }
+    void InsertOtherwise(const Table& /*table*/, const std::vector<Row>& /*rows*/) override {
+        Execute(ready_);
     }
 
     Fetched Fetch(const Table& table, std::int64_t lastId, bool digest) override {
@@ -164,6 +160,27 @@ class QxdbSide : public Side {
     }
 
   private:
+    static QXCommandList ListOf(const Table& table, const std::vector<Row>& rows) {
+        const QXCommand insert(Wide(table.Insert()));
+        QXCommandList list;
+        list.Reserve(rows.size());
+        for (const Row& row : rows) {
+            QXCommand command = insert;
+            for (const Cell& cell : row) {
+                command.AddParam(ValueOf(cell));
+            }
+            list.Add(std::move(command));
+        }
+        return list;
+    }
+
+    void Execute(QXCommandList& list) {
+        long code = 0;
+        std::wstring text;
+        agent_.Execute(code, text, list);
+        Require(code, text);
+    }
+
     void LogIn(const std::vector<std::string>& words) {
         std::wstring info;
         std::wstring token;
@@ -185,6 +202,7 @@ class QxdbSide : public Side {
     bool postgresql_ = false;
     QXCommand small_{std::wstring_view(L"SELECT a, s FROM ten WHERE id = ?")};
     QXRecordset smallRows_;
+    QXCommandList ready_;
     std::size_t decodedBytes_ = 0;
 };
 

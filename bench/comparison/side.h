@@ -40,6 +40,8 @@ class Side {
     virtual void InsertOtherwise(const Table& table, const std::vector<Row>& rows) {
         Insert(table, rows);
     }
+    /// What the second way has done before its time starts.
+    virtual void PrepareOtherwise(const Table& /*table*/, const std::vector<Row>& /*rows*/) {}
     /// All columns of `table`; rows with ids up to `lastId`, or all for 0. `digest` says whether
     /// the values are added up to a digest or just looked at.
     virtual Fetched Fetch(const Table& table, std::int64_t lastId, bool digest) = 0;

@@ -66,7 +66,53 @@ std::string RandomText(Random& random) {
     return text;
 }
 
-Row TenRow(std::int64_t id, Random& random) {
+std::string Name(Random& random) {
+    static const char* const kFirst[] = {"Amelia", "Björn",   "Carlos", "Dagmar",  "Elena",
+                                         "Farid",  "Giulia",  "Hanna",  "Ingrid",  "Jerome",
+                                         "Katrin", "Lorenzo", "Miriam", "Nikolai", "Oksana",
+                                         "Pierre", "Renata",  "Stefan", "Thomas",  "Ursula"};
+    static const char* const kLast[] = {
+        "Andersson", "Bergmann", "Castellano", "Dvořák",    "Eriksen",   "Fernandez", "Gallagher",
+        "Hoffmann",  "Ivanova",  "Johansson",  "Kowalski",  "Lindqvist", "Moretti",   "Nakamura",
+        "O'Connor",  "Petersen", "Rousseau",   "Schneider", "Torvalds",  "Williams"};
+    return std::string(kFirst[random() % 20]) + " " + kLast[random() % 20];
+}
+
+/// As "KD-40371-QX-2208".
+std::string ArticleCode(Random& random) {
+    const auto letter = [&random] { return static_cast<char>('A' + random() % 26); };
+    char text[32];
+    std::snprintf(text, sizeof text, "%c%c-%05d-%c%c-%04d", letter(), letter(),
+                  static_cast<int>(random() % 100000), letter(), letter(),
+                  static_cast<int>(random() % 10000));
+    return text;
+}
+
+std::string Address(Random& random) {
+    static const char* const kStreets[] = {"Albert Street", "Bakers Lane",   "Canal Street",
+                                           "Dock Road",     "Elm Grove",     "Field Terrace",
+                                           "Garden Row",    "Harbour View",  "Iron Bridge",
+                                           "Jubilee Way",   "King's Parade", "Lower Mill"};
+    return std::to_string(1000 + random() % 9000) + " " + kStreets[random() % 12];
+}
+
+/// An order: customer, quantity, article number; price, weight; name, article, address; time.
+Row OrderRow(std::int64_t id, Random& random) {
+    Row row{Integer(id),
+            Integer(static_cast<std::int64_t>(random() % 50000)),
+            Integer(static_cast<std::int64_t>(1 + random() % 500)),
+            Integer(static_cast<std::int64_t>(random() % 1000000)),
+            Real(static_cast<double>(random() % 10000000) / 100),
+            Real(static_cast<double>(random() >> 11) / 1e13)};
+    for (const std::string& text : {Name(random), ArticleCode(random), Address(random)}) {
+        row.push_back(Bytes(CellType::Text, text));
+    }
+    row.push_back(
+        Timestamp(1700000000000 + id * 60000 + static_cast<std::int64_t>(random() % 60000)));
+    return row;
+}
+
+Row NoiseRow(std::int64_t id, Random& random) {
     Row row{Integer(id)};
     for (int i = 0; i < 3; ++i) {
         row.push_back(Integer(static_cast<std::int64_t>(random() % 1000000)));
@@ -128,7 +174,9 @@ Table Table::Named(const std::string& name) {
     table.columns_ = name == "wide" ? kWide : kTen;
     if (name == "ten") {
         table.rows_ = kTenRows;
-    } else if (name == "big") {
+    } else if (name == "noise") {
+        table.rows_ = kTenRows;
+    } else if (name == "big" || name == "large") {
         table.rows_ = kBigRows;
     } else if (name == "wide") {
         table.rows_ = kWideRows;
@@ -140,7 +188,9 @@ Table Table::Named(const std::string& name) {
 
 Row Table::At(std::int64_t id) const {
     Random random(static_cast<std::uint64_t>(id) * 0x9E3779B97F4A7C15U);
-    return name_ == "wide" ? WideRow(id, random) : TenRow(id, random);
+    return name_ == "wide"                      ? WideRow(id, random)
+           : name_ == "noise" || name_ == "big" ? NoiseRow(id, random)
+                                                : OrderRow(id, random);
 }
 
 std::vector<Row> Table::Range(std::int64_t first, std::int64_t count) const {

@@ -25,9 +25,11 @@ struct ColumnSpec {
 
 class Table {
   public:
-    /// "ten" and "sink": id, 3 integers, 2 doubles, 3 texts of 12 to 24 letters and digits, all of
-    /// them random, and a timestamp. "big" is the same with a million rows. "wide": long texts in
-    /// several languages, many nulls, blobs. Throws std::invalid_argument for another name.
+    /// "ten", "large" (a million rows) and "sink": orders as an application keeps them: id, 3
+    /// integers, 2 doubles, 3 texts of 12 to 24 characters, a timestamp. "noise" and "big" (a
+    /// million rows) have the same columns filled with random letters and numbers, which hardly
+    /// compress. "wide": long texts in several languages, many nulls, blobs. Throws
+    /// std::invalid_argument for another name.
     static Table Named(const std::string& name);
 
     const std::string& Name() const noexcept { return name_; }

@@ -3,8 +3,10 @@
 //   create TABLE                    -> done
 //   fill TABLE [ROWS]               -> done
 //   run SQL                         -> done
-//   parts COUNT                     -> seconds of a small query's mandated parts, of its echo, and
-//   of all in order digest TABLE LAST               -> rows and digest fetch TABLE LAST -> seconds
+//   parts COUNT                     -> seconds of a small query's mandated parts, of its echo,
+//                                      and of all in order
+//   digest TABLE LAST               -> rows and digest
+//   fetch TABLE LAST                -> seconds
 //   insert first|other              -> seconds, for kInsertRows rows into the empty table "sink"
 //   small ID COUNT                  -> seconds of each
 //   load SECONDS ID                 -> small queries answered in that time
@@ -100,6 +102,9 @@ std::string Insert(Side& side, std::istream& words) {
     std::string way;
     words >> way;
     side.Empty(sink);
+    if (way == "other") {
+        side.PrepareOtherwise(sink, rows);
+    }
     return std::to_string(Seconds(
         [&] { way == "first" ? side.Insert(sink, rows) : side.InsertOtherwise(sink, rows); }));
 }

@@ -131,6 +131,8 @@ class QXDB_OBJECTS_API QXColumn {
     void Append(const QXValue& value);
     /// The rows of another column, whose name is dropped.
     void AppendRows(QXColumn&& other);
+    /// Makes room for `times` as many rows like those that are there.
+    void ReserveTimes(double times);
     /// Makes room for `rows` rows in all, of the type the column has now.
     void Reserve(std::size_t rows);
     void ShrinkToFit();

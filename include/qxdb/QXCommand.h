@@ -36,8 +36,8 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
     const std::shared_ptr<const std::string>& SharedText() const noexcept { return text_; }
 
     void AddParam(QXValue value) {
-        if (params_.size() == params_.capacity()) {
-            params_.reserve(params_.empty() ? 4 : 4 * params_.size());
+        if (params_.capacity() == 0) {
+            ReserveParams();
         }
         params_.push_back(std::move(value));
     }
@@ -65,6 +65,9 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
     std::size_t size() override;
 
   private:
+    /// Makes room for a parameter a question mark.
+    void ReserveParams();
+
     std::shared_ptr<const std::string> text_;  ///< UTF-8; never null
     std::vector<QXValue> params_;
     std::shared_ptr<const QXDataSource> dataSource_;  ///< null stands for a default one

@@ -162,6 +162,7 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     double ConvertDouble(std::size_t row, std::size_t column) const;
     std::size_t Require(std::wstring_view name) const;
     bool ReadPart(ACE_InputCDR& in, std::uint32_t columns);
+    void ReserveForRest(std::size_t taken, std::size_t left);
 
     std::vector<std::unique_ptr<QXColumn>>
         columns_;  ///< each stays in place while others are added
