@@ -21,7 +21,8 @@ struct World {
     std::vector<std::string> Arguments() const {
         std::vector<std::string> arguments;
         for (const auto& [name, url] : databases.Urls()) {
-            arguments.insert(arguments.end(), {"--database", name + "=" + url});
+            arguments.emplace_back("--database");
+            arguments.emplace_back(name).append("=").append(url);
         }
         return arguments;
     }
@@ -109,7 +110,7 @@ class LocalAndRemote : public testing::TestWithParam<std::size_t> {
     /// Runs it locally and remotely; the two must be alike.
     template <typename Work>
     Outcome Both(const Work& work) {
-        const Outcome here = work(local_);
+        Outcome here = work(local_);
         const Outcome there = work(remote_);
         EXPECT_EQ(here, there);
         return here;
