@@ -78,17 +78,17 @@ TEST(AgentConfiguration, SwitchingToRemoteTargetsTheRememberedServer) {
 TEST(AgentConfiguration, CopiesShareTheDataSource) {
     DBAgent agent;
     agent.SetDB(L"a");
-    agent.init(L"srv:1", {}, L"tok", true);
+    agent.init(L"s:1", {}, L"tok", true);
     // A copy must never be destroyed beside its original; this one just ends with its storage. Its
-    // strings are short enough to hold no memory of their own.
+    // strings have at most the three letters that need no memory of their own.
     alignas(DBAgent) unsigned char storage[sizeof(DBAgent)];
     auto* copy = new (storage) DBAgent(agent);
     EXPECT_EQ(copy->token(), L"tok");
     copy->SetDB(L"b");
     EXPECT_EQ(agent.DefaultDB(), L"b");
-    copy->init(L"srv:2", {}, L"new", true);
+    copy->init(L"s:2", {}, L"new", true);
     EXPECT_EQ(agent.token(), L"tok");
-    EXPECT_EQ(agent.ServerName(), L"srv:1");
+    EXPECT_EQ(agent.ServerName(), L"s:1");
 }
 
 }  // namespace
