@@ -38,7 +38,23 @@ void AppendCell(QXColumn& column, QXValueType type, const PGresult* result, int 
 
 void PgPageReader::AddColumns(const PGresult* result) {
     for (int index = 0; index < PQnfields(result); ++index) {
-        rs_.AddColumn(PQfname(result, index), PgValueType(PQftype(result, index)));
+        types_.push_back(PgValueType(PQftype(result, index)));
+        rs_.AddColumn(PQfname(result, index), types_.back());
+    }
+}
+
+/// One row after the other, as they lie in libpq's memory.
+void PgPageReader::AppendRows(const PGresult* result, std::int64_t first, std::int64_t last) {
+    if (last - first > 1) {
+        for (std::size_t index = 0; index < types_.size(); ++index) {
+            rs_.MutableColumn(index).Reserve(static_cast<std::size_t>(last - first));
+        }
+    }
+    for (std::int64_t row = first; row < last; ++row) {
+        for (std::size_t index = 0; index < types_.size(); ++index) {
+            AppendCell(rs_.MutableColumn(index), types_[index], result, static_cast<int>(row),
+                       static_cast<int>(index));
+        }
     }
 }
 
@@ -51,16 +67,7 @@ void PgPageReader::operator()(const PGresult* result) {
     const std::int64_t last = first + std::min(page_.count - taken_, rows - first);
     skip_ -= first;
     taken_ += last - first;
-    for (int index = 0; first < last && index < PQnfields(result); ++index) {
-        QXColumn& column = rs_.MutableColumn(static_cast<std::size_t>(index));
-        if (last - first > 1) {
-            column.Reserve(static_cast<std::size_t>(last - first));
-        }
-        const QXValueType type = PgValueType(PQftype(result, index));
-        for (std::int64_t row = first; row < last; ++row) {
-            AppendCell(column, type, result, static_cast<int>(row), index);
-        }
-    }
+    AppendRows(result, first, last);
     page_.CheckBytes(rs_);
 }
 

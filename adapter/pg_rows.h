@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include <libpq-fe.h>
 
@@ -23,11 +24,13 @@ class PgPageReader {
 
   private:
     void AddColumns(const PGresult* result);
+    void AppendRows(const PGresult* result, std::int64_t first, std::int64_t last);
 
     const Page& page_;
     std::int64_t skip_;
     QXRecordset& rs_;
     std::int64_t taken_ = 0;
+    std::vector<QXValueType> types_;  ///< of the columns
 };
 
 }  // namespace CQXDB::adapter

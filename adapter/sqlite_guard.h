@@ -21,7 +21,11 @@ class SqliteTimer {
     SqliteTimer& operator=(const SqliteTimer&) = delete;
 
     /// A statement begins.
-    void Start() noexcept { end_ = std::chrono::steady_clock::now() + limit_; }
+    void Start() noexcept {
+        if (limit_.count() > 0) {
+            end_ = std::chrono::steady_clock::now() + limit_;
+        }
+    }
 
   private:
     static int Expired(void* timer) noexcept;

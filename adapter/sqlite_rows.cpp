@@ -92,17 +92,20 @@ QXRecordset SqliteRowReader::TakePart() {
     return part;
 }
 
-void SqliteRowReader::Append() {
+std::size_t SqliteRowReader::Append() {
+    std::size_t bytes = 0;
     int index = 0;
     for (const Column& column : columns_) {
-        AppendCell(index++, column);
+        bytes += AppendCell(index++, column);
     }
+    return bytes;
 }
 
-void SqliteRowReader::AppendCell(int index, const Column& column) {
+std::size_t SqliteRowReader::AppendCell(int index, const Column& column) {
     // Looked up once: the calls by column would do so each time. Nobody else uses the connection
     // meanwhile, which is what a value asks for that isn't protected by SQLite's own lock.
     sqlite3_value* const value = sqlite3_column_value(statement_, index);
+    std::string_view bytes;
     switch (sqlite3_value_type(value)) {
         case SQLITE_INTEGER:
             AppendInteger(*column.target, column.declared, sqlite3_value_int64(value));
@@ -111,14 +114,17 @@ void SqliteRowReader::AppendCell(int index, const Column& column) {
             AppendReal(*column.target, column.declared, sqlite3_value_double(value));
             break;
         case SQLITE_TEXT:
-            AppendText(*column.target, column.declared.type, TextOf(value));
+            bytes = TextOf(value);
+            AppendText(*column.target, column.declared.type, bytes);
             break;
         case SQLITE_BLOB:
-            column.target->AppendBytes(BlobOf(value), QXValueType::Blob);
+            bytes = BlobOf(value);
+            column.target->AppendBytes(bytes, QXValueType::Blob);
             break;
         default:
             column.target->AppendNull();
     }
+    return bytes.size();
 }
 
 }  // namespace CQXDB::adapter

@@ -18,8 +18,8 @@ class SqliteRowReader {
     /// only then the statement is known to fit the schema.
     SqliteRowReader(sqlite3_stmt* statement, QXRecordset& rs);
 
-    /// Appends the row that the statement stands on.
-    void Append();
+    /// Appends the row that the statement stands on. Gives the bytes of its texts and blobs.
+    std::size_t Append();
     /// Takes all rows out of the recordset, which goes on with the same columns.
     QXRecordset TakePart();
 
@@ -29,7 +29,7 @@ class SqliteRowReader {
         DeclaredType declared;
     };
 
-    void AppendCell(int index, const Column& column);
+    std::size_t AppendCell(int index, const Column& column);
     void FindTargets();
 
     QXRecordset& rs_;

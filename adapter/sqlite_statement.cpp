@@ -9,6 +9,12 @@
 #include "adapter/statement_text.h"
 
 namespace CQXDB::adapter {
+namespace {
+
+constexpr std::size_t kBytesBetweenChecks = std::size_t{64} << 10;
+constexpr std::size_t kRowBytes = 256;  ///< for a row's numbers; most rows have fewer
+
+}  // namespace
 
 /// One execution: bound at its start, reset and unbound at its end.
 class SqliteStatement::Run {
@@ -71,15 +77,21 @@ void SqliteStatement::Query(const Parameters& parameters, const Page& page, QXRe
         row = Step();
     }
     Page rest = page;
+    std::size_t unchecked = 0;
     for (std::int64_t i = 0; row && i < page.count; ++i) {
-        if (page.sink != nullptr && i != 0 && page.sink->Full(rs)) {
+        if (page.sink != nullptr && unchecked == 0 && i != 0 && page.sink->Full(rs)) {
             rest.bytesBefore += rs.MemoryBytes();
             page.sink->take(reader.TakePart());
         }
-        reader.Append();
-        rest.CheckBytes(rs);
+        // The columns' memory is added up now and then only: many small rows would pay for it.
+        unchecked += kRowBytes + reader.Append();
+        if (unchecked >= kBytesBetweenChecks) {
+            rest.CheckBytes(rs);
+            unchecked = 0;
+        }
         row = i + 1 < page.count && Step();
     }
+    rest.CheckBytes(rs);
     // Ending early can fail too: a statement that changed rows commits only now.
     CheckSqlite(db_, sqlite3_reset(handle_.get()));
 }
