@@ -107,20 +107,20 @@ bool PgConnection::Reset() noexcept {
     }
 }
 
-PgResult PgConnection::RunText(const std::string& text, const PgRowSink& sink, Rows rows) {
+PgResult PgConnection::RunText(const std::string& text, const PgRowSink& sink) {
     Settle();
     parsed_ = nullptr;
     if (PQsendQuery(handle_.get(), text.c_str()) == 0) {
         throw PgError(handle_.get(), nullptr);
     }
-    return Collect(sink, rows);
+    return Collect(sink);
 }
 
 void PgConnection::RunStatement(const Statement* owner, const std::string& sql,
-                                const PgParameters& parameters, const PgRowSink& sink, Rows rows) {
+                                const PgParameters& parameters, const PgRowSink& sink) {
     Settle();
     Send(owner, sql, parameters);
-    Collect(sink, rows);
+    Collect(sink);
     parsed_ = owner;
 }
 
@@ -141,14 +141,12 @@ void PgConnection::Send(const Statement* owner, const std::string& sql,
     }
 }
 
-PgResult PgConnection::Collect(const PgRowSink& sink, Rows rows) {
+PgResult PgConnection::Collect(const PgRowSink& sink) {
     PGconn* connection = handle_.get();
     PgResult kept;
     std::optional<DatabaseError> error;
     std::exception_ptr stopped;
-    if (rows == Rows::OneByOne) {
-        PQsetSingleRowMode(connection);
-    }
+    PQsetSingleRowMode(connection);
     while (PgResult result{PQgetResult(connection)}) {
         const ExecStatusType status = PQresultStatus(result.get());
         if (stopped) {

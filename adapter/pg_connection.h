@@ -28,8 +28,9 @@ struct PgConnectionFree {
 };
 using PgHandle = std::unique_ptr<PGconn, PgConnectionFree>;
 
-/// Takes the rows of a result that has columns: all at once, or as they arrive, one result each.
-/// The last of these has none.
+/// Takes the rows of a result that has columns as they arrive, one result each, and at last a
+/// result without rows. So libpq never holds more than one, which costs nothing that could be
+/// measured.
 using PgRowSink = std::function<void(const PGresult*)>;
 /// For rows that nobody wants.
 inline void DropPgRows(const PGresult*) {}
@@ -60,18 +61,12 @@ class PgConnection final : public Connection {
 
     // What the statements need. Each throws DatabaseError when the server refuses.
 
-    /// Whether libpq collects a result before it is looked at, which is faster, or hands over each
-    /// row as it comes, which takes no memory.
-    enum class Rows { Together, OneByOne };
-
     /// Runs any number of statements without parameters; gives the last result without columns.
-    PgResult RunText(const std::string& text, const PgRowSink& sink = DropPgRows,
-                     Rows rows = Rows::OneByOne);
+    PgResult RunText(const std::string& text, const PgRowSink& sink = DropPgRows);
     /// Runs one statement. `owner` is remembered: when it runs next, and nothing was parsed in
     /// between, the server does not have to parse it again. What `sink` throws ends the statement.
     void RunStatement(const Statement* owner, const std::string& sql,
-                      const PgParameters& parameters, const PgRowSink& sink = DropPgRows,
-                      Rows rows = Rows::OneByOne);
+                      const PgParameters& parameters, const PgRowSink& sink = DropPgRows);
     /// The same without waiting for the result, which is dropped; see Statement::ExecuteSoon.
     void SendStatement(const Statement* owner, const std::string& sql,
                        const PgParameters& parameters);
@@ -81,7 +76,7 @@ class PgConnection final : public Connection {
   private:
     /// Hands one statement to libpq.
     void Send(const Statement* owner, const std::string& sql, const PgParameters& parameters);
-    PgResult Collect(const PgRowSink& sink, Rows rows);
+    PgResult Collect(const PgRowSink& sink);
     /// Asks the server to end the statement under way.
     void Cancel() noexcept;
     /// The error of the first of the waiting commands that failed, if any; all results are taken.

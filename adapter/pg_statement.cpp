@@ -28,11 +28,6 @@ std::string MoveTo(std::int64_t row) {
     return text;
 }
 
-/// A bound on the rows is of use only when they are looked at before the last one has come.
-PgConnection::Rows HowToRead(const Page& page) noexcept {
-    return page.maxBytes != 0 ? PgConnection::Rows::OneByOne : PgConnection::Rows::Together;
-}
-
 }  // namespace
 
 PgStatement::PgStatement(PgConnection& connection, const std::string& text, bool script)
@@ -75,8 +70,7 @@ void PgStatement::QueryAll(const Parameters& parameters, const Page& page, QXRec
     // Parsed anew each time: a result whose columns have changed since would be refused.
     connection_.Forget(this);
     PgPageReader reader(page, page.first, rs);
-    connection_.RunStatement(this, native_.sql, PgParameters(parameters), std::ref(reader),
-                             HowToRead(page));
+    connection_.RunStatement(this, native_.sql, PgParameters(parameters), std::ref(reader));
 }
 
 void PgStatement::QueryPage(const Parameters& parameters, const Page& page, QXRecordset& rs) {
@@ -91,7 +85,7 @@ void PgStatement::QueryPage(const Parameters& parameters, const Page& page, QXRe
     PgPageReader reader(page, 0, rs);
     connection_.RunText(MoveTo(page.first) + "FETCH FORWARD " + std::to_string(page.count) +
                             " FROM qx_page; CLOSE qx_page" + (own ? "; COMMIT" : ""),
-                        std::ref(reader), HowToRead(page));
+                        std::ref(reader));
 }
 
 }  // namespace CQXDB::adapter
