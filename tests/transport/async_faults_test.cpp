@@ -143,7 +143,7 @@ class FatedProactor : public platform::AiocbProactor {
 class AsyncFaults : public TransportTest {
   protected:
     AsyncFaults() { Equip(io_); }
-    ~AsyncFaults() override { refusedObject = refusedArray = 0; }
+    void TearDown() override { refusedObject = refusedArray = 0; }
 
     void Equip(OpenQXIO& io) {
         impl_ = new FatedProactor(fates_);
