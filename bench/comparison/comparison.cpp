@@ -5,7 +5,6 @@
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
-#include <unistd.h>
 
 #include "tables.h"
 
@@ -24,23 +23,6 @@ const char* const kMariaTls = "MariaDB TLS";
 const char* const kMariaPlain = "MariaDB plain";
 const char* const kFirebird = "Firebird";
 const char* const kSqlite = "SQLite in process";
-
-/// User and system seconds of a process so far.
-std::pair<double, double> ProcessorSeconds(int pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    std::getline(file, line);
-    std::istringstream fields(line.substr(line.rfind(')') + 2));
-    std::string skipped;
-    for (int i = 0; i < 11; ++i) {
-        fields >> skipped;
-    }
-    double user = 0;
-    double system = 0;
-    fields >> user >> system;
-    const auto ticks = static_cast<double>(sysconf(_SC_CLK_TCK));
-    return {user / ticks, system / ticks};
-}
 
 /// VmHWM or VmRSS of a process, in bytes.
 double StatusBytes(int pid, const std::string& name) {
@@ -280,27 +262,26 @@ void Comparison::Processes() {
 void Comparison::Sessions() {
     const qxdb_test::QxdbServer& server = servers_.Qxdb();
     for (const int count : {1, 2, 4, 8, 16, 32, 64}) {
-        const auto before = ProcessorSeconds(server.Pid());
         const std::string seconds = plan_.quick ? "0.5" : "2";
         std::string output;
-        if (qxdb_test::RunProgram(
-                plan_.programs + "/bench_sessions",
-                {std::to_string(server.Port()), qxdb_test::QxdbServer::kUser,
-                 qxdb_test::QxdbServer::kPassword, std::to_string(count), seconds},
-                output) != 0) {
+        if (qxdb_test::RunProgram(plan_.programs + "/bench_sessions",
+                                  {std::to_string(server.Port()), std::to_string(server.Pid()),
+                                   qxdb_test::QxdbServer::kUser, qxdb_test::QxdbServer::kPassword,
+                                   std::to_string(count), seconds},
+                                  output) != 0) {
             throw std::runtime_error(output);
         }
-        const auto after = ProcessorSeconds(server.Pid());
         double rate = 0;
         double median = 0;
         double slow = 0;
-        std::istringstream(output) >> rate >> median >> slow;
-        const double requests = rate * std::stod(seconds);
+        double user = 0;
+        double system = 0;
+        std::istringstream(output) >> rate >> median >> slow >> user >> system;
         results_.Add("sessions", "requests a second", count, rate);
         results_.Add("sessions latency", "median", count, median);
         results_.Add("sessions latency", "99th percentile", count, slow);
-        results_.Add("sessions cost", "user", count, (after.first - before.first) / requests);
-        results_.Add("sessions cost", "system", count, (after.second - before.second) / requests);
+        results_.Add("sessions cost", "user", count, user);
+        results_.Add("sessions cost", "system", count, system);
     }
     results_.Print("sessions", "Small requests a second by sessions", 1, "/s");
     results_.Print("sessions latency", "Their time", 1e6, "us");
