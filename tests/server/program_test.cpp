@@ -2,14 +2,11 @@
 #include <gtest/gtest.h>
 
 #include "messages/type_codes.h"
-#include "server/server_error.h"
 #include "tests/server/test_server.h"
 #include "tests/support/QxdbServer.h"
 
 namespace qxdb_test {
 namespace {
-
-using CQXSERVER::ServerError;
 
 int RunServer(const std::vector<std::string>& arguments, const std::string& input,
               std::string& output) {
@@ -59,24 +56,6 @@ TEST_F(UserCommandTest, SayWhatIsWrong) {
     EXPECT_EQ(User({"frobnicate"}), 2);
     EXPECT_EQ(RunServer({"user", "list"}, "", output_), 1);
     EXPECT_NE(output_.find("--data"), std::string::npos);
-}
-
-TEST(ServerProgram, SeesAccountChangesAtOnce) {
-    const QxdbServer server(QXDB_SERVER_PROGRAM);
-    RawClient client(server.Port());
-    std::string output;
-    const auto user = [&](std::vector<std::string> arguments, const std::string& input) {
-        arguments.insert(arguments.begin(), {"--data", server.Folder().Path().string(), "user"});
-        ASSERT_EQ(RunServer(arguments, input, output), 0) << output;
-    };
-    user({"add", "bob"}, "first\n");
-    client.Login(L"bob", L"first");
-    user({"passwd", "bob"}, "second\n");
-    EXPECT_EQ(client.Execute(L"SELECT 1").Error(), Number(ServerError::AccountChanged));
-    client.Login(L"bob", L"second");
-    user({"remove", "bob"}, "");
-    EXPECT_EQ(client.CallString(CQXBASE::kLogin, L"bob|~|second").Error(),
-              Number(ServerError::WrongLogin));
 }
 
 TEST(ServerProgram, ItsLogHoldsNoSecrets) {
