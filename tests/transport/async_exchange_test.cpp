@@ -66,6 +66,9 @@ TEST_F(AsyncExchange, ClosedPeerEndsASend) {
         });
         for (int i = 0; i < 2; ++i) {  // the second would raise SIGPIPE
             EXPECT_EQ(Send(io, Body(16 << 20)), -1) << taken;
+            if (qxdb_test::kOnWindows && io.LastErrorCode() == 10054) {
+                continue;  // refused at once
+            }
             EXPECT_EQ(io.LastErrorCode(), -1);
             EXPECT_EQ(io.LastErrorText(), L"发送数据失败。");
         }
