@@ -1,4 +1,6 @@
 // The program as an operator runs it.
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "messages/type_codes.h"
@@ -15,6 +17,7 @@ int RunServer(const std::vector<std::string>& arguments, const std::string& inpu
     ChildProcess process(QXDB_SERVER_PROGRAM, arguments, options);
     const int status = process.Wait();
     output = process.Output() + process.Errors();
+    output.erase(std::remove(output.begin(), output.end(), '\r'), output.end());  // of a console
     return status;
 }
 
