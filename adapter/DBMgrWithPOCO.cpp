@@ -35,18 +35,21 @@ bool DBMgrWithPOCO::CanConnect(QXDataSource* dataSource) {
 }
 
 void DBMgrWithPOCO::Execute(QXCommand* command) {
-    Run(DataSourceOf(command), [&](auto& connection) { adapter::Execute(connection, *command); });
+    const auto work = [&](auto& connection) { adapter::Execute(connection, *command); };
+    Run(DataSourceOf(command), std::cref(work));
 }
 
 void DBMgrWithPOCO::Execute(QXCommandList* list) {
-    Run(DataSourceOf(list), [&](auto& connection) { adapter::Execute(connection, *list); });
+    const auto work = [&](auto& connection) { adapter::Execute(connection, *list); };
+    Run(DataSourceOf(list), std::cref(work));
 }
 
 void DBMgrWithPOCO::OpenQuery(QXCommand* command, QXRecordset& rs) {
     rs.Clear();
-    Run(DataSourceOf(command), [&](auto& connection) {
+    const auto work = [&](auto& connection) {
         adapter::OpenQuery(connection, *command, rs, maxResultBytes_, rowSink_);
-    });
+    };
+    Run(DataSourceOf(command), std::cref(work));
     if (errNumber_ != 0) {
         rs.Clear();
     }
@@ -54,16 +57,20 @@ void DBMgrWithPOCO::OpenQuery(QXCommand* command, QXRecordset& rs) {
 
 void DBMgrWithPOCO::OpenQuery(QXCommandList* list, QXRecordset& rs) {
     rs.Clear();
-    Run(DataSourceOf(list),
-        [&](auto& connection) { adapter::OpenQuery(connection, *list, rs, maxResultBytes_); });
+    const auto work = [&](auto& connection) {
+        adapter::OpenQuery(connection, *list, rs, maxResultBytes_);
+    };
+    Run(DataSourceOf(list), std::cref(work));
     if (errNumber_ != 0) {
         rs.Clear();
     }
 }
 
 void DBMgrWithPOCO::BatchQry(QXCommandList* list, QXRsList& out) {
-    Run(DataSourceOf(list),
-        [&](auto& connection) { adapter::BatchQry(connection, *list, out, maxResultBytes_); });
+    const auto work = [&](auto& connection) {
+        adapter::BatchQry(connection, *list, out, maxResultBytes_);
+    };
+    Run(DataSourceOf(list), std::cref(work));
     if (errNumber_ != 0) {
         out.RemoveAll();
     }

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "adapter/database_error.h"
+#include "util/out_of_memory.h"
 #include "util/text.h"
 
 namespace CQXDB::adapter {
@@ -24,6 +25,21 @@ void RunAndSettle(Connection& connection, const std::function<void(Connection&)>
     }
 }
 
+/// The exception being handled; a lack of memory goes on.
+CallResult Describe() {
+    try {
+        throw;
+    } catch (const DatabaseError& error) {
+        // A database that fails without a code must not look like success.
+        return {error.Code() != 0 ? error.Code() : DBMGR_UNEXPECTED,
+                CQXBASE::Utf8ToWide(error.what())};
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& error) {
+        return {DBMGR_UNEXPECTED, CQXBASE::Utf8ToWide(error.what())};
+    }
+}
+
 }  // namespace
 
 CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource, const std::string& user,
@@ -37,19 +53,15 @@ CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource, cons
     });
 }
 
-CallResult Guarded(const std::function<void()>& step) {
+CallResult CurrentFailure() noexcept {
+    CallResult result;
     try {
-        step();
-        return {};
-    } catch (const DatabaseError& error) {
-        // A database that fails without a code must not look like success.
-        return {error.Code() != 0 ? error.Code() : DBMGR_UNEXPECTED,
-                CQXBASE::Utf8ToWide(error.what())};
+        result = Describe();
     } catch (const std::bad_alloc&) {
-        throw;
-    } catch (const std::exception& error) {
-        return {DBMGR_UNEXPECTED, CQXBASE::Utf8ToWide(error.what())};
+        result.code = DBMGR_OUT_OF_MEMORY;
+        CQXBASE::TellOutOfMemory(result.text);
     }
+    return result;
 }
 
 }  // namespace CQXDB::adapter

@@ -2,6 +2,7 @@
 // transaction, and errors as a code and a text.
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <string>
 
@@ -19,11 +20,22 @@ struct CallResult {
 
 /// Runs `work` on a connection of the data source, for the user of ConnectionPool::Take. When it
 /// fails, or leaves a transaction open, the connection is rolled back before it returns to the
-/// pool. Lets nothing out but std::bad_alloc.
+/// pool. Lets no std::exception out. A `work` that wraps a reference costs no memory.
 CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource, const std::string& user,
                        const std::function<void(Connection&)>& work);
 
+/// Inside a handler: the std::exception being handled as a result.
+CallResult CurrentFailure() noexcept;
+
 /// Turns what `step` throws into a result, for work that needs no connection.
-CallResult Guarded(const std::function<void()>& step);
+template <typename Step>
+CallResult Guarded(const Step& step) {
+    try {
+        step();
+        return {};
+    } catch (const std::exception&) {
+        return CurrentFailure();
+    }
+}
 
 }  // namespace CQXDB::adapter

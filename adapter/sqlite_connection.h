@@ -32,6 +32,7 @@ class SqliteConnection : public Connection {
     bool Alive() noexcept override;
     /// A confined connection has nothing of a user's but what is in its temporary database.
     bool Reset() noexcept override;
+    bool Usable() noexcept override { return !InTransaction(); }  ///< else a rollback has failed
 
     /// Runs one statement that is not worth keeping.
     void RunOnce(std::string_view statement);

@@ -29,8 +29,10 @@ class StatementCache {
 
     /// `text` is not there yet.
     void Add(const std::string& text, std::shared_ptr<Statement> statement) {
-        entries_.emplace_front(text, std::move(statement));
-        byText_.emplace(entries_.front().first, entries_.begin());
+        std::list<Entry> added;
+        added.emplace_front(text, std::move(statement));
+        byText_.emplace(added.front().first, added.begin());
+        entries_.splice(entries_.begin(), added);  // as the last step, since it can't fail
         if (entries_.size() > capacity_) {
             byText_.erase(entries_.back().first);
             entries_.pop_back();

@@ -119,7 +119,7 @@ void Execute(Connection& connection, const QXCommand& command) {
 }
 
 void Execute(Connection& connection, const QXCommandList& list) {
-    InOneTransaction(connection, list, [&list](ListRun& run) {
+    InOneTransaction(connection, list, [](ListRun& run) {
         run.Each([&run](const QXCommand& command, std::size_t) {
             run.Script(command).ExecuteSoon(command.Params());
         });

@@ -2,6 +2,8 @@
 #include <qxdb/DBMgr.h>
 #include <qxdb/DBMgrWithPOCO.h>
 
+#include "agent/told.h"
+
 namespace CQXDB {
 namespace {
 
@@ -62,25 +64,24 @@ bool DBAgent::CanConnect(CQXDB_DSType_ENUM type, const std::wstring& server, lon
                          const std::wstring& password, bool trusted, CQXDB_DriverType_ENUM driver,
                          const std::wstring& driverName, const std::wstring& dsn,
                          const std::wstring& connectionString, const std::wstring& extra) {
-    myRaiseError(0, L"");
-    dataSource_->init(L"", type, server, port, database, user, password, trusted, std::string(), 1);
-    dataSource_->initDriver(driver, driverName, dsn, connectionString, extra);
     bool answer = false;
-    long errCode = 0;
-    std::wstring errText;
-    RunLocal(useODBC_(), errCode, errText,
-             [&](auto& manager) { answer = manager.CanConnect(dataSource_); });
-    if (errCode != 0) {
-        myRaiseError(errCode, errText);
-        return false;
-    }
-    return answer;
+    Told(errCode_, errText_, [&] {
+        myRaiseError(0, L"");
+        dataSource_->init(L"", type, server, port, database, user, password, trusted, std::string(),
+                          1);
+        dataSource_->initDriver(driver, driverName, dsn, connectionString, extra);
+        RunLocal(useODBC_(), errCode_, errText_,
+                 [&](auto& manager) { answer = manager.CanConnect(dataSource_); });
+    });
+    return answer && errCode_ == 0;
 }
 
 void DBAgent::CloseConn() {
     long errCode = 0;
     std::wstring errText;
-    RunLocal(useODBC_(), errCode, errText, [](auto& manager) { manager.CloseConn(); });
+    Told(errCode, errText, [&] {
+        RunLocal(useODBC_(), errCode, errText, [](auto& manager) { manager.CloseConn(); });
+    });
 }
 
 }  // namespace CQXDB

@@ -1,8 +1,10 @@
 #include <exception>
+#include <new>
 #include <string>
 
 #include <qxdb/DBAgent.h>
 
+#include "agent/told.h"
 #include "messages/message_holder.h"
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
@@ -21,6 +23,7 @@ using CQXBASE::QXSimpleMsg;
 
 constexpr long kNoServer = -1;
 constexpr long kBadReply = -5005;
+constexpr int kUndecipherable = -1;  ///< of Syc_receive_data
 
 /// Serialises every exchange of the process, from sending the request to decoding its reply.
 CQXBASE::critical_section exchangeLock;
@@ -48,6 +51,24 @@ std::wstring Complaint(MessageHolder::State state, unsigned replyCode) {
     }
 }
 
+/// Drops the connection of an exchange that doesn't come to its end: the rest of its reply would be
+/// taken for the answer to the next request.
+class UnfinishedExchange {
+  public:
+    explicit UnfinishedExchange(CQXBASE::QXIO& io) : io_(&io) {}
+    ~UnfinishedExchange() {
+        if (io_ != nullptr) {
+            io_->close_stream();
+        }
+    }
+    UnfinishedExchange(const UnfinishedExchange&) = delete;
+    UnfinishedExchange& operator=(const UnfinishedExchange&) = delete;
+    void Over() noexcept { io_ = nullptr; }
+
+  private:
+    CQXBASE::QXIO* io_;
+};
+
 template <typename Record>
 Record& As(void* reply) {
     return *static_cast<Record*>(static_cast<CQXBASE::QXIOBase*>(reply));
@@ -57,20 +78,37 @@ Record& As(void* reply) {
 
 int DBAgent::RemoteExec(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& request, int type,
                         void* result) {
-    const CQXBASE::auto_lock<CQXBASE::critical_section> guard(exchangeLock);
-    if (io_ == nullptr) {
-        return Fail(errCode, errText, kNoServer,
-                    L"no server: give one with init, Login or VirLogin first.");
-    }
-    const auto requestCode = static_cast<unsigned>(type);
+    int outcome = -1;
+    Told(errCode, errText, [&] {
+        const CQXBASE::auto_lock<CQXBASE::critical_section> guard(exchangeLock);
+        outcome = io_ == nullptr
+                      ? Fail(errCode, errText, kNoServer,
+                             L"no server: give one with init, Login or VirLogin first.")
+                      : exchange_(errCode, errText, request, static_cast<unsigned>(type), result);
+    });
+    return outcome;
+}
+
+int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& request,
+                       unsigned requestCode, void* result) {
     char* data = nullptr;
     unsigned length = 0;
     std::string plainText;
     unsigned replyCode = 0;
     bool enciphered = false;
-    if (io_->Syc_sendobj(request, requestCode, true, true) != 0 ||
-        io_->Syc_receive_data(data, length, plainText, replyCode, enciphered) != 0) {
-        return Fail(errCode, errText, io_->LastErrorCode(), io_->LastErrorText());
+    {
+        UnfinishedExchange unfinished(*io_);
+        int failed = io_->Syc_sendobj(request, requestCode, true, true);
+        if (failed == 0) {
+            failed = io_->Syc_receive_data(data, length, plainText, replyCode, enciphered);
+        }
+        // A reply that can't be deciphered has arrived as a whole.
+        if (failed == 0 || failed == kUndecipherable) {
+            unfinished.Over();
+        }
+        if (failed != 0) {
+            return Fail(errCode, errText, io_->LastErrorCode(), io_->LastErrorText());
+        }
     }
     try {
         const auto reply = MessageHolder::Reply(
@@ -79,6 +117,8 @@ int DBAgent::RemoteExec(long& errCode, std::wstring& errText, CQXBASE::QXIOBase&
             return Fail(errCode, errText, kBadReply, Complaint(reply.GetState(), replyCode));
         }
         return proc_data(errCode, errText, static_cast<int>(replyCode), reply.Object());
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& error) {
         return Fail(errCode, errText, kBadReply,
                     L"decoding the server's reply failed: " +

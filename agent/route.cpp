@@ -1,5 +1,7 @@
 #include <qxdb/DBAgent.h>
 
+#include "agent/told.h"
+
 namespace CQXDB {
 namespace {
 
@@ -26,55 +28,65 @@ void StampPage(Work& work, long pageSize, long pageNo) {
 
 void DBAgent::Execute(long& errCode, std::wstring& errText, QXCommand& cmd,
                       const std::wstring& db) {
-    Stamp(errCode, errText, cmd, *dataSource_, db, token_);
-    if (isLocal_) {
-        ExecuteLocal(errCode, errText, cmd);
-    } else {
-        ExecuteRemote(errCode, errText, cmd);
-    }
+    Told(errCode, errText, [&] {
+        Stamp(errCode, errText, cmd, *dataSource_, db, token_);
+        if (isLocal_) {
+            ExecuteLocal(errCode, errText, cmd);
+        } else {
+            ExecuteRemote(errCode, errText, cmd);
+        }
+    });
 }
 
 void DBAgent::Execute(long& errCode, std::wstring& errText, QXCommandList& list,
                       const std::wstring& db) {
-    Stamp(errCode, errText, list, *dataSource_, db, token_);
-    if (isLocal_) {
-        ExecuteLocal(errCode, errText, list);
-    } else {
-        ExecuteRemote(errCode, errText, list);
-    }
+    Told(errCode, errText, [&] {
+        Stamp(errCode, errText, list, *dataSource_, db, token_);
+        if (isLocal_) {
+            ExecuteLocal(errCode, errText, list);
+        } else {
+            ExecuteRemote(errCode, errText, list);
+        }
+    });
 }
 
 void DBAgent::OpenQuery(long& errCode, std::wstring& errText, QXCommand& cmd, QXRecordset& rs,
                         long pageSize, long pageNo, const std::wstring& db) {
-    Stamp(errCode, errText, cmd, *dataSource_, db, token_);
-    if (isLocal_) {
-        OpenQueryLocal(errCode, errText, cmd, rs, pageSize, pageNo);
-    } else {
-        StampPage(cmd, pageSize, pageNo);
-        OpenQueryRemote(errCode, errText, cmd, rs, pageSize, pageNo);
-    }
+    Told(errCode, errText, [&] {
+        Stamp(errCode, errText, cmd, *dataSource_, db, token_);
+        if (isLocal_) {
+            OpenQueryLocal(errCode, errText, cmd, rs, pageSize, pageNo);
+        } else {
+            StampPage(cmd, pageSize, pageNo);
+            OpenQueryRemote(errCode, errText, cmd, rs, pageSize, pageNo);
+        }
+    });
 }
 
 void DBAgent::OpenQuery(long& errCode, std::wstring& errText, QXCommandList& list, QXRecordset& rs,
                         long pageSize, long pageNo, const std::wstring& db) {
-    Stamp(errCode, errText, list, *dataSource_, db, token_);
-    if (isLocal_) {
-        OpenQueryLocal(errCode, errText, list, rs, pageSize, pageNo);
-    } else {
-        StampPage(list, pageSize, pageNo);
-        OpenQueryRemote(errCode, errText, list, rs, pageSize, pageNo);
-    }
+    Told(errCode, errText, [&] {
+        Stamp(errCode, errText, list, *dataSource_, db, token_);
+        if (isLocal_) {
+            OpenQueryLocal(errCode, errText, list, rs, pageSize, pageNo);
+        } else {
+            StampPage(list, pageSize, pageNo);
+            OpenQueryRemote(errCode, errText, list, rs, pageSize, pageNo);
+        }
+    });
 }
 
 void DBAgent::BatchQry(long& errCode, std::wstring& errText, QXCommandList& list, QXRsList& out,
                        const std::wstring& db) {
-    out.RemoveAll();
-    Stamp(errCode, errText, list, *dataSource_, db, token_);
-    if (isLocal_) {
-        BatchQryLocal(errCode, errText, list, out);
-    } else {
-        BatchQryRemote(errCode, errText, list, out);
-    }
+    Told(errCode, errText, [&] {
+        out.RemoveAll();
+        Stamp(errCode, errText, list, *dataSource_, db, token_);
+        if (isLocal_) {
+            BatchQryLocal(errCode, errText, list, out);
+        } else {
+            BatchQryRemote(errCode, errText, list, out);
+        }
+    });
 }
 
 }  // namespace CQXDB

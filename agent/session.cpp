@@ -7,6 +7,7 @@
 
 #include <qxdb/DBAgent.h>
 
+#include "agent/told.h"
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
 #include "transport/qxio.h"
@@ -42,36 +43,44 @@ void DBAgent::newConn_(const std::wstring& host, long port, QXProxyInfo proxy) {
 
 bool DBAgent::Login(const std::wstring& host, long port, QXProxyInfo proxy,
                     const std::wstring& login, std::wstring& info, std::wstring& token) {
-    CQXBASE::QXOneString request(login);
-    token.clear();
-    newConn_(host, port, std::move(proxy));
-    const int result = RemoteExec(errCode_, errText_, request, CQXBASE::kLogin, nullptr);
-    info = loginInfo_;
-    token = token_;
-    return result == 0;
+    bool done = false;
+    Told(errCode_, errText_, [&] {
+        CQXBASE::QXOneString request(login);
+        token.clear();
+        newConn_(host, port, std::move(proxy));
+        const int result = RemoteExec(errCode_, errText_, request, CQXBASE::kLogin, nullptr);
+        info = loginInfo_;
+        token = token_;
+        done = result == 0;
+    });
+    return done;
 }
 
 // The verdict is the error field's, not the exchange's result as in Login.
 bool DBAgent::VirLogin(const std::wstring& host, long port, QXProxyInfo proxy,
                        const std::wstring& login, std::wstring& token, CQXDB_DSType_ENUM& dsType,
                        CQXDB_DriverType_ENUM& driverType) {
-    CQXBASE::QXOneString request(login);
-    myRaiseError(0, L"");
-    token.clear();
-    newConn_(host, port, std::move(proxy));
-    RemoteExec(errCode_, errText_, request, CQXBASE::kVirtualLogin, nullptr);
-    token = token_;
-    dsType = dsType_;
-    driverType = driverType_;
+    Told(errCode_, errText_, [&] {
+        CQXBASE::QXOneString request(login);
+        myRaiseError(0, L"");
+        token.clear();
+        newConn_(host, port, std::move(proxy));
+        RemoteExec(errCode_, errText_, request, CQXBASE::kVirtualLogin, nullptr);
+        token = token_;
+        dsType = dsType_;
+        driverType = driverType_;
+    });
     return errCode_ == 0;
 }
 
 void DBAgent::VirLogout(const std::wstring& host, long port, QXProxyInfo proxy,
                         const std::wstring& login) {
-    CQXBASE::QXOneString request(login);
-    myRaiseError(0, L"");
-    newConn_(host, port, std::move(proxy));
-    RemoteExec(errCode_, errText_, request, CQXBASE::kVirtualLogout, nullptr);
+    Told(errCode_, errText_, [&] {
+        CQXBASE::QXOneString request(login);
+        myRaiseError(0, L"");
+        newConn_(host, port, std::move(proxy));
+        RemoteExec(errCode_, errText_, request, CQXBASE::kVirtualLogout, nullptr);
+    });
 }
 
 bool DBAgent::Shakehand() {
@@ -81,11 +90,14 @@ bool DBAgent::Shakehand() {
 }
 
 bool DBAgent::SendMsg(const std::wstring& text) {
-    if (text.empty()) {
-        return false;
-    }
-    CQXBASE::QXOneString request(text);
-    return RemoteExec(errCode_, errText_, request, CQXBASE::kSendText, nullptr) == 0;
+    bool done = false;
+    Told(errCode_, errText_, [&] {
+        if (!text.empty()) {
+            CQXBASE::QXOneString request(text);
+            done = RemoteExec(errCode_, errText_, request, CQXBASE::kSendText, nullptr) == 0;
+        }
+    });
+    return done;
 }
 
 }  // namespace CQXDB

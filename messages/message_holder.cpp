@@ -71,6 +71,21 @@ class AlignedBytes {
     std::vector<std::uint64_t> copy_;
 };
 
+/// A stream over bytes that stay where they are. Unlike ACE's own way to make one it needs no
+/// memory, of which a stream would take a lack for granted bytes.
+class BorrowedStream {
+  public:
+    BorrowedStream(const char* bytes, std::size_t length)
+        : block_(length, ACE_Message_Block::MB_DATA, bytes, nullptr, nullptr,
+                 ACE_Message_Block::DONT_DELETE, nullptr),
+          stream_(&block_, ACE_Message_Block::DONT_DELETE, 0, length, kLittleEndian, 1, 2) {}
+    ACE_InputCDR& Get() noexcept { return stream_; }
+
+  private:
+    ACE_Data_Block block_;
+    ACE_InputCDR stream_;
+};
+
 }  // namespace
 
 MessageHolder MessageHolder::Request(std::uint32_t code, const ReceivedBody& body) {
@@ -119,13 +134,13 @@ void MessageHolder::Decode(const ReceivedBody& body) {
 
 void MessageHolder::DecodeRaw(const void* bytes, std::size_t length) {
     const AlignedBytes aligned(bytes, length);
-    ACE_InputCDR in(aligned.Begin(), length, kLittleEndian, 1, 2);
-    DecodeFrom(in);
+    DecodeFrom(BorrowedStream(aligned.Begin(), length).Get());
 }
 
 void MessageHolder::DecodeFrame(const ACE_Message_Block& block) {
     const AlignedBytes aligned(block.rd_ptr(), block.length());
-    ACE_InputCDR in(aligned.Begin(), block.length(), kLittleEndian, 1, 2);
+    BorrowedStream stream(aligned.Begin(), block.length());
+    ACE_InputCDR& in = stream.Get();
     ACE_CDR::Boolean littleEndian = true;
     in.read_boolean(littleEndian);
     in.reset_byte_order(littleEndian ? kLittleEndian : 0);

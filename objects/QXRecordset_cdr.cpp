@@ -3,6 +3,7 @@
 #include "objects/cdr_fields.h"
 #include "objects/column_stream.h"
 #include "objects/format_version.h"
+#include "objects/read_whole.h"
 
 namespace CQXDB {
 namespace {
@@ -43,21 +44,23 @@ int QXRecordset::fromCDR(ACE_InputCDR& in) {
         !CQXBASE::ReadLong(in, currentPage_) || !CQXBASE::ReadULong(in, columns)) {
         return 0;
     }
-    const std::size_t whole = in.length();
-    std::uint32_t more = kLastPart;
-    do {
-        const bool first = ColumnCount() == 0;
-        if (!ReadPart(in, columns) || !CQXBASE::ReadULong(in, more) ||
-            (more > kMoreParts && !CQXBASE::Refuse(in))) {
-            Clear();
-            return 0;
-        }
-        if (first && more == kMoreParts) {
-            ReserveForRest(whole - in.length(), in.length());
-        }
-    } while (more == kMoreParts);
-    FillDone();
-    return 1;
+    const auto read = [&] {
+        const std::size_t whole = in.length();
+        std::uint32_t more = kLastPart;
+        do {
+            const bool first = ColumnCount() == 0;
+            if (!ReadPart(in, columns) || !CQXBASE::ReadULong(in, more) ||
+                (more > kMoreParts && !CQXBASE::Refuse(in))) {
+                return 0;
+            }
+            if (first && more == kMoreParts) {
+                ReserveForRest(whole - in.length(), in.length());
+            }
+        } while (more == kMoreParts);
+        FillDone();
+        return 1;
+    };
+    return ReadWhole(read, [this] { Clear(); });
 }
 
 /// Guesses by the first part, which took `taken` bytes, what the `left` others will bring, so that

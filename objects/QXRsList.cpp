@@ -2,6 +2,7 @@
 
 #include "objects/cdr_fields.h"
 #include "objects/format_version.h"
+#include "objects/read_whole.h"
 
 namespace CQXDB {
 namespace {
@@ -28,13 +29,15 @@ int QXRsList::fromCDR(ACE_InputCDR& in) {
     if (!ReadVersion(in) || !CQXBASE::ReadCount(in, count, kLeastRecordset)) {
         return 0;
     }
-    for (std::uint32_t i = 0; i < count; ++i) {
-        if (recordsets_.emplace_back().fromCDR(in) == 0) {
-            RemoveAll();
-            return 0;
+    const auto read = [&] {
+        for (std::uint32_t i = 0; i < count; ++i) {
+            if (recordsets_.emplace_back().fromCDR(in) == 0) {
+                return 0;
+            }
         }
-    }
-    return 1;
+        return 1;
+    };
+    return ReadWhole(read, [this] { RemoveAll(); });
 }
 
 std::size_t QXRsList::size() {

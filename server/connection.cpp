@@ -1,12 +1,14 @@
 #include "server/connection.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include <ace/Reactor.h>
 #include <ace/os_include/netinet/os_tcp.h>
 
 #include "platform/socket_errors.h"
+#include "server/log.h"
 
 namespace CQXSERVER {
 namespace {
@@ -52,7 +54,7 @@ bool Connection::Open(ACE_Reactor& newReactor) {
 
 void Connection::Reject(ServerError error) {
     closing_ = true;
-    Send(host_.ErrorReply(error, false));
+    Guarded([&] { Send(host_.ErrorReply(error, false)); });
 }
 
 void Connection::Finish(Outcome outcome) {
@@ -61,7 +63,7 @@ void Connection::Finish(Outcome outcome) {
     }
     token_ = std::move(outcome.token);
     if (outcome.reply) {
-        Send(*std::move(outcome.reply));
+        Guarded([&] { Send(*std::move(outcome.reply)); });
     } else {
         Close();
     }
@@ -93,7 +95,23 @@ void Connection::Close() {
     }
 }
 
+template <class Step>
+void Connection::Guarded(const Step& step) {
+    try {
+        step();
+    } catch (const std::bad_alloc&) {
+        // What this client has sent or awaits is lost, which it must notice.
+        LogError("connection ", id_, ": closed, out of memory");
+        Close();
+    }
+}
+
 int Connection::handle_input(ACE_HANDLE) {
+    Guarded([this] { TakeInput(); });
+    return 0;
+}
+
+void Connection::TakeInput() {
     std::string& scratch = host_.Scratch();
     const ssize_t count = peer_.recv(scratch.data(), scratch.size());
     if (count > 0) {
@@ -108,11 +126,10 @@ int Connection::handle_input(ACE_HANDLE) {
     } else if (!WouldBlock()) {
         Close();
     }
-    return 0;
 }
 
 int Connection::handle_output(ACE_HANDLE) {
-    Flush();
+    Guarded([this] { Flush(); });
     return 0;
 }
 

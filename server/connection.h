@@ -80,6 +80,10 @@ class Connection : public ACE_Event_Handler {
 
     /// True when the socket call that has just failed may succeed later.
     static bool WouldBlock() noexcept;
+    /// Closes the connection when there is no memory for a step.
+    template <class Step>
+    void Guarded(const Step& step);
+    void TakeInput();
     void Enter(State state);
     void Receive(std::size_t count);
     void Consume(std::string_view bytes);

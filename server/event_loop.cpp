@@ -1,11 +1,14 @@
 #include "server/event_loop.h"
 
 #include <algorithm>
+#include <exception>
+#include <new>
 #include <utility>
 
 #include <ace/Reactor.h>
 
 #include "platform/server_reactor.h"
+#include "server/log.h"
 #include "server/server_error.h"
 
 namespace CQXSERVER {
@@ -14,6 +17,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kLongestWait{60000};
+constexpr milliseconds kRetryWait{100};  ///< before a task that found no memory runs once more
 
 }  // namespace
 
@@ -64,16 +68,25 @@ int EventLoop::handle_exception(ACE_HANDLE) {
         tasks.swap(posted_);
     }
     for (const Task& each : tasks) {
-        each();
+        try {
+            each();
+        } catch (const std::exception& e) {
+            // The reactor would drop its own notifications, and with them every later task.
+            LogError("a task of the event loop failed: ", e.what());
+        }
     }
     return 0;
 }
 
 void EventLoop::RunDue() {
     while (!timed_.empty() && timed_.begin()->first <= SteadyNow()) {
-        const Task task = std::move(timed_.begin()->second);
-        timed_.erase(timed_.begin());
-        task();
+        auto due = timed_.extract(timed_.begin());
+        try {
+            due.mapped()();
+        } catch (const std::bad_alloc&) {
+            due.key() = SteadyNow() + kRetryWait;
+            timed_.insert(std::move(due));
+        }
     }
 }
 

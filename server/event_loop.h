@@ -28,7 +28,8 @@ class EventLoop : private ACE_Event_Handler {
 
     // The rest is for the loop's thread.
     ACE_Reactor& Reactor() noexcept { return *reactor_; }
-    /// Runs `task` once at `when`, of the steady clock.
+    /// Runs `task` once at `when`, of the steady clock; once more later when it throws
+    /// std::bad_alloc.
     void At(TimePoint when, Task task);
     /// Waits for the next event, task or point in time, and handles what is there.
     void RunOnce();

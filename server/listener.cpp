@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <new>
 #include <utility>
 
 #include <ace/INET_Addr.h>
@@ -70,12 +71,27 @@ void Listener::Resume() {
     }
 }
 
+void Listener::HandOver(ACE_SOCK_Stream& peer, const ACE_INET_Addr& remote) {
+    std::string host;
+    try {
+        host = HostText(remote);
+    } catch (const std::bad_alloc&) {
+        peer.close();
+        return;
+    }
+    try {
+        onAccept_(peer, host);
+    } catch (const std::bad_alloc&) {
+        LogError("no memory for a connection");
+    }
+}
+
 int Listener::handle_input(ACE_HANDLE) {
     for (int i = 0; i < kAcceptsPerEvent; ++i) {
         ACE_SOCK_Stream peer;
         ACE_INET_Addr remote;
         if (acceptor_.accept(peer, &remote) == 0) {
-            onAccept_(peer, HostText(remote));
+            HandOver(peer, remote);
             continue;
         }
         const int error = CQXBASE::platform::LastError();

@@ -14,7 +14,8 @@ namespace CQXSERVER {
 /// Lives on the reactor's thread.
 class Listener : public ACE_Event_Handler {
   public:
-    /// Gets every new connection, and the peer's address without its port.
+    /// Gets every new connection, and the peer's address without its port. Owns the connection,
+    /// also when it throws.
     using OnAccept = std::function<void(const ACE_SOCK_Stream&, const std::string&)>;
 
     /// Binds to "HOST:PORT" or "[IPV6]:PORT" and listens. Throws OperatorError.
@@ -31,6 +32,8 @@ class Listener : public ACE_Event_Handler {
     int handle_input(ACE_HANDLE) override;
 
   private:
+    void HandOver(ACE_SOCK_Stream& peer, const ACE_INET_Addr& remote);
+
     ACE_SOCK_Acceptor acceptor_;
     OnAccept onAccept_;
     bool paused_ = false;

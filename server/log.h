@@ -1,6 +1,7 @@
 // The server's log. Never given passwords, tokens, statements or URLs.
 #pragma once
 
+#include <exception>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -20,14 +21,18 @@ Poco::Logger& ServerLog();
 /// What a client sent, made fit for a line of the log: control characters become '?'.
 std::string Printable(std::string_view utf8);
 
-/// Writes the parts one behind the other as one line. Thread-safe.
+/// Writes the parts one behind the other as one line. Thread-safe. A line that can't be written,
+/// for want of memory for example, is left out: nothing fails because of the log.
 template <class... Parts>
-void LogAt(Poco::Message::Priority level, const Parts&... parts) {
-    Poco::Logger& log = ServerLog();
-    if (log.is(level)) {
-        std::ostringstream line;
-        (line << ... << parts);
-        log.log(Poco::Message(log.name(), line.str(), level));
+void LogAt(Poco::Message::Priority level, const Parts&... parts) noexcept {
+    try {
+        Poco::Logger& log = ServerLog();
+        if (log.is(level)) {
+            std::ostringstream line;
+            (line << ... << parts);
+            log.log(Poco::Message(log.name(), line.str(), level));
+        }
+    } catch (const std::exception&) {  // there is no other place to tell it
     }
 }
 template <class... Parts>

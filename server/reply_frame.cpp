@@ -7,6 +7,7 @@
 
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
+#include "objects/cdr_memory.h"
 
 namespace CQXSERVER {
 namespace {
@@ -17,7 +18,8 @@ constexpr int kLittleEndian = 1;
 /// bytes that alignment skips.
 std::string EncodeRecord(CQXBASE::QXIOBase& record, std::size_t bound) {
     std::string body(std::max(bound, ReplyEncoder::kSmallestBuffer), '\0');
-    ACE_OutputCDR out(body.data(), body.size(), kLittleEndian);
+    ACE_OutputCDR out(body.data(), body.size(), kLittleEndian, CQXBASE::CdrMemory::Instance(),
+                      CQXBASE::CdrMemory::Instance(), CQXBASE::CdrMemory::Instance());
     const bool whole = record.toCDR(out) != 0 && out.total_length() == out.begin()->length();
     body.resize(whole ? out.total_length() : 0);
     return body;

@@ -1,6 +1,7 @@
 #include "server/server.h"
 
 #include <algorithm>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -23,6 +24,9 @@ constexpr unsigned kFewestWorkers = 8;
 unsigned WorkerCount(unsigned wanted) {
     return wanted != 0 ? wanted : std::max(kFewestWorkers, 2 * std::thread::hardware_concurrency());
 }
+
+/// Between two tries to get the memory that an outcome's way to the loop takes.
+constexpr milliseconds kMemoryWait{10};
 
 /// Keeps the number of connections below what the system lets the process open.
 ServerOptions FitToSystem(ServerOptions options) {
@@ -89,26 +93,47 @@ void Server::LogStatistics() const {
 
 void Server::Submit(Request request) {
     const auto shared = std::make_shared<Request>(std::move(request));
+    WorkerPool& pool = RequestHandler::IsLogin(shared->Code()) ? loginWorkers_ : workers_;
     ++stats_.requests;
     ++stats_.running;
-    WorkerPool& pool = RequestHandler::IsLogin(shared->Code()) ? loginWorkers_ : workers_;
-    pool.Submit([this, shared] { Deliver(shared, services_.handler.Handle(*shared)); });
+    try {
+        pool.Submit([this, shared] { Deliver(shared, services_.handler.Handle(*shared)); });
+    } catch (...) {
+        --stats_.running;
+        throw;
+    }
 }
 
 /// Brings an outcome from a worker's thread to the loop's.
 void Server::Deliver(const std::shared_ptr<Request>& request, Outcome outcome) {
-    const auto shared = std::make_shared<Outcome>(std::move(outcome));
-    loop_.Post([this, request, shared] { Complete(request, std::move(*shared)); });
+    for (;;) {
+        try {
+            const auto shared = std::make_shared<Outcome>(std::move(outcome));
+            for (;; std::this_thread::sleep_for(kMemoryWait)) {
+                try {
+                    loop_.Post([this, request, shared] { Complete(request, std::move(*shared)); });
+                    return;
+                } catch (const std::bad_alloc&) {  // what was done must be told
+                }
+            }
+        } catch (const std::bad_alloc&) {
+            std::this_thread::sleep_for(kMemoryWait);
+        }
+    }
 }
 
 void Server::Complete(const std::shared_ptr<Request>& request, Outcome outcome) {
-    if (outcome.later) {
-        loop_.At(SteadyNow() + outcome.wait, [this, request, later = std::move(outcome.later)] {
-            loginWorkers_.Submit([this, request, later] {
-                Deliver(request, services_.handler.Resume(*request, later));
+    try {
+        if (outcome.later) {
+            loop_.At(SteadyNow() + outcome.wait, [this, request, later = outcome.later] {
+                loginWorkers_.Submit([this, request, later] {
+                    Deliver(request, services_.handler.Resume(*request, later));
+                });
             });
-        });
-        return;
+            return;
+        }
+    } catch (const std::bad_alloc&) {
+        LogError("connection ", request->connection, ": out of memory");
     }
     --stats_.running;
     const auto found = connections_.find(request->connection);
@@ -155,7 +180,14 @@ void Server::Accept(const ACE_SOCK_Stream& peer, const std::string& address) {
     const ConnectionId id = ++lastId_;
     const bool full = connections_.size() >= options_.limits.maxConnections && !DisplaceNewcomer();
     ConnectionHost& host = *this;
-    auto connection = std::make_unique<Connection>(id, peer, address, host);
+    std::unique_ptr<Connection> connection;
+    try {
+        retired_.reserve(connections_.size() + rejected_.size() + 1);  // so that Retire can't fail
+        connection = std::make_unique<Connection>(id, peer, address, host);
+    } catch (const std::bad_alloc&) {
+        ACE_SOCK_Stream(peer).close();
+        throw;
+    }
     Connection& opened = *connection;
     ++stats_.accepted;
     stats_.refused += full ? 1 : 0;

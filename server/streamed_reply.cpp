@@ -7,6 +7,8 @@
 #include <ace/CDR_Stream.h>
 #include <ace/Message_Block.h>
 
+#include "objects/cdr_memory.h"
+
 namespace CQXSERVER {
 namespace {
 
@@ -78,7 +80,9 @@ void StreamedReply::Encode(Part& part) {
     if (!lease_.GrowTo(plain_.size() + part.rows.MemoryBytes())) {
         throw RequestRefused(ServerError::OutOfBuffers);
     }
-    ACE_OutputCDR out(kFirstPiece, kLittleEndian);
+    // Zero where nothing is written: alignment bytes travel too.
+    ACE_OutputCDR out(kFirstPiece, kLittleEndian, CQXBASE::CdrMemory::Instance(),
+                      CQXBASE::CdrMemory::Instance(), CQXBASE::CdrMemory::Instance());
     if (part.rows.PartToCDR(out, first_, part.last) == 0) {
         throw RequestRefused(ServerError::Internal);
     }

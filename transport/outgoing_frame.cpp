@@ -5,33 +5,19 @@
 #include <limits>
 #include <new>
 
-#include <ace/Malloc_Allocator.h>
-
 #include "errors/qx_exception.h"
+#include "objects/cdr_memory.h"
 
 namespace CQXBASE {
 namespace {
 
 constexpr int kLittleEndian = 1;
 constexpr std::size_t kMemcpyTradeoff = 256;
-constexpr std::size_t kHeaderStreamSize = 24;
 
 /// Room for `size` bytes behind the alignment of the first, never wrapping round to less.
 std::size_t Capacity(std::size_t size) {
     const std::size_t bytes = std::max<std::size_t>(size, ACE_CDR::DEFAULT_BUFSIZE);
     return std::max(bytes, bytes + ACE_CDR::MAX_ALIGNMENT);
-}
-
-/// For the blocks that a body takes beyond its size().
-class ZeroedBlocks : public ACE_New_Allocator {
-  public:
-    void* malloc(std::size_t size) override { return std::calloc(1, size); }
-    void free(void* memory) override { std::free(memory); }
-};
-
-ACE_Allocator* MoreBlocks() {
-    static ZeroedBlocks blocks;
-    return &blocks;
 }
 
 }  // namespace
@@ -49,9 +35,10 @@ OutgoingFrame::OutgoingFrame(QXIOBase& object)
     : size_(object.size()),
       capacity_(Capacity(size_)),
       memory_(Zeroed(capacity_)),
-      body_(memory_.get(), capacity_, kLittleEndian, MoreBlocks(), nullptr, nullptr,
-            kMemcpyTradeoff, 1, 2),
-      header_(kHeaderStreamSize, kLittleEndian, nullptr, nullptr, nullptr, kMemcpyTradeoff, 1, 2) {
+      body_(memory_.get(), capacity_, kLittleEndian, CdrMemory::Instance(), CdrMemory::Instance(),
+            CdrMemory::Instance(), kMemcpyTradeoff, 1, 2),
+      header_(headerMemory_.data(), headerMemory_.size(), kLittleEndian, CdrMemory::Instance(),
+              CdrMemory::Instance(), CdrMemory::Instance(), kMemcpyTradeoff, 1, 2) {
     object.toCDR(body_);
     if (!body_.good_bit()) {
         QXDB_THROW(L"object can't be encoded, send error.", L"qxio",

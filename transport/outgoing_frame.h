@@ -1,6 +1,7 @@
 // The memory of one frame while it is sent.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
@@ -40,6 +41,7 @@ class OutgoingFrame {
     std::size_t capacity_;
     Memory memory_;  ///< of the body, and zero where nothing is written: alignment bytes travel too
     ACE_OutputCDR body_;
+    alignas(ACE_CDR::MAX_ALIGNMENT) std::array<char, 32> headerMemory_{};
     ACE_OutputCDR header_;
     std::string cipherText_;
 };

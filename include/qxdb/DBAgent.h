@@ -130,6 +130,8 @@ class QXDB_AGENT_API DBAgent {
   private:
     void connectTo_(const std::wstring& server, QXProxyInfo proxy);
     void newConn_(const std::wstring& host, long port, QXProxyInfo proxy);
+    int exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& request,
+                  unsigned requestCode, void* result);
     int proc_data(long& errCode, std::wstring& errText, int replyType, void* reply);
     void takeDatabaseKind_(const std::wstring& info);
 

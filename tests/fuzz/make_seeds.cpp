@@ -12,6 +12,7 @@
 
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
+#include "tests/fuzz/request_seed.h"
 #include "tests/objects/samples.h"
 #include "tests/support/TempDir.h"
 #include "transport/frame.h"
@@ -115,6 +116,45 @@ void SeedTransport() {
     Seed("frame", "big_endian", std::string("\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0\0", 16));
 }
 
+/// A connection's bytes, in pieces of 100: a plain frame of this body.
+std::string Stream(std::uint32_t code, const std::string& body) {
+    CQXBASE::FrameHeader header;
+    header.typeCode = code;
+    header.bodyLength = static_cast<std::uint32_t>(body.size());
+    const CQXBASE::FrameHeaderBytes bytes = CQXBASE::EncodeFrameHeader(header);
+    return static_cast<char>(0x80 + 99) + std::string(bytes.data(), bytes.size()) + body;
+}
+
+void SeedRequests() {
+    const std::wstring token(qxdb_test::kSeedToken.begin(), qxdb_test::kSeedToken.end());
+    CQXDB::QXCommand query(L"SELECT ?, 'text', 2.5, NULL, x'00ff'");
+    query.AddParam(CQXDB::QXValue::Int64(7));
+    query.SetToken(token);
+    CQXDB::QXCommand insert(L"CREATE TABLE IF NOT EXISTS t(n); INSERT INTO t VALUES (1)");
+    insert.SetToken(token);
+    CQXDB::QXCommandList list;
+    list.Add(CQXDB::QXCommand(L"SELECT 1 AS one"));
+    list.Add(CQXDB::QXCommand(L"SELECT 'a' UNION SELECT 'b'"));
+    list.SetToken(token);
+    CQXBASE::QXOneString login(L"ann|~|secret|~|main");
+    CQXBASE::QXOneString text(L"hello");
+    CQXBASE::QXSimpleMsg greeting(L"", 0);
+    const auto code = [](std::uint32_t value) { return static_cast<char>(value); };
+    Seed("requests", "query", std::string{1, code(CQXBASE::kQuery)} + Encode(query));
+    Seed("requests", "query_list", std::string{0, code(CQXBASE::kQueryList)} + Encode(list));
+    Seed("requests", "execute", std::string{0, code(CQXBASE::kExecute)} + Encode(insert));
+    Seed("requests", "execute_list", std::string{1, code(CQXBASE::kExecuteList)} + Encode(list));
+    Seed("requests", "batch", std::string{1, code(CQXBASE::kBatchQuery)} + Encode(list));
+    Seed("requests", "login", std::string{0, code(CQXBASE::kLogin)} + Encode(login));
+    Seed("requests", "virtual_login", std::string{0, code(CQXBASE::kVirtualLogin)} + Encode(login));
+    Seed("requests", "virtual_logout",
+         std::string{0, code(CQXBASE::kVirtualLogout)} + Encode(login));
+    Seed("requests", "text", std::string{1, code(CQXBASE::kSendText)} + Encode(text));
+    const std::string handshake = Stream(CQXBASE::kHandshake, Encode(greeting));
+    Seed("requests", "two_frames", handshake + handshake.substr(1));
+    Seed("requests", "stream_of_a_query", Stream(CQXBASE::kQuery, Encode(query)));
+}
+
 /// An answer behind a quarter of its length, as the proxy target takes it.
 std::string Answer(std::string answer) {
     answer.resize((answer.size() + 3) / 4 * 4, '\0');
@@ -149,5 +189,6 @@ int main(int argumentCount, char** arguments) {
     SeedHolder();
     SeedTransport();
     SeedProxy();
+    SeedRequests();
     return 0;
 }

@@ -13,8 +13,11 @@ constexpr auto kPatience = std::chrono::seconds(30);
 
 }  // namespace
 
-QxdbServer::QxdbServer(std::string program, std::vector<std::string> arguments)
-    : program_(std::move(program)), arguments_(std::move(arguments)) {
+QxdbServer::QxdbServer(std::string program, std::vector<std::string> arguments,
+                       std::vector<std::string> environment)
+    : program_(std::move(program)),
+      arguments_(std::move(arguments)),
+      environment_(std::move(environment)) {
     ChildProcess::Options options;
     options.input = std::string(kPassword) + "\n";
     ChildProcess add(program_, {"--data", folder_.Path().string(), "user", "add", kUser}, options);
@@ -32,7 +35,9 @@ void QxdbServer::Start() {
     std::vector<std::string> all = {"--data",  folder_.Path().string(), "--listen",
                                     Address(), "--port-file",           portFile};
     all.insert(all.end(), arguments_.begin(), arguments_.end());
-    process_ = std::make_unique<ChildProcess>(program_, all);
+    ChildProcess::Options options;
+    options.environment = environment_;
+    process_ = std::make_unique<ChildProcess>(program_, all, options);
     const auto until = std::chrono::steady_clock::now() + kPatience;
     while (!std::filesystem::exists(portFile)) {
         if (!process_->Running() || std::chrono::steady_clock::now() > until) {

@@ -18,8 +18,10 @@ class QxdbServer {
     static constexpr const char* kUser = "ada";
     static constexpr const char* kPassword = "correct horse battery";
 
-    /// `program` is the path of qxdbserver; `arguments` go behind those for folder and port.
-    explicit QxdbServer(std::string program, std::vector<std::string> arguments = {});
+    /// `program` is the path of qxdbserver; `arguments` go behind those for folder and port, and
+    /// `environment` is added to the test's own, "NAME=value" each.
+    explicit QxdbServer(std::string program, std::vector<std::string> arguments = {},
+                        std::vector<std::string> environment = {});
     ~QxdbServer();
 
     std::uint16_t Port() const noexcept { return port_; }
@@ -37,6 +39,7 @@ class QxdbServer {
     TempDir folder_;
     std::string program_;
     std::vector<std::string> arguments_;
+    std::vector<std::string> environment_;
     std::uint16_t port_ = 0;
     std::unique_ptr<ChildProcess> process_;
 };

@@ -1,0 +1,306 @@
+// Stands between a process and the C library: counts its calls and lets the planned ones fail.
+// Loaded before the C library, by linking or by LD_PRELOAD.
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <malloc.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include "tests/injection/fault_plan.h"
+
+#define INTERPOSED extern "C" __attribute__((visibility("default")))
+
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* block);
+}
+
+namespace qxdb_test {
+namespace {
+
+FaultPlan ownPlan;
+FaultPlan* plan = &ownPlan;
+
+__attribute__((constructor)) void MapSharedPlan() {
+    const char* const path = std::getenv(kFaultPlanVariable);
+    const int file = path != nullptr ? open(path, O_RDWR | O_CLOEXEC) : -1;
+    if (file != -1) {
+        void* const shared =
+            mmap(nullptr, sizeof(FaultPlan), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        if (shared != MAP_FAILED) {
+            static_cast<FaultPlan*>(shared)->live = ownPlan.live.load();
+            plan = static_cast<FaultPlan*>(shared);
+        }
+        close(file);
+    }
+}
+
+/// Of the calls inside of one key derivation, which makes thousands that are all alike, the first
+/// ones stand for all, unless every one is asked for.
+constexpr long kCallsOfADerivation = 40;
+const bool everyCall = std::getenv("QXDB_EVERY_CALL") != nullptr;
+thread_local long derivationCalls = -1;  ///< -1 outside of one
+
+bool IsRepetition() {
+    return derivationCalls != -1 && ++derivationCalls > kCallsOfADerivation && !everyCall;
+}
+
+int ThreadNumber() {
+    return static_cast<int>(syscall(SYS_gettid));
+}
+
+/// Counts a call; true when it is one that fails. Not inlined: the place for a breakpoint.
+__attribute__((noinline)) bool Fails(Calls calls) {
+    if (calls == Calls::None || plan->calls.load() != static_cast<int>(calls)) {
+        return false;
+    }
+    if (calls == Calls::Allocations && IsRepetition()) {
+        return false;
+    }
+    const int thread = plan->thread.load();
+    if (thread != 0 && thread != ThreadNumber()) {
+        return false;
+    }
+    const long number = ++plan->seen;
+    const long first = plan->first.load();
+    if (number != first && (number < first || plan->lasting.load() == 0)) {
+        return false;
+    }
+    ++plan->failed;
+    return true;
+}
+
+bool IsShort() {
+    return plan->error.load() == kShortTransfer;
+}
+
+int Fail() {
+    errno = plan->error.load();
+    return -1;
+}
+
+/// The next definition of a function, which is the C library's.
+template <class Function>
+Function* Next(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+bool IsKind(int descriptor, mode_t kind) {
+    const int error = errno;
+    struct stat status {};
+    const bool is = fstat(descriptor, &status) == 0 && (status.st_mode & S_IFMT) == kind;
+    errno = error;
+    return is;
+}
+
+void* Counted(void* block) {
+    plan->live += block != nullptr ? 1 : 0;
+    return block;
+}
+
+void* OutOfMemory() {
+    errno = ENOMEM;
+    return nullptr;
+}
+
+/// A transfer of `count` bytes that may fail or come back short; `call` takes the count.
+template <class Call>
+ssize_t Transfer(Calls calls, std::size_t count, Call call) {
+    if (!Fails(calls)) {
+        return call(count);
+    }
+    // One byte can't be halved: the call succeeds.
+    return IsShort() ? call(count > 1 ? count / 2 : count) : Fail();
+}
+
+/// The same for a gathered one, of which the first part alone is transferred when it is short.
+template <class Call>
+ssize_t TransferParts(Calls calls, std::size_t count, Call call) {
+    if (!Fails(calls)) {
+        return call(count);
+    }
+    return IsShort() ? call(count > 1 ? 1 : count) : Fail();
+}
+
+/// A call that transfers nothing; being short means nothing to it.
+template <class Call>
+int Plain(Calls calls, Call call) {
+    return Fails(calls) && !IsShort() ? Fail() : call();
+}
+
+Calls KindOf(int descriptor) {
+    return IsKind(descriptor, S_IFSOCK)  ? Calls::Sockets
+           : IsKind(descriptor, S_IFREG) ? Calls::Disk
+                                         : Calls::None;
+}
+
+}  // namespace
+
+INTERPOSED FaultPlan* QxdbOwnFaultPlan() {
+    return plan;
+}
+
+}  // namespace qxdb_test
+
+using namespace qxdb_test;
+
+INTERPOSED void* malloc(std::size_t size) {
+    return Fails(Calls::Allocations) ? OutOfMemory() : Counted(__libc_malloc(size));
+}
+INTERPOSED void* calloc(std::size_t count, std::size_t size) {
+    return Fails(Calls::Allocations) ? OutOfMemory() : Counted(__libc_calloc(count, size));
+}
+INTERPOSED void* realloc(void* block, std::size_t size) {
+    if (block == nullptr) {
+        return malloc(size);
+    }
+    if (size != 0 && Fails(Calls::Allocations)) {
+        return OutOfMemory();
+    }
+    void* const moved = __libc_realloc(block, size);
+    plan->live -= moved == nullptr && size == 0 ? 1 : 0;
+    return moved;
+}
+INTERPOSED void* memalign(std::size_t alignment, std::size_t size) {
+    return Fails(Calls::Allocations) ? OutOfMemory() : Counted(__libc_memalign(alignment, size));
+}
+INTERPOSED void* aligned_alloc(std::size_t alignment, std::size_t size) {
+    return memalign(alignment, size);
+}
+INTERPOSED int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
+    void* const made = memalign(alignment, size);
+    if (made == nullptr) {
+        return ENOMEM;
+    }
+    *block = made;
+    return 0;
+}
+INTERPOSED void free(void* block) {
+    plan->live -= block != nullptr ? 1 : 0;
+    __libc_free(block);
+}
+
+INTERPOSED int socket(int domain, int type, int protocol) {
+    static auto* const next = Next<decltype(socket)>("socket");
+    return Plain(Calls::Sockets, [&] { return next(domain, type, protocol); });
+}
+INTERPOSED int connect(int descriptor, const sockaddr* address, socklen_t length) {
+    static auto* const next = Next<decltype(connect)>("connect");
+    return Plain(Calls::Sockets, [&] { return next(descriptor, address, length); });
+}
+INTERPOSED int accept(int descriptor, sockaddr* address, socklen_t* length) {
+    static auto* const next = Next<decltype(accept)>("accept");
+    return Plain(Calls::Sockets, [&] { return next(descriptor, address, length); });
+}
+INTERPOSED int setsockopt(int descriptor, int level, int name, const void* value,
+                          socklen_t length) noexcept {
+    static auto* const next = Next<decltype(setsockopt)>("setsockopt");
+    return Plain(Calls::Sockets, [&] { return next(descriptor, level, name, value, length); });
+}
+INTERPOSED int getsockopt(int descriptor, int level, int name, void* value,
+                          socklen_t* length) noexcept {
+    static auto* const next = Next<decltype(getsockopt)>("getsockopt");
+    return Plain(Calls::Sockets, [&] { return next(descriptor, level, name, value, length); });
+}
+INTERPOSED int shutdown(int descriptor, int how) noexcept {
+    static auto* const next = Next<decltype(shutdown)>("shutdown");
+    return Plain(Calls::Sockets, [&] { return next(descriptor, how); });
+}
+INTERPOSED int poll(pollfd* entries, nfds_t count, int timeout) {
+    static auto* const next = Next<decltype(poll)>("poll");
+    return Plain(Calls::Sockets, [&] { return next(entries, count, timeout); });
+}
+INTERPOSED int select(int count, fd_set* reads, fd_set* writes, fd_set* errors, timeval* timeout) {
+    static auto* const next = Next<decltype(select)>("select");
+    return Plain(Calls::Sockets, [&] { return next(count, reads, writes, errors, timeout); });
+}
+INTERPOSED ssize_t send(int descriptor, const void* bytes, std::size_t count, int flags) {
+    static auto* const next = Next<decltype(send)>("send");
+    return Transfer(Calls::Sockets, count,
+                    [&](std::size_t some) { return next(descriptor, bytes, some, flags); });
+}
+INTERPOSED ssize_t sendmsg(int descriptor, const msghdr* message, int flags) {
+    static auto* const next = Next<decltype(sendmsg)>("sendmsg");
+    return TransferParts(Calls::Sockets, message->msg_iovlen, [&](std::size_t some) {
+        msghdr shorter = *message;
+        shorter.msg_iovlen = some;
+        return next(descriptor, &shorter, flags);
+    });
+}
+INTERPOSED ssize_t recv(int descriptor, void* bytes, std::size_t count, int flags) {
+    static auto* const next = Next<decltype(recv)>("recv");
+    return Transfer(Calls::Sockets, count,
+                    [&](std::size_t some) { return next(descriptor, bytes, some, flags); });
+}
+INTERPOSED ssize_t read(int descriptor, void* bytes, std::size_t count) {
+    static auto* const next = Next<decltype(read)>("read");
+    const Calls kind = KindOf(descriptor);
+    return kind == Calls::Sockets
+               ? Transfer(kind, count,
+                          [&](std::size_t some) { return next(descriptor, bytes, some); })
+               : next(descriptor, bytes, count);
+}
+INTERPOSED ssize_t write(int descriptor, const void* bytes, std::size_t count) {
+    static auto* const next = Next<decltype(write)>("write");
+    return Transfer(KindOf(descriptor), count,
+                    [&](std::size_t some) { return next(descriptor, bytes, some); });
+}
+INTERPOSED ssize_t writev(int descriptor, const iovec* parts, int count) {
+    static auto* const next = Next<decltype(writev)>("writev");
+    return TransferParts(
+        KindOf(descriptor), static_cast<std::size_t>(count),
+        [&](std::size_t some) { return next(descriptor, parts, static_cast<int>(some)); });
+}
+INTERPOSED ssize_t pwrite64(int descriptor, const void* bytes, std::size_t count, off64_t at) {
+    static auto* const next = Next<decltype(pwrite64)>("pwrite64");
+    return Transfer(Calls::Disk, count,
+                    [&](std::size_t some) { return next(descriptor, bytes, some, at); });
+}
+INTERPOSED int ftruncate64(int descriptor, off64_t length) noexcept {
+    static auto* const next = Next<decltype(ftruncate64)>("ftruncate64");
+    return Plain(Calls::Disk, [&] { return next(descriptor, length); });
+}
+INTERPOSED int fdatasync(int descriptor) {
+    static auto* const next = Next<decltype(fdatasync)>("fdatasync");
+    return Plain(Calls::Disk, [&] { return next(descriptor); });
+}
+INTERPOSED int fsync(int descriptor) {
+    static auto* const next = Next<decltype(fsync)>("fsync");
+    return Plain(Calls::Disk, [&] { return next(descriptor); });
+}
+INTERPOSED int open64(const char* path, int flags, ...) {
+    static auto* const next = Next<int(const char*, int, ...)>("open64");
+    std::va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    // Only a file that is made takes space.
+    return (flags & O_CREAT) != 0 && access(path, F_OK) != 0
+               ? Plain(Calls::Disk, [&] { return next(path, flags, mode); })
+               : next(path, flags, mode);
+}
+
+INTERPOSED int EVP_BytesToKey(const void* cipher, const void* digest, const unsigned char* salt,
+                              const unsigned char* bytes, int count, int rounds, unsigned char* key,
+                              unsigned char* vector) {
+    using Function = int(const void*, const void*, const unsigned char*, const unsigned char*, int,
+                         int, unsigned char*, unsigned char*);
+    static auto* const next = Next<Function>("EVP_BytesToKey");
+    derivationCalls = 0;
+    const int length = next(cipher, digest, salt, bytes, count, rounds, key, vector);
+    derivationCalls = -1;
+    return length;
+}
