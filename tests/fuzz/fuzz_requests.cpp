@@ -32,7 +32,7 @@ ServerOptions Options(const qxdb_test::TempDir& folder) {
     options.limits.maxFrameBytes = std::size_t{1} << 20;
     options.limits.maxResultBytes = kMostRows;
     options.limits.maxSessions = 4;
-    options.limits.sqliteTimeout = std::chrono::milliseconds(50);
+    options.limits.statementTimeout = std::chrono::milliseconds(50);
     return options;
 }
 
