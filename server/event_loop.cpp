@@ -1,11 +1,14 @@
 #include "server/event_loop.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <exception>
 #include <new>
+#include <thread>
 #include <utility>
 
 #include <ace/Reactor.h>
+#include <ace/Thread.h>
 
 #include "platform/server_reactor.h"
 #include "server/log.h"
@@ -18,6 +21,8 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kLongestWait{60000};
 constexpr milliseconds kRetryWait{100};  ///< before a task that found no memory runs once more
+/// A system that can't wait for events now isn't asked again at full speed.
+constexpr milliseconds kPauseAfterFailure{10};
 
 }  // namespace
 
@@ -44,6 +49,10 @@ void EventLoop::Post(Task task) {
     }
 }
 
+void EventLoop::BindToThisThread() {
+    reactor_->owner(ACE_Thread::self());
+}
+
 void EventLoop::At(TimePoint when, Task task) {
     timed_.emplace(when, std::move(task));
 }
@@ -57,7 +66,9 @@ void EventLoop::RunOnce() {
     }
     ACE_Time_Value timeout;
     timeout.set_msec(static_cast<ACE_UINT64>(wait.count()));
-    reactor_->handle_events(timeout);
+    if (reactor_->handle_events(timeout) == -1 && errno != EINTR) {
+        std::this_thread::sleep_for(kPauseAfterFailure);
+    }
     RunDue();
 }
 

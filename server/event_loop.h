@@ -26,6 +26,9 @@ class EventLoop : private ACE_Event_Handler {
     /// Runs `task` on the loop's thread, soon. From any thread.
     void Post(Task task);
 
+    /// Makes the calling thread the loop's; until then the constructing thread is.
+    void BindToThisThread();
+
     // The rest is for the loop's thread.
     ACE_Reactor& Reactor() noexcept { return *reactor_; }
     /// Runs `task` once at `when`, of the steady clock; once more later when it throws

@@ -73,6 +73,7 @@ Server::~Server() {
 }
 
 std::size_t Server::Run() {
+    loop_.BindToThisThread();
     while (!Finished()) {
         loop_.RunOnce();
         retired_.clear();

@@ -157,7 +157,7 @@ TEST_F(CommandTest, RequestsThatAreNoneLeaveTheConnectionUsable) {
 TEST_F(CommandTest, ABodyThatIsNoCiphertextIsToldSo) {
     CQXBASE::FrameHeader header;
     header.typeCode = kHandshake;
-    const auto send = [&](std::string body, std::uint32_t plainLength) {
+    const auto send = [&](const std::string& body, std::uint32_t plainLength) {
         header.bodyLength = static_cast<std::uint32_t>(body.size());
         header.plainLength = plainLength;
         const FrameHeaderBytes bytes = EncodeFrameHeader(header);
