@@ -97,6 +97,8 @@ LineEditor::Result LineEditor::Read(const std::string& prompt, std::string& line
     native_->prompt = prompt;
     native_->cancelled = false;
     int count = 0;
+    // The editor by itself prints the prompt first: a Ctrl-C in between would end the program.
+    el_set(native_->editor, EL_PREP_TERM, 1);
     const char* typed = el_gets(native_->editor, &count);
     if (typed == nullptr || count <= 0) {
         std::cout << (native_->cancelled ? "^C\n" : "\n") << std::flush;

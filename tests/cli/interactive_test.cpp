@@ -20,7 +20,10 @@ class Interactive : public testing::Test {
   protected:
     std::vector<std::string> Environment() const {
         return {"XDG_STATE_HOME=" + folder_.File("state"), "HOME=" + folder_.File(""), "TERM=xterm",
-                "LC_ALL=C"};
+                "LC_ALL=C",
+                // The C library's frames hide their callers from the quick way of unwinding.
+                "ASAN_OPTIONS=fast_unwind_on_malloc=0",
+                "LSAN_OPTIONS=print_suppressions=0:suppressions=" QXDB_LSAN_SUPPRESSIONS};
     }
     std::vector<std::string> OnDatabase(const std::vector<std::string>& more = {}) const {
         std::vector<std::string> arguments{"--db", "sqlite:" + folder_.File("test.db")};
