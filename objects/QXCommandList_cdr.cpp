@@ -3,7 +3,6 @@
 #include "objects/column_head.h"
 #include "objects/command_groups.h"
 #include "objects/command_stamp.h"
-#include "objects/command_weights.h"
 #include "objects/format_version.h"
 
 namespace CQXDB {
@@ -57,32 +56,12 @@ void QXCommandList::TakeCommands(CommandGroups& groups) {
     }
 }
 
-/// An upper bound without sorting the commands into groups: what they would take with a group for
-/// each run of commands that share a text, and every number at its full width.
 std::size_t QXCommandList::size() {
-    constexpr std::size_t kColumn = 48;  // head, base numbers, last byte of the null bitmap
-    constexpr std::size_t kCell = 10;    // number, type where they differ, null
-    std::size_t plain = 3 * kColumn;
-    std::uint64_t charged = 3 * ExpansionOf(0, 0);
-    const std::string* text = nullptr;
-    std::size_t params = 0;
-    for (const QXCommand& command : commands_) {
-        if (text != command.SharedText().get() || params != command.Params().size()) {
-            text = command.SharedText().get();
-            params = command.Params().size();
-            plain += text->size() + 2 * kCell + params * kColumn;
-            charged +=
-                text->size() + 2 * ExpansionOf(1, kCommandWeight) + params * ExpansionOf(0, 0);
-        }
-        plain += kCell;
-        charged += kCell + kCommandWeight;
-        for (const QXValue& param : command.Params()) {
-            plain += kCell + param.Bytes().size();
-            charged += kCell + kParamWeight + param.Bytes().size();
-        }
+    ColumnsSize columns;
+    if (!Empty()) {
+        CommandGroups(commands_).AddTo(columns);
     }
-    const std::size_t columns = Empty() ? 0 : ColumnsBound(plain, charged);
-    return 3 * CQXBASE::kNumberSize + StampSize(dataSource_, token_) + columns;
+    return 3 * CQXBASE::kNumberSize + StampSize(dataSource_, token_) + columns.Total();
 }
 
 }  // namespace CQXDB

@@ -80,14 +80,6 @@ std::size_t ColumnsSize::Total() const noexcept {
     return finished_ + kBlockHeader + CQXBASE::kNumberSize + stored;
 }
 
-std::size_t ColumnsBound(std::size_t plain, std::uint64_t expansion) noexcept {
-    // A block takes its columns' bytes at most, or where those compress well a 128th of what they
-    // are charged.
-    const std::size_t blocks = 1 + plain / kBlockEnd;
-    return plain + static_cast<std::size_t>(expansion / 128) +
-           blocks * (kBlockHeader + CQXBASE::kNumberSize + 1);
-}
-
 bool ColumnReader::Read(QXColumn& column, std::size_t rows, std::size_t rowWeight) {
     column = QXColumn();
     return (plain_.Left() != 0 || NextBlock()) &&

@@ -51,10 +51,6 @@ class ColumnsSize {
     std::uint64_t expansion_ = 0;
 };
 
-/// At least what a ColumnWriter writes for columns of `plain` bytes at most, before compression,
-/// that are charged `expansion` at most.
-std::size_t ColumnsBound(std::size_t plain, std::uint64_t expansion) noexcept;
-
 /// Reads what a ColumnWriter wrote, with the same numbers of rows and row weights.
 class ColumnReader {
   public:

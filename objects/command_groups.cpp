@@ -52,21 +52,25 @@ CommandGroups::CommandGroups(const std::vector<QXCommand>& commands) {
     }
 }
 
-void CommandGroups::AddTo(ColumnWriter& writer) const {
+template <class Columns>
+void CommandGroups::AddTo(Columns& columns) const {
     QXColumn texts;
     QXColumn paramCounts;
     for (const CommandGroup& group : groups_) {
         texts.AppendBytes(*group.text, QXValueType::Text);
         paramCounts.AppendInt64(static_cast<std::int64_t>(group.paramCount));
     }
-    writer.Add(texts, kCommandWeight);
-    writer.Add(paramCounts);
-    writer.Add(order_, kCommandWeight);
+    columns.Add(texts, kCommandWeight);
+    columns.Add(paramCounts);
+    columns.Add(order_, kCommandWeight);
     for (const CommandGroup& group : groups_) {
         for (const QXColumn& column : group.params) {
-            writer.Add(column, kParamWeight);
+            columns.Add(column, kParamWeight);
         }
     }
 }
+
+template void CommandGroups::AddTo(ColumnWriter& columns) const;
+template void CommandGroups::AddTo(ColumnsSize& columns) const;
 
 }  // namespace CQXDB

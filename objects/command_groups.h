@@ -32,8 +32,9 @@ class CommandGroups {
 
     std::size_t Count() const noexcept { return groups_.size(); }
 
-    /// Hands the columns over in wire order.
-    void AddTo(ColumnWriter& writer) const;
+    /// Hands the columns over in wire order, to a ColumnWriter or a ColumnsSize.
+    template <class Columns>
+    void AddTo(Columns& columns) const;
     /// Reads what AddTo wrote for `commands` commands in `groups` groups.
     bool ReadFrom(ColumnReader& reader, std::uint32_t commands, std::uint32_t groups);
 

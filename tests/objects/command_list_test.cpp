@@ -1,4 +1,7 @@
 // Commands share what they have in common, in memory and on the wire.
+#include <algorithm>
+#include <random>
+
 #include <gtest/gtest.h>
 
 #include "tests/objects/cdr_support.h"
@@ -78,6 +81,21 @@ TEST(CommandList, TenThousandInsertsTakeAFewBytesEach) {
     QXCommandList copy;
     ASSERT_TRUE(Decode(encoded, copy));
     EXPECT_EQ(copy.At(9999).Params(), list.At(9999).Params());
+}
+
+TEST(CommandList, SizeIsNearWhatIncompressibleParametersTake) {
+    std::mt19937_64 random;
+    QXCommandList list;
+    for (int i = 0; i < 3000; ++i) {
+        QXCommand command(L"INSERT INTO noise VALUES (?, ?)");
+        command.AddParam(QXValue::Int64(static_cast<std::int64_t>(random() % 50000)));
+        std::string blob(20, '\0');
+        std::generate(blob.begin(), blob.end(), [&] { return static_cast<char>(random()); });
+        command.AddParam(QXValue::Blob(blob.data(), blob.size()));
+        list.Add(command);
+    }
+    const std::size_t bound = list.size();
+    EXPECT_LT(bound, Encode(list).size() * 11 / 10);
 }
 
 }  // namespace
