@@ -1,82 +1,15 @@
 // The database manager for embedded SQLite.
 #pragma once
 
-#include <cstddef>
-#include <functional>
-#include <string>
-#include <utility>
-
-#include <qxdb/DBMgrErrors.h>
+#include <qxdb/DBMgrBase.h>
 #include <qxdb/Export.h>
-#include <qxdb/QXCommandList.h>
-#include <qxdb/QXDataSource.h>
-#include <qxdb/QXRsList.h>
-#include <qxdb/RowSink.h>
 
 namespace CQXDB {
 
-namespace adapter {
-class Connection;
-}
-
 /// Serves data sources whose type and driver type are both 0; the database member is the file path.
-/// A manager is cheap: connections live in a process-wide pool for each data source, from which
-/// every call takes one. Different managers may be used by different threads at once; one manager
-/// by one thread at a time. A failed call leaves its transaction rolled back, and the manager
-/// usable. No operation throws for a database error; read errNumber() and errDesc() after each
-/// call.
-class QXDB_ADAPTER_API DBMgr {
+class QXDB_ADAPTER_API DBMgr : public DBMgrBase {
   public:
-    DBMgr();
-    ~DBMgr();
-    DBMgr(const DBMgr&) = delete;
-    DBMgr& operator=(const DBMgr&) = delete;
-
-    /// True when a connection to the described database can be made. SQLite creates a missing file.
-    bool CanConnect(QXDataSource* dataSource);
-    /// A text without parameters may be a script of several statements.
-    void Execute(QXCommand* command);
-    /// Runs the commands in one transaction: all or nothing.
-    void Execute(QXCommandList* list);
-    /// Fills `rs` with the page that its page size and current page ask for; page size 0 means all
-    /// rows. Rows after the page are not fetched. After an error `rs` is empty. A statement that
-    /// gives no rows runs and leaves `rs` without columns.
-    void OpenQuery(QXCommand* command, QXRecordset& rs);
-    /// Runs the commands in one transaction; `rs` takes the rows of the last one.
-    void OpenQuery(QXCommandList* list, QXRecordset& rs);
-    /// Runs the commands in one transaction and appends one recordset for each to `out`; after an
-    /// error `out` is empty.
-    void BatchQry(QXCommandList* list, QXRsList& out);
-    /// Closes the pooled connections that this process does not use at the moment. The database of
-    /// ":memory:" goes with its connection.
-    void CloseConn();
-
-    /// Bounds what the rows of one query or batch may take up in memory. A call beyond it fails
-    /// with DBMGR_RESULT_TOO_LARGE, and a list is rolled back. 0, as at the start, is no bound.
-    void SetMaxResultBytes(std::size_t bytes) noexcept { maxResultBytes_ = bytes; }
-
-    /// Whom OpenQuery of one command gives rows to while it still reads others; the recordset then
-    /// gets those behind the last part. Databases that hand out whole results only don't call it.
-    /// `sink` is borrowed until the next call of SetRowSink; null, as at the start, is nobody.
-    void SetRowSink(const RowSink* sink) noexcept { rowSink_ = sink; }
-
-    /// Whom the calls are made for, where one process serves several users: what one of them leaves
-    /// in a pooled connection (settings, temporary tables, locks), another does not meet. "", as at
-    /// the start, is one user like any other.
-    void SetSessionUser(std::string user) { sessionUser_ = std::move(user); }
-
-    /// The database's own code of the last call's error, or a DBMgrError; 0 is success.
-    long errNumber() const noexcept { return errNumber_; }
-    std::wstring errDesc() const { return errDesc_; }
-
-  private:
-    void Run(const QXDataSource* dataSource, const std::function<void(adapter::Connection&)>& work);
-
-    long errNumber_ = 0;
-    std::wstring errDesc_;
-    std::size_t maxResultBytes_ = 0;
-    const RowSink* rowSink_ = nullptr;
-    std::string sessionUser_;
+    DBMgr() noexcept;
 };
 
 }  // namespace CQXDB

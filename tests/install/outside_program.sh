@@ -13,16 +13,8 @@ mv "$work/prefix" "$work/moved"
 awk '/^```cpp$/ {on = 1; next} /^```$/ {on = 0} on' "$source/README.md" >"$work/readme.cpp"
 sed 1d "$source/examples/first_steps.cpp" | diff - "$work/readme.cpp"
 
-mkdir "$work/outside"
+cp -r "$source/tests/install/outside" "$work/outside"
 cp "$work/readme.cpp" "$work/outside/main.cpp"
-cat >"$work/outside/CMakeLists.txt" <<'EOF'
-cmake_minimum_required(VERSION 3.25)
-project(outside CXX)
-find_package(QXDBAgent 0.1 REQUIRED)
-set(CMAKE_CXX_STANDARD 17)
-add_executable(outside main.cpp)
-target_link_libraries(outside PRIVATE QXDB::Agent QXDB::Adapter QXDB::Objects)
-EOF
 "$cmake" -S "$work/outside" -B "$work/outside/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/moved" \
     -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 "$cmake" --build "$work/outside/build" >/dev/null

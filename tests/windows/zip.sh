@@ -31,16 +31,8 @@ echo secret | "$wine" "$bin/qxdbserver.exe" --data "$work/data" user add ann
 expect "$("$wine" "$bin/qxdbserver.exe" --data "$work/data" user list | tr -d '\r')" $'ann\t*'
 
 # The README's program, built from the unpacked headers and import libraries alone.
-mkdir outside
+cp -r "$source/tests/install/outside" outside
 cp "$source/examples/first_steps.cpp" outside/main.cpp
-cat >outside/CMakeLists.txt <<'EOF'
-cmake_minimum_required(VERSION 3.25)
-project(outside CXX)
-find_package(QXDBAgent 0.1 REQUIRED)
-set(CMAKE_CXX_STANDARD 17)
-add_executable(outside main.cpp)
-target_link_libraries(outside PRIVATE QXDB::Agent QXDB::Adapter QXDB::Objects)
-EOF
 "$cmake" -S outside -B outside/build -G Ninja -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_CXX_COMPILER="$cxx" \
     -DCMAKE_PREFIX_PATH="$work/unpacked" >/dev/null
 "$cmake" --build outside/build >/dev/null
