@@ -8,10 +8,10 @@
 
 #include <qxdb/QXIOBase.h>
 
-#include "server/body_cipher.h"
 #include "server/byte_budget.h"
 #include "server/server_error.h"
 #include "transport/frame.h"
+#include "transport/frame_cipher.h"
 
 namespace CQXSERVER {
 
@@ -44,14 +44,14 @@ class ReplyEncoder {
     ReplyFrame EncodeError(ServerError error, bool encipher) const;
     ReplyFrame EncodeError(long code, const std::wstring& text, bool encipher) const;
 
-    const BodyCipher& Cipher() const noexcept { return cipher_; }
+    const CQXBASE::FrameCipher& Cipher() const noexcept { return cipher_; }
     ByteBudget& Budget() const noexcept { return *budget_; }
 
   private:
     ReplyFrame Frame(std::uint32_t code, std::string body, bool encipher, ByteLease lease) const;
 
     ByteBudget* budget_;
-    BodyCipher cipher_;
+    CQXBASE::FrameCipher cipher_;
 };
 
 }  // namespace CQXSERVER

@@ -64,8 +64,8 @@ class StreamedReply {
     std::string plain_;
     bool first_ = true;
     bool encipher_;
-    std::size_t enciphered_ = 0;                ///< bytes of plain_ that are in cipher_
-    std::optional<BodyCipher::Stream> cipher_;  ///< once something is enciphered
+    std::size_t enciphered_ = 0;                          ///< bytes of plain_ that are in cipher_
+    std::optional<CQXBASE::FrameCipher::Stream> cipher_;  ///< once something is enciphered
 };
 
 }  // namespace CQXSERVER

@@ -1,56 +1,135 @@
 #include "transport/frame_cipher.h"
 
-#include <memory>
+#include <algorithm>
+#include <new>
+#include <utility>
 
-#include <Poco/Crypto/CipherFactory.h>
+#include <Poco/Crypto/CipherKey.h>
 #include <Poco/Exception.h>
-#include <openssl/evp.h>
+
+#include "platform/sm4_vector.h"
 
 namespace CQXBASE {
 namespace {
 
-using Poco::Crypto::Cipher;
-
 constexpr char kPassphrase[] = "qmvdkarlop\x0b\x0c";
 constexpr char kSalt[] = "Few ripe figs";
 constexpr int kIterations = 2000;
+constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;  ///< OpenSSL counts bytes with an int
 
-/// An OpenSSL restricted to approved algorithms has neither, and POCO would go on without them.
-void RequireAlgorithms() {
-    const std::unique_ptr<EVP_CIPHER, decltype(&EVP_CIPHER_free)> sm4(
-        EVP_CIPHER_fetch(nullptr, "SM4-CBC", nullptr), EVP_CIPHER_free);
-    const std::unique_ptr<EVP_MD, decltype(&EVP_MD_free)> md5(EVP_MD_fetch(nullptr, "MD5", nullptr),
-                                                              EVP_MD_free);
-    if (sm4 == nullptr || md5 == nullptr) {
-        throw Poco::NotImplementedException("OpenSSL offers no SM4 or no MD5");
+const unsigned char* Bytes(const char* text) noexcept {
+    return reinterpret_cast<const unsigned char*>(text);
+}
+
+unsigned char* Bytes(char* text) noexcept {
+    return reinterpret_cast<unsigned char*>(text);
+}
+
+void Require(bool done, const char* what) {
+    if (!done) {
+        throw Poco::IOException(what);
     }
 }
+
+/// Hands `text` piecewise to OpenSSL; returns how many bytes it wrote.
+std::size_t Update(EVP_CIPHER_CTX* context, std::string_view text, char* output, const char* what) {
+    const char* const begin = output;
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, kMostAtOnce);
+        int count = 0;
+        Require(EVP_CipherUpdate(context, Bytes(output), &count, Bytes(piece.data()),
+                                 static_cast<int>(piece.size())) == 1,
+                what);
+        output += count;
+        text.remove_prefix(piece.size());
+    }
+    return static_cast<std::size_t>(output - begin);
+}
+
+/// Length of the padding at the end of a deciphered body; 0 when it is none.
+std::size_t PaddingOf(std::string_view padded) noexcept {
+    const auto count = static_cast<unsigned char>(padded.back());
+    if (count == 0 || count > FrameCipher::kBlock) {
+        return 0;
+    }
+    const std::string_view padding = padded.substr(padded.size() - count);
+    return padding.find_first_not_of(padding.back()) == std::string_view::npos ? count : 0;
+}
+
+constexpr const char* kNoCipherText = "incomplete ciphertext";
+constexpr const char* kNoPlainText = "incomplete plaintext";
 
 }  // namespace
 
-Poco::Crypto::CipherKey DeriveFrameKey() {
-    RequireAlgorithms();
-    return {"sm4", kPassphrase, kSalt, kIterations, "md5"};
+FrameCipher::FrameCipher() : sm4_(EVP_CIPHER_fetch(nullptr, "SM4-CBC", nullptr)) {
+    // An OpenSSL restricted to approved algorithms has neither, and POCO would go on without them.
+    const std::unique_ptr<EVP_MD, decltype(&EVP_MD_free)> md5(EVP_MD_fetch(nullptr, "MD5", nullptr),
+                                                              EVP_MD_free);
+    if (sm4_ == nullptr || md5 == nullptr) {
+        throw Poco::NotImplementedException("OpenSSL offers no SM4 or no MD5");
+    }
+    const Poco::Crypto::CipherKey key("sm4", kPassphrase, kSalt, kIterations, "md5");
+    std::copy_n(key.getKey().begin(), kBlock, key_.begin());
+    std::copy_n(key.getIV().begin(), kBlock, vector_.begin());
 }
 
-FrameCipher::FrameCipher()
-    : cipher_(Poco::Crypto::CipherFactory::defaultFactory().createCipher(DeriveFrameKey())) {}
+FrameCipher::Context FrameCipher::NewContext(Direction direction,
+                                             const unsigned char* previous) const {
+    Context context(EVP_CIPHER_CTX_new());
+    if (context == nullptr) {
+        throw std::bad_alloc();
+    }
+    Require(EVP_CipherInit_ex2(context.get(), sm4_.get(), key_.data(), previous,
+                               static_cast<int>(direction), nullptr) == 1,
+            "the cipher can't be set up");
+    return context;
+}
 
 std::string FrameCipher::Encipher(std::string_view plain) const {
-    std::string cipherText = cipher_->encryptString(std::string(plain), Cipher::ENC_NONE);
-    // POCO enciphers through a stream, and a stream keeps an exception to itself and ends short.
-    if (cipherText.size() != CipherLength(plain.size())) {
-        throw Poco::IOException("incomplete ciphertext");
-    }
-    return cipherText;
+    Stream stream(*this);
+    stream.Add(plain);
+    return stream.Finish();
 }
 
 std::string FrameCipher::Decipher(std::string_view cipherText) const {
-    std::string plain = cipher_->decryptString(std::string(cipherText), Cipher::ENC_NONE);
-    if (plain.size() >= cipherText.size() || CipherLength(plain.size()) != cipherText.size()) {
-        throw Poco::IOException("incomplete plaintext");
-    }
+    Require(!cipherText.empty() && cipherText.size() % kBlock == 0, kNoPlainText);
+    std::string plain(cipherText.size(), '\0');
+    DecipherBlocks(vector_.data(), cipherText.data(), plain.data(), plain.size());
+    const std::size_t padding = PaddingOf(plain);
+    Require(padding != 0, kNoPlainText);
+    plain.resize(plain.size() - padding);
     return plain;
+}
+
+void FrameCipher::DecipherBlocks(const unsigned char* previous, const char* cipherText, char* plain,
+                                 std::size_t length) const {
+    if (platform::DecipherSm4Cbc(key_.data(), previous, cipherText, plain, length)) {
+        return;
+    }
+    const Context context = NewContext(Direction::Decipher, previous);
+    EVP_CIPHER_CTX_set_padding(context.get(), 0);
+    Require(Update(context.get(), {cipherText, length}, plain, kNoPlainText) == length,
+            kNoPlainText);
+}
+
+FrameCipher::Stream::Stream(const FrameCipher& cipher)
+    : context_(cipher.NewContext(Direction::Encipher, cipher.vector_.data())) {}
+
+void FrameCipher::Stream::Add(std::string_view plain) {
+    const std::size_t start = cipherText_.size();
+    cipherText_.resize(start + plain.size() + kBlock);
+    cipherText_.resize(start +
+                       Update(context_.get(), plain, cipherText_.data() + start, kNoCipherText));
+}
+
+std::string FrameCipher::Stream::Finish() {
+    const std::size_t start = cipherText_.size();
+    cipherText_.resize(start + kBlock);
+    int count = 0;
+    Require(EVP_CipherFinal_ex(context_.get(), Bytes(cipherText_.data() + start), &count) == 1 &&
+                count == static_cast<int>(kBlock),
+            kNoCipherText);
+    return std::move(cipherText_);
 }
 
 }  // namespace CQXBASE

@@ -1,33 +1,31 @@
 // The cipher of frame bodies: SM4 in CBC mode with PKCS#7 padding.
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
-#include <Poco/AutoPtr.h>
-#include <Poco/Crypto/Cipher.h>
-#include <Poco/Crypto/CipherKey.h>
+#include <openssl/evp.h>
 
 namespace CQXBASE {
 
-/// The key with its initialisation vector, derived anew: about a millisecond. Throws
-/// Poco::Exception when OpenSSL offers no SM4 or no MD5.
-Poco::Crypto::CipherKey DeriveFrameKey();
-
 /// Key and initialisation vector are the same for every frame and every peer; deriving them takes
 /// about a millisecond, which is what constructing one costs. One object may be used by several
-/// threads at once: each call runs on an OpenSSL context of its own and only reads the key.
+/// threads at once: each call runs on a context of its own and only reads the key.
 class FrameCipher {
   public:
-    /// Throws Poco::Exception when OpenSSL offers no SM4 or no MD5.
+    static constexpr std::size_t kBlock = 16;
+
+    /// Throws Poco::Exception when OpenSSL offers no SM4 or no MD5, std::bad_alloc.
     FrameCipher();
 
-    /// Ciphertext, 1 to 16 bytes longer than `plain`. Throws Poco::Exception.
+    /// Ciphertext, 1 to 16 bytes longer than `plain`. Throws Poco::Exception, std::bad_alloc.
     std::string Encipher(std::string_view plain) const;
 
     /// Plaintext, 1 to 16 bytes shorter than `cipherText`. Throws Poco::Exception when the length
-    /// is no positive multiple of 16 or the padding is wrong.
+    /// is no positive multiple of 16 or the padding is wrong, std::bad_alloc.
     std::string Decipher(std::string_view cipherText) const;
 
     /// Length of the ciphertext of `plainLength` bytes.
@@ -36,10 +34,35 @@ class FrameCipher {
     }
 
   private:
-    static constexpr std::size_t kBlock = 16;
+    using Block = std::array<unsigned char, kBlock>;
+    struct Free {
+        void operator()(EVP_CIPHER* cipher) const { EVP_CIPHER_free(cipher); }
+        void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
+    };
+    using Context = std::unique_ptr<EVP_CIPHER_CTX, Free>;
+    enum class Direction { Decipher = 0, Encipher = 1 };
 
-    mutable Poco::AutoPtr<Poco::Crypto::Cipher>
-        cipher_;  ///< its calls only read it, but aren't const
+    Context NewContext(Direction direction, const unsigned char* previous) const;
+    void DecipherBlocks(const unsigned char* previous, const char* cipherText, char* plain,
+                        std::size_t length) const;
+
+    std::unique_ptr<EVP_CIPHER, Free> sm4_;
+    Block key_;
+    Block vector_;
+
+  public:
+    /// One body that is enciphered piece by piece, as it comes into being. The cipher outlives it.
+    class Stream {
+      public:
+        explicit Stream(const FrameCipher& cipher);
+        void Add(std::string_view plain);
+        /// The whole ciphertext; nothing can be added then.
+        std::string Finish();
+
+      private:
+        Context context_;
+        std::string cipherText_;
+    };
 };
 
 }  // namespace CQXBASE

@@ -50,7 +50,7 @@ class Fixture {
         reader_.emplace(Options(folder_).limits.maxFrameBytes, services_.buffers);
     }
     const std::string& Token() const { return token_; }
-    const BodyCipher& Cipher() const { return services_.encoder.Cipher(); }
+    const FrameCipher& Cipher() const { return services_.encoder.Cipher(); }
 
     void Feed(std::string_view bytes, std::size_t piece) {
         while (!bytes.empty() && reader_->GetState() == FrameReader::State::Partial) {

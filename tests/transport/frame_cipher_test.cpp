@@ -9,6 +9,7 @@
 #include <Poco/MD5Engine.h>
 #include <Poco/TemporaryFile.h>
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
 
 #include "tests/support/Hex.h"
 #include "tests/support/Platform.h"
@@ -52,6 +53,26 @@ std::string DecipheredByProgram(const std::string& cipherText) {
     return {std::istreambuf_iterator<char>(plain), {}};
 }
 
+/// Whole blocks as they stand, without padding.
+std::string EncipheredBlocks(const std::string& blocks) {
+    const std::string key = FromHex(kKey);
+    const std::string vector = FromHex(kVector);
+    const auto bytes = [](const std::string& text) {
+        return reinterpret_cast<const unsigned char*>(text.data());
+    };
+    EVP_CIPHER_CTX* context = EVP_CIPHER_CTX_new();
+    EXPECT_EQ(EVP_EncryptInit_ex(context, EVP_sm4_cbc(), nullptr, bytes(key), bytes(vector)), 1);
+    EVP_CIPHER_CTX_set_padding(context, 0);
+    std::string cipherText(blocks.size(), '\0');
+    int count = 0;
+    EXPECT_EQ(EVP_EncryptUpdate(context, reinterpret_cast<unsigned char*>(cipherText.data()),
+                                &count, bytes(blocks), static_cast<int>(blocks.size())),
+              1);
+    EXPECT_EQ(static_cast<std::size_t>(count), blocks.size());
+    EVP_CIPHER_CTX_free(context);
+    return cipherText;
+}
+
 TEST(FrameCipher, ExampleOfTheWireFormat) {
     const std::string secret = std::string("qmvdkarlop\x0b\x0c") + FromHex("66031e4701697065");
     EXPECT_EQ(Digest2000(secret), FromHex(kKey));
@@ -79,6 +100,36 @@ TEST(FrameCipher, RefusesWhatIsNoCiphertext) {
     EXPECT_THROW(cipher.Decipher(good.substr(1)), Poco::Exception);
     EXPECT_THROW(cipher.Decipher(std::string(16, 'a')), Poco::Exception);  // bad padding
     EXPECT_EQ(cipher.Decipher(good), Pattern(100));                        // still usable
+}
+
+TEST(FrameCipher, PaddingTellsTheLength) {
+    const FrameCipher cipher;
+    for (std::size_t length = 0; length <= 200; ++length) {
+        const std::string plain = Pattern(length);
+        const std::size_t count = 16 - length % 16;
+        const std::string padded = plain + std::string(count, static_cast<char>(count));
+        EXPECT_EQ(cipher.Encipher(plain), EncipheredBlocks(padded));
+        EXPECT_EQ(cipher.Decipher(EncipheredBlocks(padded)), plain);
+    }
+    const std::string blocks = Pattern(16 * 20);
+    for (const std::string& ending :
+         {std::string(1, '\0'), std::string(17, '\x11'), std::string("\x01\x02"),
+          "x" + std::string(15, '\x10'), std::string("\x80"), std::string("\xff")}) {
+        const std::string text = blocks.substr(ending.size()) + ending;
+        EXPECT_THROW(cipher.Decipher(EncipheredBlocks(text)), Poco::IOException);
+    }
+}
+
+TEST(FrameCipher, PiecesMakeOneBody) {
+    const FrameCipher cipher;
+    const std::string plain = Pattern(1000);
+    for (const std::size_t piece : {1U, 15U, 16U, 17U, 333U}) {
+        FrameCipher::Stream stream(cipher);
+        for (std::size_t start = 0; start < plain.size(); start += piece) {
+            stream.Add(std::string_view(plain).substr(start, piece));
+        }
+        EXPECT_EQ(stream.Finish(), cipher.Encipher(plain));
+    }
 }
 
 }  // namespace
