@@ -19,7 +19,9 @@ DatabaseError SqliteOpenError(sqlite3* db, int code, const std::string& path) {
         return {code, sqlite3_errstr(code)};
     }
     std::string text = std::string(sqlite3_errmsg(db)) + ": " + path;
-    if (const int reason = sqlite3_system_errno(db)) {
+    if (sqlite3_extended_errcode(db) == SQLITE_CANTOPEN_ISDIR) {
+        text += " (is a directory)";  // no call of the system failed
+    } else if (const int reason = sqlite3_system_errno(db)) {
         text += " (" + std::system_category().message(reason) + ")";
     }
     return {sqlite3_extended_errcode(db), text};
