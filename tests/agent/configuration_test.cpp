@@ -7,8 +7,6 @@
 namespace {
 
 using CQXDB::DBAgent;
-using CQXDB::QXDataSource;
-using CQXDB::QXProxyInfo;
 
 TEST(AgentConfiguration, ANewAgentIsLocalAndBlank) {
     const DBAgent agent;
