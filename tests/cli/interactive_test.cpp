@@ -23,7 +23,8 @@ class Interactive : public testing::Test {
                 "LC_ALL=C",
                 // The C library's frames hide their callers from the quick way of unwinding.
                 "ASAN_OPTIONS=fast_unwind_on_malloc=0",
-                "LSAN_OPTIONS=print_suppressions=0:suppressions=" QXDB_LSAN_SUPPRESSIONS};
+                std::string("LSAN_OPTIONS=print_suppressions=0:suppressions=") +
+                    QXDB_LSAN_SUPPRESSIONS};
     }
     std::vector<std::string> OnDatabase(const std::vector<std::string>& more = {}) const {
         std::vector<std::string> arguments{"--db", "sqlite:" + folder_.File("test.db")};

@@ -11,7 +11,6 @@ namespace {
 
 using CQXDB::QXRecordset;
 using CQXDB::QXValue;
-using CQXDB::QXValueType;
 using Rows = std::vector<std::vector<QXValue>>;
 
 QXRecordset Result(const std::vector<std::string>& names, const Rows& rows) {

@@ -67,7 +67,7 @@ std::string Terminal::WaitFor(const std::string& text) {
         }
         at = unseen_.find(text);
     }
-    const std::string seen = unseen_.substr(0, at + text.size());
+    std::string seen = unseen_.substr(0, at + text.size());
     unseen_.erase(0, seen.size());
     return seen;
 }
