@@ -1,6 +1,5 @@
 #include "platform/fault_host_action_posix.h"
 
-#include <cstring>
 #include <functional>
 #include <pthread.h>
 #include <sys/syscall.h>
@@ -11,9 +10,19 @@
 namespace CQXBASE::platform {
 namespace {
 
+/// Signal by signal: the C library leaves the bytes behind the last signal as they are.
+bool SameMask(const sigset_t& a, const sigset_t& b) {
+    for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+        if (sigismember(&a, signal) != sigismember(&b, signal)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool Same(const struct sigaction& a, const struct sigaction& b) {
     return a.sa_sigaction == b.sa_sigaction && a.sa_flags == b.sa_flags &&
-           std::memcmp(&a.sa_mask, &b.sa_mask, sizeof a.sa_mask) == 0;
+           SameMask(a.sa_mask, b.sa_mask);
 }
 
 /// Ends the process as if no handler had ever been set.

@@ -1,7 +1,7 @@
 #include "server/connection.h"
 
 #include <algorithm>
-#include <new>
+#include <exception>
 #include <utility>
 
 #include <ace/Reactor.h>
@@ -99,9 +99,10 @@ template <class Step>
 void Connection::Guarded(const Step& step) {
     try {
         step();
-    } catch (const std::bad_alloc&) {
-        // What this client has sent or awaits is lost, which it must notice.
-        LogError("connection ", id_, ": closed, out of memory");
+    } catch (const std::exception& e) {
+        // No memory, most likely. What this client has sent or awaits is lost, which it must
+        // notice.
+        LogError("connection ", id_, ": closed: ", e.what());
         Close();
     }
 }
@@ -159,7 +160,9 @@ void Connection::UpdateMask() {
         state_ == State::Writing ? ACE_Event_Handler::WRITE_MASK : ACE_Event_Handler::NULL_MASK;
     if (wanted != mask_) {
         mask_ = wanted;
-        reactor()->mask_ops(this, wanted, ACE_Reactor::SET_MASK);
+        if (reactor()->mask_ops(this, wanted, ACE_Reactor::SET_MASK) == -1) {
+            Close();  // or its peer would wait for what no event brings any more
+        }
     }
 }
 

@@ -80,7 +80,7 @@ class Connection : public ACE_Event_Handler {
 
     /// True when the socket call that has just failed may succeed later.
     static bool WouldBlock() noexcept;
-    /// Closes the connection when there is no memory for a step.
+    /// Closes the connection when a step fails.
     template <class Step>
     void Guarded(const Step& step);
     void TakeInput();

@@ -28,24 +28,31 @@ constexpr milliseconds kPauseAfterFailure{10};
 
 EventLoop::EventLoop(std::size_t handles)
     : reactor_(CQXBASE::platform::MakeServerReactor(handles)) {
-    if (reactor_ == nullptr) {
+    if (reactor_ == nullptr || wakeup_.Handle() == ACE_INVALID_HANDLE ||
+        reactor_->register_handler(this, ACE_Event_Handler::READ_MASK) == -1) {
         throw OperatorError("the system offers no way to watch that many connections");
     }
 }
 
 EventLoop::~EventLoop() {
-    reactor_->purge_pending_notifications(this);
+    reactor_->remove_handler(this, ACE_Event_Handler::READ_MASK | ACE_Event_Handler::DONT_CALL);
 }
 
 void EventLoop::Post(Task task) {
+    Tasks one;
+    one.push_back(std::move(task));
+    Post(one);
+}
+
+void EventLoop::Post(Tasks& tasks) noexcept {
     bool first = false;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         first = posted_.empty();
-        posted_.push_back(std::move(task));
+        posted_.splice(posted_.end(), tasks);
     }
     if (first) {
-        reactor_->notify(this, ACE_Event_Handler::EXCEPT_MASK);
+        wakeup_.Signal();
     }
 }
 
@@ -69,11 +76,17 @@ void EventLoop::RunOnce() {
     if (reactor_->handle_events(timeout) == -1 && errno != EINTR) {
         std::this_thread::sleep_for(kPauseAfterFailure);
     }
+    RunPosted();
     RunDue();
 }
 
-int EventLoop::handle_exception(ACE_HANDLE) {
-    std::vector<Task> tasks;
+int EventLoop::handle_input(ACE_HANDLE) {
+    wakeup_.Clear();  // before RunPosted looks for tasks
+    return 0;
+}
+
+void EventLoop::RunPosted() {
+    Tasks tasks;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         tasks.swap(posted_);
@@ -82,11 +95,9 @@ int EventLoop::handle_exception(ACE_HANDLE) {
         try {
             each();
         } catch (const std::exception& e) {
-            // The reactor would drop its own notifications, and with them every later task.
             LogError("a task of the event loop failed: ", e.what());
         }
     }
-    return 0;
 }
 
 void EventLoop::RunDue() {

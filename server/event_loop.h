@@ -2,13 +2,14 @@
 #pragma once
 
 #include <functional>
+#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include <ace/Event_Handler.h>
 
+#include "platform/wakeup.h"
 #include "server/clock.h"
 
 namespace CQXSERVER {
@@ -16,6 +17,7 @@ namespace CQXSERVER {
 class EventLoop : private ACE_Event_Handler {
   public:
     using Task = std::function<void()>;
+    using Tasks = std::list<Task>;
 
     /// Watches sockets numbered below `handles`. Throws OperatorError.
     explicit EventLoop(std::size_t handles);
@@ -25,6 +27,9 @@ class EventLoop : private ACE_Event_Handler {
 
     /// Runs `task` on the loop's thread, soon. From any thread.
     void Post(Task task);
+    /// The same for each of `tasks`, and leaves it empty. Needs no memory, so that what was
+    /// prepared in time can't fail to be told.
+    void Post(Tasks& tasks) noexcept;
 
     /// Makes the calling thread the loop's; until then the constructing thread is.
     void BindToThisThread();
@@ -38,13 +43,16 @@ class EventLoop : private ACE_Event_Handler {
     void RunOnce();
 
   private:
-    int handle_exception(ACE_HANDLE) override;
+    ACE_HANDLE get_handle() const override { return wakeup_.Handle(); }
+    int handle_input(ACE_HANDLE) override;
+    void RunPosted();
     void RunDue();
 
     std::unique_ptr<ACE_Reactor> reactor_;
     std::multimap<TimePoint, Task> timed_;
+    CQXBASE::platform::Wakeup wakeup_;
     std::mutex mutex_;
-    std::vector<Task> posted_;  ///< guarded by mutex_
+    Tasks posted_;  ///< guarded by mutex_
 };
 
 }  // namespace CQXSERVER

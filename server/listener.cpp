@@ -24,6 +24,18 @@ bool OutOfResources(int error) noexcept {
            error == ENOMEM;
 }
 
+/// A part of a line of the log, which takes memory only there.
+struct ErrorText {
+    int error;
+};
+std::ostream& operator<<(std::ostream& out, ErrorText text) {
+    return out << CQXBASE::platform::SocketErrorText(text.error);
+}
+
+bool NobodyWaits(int error) noexcept {
+    return CQXBASE::platform::WinsockNumber(error) == CQXBASE::platform::kWouldBlock;
+}
+
 std::string HostText(const ACE_INET_Addr& address) {
     std::array<char, 64> text{};
     const char* const found = address.get_host_addr(text.data(), static_cast<int>(text.size()));
@@ -87,23 +99,31 @@ void Listener::HandOver(ACE_SOCK_Stream& peer, const ACE_INET_Addr& remote) {
 }
 
 int Listener::handle_input(ACE_HANDLE) {
+    int error = 0;
     for (int i = 0; i < kAcceptsPerEvent; ++i) {
         ACE_SOCK_Stream peer;
         ACE_INET_Addr remote;
-        if (acceptor_.accept(peer, &remote) == 0) {
+        const bool accepted = acceptor_.accept(peer, &remote) == 0;
+        error = accepted ? 0 : CQXBASE::platform::LastError();
+        if (accepted) {
             HandOver(peer, remote);
-            continue;
-        }
-        const int error = CQXBASE::platform::LastError();
-        if (OutOfResources(error)) {
-            // The waiting connection stays readable: without a pause this would spin.
-            LogError("can't accept connections: ", CQXBASE::platform::SocketErrorText(error));
-            paused_ = true;
-            reactor()->mask_ops(this, ACE_Event_Handler::EXCEPT_MASK, ACE_Reactor::SET_MASK);
-        }
-        break;
+        } else if (NobodyWaits(error)) {
+            return 0;
+        } else if (OutOfResources(error)) {
+            break;
+        }  // else the connection died while it waited, and the next one may be sound
+    }
+    if (error != 0) {
+        Pause(error);
     }
     return 0;
+}
+
+/// Until Resume: the waiting connection stays readable, and so this would spin.
+void Listener::Pause(int error) {
+    paused_ = true;
+    reactor()->mask_ops(this, ACE_Event_Handler::EXCEPT_MASK, ACE_Reactor::SET_MASK);
+    LogError("can't accept connections: ", ErrorText{error});
 }
 
 }  // namespace CQXSERVER

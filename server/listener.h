@@ -25,13 +25,14 @@ class Listener : public ACE_Event_Handler {
     Listener& operator=(const Listener&) = delete;
 
     std::uint16_t Port() const;
-    /// Accepts again after running out of descriptors.
+    /// Accepts again after the system could not.
     void Resume();
 
     ACE_HANDLE get_handle() const override { return acceptor_.get_handle(); }
     int handle_input(ACE_HANDLE) override;
 
   private:
+    void Pause(int error);
     void HandOver(ACE_SOCK_Stream& peer, const ACE_INET_Addr& remote);
 
     ACE_SOCK_Acceptor acceptor_;

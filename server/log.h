@@ -21,6 +21,14 @@ Poco::Logger& ServerLog();
 /// What a client sent, made fit for a line of the log: control characters become '?'.
 std::string Printable(std::string_view utf8);
 
+/// The same as a part of a line, which takes memory only there.
+struct Shown {
+    std::string_view utf8;
+};
+inline std::ostream& operator<<(std::ostream& out, const Shown& text) {
+    return out << Printable(text.utf8);
+}
+
 /// Writes the parts one behind the other as one line. Thread-safe. A line that can't be written,
 /// for want of memory for example, is left out: nothing fails because of the log.
 template <class... Parts>

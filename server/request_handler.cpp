@@ -72,14 +72,14 @@ Outcome RequestHandler::Guarded(const Request& request, Serve serve) noexcept {
     } catch (const RequestRefused& e) {
         error = e.Error();
         LogDebug("connection ", request.connection, ": request ", request.Code(),
-                 " refused: ", CQXBASE::WideToUtf8(Text(error)));
+                 " refused: ", error);
     } catch (const std::bad_alloc&) {
         error = ServerError::OutOfBuffers;
         LogError("connection ", request.connection, ": out of memory");
     } catch (const Poco::Exception& e) {
-        LogError("connection ", request.connection, ": ", Printable(e.displayText()));
+        LogError("connection ", request.connection, ": ", e.name(), ": ", Shown{e.message()});
     } catch (const std::exception& e) {
-        LogError("connection ", request.connection, ": ", Printable(e.what()));
+        LogError("connection ", request.connection, ": ", Shown{e.what()});
     }
     return Refuse(request, error);
 }

@@ -1,6 +1,7 @@
 #include "server/server.h"
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 #include <thread>
 #include <utility>
@@ -24,9 +25,6 @@ constexpr unsigned kFewestWorkers = 8;
 unsigned WorkerCount(unsigned wanted) {
     return wanted != 0 ? wanted : std::max(kFewestWorkers, 2 * std::thread::hardware_concurrency());
 }
-
-/// Between two tries to get the memory that an outcome's way to the loop takes.
-constexpr milliseconds kMemoryWait{10};
 
 /// Keeps the number of connections below what the system lets the process open.
 ServerOptions FitToSystem(ServerOptions options) {
@@ -58,6 +56,7 @@ Server::Server(ServerOptions options, Clock clock)
       workers_(WorkerCount(options_.workers)),
       loginWorkers_(std::max(1U, options_.loginWorkers)) {
     CQXBASE::platform::IgnoreBrokenPipes();
+    stop_.emplace_back([this] { BeginStop(); });
     listener_ = std::make_unique<Listener>(
         options_.listen, loop_.Reactor(),
         [this](const ACE_SOCK_Stream& peer, const std::string& address) { Accept(peer, address); });
@@ -82,7 +81,7 @@ std::size_t Server::Run() {
 }
 
 void Server::Stop() {
-    loop_.Post([this] { BeginStop(); });
+    loop_.Post(stop_);
 }
 
 void Server::LogStatistics() const {
@@ -93,56 +92,56 @@ void Server::LogStatistics() const {
 }
 
 void Server::Submit(Request request) {
-    const auto shared = std::make_shared<Request>(std::move(request));
-    WorkerPool& pool = RequestHandler::IsLogin(shared->Code()) ? loginWorkers_ : workers_;
-    ++stats_.requests;
-    ++stats_.running;
+    underWay_.push_back({std::move(request), {}, {}});
+    const auto work = std::prev(underWay_.end());
     try {
-        pool.Submit([this, shared] { Deliver(shared, services_.handler.Handle(*shared)); });
+        Hand(work, RequestHandler::IsLogin(work->request.Code()) ? loginWorkers_ : workers_);
     } catch (...) {
-        --stats_.running;
+        underWay_.erase(work);
         throw;
     }
+    ++stats_.requests;
+    ++stats_.running;
 }
 
-/// Brings an outcome from a worker's thread to the loop's.
-void Server::Deliver(const std::shared_ptr<Request>& request, Outcome outcome) {
-    for (;;) {
-        try {
-            const auto shared = std::make_shared<Outcome>(std::move(outcome));
-            for (;; std::this_thread::sleep_for(kMemoryWait)) {
-                try {
-                    loop_.Post([this, request, shared] { Complete(request, std::move(*shared)); });
-                    return;
-                } catch (const std::bad_alloc&) {  // what was done must be told
-                }
-            }
-        } catch (const std::bad_alloc&) {
-            std::this_thread::sleep_for(kMemoryWait);
-        }
+/// Lets a worker serve the request, or go on with what was put off.
+void Server::Hand(Place work, WorkerPool& pool) {
+    if (work->delivery.empty()) {
+        work->delivery.emplace_back([this, work] { Complete(work); });
     }
+    pool.Submit([this, work] {
+        const auto later = std::exchange(work->outcome.later, {});
+        work->outcome = later ? services_.handler.Resume(work->request, later)
+                              : services_.handler.Handle(work->request);
+        loop_.Post(work->delivery);
+    });
 }
 
-void Server::Complete(const std::shared_ptr<Request>& request, Outcome outcome) {
-    try {
-        if (outcome.later) {
-            loop_.At(SteadyNow() + outcome.wait, [this, request, later = outcome.later] {
-                loginWorkers_.Submit([this, request, later] {
-                    Deliver(request, services_.handler.Resume(*request, later));
-                });
-            });
-            return;
-        }
-    } catch (const std::bad_alloc&) {
-        LogError("connection ", request->connection, ": out of memory");
+void Server::Complete(Place work) {
+    if (work->outcome.later && Postpone(work)) {
+        return;
     }
+    std::list<UnderWay> done;
+    done.splice(done.end(), underWay_, work);
     --stats_.running;
-    const auto found = connections_.find(request->connection);
+    const ConnectionId id = work->request.connection;
+    const auto found = connections_.find(id);
     if (found != connections_.end()) {
-        if (!outcome.token.empty()) {
-            newcomers_.erase(request->connection);
+        if (!work->outcome.token.empty()) {
+            newcomers_.erase(id);
         }
-        found->second->Finish(std::move(outcome));
+        found->second->Finish(std::move(work->outcome));
+    }
+}
+
+/// Has the rest of the work done when its time has come; false when there is no memory for that.
+bool Server::Postpone(Place work) {
+    try {
+        loop_.At(SteadyNow() + work->outcome.wait, [this, work] { Hand(work, loginWorkers_); });
+        return true;
+    } catch (const std::bad_alloc&) {
+        LogError("connection ", work->request.connection, ": out of memory");
+        return false;
     }
 }
 
@@ -183,7 +182,8 @@ void Server::Accept(const ACE_SOCK_Stream& peer, const std::string& address) {
     ConnectionHost& host = *this;
     std::unique_ptr<Connection> connection;
     try {
-        retired_.reserve(connections_.size() + rejected_.size() + 1);  // so that Retire can't fail
+        // So that Retire can't fail.
+        retired_.reserve(retired_.size() + connections_.size() + rejected_.size() + 1);
         connection = std::make_unique<Connection>(id, peer, address, host);
     } catch (const std::bad_alloc&) {
         ACE_SOCK_Stream(peer).close();
@@ -196,14 +196,23 @@ void Server::Accept(const ACE_SOCK_Stream& peer, const std::string& address) {
         return;
     }
     LogDebug("connection ", id, ": from ", address, full ? ", one too many" : "");
-    (full ? rejected_ : connections_).emplace(id, std::move(connection));
-    if (!full) {
-        newcomers_.insert(id);
-    }
+    Enlist(std::move(connection), id, full);
     if (opened.Open(loop_.Reactor()) && full) {
         opened.Reject(ServerError::TooManyConnections);
     }
     stats_.open = connections_.size();
+}
+
+void Server::Enlist(std::unique_ptr<Connection> connection, ConnectionId id, bool full) {
+    if (!full) {
+        newcomers_.insert(id);
+    }
+    try {
+        (full ? rejected_ : connections_).emplace(id, std::move(connection));
+    } catch (...) {
+        newcomers_.erase(id);
+        throw;
+    }
 }
 
 void Server::Tick() {

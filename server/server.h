@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <set>
 #include <string>
@@ -44,6 +45,14 @@ class Server : private ConnectionHost {
     AccountStore& Accounts() noexcept { return services_.accounts; }
 
   private:
+    /// A request that a worker has, and the task that brings its outcome to the loop: made before
+    /// the work, so that what was done can be told when there is no memory left.
+    struct UnderWay {
+        Request request;
+        Outcome outcome;
+        EventLoop::Tasks delivery;
+    };
+    using Place = std::list<UnderWay>::iterator;
     using Connections = std::unordered_map<ConnectionId, std::unique_ptr<Connection>>;
 
     void Submit(Request request) override;
@@ -56,8 +65,10 @@ class Server : private ConnectionHost {
     bool Stopping() const override { return stopping_; }
 
     void Accept(const ACE_SOCK_Stream& peer, const std::string& address);
-    void Deliver(const std::shared_ptr<Request>& request, Outcome outcome);
-    void Complete(const std::shared_ptr<Request>& request, Outcome outcome);
+    void Enlist(std::unique_ptr<Connection> connection, ConnectionId id, bool full);
+    void Hand(Place work, WorkerPool& pool);
+    void Complete(Place work);
+    bool Postpone(Place work);
     void Tick();
     void BeginStop();
     bool Finished() const;
@@ -74,6 +85,8 @@ class Server : private ConnectionHost {
     std::set<ConnectionId> newcomers_;  ///< of connections_: those without a login yet
     Connections rejected_;              ///< over the limit, being told so
     std::vector<std::unique_ptr<Connection>> retired_;
+    std::list<UnderWay> underWay_;  ///< an element belongs to its worker until it is delivered
+    EventLoop::Tasks stop_;         ///< what Stop posts, made in time as well
     ConnectionId lastId_ = 0;
     bool stopping_ = false;
     TimePoint graceEnd_;

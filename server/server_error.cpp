@@ -1,5 +1,9 @@
 #include "server/server_error.h"
 
+#include <ostream>
+
+#include "util/text.h"
+
 namespace CQXSERVER {
 
 const wchar_t* Text(ServerError error) noexcept {
@@ -46,6 +50,10 @@ const wchar_t* Text(ServerError error) noexcept {
             break;
     }
     return L"internal server error: see the server's log";
+}
+
+std::ostream& operator<<(std::ostream& out, ServerError error) {
+    return out << CQXBASE::WideToUtf8(Text(error));
 }
 
 }  // namespace CQXSERVER

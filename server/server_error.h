@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <stdexcept>
 #include <string>
 
@@ -34,6 +35,9 @@ enum class ServerError : std::int32_t {
 
 /// The sentence for people that goes with a number.
 const wchar_t* Text(ServerError error) noexcept;
+
+/// The same sentence in UTF-8.
+std::ostream& operator<<(std::ostream& out, ServerError error);
 
 /// The number as records carry it: the same 32 bits without a sign.
 constexpr std::uint32_t WireCode(ServerError error) noexcept {

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/mman.h>
 #include <sys/select.h>
 #include <sys/socket.h>
@@ -62,8 +63,10 @@ int ThreadNumber() {
     return static_cast<int>(syscall(SYS_gettid));
 }
 
+constexpr bool kOnce = true;
+
 /// Counts a call; true when it is one that fails. Not inlined: the place for a breakpoint.
-__attribute__((noinline)) bool Fails(Calls calls) {
+__attribute__((noinline)) bool Fails(Calls calls, bool once = false) {
     if (calls == Calls::None || plan->calls.load() != static_cast<int>(calls)) {
         return false;
     }
@@ -76,7 +79,7 @@ __attribute__((noinline)) bool Fails(Calls calls) {
     }
     const long number = ++plan->seen;
     const long first = plan->first.load();
-    if (number != first && (number < first || plan->lasting.load() == 0)) {
+    if (number != first && (number < first || once || plan->lasting.load() == 0)) {
         return false;
     }
     ++plan->failed;
@@ -137,8 +140,8 @@ ssize_t TransferParts(Calls calls, std::size_t count, Call call) {
 
 /// A call that transfers nothing; being short means nothing to it.
 template <class Call>
-int Plain(Calls calls, Call call) {
-    return Fails(calls) && !IsShort() ? Fail() : call();
+int Plain(Calls calls, Call call, bool once = false) {
+    return Fails(calls, once) && !IsShort() ? Fail() : call();
 }
 
 Calls KindOf(int descriptor) {
@@ -203,7 +206,15 @@ INTERPOSED int connect(int descriptor, const sockaddr* address, socklen_t length
 }
 INTERPOSED int accept(int descriptor, sockaddr* address, socklen_t* length) {
     static auto* const next = Next<decltype(accept)>("accept");
-    return Plain(Calls::Sockets, [&] { return next(descriptor, address, length); });
+    // While accepting fails nobody can be answered: it fails for a moment only.
+    return Plain(
+        Calls::Sockets, [&] { return next(descriptor, address, length); }, kOnce);
+}
+INTERPOSED int epoll_ctl(int set, int operation, int descriptor, epoll_event* event) noexcept {
+    static auto* const next = Next<decltype(epoll_ctl)>("epoll_ctl");
+    // The other operations only change what is there.
+    const Calls kind = operation == EPOLL_CTL_ADD ? KindOf(descriptor) : Calls::None;
+    return Plain(kind, [&] { return next(set, operation, descriptor, event); });
 }
 INTERPOSED int setsockopt(int descriptor, int level, int name, const void* value,
                           socklen_t length) noexcept {

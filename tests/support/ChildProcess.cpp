@@ -15,10 +15,44 @@
 #include <Poco/Process.h>
 #include <ace/OS_NS_signal.h>
 
+#include "tests/support/Platform.h"
+
 namespace qxdb_test {
 namespace {
 
 constexpr std::chrono::milliseconds kPollInterval{10};
+
+struct Launch {
+    std::string program;
+    std::vector<std::string> arguments;
+};
+
+/// Has the program killed when the thread that starts it is gone, so that a test that is killed
+/// leaves nothing behind. Windows has no such wish.
+Launch EndingWithItsStarter(Launch launch) {
+    if (!kOnWindows) {
+        std::vector<std::string>& words = launch.arguments;
+        words.insert(words.begin(), {"--pdeathsig", "KILL", "--", launch.program});
+        launch.program = "setpriv";
+    }
+    return launch;
+}
+
+/// As long as it lives, writing to a program that has ended is an exception and no signal.
+class NoPipeSignal {
+  public:
+    NoPipeSignal() {
+        ACE_SIGACTION ignore{};
+        ignore.sa_handler = SIG_IGN;
+        ACE_OS::sigaction(SIGPIPE, &ignore, &before_);
+    }
+    ~NoPipeSignal() { ACE_OS::sigaction(SIGPIPE, &before_, nullptr); }
+    NoPipeSignal(const NoPipeSignal&) = delete;
+    NoPipeSignal& operator=(const NoPipeSignal&) = delete;
+
+  private:
+    ACE_SIGACTION before_{};
+};
 
 Poco::Process::Env EnvironmentOf(const std::vector<std::string>& pairs) {
     Poco::Process::Env environment;
@@ -32,10 +66,14 @@ Poco::Process::Env EnvironmentOf(const std::vector<std::string>& pairs) {
 /// What one pipe has brought, read by a thread of its own.
 class Collector {
   public:
+    Collector() = default;
+    Collector(const Collector&) = delete;
+    Collector& operator=(const Collector&) = delete;
     Poco::Pipe& Pipe() noexcept { return pipe_; }
     void Start() {
         thread_ = std::thread([this] { Read(); });
     }
+    ~Collector() { Join(); }
     void Join() {
         if (thread_.joinable()) {
             thread_.join();
@@ -68,9 +106,9 @@ class Collector {
 }  // namespace
 
 struct ChildProcess::Impl {
-    Poco::Pipe input;
     Collector output;
     Collector errors;
+    Poco::Pipe input;  // gone before they wait for the program
     std::optional<Poco::ProcessHandle> handle;
     std::optional<int> status;
 
@@ -96,13 +134,18 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
                            const Options& options)
     : impl_(std::make_unique<Impl>()) {
+    const Launch launch = EndingWithItsStarter({program, arguments});
     impl_->handle.emplace(Poco::Process::launch(
-        program, arguments, options.workingDirectory, &impl_->input, &impl_->output.Pipe(),
-        &impl_->errors.Pipe(), EnvironmentOf(options.environment)));
+        launch.program, launch.arguments, options.workingDirectory, &impl_->input,
+        &impl_->output.Pipe(), &impl_->errors.Pipe(), EnvironmentOf(options.environment)));
     impl_->output.Start();
     impl_->errors.Start();
     if (!options.input.empty()) {
-        Write(options.input);
+        try {
+            Write(options.input);
+        } catch (const Poco::Exception&) {
+            // It has ended without reading all, which its status tells.
+        }
         CloseInput();
     }
 }
@@ -135,6 +178,7 @@ bool ChildProcess::Running() {
 }
 
 void ChildProcess::Write(const std::string& bytes) {
+    const NoPipeSignal quiet;
     std::size_t written = 0;
     while (written < bytes.size()) {
         written += static_cast<std::size_t>(impl_->input.writeBytes(

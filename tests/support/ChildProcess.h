@@ -17,7 +17,8 @@ class ChildProcess {
         std::string input;                     ///< what the program reads before its input ends
     };
 
-    /// Starts `program` with `arguments`. Throws Poco::Exception when it can't be started.
+    /// Starts `program` with `arguments`. On Linux it is killed when the calling thread ends,
+    /// however that happens. One that doesn't exist ends at once, with a status that isn't 0.
     ChildProcess(const std::string& program, const std::vector<std::string>& arguments);
     ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
                  const Options& options);
