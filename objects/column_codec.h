@@ -30,6 +30,7 @@ class ColumnCodec {
     static ColumnHead HeadOf(const QXColumn& column) noexcept;
     static void PutValues(PlainBytes& out, const QXColumn& column);
     static std::size_t ValuesSize(const QXColumn& column);
+    static void PutMixedBytes(PlainBytes& out, const QXColumn& column);
     static QXBuffer<std::int64_t> MixedWords(const QXColumn& column);
     static bool GetNulls(PlainReader& in, QXColumn& column);
     static bool GetValues(PlainReader& in, QXColumn& column, ExpansionBudget& budget);

@@ -56,7 +56,7 @@ void ColumnCodec::PutValues(PlainBytes& out, const QXColumn& column) {
         case QXValueType::Mixed:
             PutArray(out, column.bytes_.data(), column.rows_);
             PutNumbers(out, MixedWords(column).data(), column.rows_);
-            out.Append(column.heap_.data(), column.heap_.size());
+            PutMixedBytes(out, column);
             break;
         default:
             PutNumbers(out, column.words_.data(), column.rows_);
@@ -80,6 +80,19 @@ std::size_t ColumnCodec::ValuesSize(const QXColumn& column) {
                    column.heap_.size();
         default:
             return NumbersSize(column.words_.data(), column.rows_);
+    }
+}
+
+/// The bytes of the rows. A peer may have given a null some, which became Mixed with its
+/// neighbours: they have no row any more, and stay behind.
+void ColumnCodec::PutMixedBytes(PlainBytes& out, const QXColumn& column) {
+    for (std::size_t row = 0; row < column.rows_; ++row) {
+        if (IsBytes(column.TypeAt(row))) {
+            const auto word = static_cast<std::uint64_t>(column.words_[row]);
+            const std::size_t start = word & 0xFFFFFFFFU;
+            const std::size_t length = word >> 32;
+            out.Append(column.heap_.data() + start, length);
+        }
     }
 }
 
