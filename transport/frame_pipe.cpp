@@ -1,7 +1,11 @@
 // A frame between its object and the wire: header, encipherment, decipherment.
 #include <cerrno>
 #include <cstdint>
+#include <exception>
 #include <limits>
+#include <memory>
+#include <string_view>
+#include <utility>
 
 #include <ace/CDR_Stream.h>
 
@@ -113,6 +117,19 @@ int QXIO::pipe_before_send(ACE_OutputCDR& body, ACE_OutputCDR& header, unsigned 
         });
 }
 
+void QXIO::derive_ahead() {
+    rxCipher_.reset();
+#if !QXDB_KEEP_FRAME_KEY
+    if (std::exchange(encipheredAnswer_, false)) {
+        try {
+            rxCipher_ = std::make_unique<FrameCipher>();
+        } catch (const std::exception& /*error*/) {
+            // Tried again when there is a frame to decipher, and told then.
+        }
+    }
+#endif
+}
+
 int QXIO::pipe_before_recv(char*& data, unsigned& length, std::string& plainText,
                            unsigned& typeCode, bool& enciphered) {
     const std::size_t held = rxBlock_ == nullptr ? 0 : rxBlock_->length();
@@ -133,7 +150,10 @@ int QXIO::pipe_before_recv(char*& data, unsigned& length, std::string& plainText
         return 0;
     }
     const auto work = [&] {
-        plainText = CipherOfAFrame().Decipher({body, header.bodyLength});
+        const std::unique_ptr<FrameCipher> cipher = std::move(rxCipher_);
+        const std::string_view cipherText(body, header.bodyLength);
+        plainText = cipher != nullptr ? cipher->Decipher(cipherText)
+                                      : CipherOfAFrame().Decipher(cipherText);
         if (plainText.size() != length) {
             QXDB_THROW(L"deciphered length is not that of the header.", L"qxio", kReceive);
         }

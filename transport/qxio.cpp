@@ -5,6 +5,7 @@
 #include "errors/caught_exception.h"
 #include "platform/error_text.h"
 #include "platform/socket_errors.h"
+#include "transport/frame_cipher.h"
 #include "util/text.h"
 
 namespace CQXBASE {

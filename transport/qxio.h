@@ -25,6 +25,7 @@ class ACE_OutputCDR;
 
 namespace CQXBASE {
 
+class FrameCipher;
 struct CaughtException;
 
 /// Moves one frame at a time over a socket, either by blocking calls (Syc_) or over a proactor that
@@ -159,6 +160,9 @@ class QXIO : public ACE_Handler {
     int string_failure(const wchar_t* context);
     std::wstring received_string() const;
 
+    /// Derives the key of the frame that is to be received, if a frame was enciphered before: while
+    /// the peer is at work on its answer.
+    void derive_ahead();
     void take_header(const char* bytes);
     int hand_out_plain(char*& data, unsigned& length, unsigned& typeCode) const;
 
@@ -225,6 +229,9 @@ class QXIO : public ACE_Handler {
     std::uint32_t rxTypeCode_ = 0;
     std::uint32_t rxBodyLength_ = 0;
     std::uint32_t rxPlainLength_ = 0;
+    bool encipheredAnswer_ = false;  ///< an enciphered frame was sent, and nothing received since
+    std::unique_ptr<FrameCipher>
+        rxCipher_;  ///< for the next frame to decipher; null: not derived yet
 
     ACE_SOCK_Stream* peer_ = nullptr;  ///< owned when ownsStream_ is set; null when not connected
     std::unique_ptr<ACE_Handle_Set> handleSet_;

@@ -22,6 +22,7 @@ int QXIO::Syc_receive_data(char*& data, unsigned& length, std::string& plainText
                            unsigned& typeCode, bool& enciphered) {
     const auto receive = [&] {
         Syc_receive_init();
+        derive_ahead();
         if (Syc_receive_header() != 0 || Syc_receive_body() != 0) {
             return kReceiveFailed;
         }

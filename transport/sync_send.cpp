@@ -23,6 +23,7 @@ int QXIO::Syc_sendobj(QXIOBase& obj, unsigned typeCode, bool encipher, bool retr
                              frame.CipherText()) != 0) {
             return kSendFailed;
         }
+        encipheredAnswer_ = encipher;
         return send_with_retry(retry);
     };
     return RunProtected(QXDB_SITE(L"qxio", L"CQXBASE::QXIO::Syc_sendobj"), send,
