@@ -2,10 +2,12 @@
 // run.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include <qxdb/QXColumn.h>
 #include <qxdb/QXRecordset.h>
 #include <qxdb/QXValue.h>
 
@@ -15,6 +17,21 @@
 namespace CQXDB::adapter {
 
 using Parameters = std::vector<QXValue>;
+
+/// Parameters that stand in columns: one row of them.
+struct ParameterRow {
+    const std::vector<QXColumn>& columns;
+    std::size_t row;
+
+    Parameters Values() const {
+        Parameters values;
+        values.reserve(columns.size());
+        for (const QXColumn& column : columns) {
+            values.push_back(column.Get(row));
+        }
+        return values;
+    }
+};
 
 /// A prepared text. Every call checks the number of parameters before anything runs, and throws
 /// DatabaseError for what the database refuses.
@@ -30,6 +47,9 @@ class Statement {
     /// The same, but a connection that can send several commands at a time may throw the error of
     /// one in a later call, or in Connection::Settle.
     virtual void ExecuteSoon(const Parameters& parameters) { Execute(parameters); }
+    virtual void ExecuteRowSoon(const ParameterRow& parameters) {
+        ExecuteSoon(parameters.Values());
+    }
     /// Appends columns and the rows of the page to `rs`, which is empty. A statement without a
     /// result set runs and leaves `rs` without columns.
     virtual void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) = 0;

@@ -3,7 +3,6 @@
 #include <climits>
 
 #include "adapter/parameter_count.h"
-#include "adapter/sqlite_bind.h"
 #include "adapter/sqlite_error.h"
 #include "adapter/sqlite_rows.h"
 #include "adapter/statement_text.h"
@@ -16,24 +15,28 @@ constexpr std::size_t kRowBytes = 256;  ///< for a row's numbers; most rows have
 
 }  // namespace
 
-/// One execution: bound at its start, reset and unbound at its end.
+/// One execution: bound at its start, reset at its end.
 class SqliteStatement::Run {
   public:
-    Run(SqliteStatement& statement, const Parameters& parameters)
-        : handle_(statement.handle_.get()) {
-        CheckParameterCount(statement.parameterCount_, parameters.size());
-        BindSqlite(statement.db_, handle_, parameters);
+    Run(SqliteStatement& statement, const Parameters& parameters) : statement_(statement) {
+        CheckParameterCount(statement.binder_->Count(), parameters.size());
+        statement.binder_->Bind(parameters);
+        statement.timer_.Start();
+    }
+    Run(SqliteStatement& statement, const ParameterRow& parameters) : statement_(statement) {
+        CheckParameterCount(statement.binder_->Count(), parameters.columns.size());
+        statement.binder_->Bind(parameters.columns, parameters.row);
         statement.timer_.Start();
     }
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
     ~Run() {
-        sqlite3_reset(handle_);
-        sqlite3_clear_bindings(handle_);
+        sqlite3_reset(statement_.handle_.get());
+        statement_.binder_->Done();
     }
 
   private:
-    sqlite3_stmt* handle_;
+    SqliteStatement& statement_;
 };
 
 SqliteStatement::SqliteStatement(sqlite3* db, SqliteTimer& timer, std::string_view text, bool keep)
@@ -54,7 +57,7 @@ SqliteStatement::SqliteStatement(sqlite3* db, SqliteTimer& timer, std::string_vi
         throw DatabaseError(DBMGR_SEVERAL_STATEMENTS,
                             "the text holds several statements where one is required");
     }
-    parameterCount_ = static_cast<std::size_t>(sqlite3_bind_parameter_count(handle));
+    binder_.emplace(db, handle);
 }
 
 bool SqliteStatement::Step() {
@@ -64,6 +67,12 @@ bool SqliteStatement::Step() {
 }
 
 void SqliteStatement::Execute(const Parameters& parameters) {
+    const Run run(*this, parameters);
+    while (Step()) {
+    }
+}
+
+void SqliteStatement::ExecuteRowSoon(const ParameterRow& parameters) {
     const Run run(*this, parameters);
     while (Step()) {
     }

@@ -3,11 +3,13 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include <sqlite3.h>
 
 #include "adapter/connection.h"
+#include "adapter/sqlite_bind.h"
 #include "adapter/sqlite_guard.h"
 
 namespace CQXDB::adapter {
@@ -18,6 +20,7 @@ class SqliteStatement : public Statement {
     SqliteStatement(sqlite3* db, SqliteTimer& timer, std::string_view text, bool keep);
 
     void Execute(const Parameters& parameters) override;
+    void ExecuteRowSoon(const ParameterRow& parameters) override;
     void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
 
   private:
@@ -31,7 +34,7 @@ class SqliteStatement : public Statement {
     sqlite3* db_;
     SqliteTimer& timer_;
     std::unique_ptr<sqlite3_stmt, Finalizer> handle_;
-    std::size_t parameterCount_ = 0;
+    std::optional<SqliteBinder> binder_;
 };
 
 }  // namespace CQXDB::adapter

@@ -1,4 +1,7 @@
+#include <algorithm>
+#include <array>
 #include <string>
+#include <string_view>
 
 #include <qxdb/QXDateTime.h>
 
@@ -9,57 +12,81 @@ namespace {
 constexpr std::int64_t kDaysPerEra = 146097;
 constexpr std::int64_t kDaysToEpoch = 719468;  // from 0000-03-01 to 1970-01-01
 
-struct Clock {
-    std::int64_t hours;
-    int minutes;
-    int seconds;
-    int micros;
+/// Writes a text from its start to its end.
+class Writer {
+  public:
+    explicit Writer(QXDateTime::TextRoom& room) noexcept : begin_(room.data()), next_(begin_) {}
+
+    std::string_view Text() const noexcept {
+        return {begin_, static_cast<std::size_t>(next_ - begin_)};
+    }
+    void Add(char c) noexcept { *next_++ = c; }
+    void AddTwo(unsigned number) noexcept {
+        Add(static_cast<char>('0' + number / 10));
+        Add(static_cast<char>('0' + number % 10));
+    }
+    /// With zeros before up to two digits, at least.
+    void AddWhole(std::uint64_t number) noexcept {
+        if (number < 100) {
+            AddTwo(static_cast<unsigned>(number));
+            return;
+        }
+        std::array<char, 20> digits{};
+        auto first = digits.end();
+        for (; number != 0; number /= 10) {
+            *--first = static_cast<char>('0' + number % 10);
+        }
+        next_ = std::copy(first, digits.end(), next_);
+    }
+    /// Six digits behind a point, but no zeros at the end.
+    void AddFraction(unsigned micros) noexcept {
+        if (micros == 0) {
+            return;
+        }
+        Add('.');
+        AddTwo(micros / 10000);
+        AddTwo(micros / 100 % 100);
+        AddTwo(micros % 100);
+        while (next_[-1] == '0') {
+            --next_;
+        }
+    }
+
+    /// Without the sign of what is below 0.
+    void AddClock(std::int64_t micros) noexcept {
+        const std::uint64_t count = micros < 0
+                                        ? std::uint64_t{0} - static_cast<std::uint64_t>(micros)
+                                        : static_cast<std::uint64_t>(micros);
+        const std::uint64_t seconds = count / QXDateTime::kMicrosPerSecond;
+        const auto ofHour = static_cast<unsigned>(seconds % 3600);
+        AddWhole(seconds / 3600);
+        Add(':');
+        AddTwo(ofHour / 60);
+        Add(':');
+        AddTwo(ofHour % 60);
+        AddFraction(static_cast<unsigned>(count % QXDateTime::kMicrosPerSecond));
+    }
+    void AddDate(std::int32_t days) noexcept {
+        std::int32_t year = 0;
+        unsigned month = 0;
+        unsigned day = 0;
+        QXDateTime::CivilFromDays(days, year, month, day);
+        if (year < 0) {
+            Add('-');
+        }
+        const auto count = static_cast<unsigned>(year < 0 ? -year : year);
+        AddWhole(count / 100);
+        AddTwo(count % 100);
+        Add('-');
+        AddTwo(month);
+        Add('-');
+        AddTwo(day);
+    }
+
+  private:
+    char* begin_;
+    char* next_;
 };
-
-Clock SplitClock(std::int64_t micros) {
-    const std::int64_t seconds = micros / QXDateTime::kMicrosPerSecond;
-    return {seconds / 3600, static_cast<int>(seconds / 60 % 60), static_cast<int>(seconds % 60),
-            static_cast<int>(micros % QXDateTime::kMicrosPerSecond)};
-}
-
-/// The digits of `number` without its sign, with zeros before up to `width`.
-void AddDigits(std::string& text, std::int64_t number, std::size_t width) {
-    char digits[24];
-    char* const end = digits + sizeof digits;
-    char* next = end;
-    for (; number != 0 || static_cast<std::size_t>(end - next) < width; number /= 10) {
-        *--next = static_cast<char>('0' + (number < 0 ? -(number % 10) : number % 10));
-    }
-    text.append(next, static_cast<std::size_t>(end - next));
-}
-
-/// `micros` may be negative; the parts then are too, and are written without their signs.
-void AddClock(std::string& text, std::int64_t micros) {
-    const Clock clock = SplitClock(micros);
-    AddDigits(text, clock.hours, 2);
-    text += ':';
-    AddDigits(text, clock.minutes, 2);
-    text += ':';
-    AddDigits(text, clock.seconds, 2);
-    if (clock.micros != 0) {
-        text += '.';
-        AddDigits(text, clock.micros, 6);
-        text.erase(text.find_last_not_of('0') + 1);
-    }
-}
-
-void AddDate(std::string& text, std::int32_t days) {
-    std::int32_t year = 0;
-    unsigned month = 0;
-    unsigned day = 0;
-    QXDateTime::CivilFromDays(days, year, month, day);
-    text += year < 0 ? "-" : "";
-    AddDigits(text, year, 4);
-    text += '-';
-    AddDigits(text, month, 2);
-    text += '-';
-    AddDigits(text, day, 2);
-}
 
 }  // namespace
 
@@ -93,30 +120,48 @@ std::int64_t QXDateTime::Timestamp(std::int32_t year, unsigned month, unsigned d
     return DaysFromCivil(year, month, day) * kMicrosPerDay + seconds * kMicrosPerSecond + micros;
 }
 
-std::string QXDateTime::FormatDate(std::int32_t days) {
-    std::string text;
-    AddDate(text, days);
-    return text;
+std::string_view QXDateTime::WriteDate(std::int32_t days, TextRoom& room) noexcept {
+    Writer writer(room);
+    writer.AddDate(days);
+    return writer.Text();
 }
 
-std::string QXDateTime::FormatTime(std::int64_t micros) {
-    std::string text = micros < 0 ? "-" : "";
-    AddClock(text, micros);
-    return text;
+std::string_view QXDateTime::WriteTime(std::int64_t micros, TextRoom& room) noexcept {
+    Writer writer(room);
+    if (micros < 0) {
+        writer.Add('-');
+    }
+    writer.AddClock(micros);
+    return writer.Text();
 }
 
-std::string QXDateTime::FormatTimestamp(std::int64_t micros) {
+std::string_view QXDateTime::WriteTimestamp(std::int64_t micros, TextRoom& room) noexcept {
     std::int64_t days = micros / kMicrosPerDay;
     std::int64_t rest = micros % kMicrosPerDay;
     if (rest < 0) {
         --days;
         rest += kMicrosPerDay;
     }
-    std::string text;
-    AddDate(text, static_cast<std::int32_t>(days));
-    text += ' ';
-    AddClock(text, rest);
-    return text;
+    Writer writer(room);
+    writer.AddDate(static_cast<std::int32_t>(days));
+    writer.Add(' ');
+    writer.AddClock(rest);
+    return writer.Text();
+}
+
+std::string QXDateTime::FormatDate(std::int32_t days) {
+    TextRoom room;
+    return std::string(WriteDate(days, room));
+}
+
+std::string QXDateTime::FormatTime(std::int64_t micros) {
+    TextRoom room;
+    return std::string(WriteTime(micros, room));
+}
+
+std::string QXDateTime::FormatTimestamp(std::int64_t micros) {
+    TextRoom room;
+    return std::string(WriteTimestamp(micros, room));
 }
 
 }  // namespace CQXDB

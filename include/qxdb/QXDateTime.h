@@ -1,6 +1,8 @@
 // Calendar arithmetic and text forms of the date, time and timestamp values.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -27,6 +29,13 @@ class QXDB_OBJECTS_API QXDateTime {
     static std::string FormatDate(std::int32_t days);         ///< "2026-11-22"
     static std::string FormatTime(std::int64_t micros);       ///< "-01:02:03.5"
     static std::string FormatTimestamp(std::int64_t micros);  ///< "2026-11-22 08:00:00.000001"
+
+    /// Room for each of those texts.
+    using TextRoom = std::array<char, 40>;
+    /// The same texts without memory of their own: each is written into `room` and lies there.
+    static std::string_view WriteDate(std::int32_t days, TextRoom& room) noexcept;
+    static std::string_view WriteTime(std::int64_t micros, TextRoom& room) noexcept;
+    static std::string_view WriteTimestamp(std::int64_t micros, TextRoom& room) noexcept;
 
     /// Each parses the whole text or returns false and leaves the result alone. A timestamp may
     /// have "T" for the blank, may be a date alone, and may end in "Z" or an offset such as
