@@ -1,17 +1,18 @@
 #include "adapter/work.h"
 
-#include <functional>
+#include <algorithm>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "adapter/database_error.h"
 #include "adapter/statement_text.h"
+#include "objects/command_groups.h"
 
 namespace CQXDB::adapter {
 namespace {
 
-const std::string& CheckedText(const QXCommand& command, const SqlDialect& dialect) {
-    const std::string& text = command.TextUtf8();
+const std::string& CheckedText(const std::string& text, const SqlDialect& dialect) {
     if (text.find('\0') != std::string::npos) {
         throw DatabaseError(DBMGR_BAD_VALUE, "the statement text holds a NUL character");
     }
@@ -39,11 +40,12 @@ class ListRun {
         : connection_(connection), list_(list) {}
 
     /// Calls `step` for every command, and tells in an error's text which command it was.
-    void Each(const std::function<void(const QXCommand&, std::size_t)>& step) {
+    template <class Step>
+    void Each(Step step) {
         std::size_t i = 0;
         try {
             for (; i < list_.Count(); ++i) {
-                step(list_.At(i), i);
+                step(i);
             }
             i = list_.Count() - 1;
             connection_.Settle();
@@ -58,25 +60,37 @@ class ListRun {
         }
     }
 
-    Statement& Script(const QXCommand& command) {
-        return Look(command, &Connection::PrepareScript);
+    void Execute(const QXCommand& command) {
+        Script(command.TextUtf8()).ExecuteSoon(command.Params());
     }
-    Statement& One(const QXCommand& command) { return Look(command, &Connection::Prepare); }
+    /// Runs all commands out of the columns in which the list has them.
+    void ExecuteAll(const CommandGroups& groups) {
+        std::vector<std::size_t> next(groups.Count());  // the row of each group's next command
+        Each([&](std::size_t i) {
+            const auto index = static_cast<std::size_t>(groups.Order().Int64At(i));
+            const CommandGroup& group = groups.Groups()[index];
+            Script(*group.text).ExecuteRowSoon({group.params, next[index]++});
+        });
+    }
+    Statement& One(const QXCommand& command) {
+        return Look(command.TextUtf8(), &Connection::Prepare);
+    }
 
   private:
     using Preparing = std::shared_ptr<Statement> (Connection::*)(const std::string&);
 
-    Statement& Look(const QXCommand& command, Preparing prepare) {
-        const std::string* text = &command.TextUtf8();
-        if (text != text_ || prepare != prepare_) {
-            if (HoldsTransactionControl(CheckedText(command, connection_.Dialect()),
+    Statement& Script(const std::string& text) { return Look(text, &Connection::PrepareScript); }
+
+    Statement& Look(const std::string& text, Preparing prepare) {
+        if (&text != text_ || prepare != prepare_) {
+            if (HoldsTransactionControl(CheckedText(text, connection_.Dialect()),
                                         connection_.Dialect())) {
                 throw DatabaseError(DBMGR_TRANSACTION_CONTROL,
                                     "a command list is one transaction and can't hold a statement "
                                     "that begins or ends one");
             }
-            statement_ = (connection_.*prepare)(*text);
-            text_ = text;
+            statement_ = (connection_.*prepare)(text);
+            text_ = &text;
             prepare_ = prepare;
         }
         return *statement_;
@@ -91,14 +105,19 @@ class ListRun {
 
 TransactionKind KindOf(const Connection& connection, const QXCommandList& list) {
     const std::string* seen = nullptr;
-    for (const QXCommand& command : list) {
-        const std::string* text = &command.TextUtf8();
-        if (text != seen && !LooksReadOnly(*text, connection.Dialect())) {
-            return TransactionKind::Write;
-        }
-        seen = text;
+    const auto writes = [&](const std::string& text) {
+        return &text != std::exchange(seen, &text) && !LooksReadOnly(text, connection.Dialect());
+    };
+    const auto is = [](bool write) {
+        return write ? TransactionKind::Write : TransactionKind::Read;
+    };
+    if (const CommandGroups* const columns = list.Columns()) {
+        const auto& groups = columns->Groups();
+        return is(std::any_of(groups.begin(), groups.end(),
+                              [&](const CommandGroup& group) { return writes(*group.text); }));
     }
-    return TransactionKind::Read;
+    return is(std::any_of(list.begin(), list.end(),
+                          [&](const QXCommand& command) { return writes(command.TextUtf8()); }));
 }
 
 template <typename Work>
@@ -115,14 +134,17 @@ void InOneTransaction(Connection& connection, const QXCommandList& list, Work wo
 }  // namespace
 
 void Execute(Connection& connection, const QXCommand& command) {
-    connection.PrepareScript(CheckedText(command, connection.Dialect()))->Execute(command.Params());
+    connection.PrepareScript(CheckedText(command.TextUtf8(), connection.Dialect()))
+        ->Execute(command.Params());
 }
 
 void Execute(Connection& connection, const QXCommandList& list) {
-    InOneTransaction(connection, list, [](ListRun& run) {
-        run.Each([&run](const QXCommand& command, std::size_t) {
-            run.Script(command).ExecuteSoon(command.Params());
-        });
+    InOneTransaction(connection, list, [&](ListRun& run) {
+        if (const CommandGroups* const columns = list.Columns()) {
+            run.ExecuteAll(*columns);
+        } else {
+            run.Each([&](std::size_t i) { run.Execute(list.At(i)); });
+        }
     });
 }
 
@@ -130,7 +152,8 @@ void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs
                std::size_t maxBytes, const RowSink* sink) {
     Page page = Page::Of(rs, maxBytes);
     page.sink = sink;
-    Query(*connection.Prepare(CheckedText(command, connection.Dialect())), command, page, rs);
+    Query(*connection.Prepare(CheckedText(command.TextUtf8(), connection.Dialect())), command, page,
+          rs);
 }
 
 void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs,
@@ -138,11 +161,11 @@ void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& r
     const Page page = Page::Of(rs, maxBytes);
     InOneTransaction(connection, list, [&](ListRun& run) {
         const std::size_t last = list.Count() - 1;
-        run.Each([&](const QXCommand& command, std::size_t index) {
-            if (index < last) {
-                run.Script(command).ExecuteSoon(command.Params());
+        run.Each([&](std::size_t i) {
+            if (i < last) {
+                run.Execute(list.At(i));
             } else {
-                Query(run.One(command), command, page, rs);
+                Query(run.One(list.At(i)), list.At(i), page, rs);
             }
         });
     });
@@ -152,12 +175,12 @@ void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out,
               std::size_t maxBytes) {
     std::size_t bytes = 0;
     InOneTransaction(connection, list, [&](ListRun& run) {
-        run.Each([&](const QXCommand& command, std::size_t) {
+        run.Each([&](std::size_t i) {
             QXRecordset rs;
             Page all;
             all.maxBytes = maxBytes;
             all.bytesBefore = bytes;
-            Query(run.One(command), command, all, rs);
+            Query(run.One(list.At(i)), list.At(i), all, rs);
             bytes += rs.MemoryBytes();
             out.Add(std::move(rs));
         });

@@ -19,6 +19,13 @@ namespace {
 
 constexpr int kLittleEndian = 1;
 
+/// Most lists are only run, for which their columns will do.
+std::unique_ptr<QXIOBase> NewCommandList() {
+    auto list = std::make_unique<CQXDB::QXCommandList>();
+    list->KeepColumns();
+    return list;
+}
+
 std::unique_ptr<QXIOBase> NewRecord(BodyClass body) {
     switch (body) {
         case BodyClass::SimpleMsg:
@@ -33,7 +40,7 @@ std::unique_ptr<QXIOBase> NewRecord(BodyClass body) {
         case BodyClass::Command:
             return std::make_unique<CQXDB::QXCommand>();
         case BodyClass::CommandList:
-            return std::make_unique<CQXDB::QXCommandList>();
+            return NewCommandList();
         case BodyClass::Recordset:
             return std::make_unique<CQXDB::QXRecordset>();
         case BodyClass::RsList:

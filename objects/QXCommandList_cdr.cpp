@@ -1,3 +1,6 @@
+#include <atomic>
+#include <memory>
+
 #include <qxdb/QXCommandList.h>
 
 #include "objects/column_head.h"
@@ -8,14 +11,14 @@
 namespace CQXDB {
 
 int QXCommandList::toCDR(ACE_OutputCDR& out) const {
-    const CommandGroups groups(commands_);
+    const Groups groups = Sorted();
     if (!WriteVersion(out) || !WriteStamp(out, dataSource_, token_, pageSize_, pageNo_) ||
-        !CQXBASE::WriteCount(out, Count()) || !CQXBASE::WriteCount(out, groups.Count())) {
+        !CQXBASE::WriteCount(out, Count()) || !CQXBASE::WriteCount(out, groups->Count())) {
         return 0;
     }
     ColumnWriter writer(out);
     if (!Empty()) {
-        groups.AddTo(writer);
+        groups->AddTo(writer);
     }
     return writer.Finish();
 }
@@ -31,22 +34,35 @@ int QXCommandList::fromCDR(ACE_InputCDR& in) {
     if (count == 0 || groupCount == 0) {
         return count == groupCount ? in.good_bit() : CQXBASE::Refuse(in);
     }
-    CommandGroups groups;
+    const auto groups = std::make_shared<CommandGroups>();
     ColumnReader reader(in);
-    if (!groups.ReadFrom(reader, count, groupCount) || !reader.Finish()) {
+    if (!groups->ReadFrom(reader, count, groupCount) || !reader.Finish()) {
         return CQXBASE::Refuse(in);
     }
-    TakeCommands(groups);
+    columns_ = groups;
+    folded_ = count;
+    if (!keepsColumns_) {
+        MakeCommands();
+    }
     return 1;
 }
 
-void QXCommandList::TakeCommands(CommandGroups& groups) {
+void QXCommandList::RemoveAll() noexcept {
+    commands_.clear();
+    columns_.reset();
+    sorted_.groups.reset();
+    lent_ = false;
+}
+
+void QXCommandList::MakeCommands() const {
+    const CommandGroups& groups = *columns_;
     std::vector<std::size_t> next(groups.Count());  // the row of each group's next command
-    commands_.reserve(groups.Order().RowCount());
-    for (std::size_t i = 0; i < groups.Order().RowCount(); ++i) {
+    std::vector<QXCommand> commands;
+    commands.reserve(folded_);
+    for (std::size_t i = 0; i < folded_; ++i) {
         const auto index = static_cast<std::size_t>(groups.Order().Int64At(i));
         const CommandGroup& group = groups.Groups()[index];
-        QXCommand& command = commands_.emplace_back();
+        QXCommand& command = commands.emplace_back();
         command.text_ = group.text;
         command.params_.reserve(group.params.size());
         for (const QXColumn& column : group.params) {
@@ -54,12 +70,28 @@ void QXCommandList::TakeCommands(CommandGroups& groups) {
         }
         ++next[index];
     }
+    commands_.swap(commands);
+    columns_.reset();
+}
+
+/// The commands in columns. They are sorted once for a size() and the toCDR behind it, which lets
+/// go of them: several threads may encode one list.
+QXCommandList::Groups QXCommandList::Sorted() const {
+    if (columns_) {
+        return columns_;
+    }
+    Groups sorted = std::atomic_exchange(&sorted_.groups, Groups());
+    return sorted ? sorted : std::make_shared<const CommandGroups>(commands_);
 }
 
 std::size_t QXCommandList::size() {
     ColumnsSize columns;
     if (!Empty()) {
-        CommandGroups(commands_).AddTo(columns);
+        const Groups groups = Sorted();
+        groups->AddTo(columns);
+        if (!columns_ && !lent_) {
+            std::atomic_store(&sorted_.groups, groups);
+        }
     }
     return 3 * CQXBASE::kNumberSize + StampSize(dataSource_, token_) + columns.Total();
 }

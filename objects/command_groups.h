@@ -39,7 +39,7 @@ class CommandGroups {
     bool ReadFrom(ColumnReader& reader, std::uint32_t commands, std::uint32_t groups);
 
     const QXColumn& Order() const noexcept { return order_; }
-    std::vector<CommandGroup>& Groups() noexcept { return groups_; }
+    const std::vector<CommandGroup>& Groups() const noexcept { return groups_; }
 
   private:
     bool ReadTable(ColumnReader& reader, std::uint32_t groups);

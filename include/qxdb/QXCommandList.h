@@ -3,7 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <qxdb/QXCommand.h>
@@ -15,15 +17,41 @@ class CommandGroups;
 /// What the list holds (data source, token, page) counts; the same members of its commands do not.
 class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
   public:
-    void Add(QXCommand command) { commands_.push_back(std::move(command)); }
-    void Reserve(std::size_t count) { commands_.reserve(count); }
-    void RemoveAll() noexcept { commands_.clear(); }
-    std::size_t Count() const noexcept { return commands_.size(); }
-    bool Empty() const noexcept { return commands_.empty(); }
-    const QXCommand& At(std::size_t index) const { return commands_.at(index); }
-    QXCommand& At(std::size_t index) { return commands_.at(index); }
-    std::vector<QXCommand>::const_iterator begin() const noexcept { return commands_.begin(); }
-    std::vector<QXCommand>::const_iterator end() const noexcept { return commands_.end(); }
+    void Add(QXCommand command) {
+        Change();
+        commands_.push_back(std::move(command));
+    }
+    void Reserve(std::size_t count) {
+        Unfold();
+        commands_.reserve(count);
+    }
+    void RemoveAll() noexcept;
+    std::size_t Count() const noexcept { return columns_ ? folded_ : commands_.size(); }
+    bool Empty() const noexcept { return Count() == 0; }
+    const QXCommand& At(std::size_t index) const {
+        Unfold();
+        return commands_.at(index);
+    }
+    QXCommand& At(std::size_t index) {
+        Change();
+        lent_ = true;
+        return commands_.at(index);
+    }
+    std::vector<QXCommand>::const_iterator begin() const {
+        Unfold();
+        return commands_.begin();
+    }
+    std::vector<QXCommand>::const_iterator end() const {
+        Unfold();
+        return commands_.end();
+    }
+
+    /// Has the list leave what it decodes in the columns that it travels in, until one of its
+    /// commands is looked at or added. Looking at a command may then change the list, as far as
+    /// threads are concerned.
+    void KeepColumns() noexcept { keepsColumns_ = true; }
+    /// Those columns, for what runs the list; null when it holds commands.
+    const CommandGroups* Columns() const noexcept { return columns_.get(); }
 
     void SetSysDataSrc(const QXDataSource& dataSource) { dataSource_ = dataSource; }
     const QXDataSource& SysDataSrc() const noexcept { return dataSource_; }
@@ -41,9 +69,37 @@ class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
     std::size_t size() override;
 
   private:
-    void TakeCommands(CommandGroups& groups);
+    using Groups = std::shared_ptr<const CommandGroups>;
 
-    std::vector<QXCommand> commands_;
+    /// What size() has sorted, for the toCDR that follows. A copy of the list does without.
+    struct Remembered {
+        Remembered() = default;
+        Remembered(const Remembered& /*other*/) noexcept {}
+        Remembered& operator=(const Remembered& /*other*/) noexcept {
+            groups.reset();
+            return *this;
+        }
+        Groups groups;  ///< atomic where a const list is concerned
+    };
+
+    void Change() {
+        Unfold();
+        sorted_.groups.reset();
+    }
+    void Unfold() const {
+        if (columns_) {
+            MakeCommands();
+        }
+    }
+    void MakeCommands() const;
+    Groups Sorted() const;
+
+    mutable std::vector<QXCommand> commands_;  ///< none while there are columns_
+    mutable Groups columns_;                   ///< what was decoded, if it is kept so
+    std::size_t folded_ = 0;                   ///< commands in columns_
+    bool keepsColumns_ = false;
+    bool lent_ = false;  ///< someone may hold a command and change it
+    mutable Remembered sorted_;
     QXDataSource dataSource_;
     std::wstring token_;
     std::int32_t pageSize_ = 0;

@@ -1,7 +1,9 @@
 #include "tests/adapter/backend.h"
 
+#include <stdexcept>
 #include <utility>
 
+#include "tests/objects/cdr_support.h"
 #include "util/text.h"
 
 namespace qxdb_test {
@@ -49,6 +51,16 @@ Outcome Client::Execute(const std::string& text, std::vector<QXValue> parameters
 
 Outcome Client::Execute(std::vector<QXCommand> commands) {
     QXCommandList list = List(std::move(commands));
+    return With([&](auto& manager) { manager.Execute(&list); });
+}
+
+Outcome Client::ExecuteReceived(std::vector<QXCommand> commands) {
+    QXCommandList sent = List(std::move(commands));
+    QXCommandList list;
+    list.KeepColumns();
+    if (!Decode(Encode(sent), list) || list.Columns() == nullptr) {
+        throw std::runtime_error("the list doesn't come back in columns");
+    }
     return With([&](auto& manager) { manager.Execute(&list); });
 }
 

@@ -59,6 +59,8 @@ class Client {
 
     Outcome Execute(const std::string& text, std::vector<CQXDB::QXValue> parameters = {});
     Outcome Execute(std::vector<CQXDB::QXCommand> commands);
+    /// The same out of the columns that a received list has.
+    Outcome ExecuteReceived(std::vector<CQXDB::QXCommand> commands);
     Outcome Query(CQXDB::QXRecordset& rs, const std::string& text,
                   std::vector<CQXDB::QXValue> parameters = {});
     Outcome Query(CQXDB::QXRecordset& rs, std::vector<CQXDB::QXCommand> commands);

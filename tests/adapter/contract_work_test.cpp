@@ -70,11 +70,12 @@ TEST_P(WorkContract, AListIsAllOrNothing) {
     }
     for (const std::size_t wrong : {std::size_t{1}, std::size_t{400}, commands.size() - 1}) {
         commands[wrong].SetParam(0, QXValue::Int64(0));
-        const Outcome refused = db.Execute(commands);
-        EXPECT_EQ(refused.code, backend.duplicateKey) << refused;
         const std::wstring place = L"(command " + std::to_wstring(wrong + 1) + L" of 600)";
-        EXPECT_NE(refused.text.find(place), std::wstring::npos) << refused;
-        EXPECT_EQ(Count(), "0\n");
+        for (const Outcome& refused : {db.Execute(commands), db.ExecuteReceived(commands)}) {
+            EXPECT_EQ(refused.code, backend.duplicateKey) << refused;
+            EXPECT_NE(refused.text.find(place), std::wstring::npos) << refused;
+            EXPECT_EQ(Count(), "0\n");
+        }
         commands[wrong].SetParam(0, QXValue::Int64(static_cast<std::int64_t>(wrong)));
     }
     EXPECT_TRUE(db.Execute(commands).ok());
@@ -82,23 +83,31 @@ TEST_P(WorkContract, AListIsAllOrNothing) {
 }
 
 TEST_P(WorkContract, AListMixesTextsAndTypesOfParameters) {
-    Table("i INTEGER, s VARCHAR(20), b " + backend.blobType);
-    const std::string insert = "INSERT INTO t (i, s, b) VALUES (?, ?, ?)";
-    const Outcome stored = db.Execute(
-        {db.Command(insert, {QXValue::Null(), QXValue::Null(), QXValue::Null()}),
-         db.Command(insert, {QXValue::Int64(1), QXValue::TextUtf8("one"), QXValue::Blob("\0b", 2)}),
-         db.Command("INSERT INTO t (i) VALUES (2)"), db.Command("SELECT * FROM t"),
-         db.Command(insert, {QXValue::Int64(3), QXValue::Null(), QXValue::Blob("b\0", 2)}),
-         db.Command("UPDATE t SET s = ? WHERE i = ?",
-                    {QXValue::TextUtf8("three"), QXValue::Int64(3)})});
-    ASSERT_TRUE(stored.ok()) << stored;
-    EXPECT_EQ(db.Rows("SELECT i, s, b FROM t ORDER BY COALESCE(i, 0)"),
-              "NULL|NULL|NULL\n1|one|\\x0062\n2|NULL|NULL\n3|three|\\x6200\n");
-    const Outcome late =
-        db.Execute({db.Command("INSERT INTO t (i) VALUES (?)", {QXValue::Int64(4)}),
-                    db.Command("INSERT INTO t (i) VALUES (?)")});
-    EXPECT_EQ(late.code, DBMGR_PARAMETER_COUNT);
-    EXPECT_EQ(Count(), "4\n");
+    Table("i INTEGER, s VARCHAR(20), b " + backend.blobType + ", d TIMESTAMP NULL");
+    const std::string insert = "INSERT INTO t (i, s, b, d) VALUES (?, ?, ?, ?)";
+    const QXValue null;
+    const std::vector<QXCommand> commands = {
+        db.Command(insert, {null, null, null, null}),
+        db.Command(insert, {QXValue::Int64(1), QXValue::TextUtf8("one"), QXValue::Blob("\0b", 2),
+                            QXValue::Timestamp(1700000000000000)}),
+        db.Command("INSERT INTO t (i) VALUES (2)"),
+        db.Command("SELECT * FROM t"),
+        db.Command(insert, {QXValue::Int64(3), null, QXValue::Blob("b\0", 2), null}),
+        db.Command("UPDATE t SET s = ? WHERE i = ?",
+                   {QXValue::TextUtf8("three"), QXValue::Int64(3)})};
+    for (const bool received : {false, true}) {
+        const Outcome stored = received ? db.ExecuteReceived(commands) : db.Execute(commands);
+        ASSERT_TRUE(stored.ok()) << stored;
+        EXPECT_EQ(db.Rows("SELECT i, s, b, d FROM t ORDER BY COALESCE(i, 0)"),
+                  "NULL|NULL|NULL|NULL\n1|one|\\x0062|2023-11-14 22:13:20\n2|NULL|NULL|NULL\n"
+                  "3|three|\\x6200|NULL\n");
+        const QXCommand one = db.Command("INSERT INTO t (i) VALUES (?)", {QXValue::Int64(4)});
+        const QXCommand none = db.Command("INSERT INTO t (i) VALUES (?)");
+        const Outcome late = received ? db.ExecuteReceived({one, none}) : db.Execute({one, none});
+        EXPECT_EQ(late.code, DBMGR_PARAMETER_COUNT);
+        EXPECT_EQ(Count(), "4\n");
+        ASSERT_TRUE(db.Execute("DELETE FROM t").ok());
+    }
 }
 
 TEST_P(WorkContract, AListCannotEndItsTransaction) {

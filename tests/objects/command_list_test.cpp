@@ -98,5 +98,60 @@ TEST(CommandList, SizeIsNearWhatIncompressibleParametersTake) {
     EXPECT_LT(bound, Encode(list).size() * 11 / 10);
 }
 
+TEST(CommandList, KeptInColumnsItIsTheSameList) {
+    QXCommandList original = MixedList(50);
+    const std::string encoded = Encode(original);
+    QXCommandList kept;
+    kept.KeepColumns();
+    ASSERT_TRUE(Decode(encoded, kept));
+    EXPECT_NE(kept.Columns(), nullptr);
+    EXPECT_EQ(kept.Count(), original.Count());
+    EXPECT_EQ(Encode(kept), encoded);
+    QXCommandList copy = kept;
+    copy.Add(QXCommand(L"SELECT 1"));
+    EXPECT_EQ(copy.Columns(), nullptr);
+    EXPECT_EQ(copy.Count(), original.Count() + 1);
+    EXPECT_NE(kept.Columns(), nullptr);
+    const QXCommandList moved = std::move(kept);
+    auto each = original.begin();
+    for (const QXCommand& command : moved) {
+        EXPECT_EQ(command.TextUtf8(), each->TextUtf8());
+        EXPECT_EQ(command.Params(), each->Params());
+        ++each;
+    }
+    EXPECT_EQ(each, original.end());
+    EXPECT_EQ(moved.Columns(), nullptr);
+    kept = moved;
+    kept.KeepColumns();
+    ASSERT_TRUE(Decode(encoded, kept));
+    kept.RemoveAll();
+    EXPECT_TRUE(kept.Empty());
+    EXPECT_EQ(kept.Columns(), nullptr);
+}
+
+TEST(CommandList, WhatChangesAfterItsSizeIsEncoded) {
+    const auto encoded = [](const QXCommandList& list) {
+        ACE_OutputCDR out;
+        EXPECT_EQ(list.toCDR(out), 1);
+        return BytesOf(out);
+    };
+    QXCommandList list = MixedList(3);
+    QXCommand& first = list.At(0);
+    const std::string before = Encode(list);
+    list.size();
+    first.SetParam(0, QXValue::Int64(77));
+    EXPECT_NE(encoded(list), before);
+    list = MixedList(3);
+    list.size();
+    list.Add(QXCommand(L"SELECT 1"));
+    const std::string longer = encoded(list);
+    EXPECT_GT(longer.size(), before.size());
+    list.size();
+    QXCommandList other = list;
+    list.RemoveAll();
+    EXPECT_LT(encoded(list).size(), before.size());
+    EXPECT_EQ(encoded(other), longer);
+}
+
 }  // namespace
 }  // namespace qxdb_test
