@@ -41,7 +41,8 @@ TEST(Secrets, OfDatabasesStayInTheServer) {
     };
     std::vector<std::string> arguments = {"--log-level", "trace"};
     for (const auto& [name, url] : databases) {
-        arguments.insert(arguments.end(), {"--database", name + "=" + url});
+        arguments.emplace_back("--database");
+        arguments.emplace_back(name).append("=").append(url);
     }
     const QxdbServer server(QXDB_SERVER_PROGRAM, arguments);
     std::string said;
