@@ -65,7 +65,7 @@ class Bench {
 };
 
 /// SQLite in a file, through one of the two managers.
-class LocalBench : public Bench {
+class LocalBench final : public Bench {
   public:
     explicit LocalBench(CQXDB::CQXDB_DSType_ENUM type);
     ~LocalBench() override;
@@ -77,7 +77,7 @@ class LocalBench : public Bench {
 };
 
 /// The server's SQLite database; logging in is an operation too.
-class RemoteBench : public Bench {
+class RemoteBench final : public Bench {
   public:
     explicit RemoteBench(QxdbServer& server);  ///< borrowed
     void Renew() override;

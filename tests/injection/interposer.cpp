@@ -21,6 +21,8 @@
 
 #define INTERPOSED extern "C" __attribute__((visibility("default")))
 
+// The C library's own names of what stands behind its allocation functions.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -28,6 +30,7 @@ void* __libc_realloc(void* block, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace qxdb_test {
 namespace {
