@@ -63,7 +63,7 @@ QXRecordset Slice(const QXRecordset& rs, std::size_t first, std::size_t last) {
 }
 
 TEST(RoundTrip, RecordsetInPartsIsWhole) {
-    for (QXRecordset original : {Orders(1000), EveryType()}) {
+    for (const QXRecordset& original : {Orders(1000), EveryType()}) {
         std::string bytes;
         const std::size_t rows = original.RowCount();
         const std::size_t seams[] = {0, 1, rows / 3, rows / 3 + 1, rows};
