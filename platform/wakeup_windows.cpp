@@ -1,4 +1,4 @@
-#include <ace/ACE.h>
+#include <ace/Flag_Manip.h>
 #include <ace/Pipe.h>
 
 #include "platform/wakeup.h"
