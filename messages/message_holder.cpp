@@ -12,6 +12,7 @@
 #include <qxdb/QXRsList.h>
 
 #include "messages/session_records.h"
+#include "objects/bounded_input.h"
 #include "objects/cdr_fields.h"
 
 namespace CQXBASE {
@@ -86,17 +87,19 @@ class BorrowedStream {
         : block_(length, ACE_Message_Block::MB_DATA, bytes, nullptr, nullptr,
                  ACE_Message_Block::DONT_DELETE, nullptr),
           stream_(&block_, ACE_Message_Block::DONT_DELETE, 0, length, kLittleEndian, 1, 2) {}
-    ACE_InputCDR& Get() noexcept { return stream_; }
+    BoundedInput& Get() noexcept { return stream_; }
 
   private:
     ACE_Data_Block block_;
-    ACE_InputCDR stream_;
+    BoundedInput stream_;
 };
 
 }  // namespace
 
-MessageHolder MessageHolder::Request(std::uint32_t code, const ReceivedBody& body) {
+MessageHolder MessageHolder::Request(std::uint32_t code, const ReceivedBody& body,
+                                     DecodeMemory* memory) {
     MessageHolder holder(code);
+    holder.memory_ = memory;
     holder.Create(BodyOf(code), nullptr);
     holder.Decode(body);
     return holder;
@@ -141,13 +144,14 @@ void MessageHolder::Decode(const ReceivedBody& body) {
 
 void MessageHolder::DecodeRaw(const void* bytes, std::size_t length) {
     const AlignedBytes aligned(bytes, length);
-    DecodeFrom(BorrowedStream(aligned.Begin(), length).Get());
+    BorrowedStream stream(aligned.Begin(), length);
+    DecodeFrom(stream.Get());
 }
 
 void MessageHolder::DecodeFrame(const ACE_Message_Block& block) {
     const AlignedBytes aligned(block.rd_ptr(), block.length());
     BorrowedStream stream(aligned.Begin(), block.length());
-    ACE_InputCDR& in = stream.Get();
+    BoundedInput& in = stream.Get();
     ACE_CDR::Boolean littleEndian = true;
     in.read_boolean(littleEndian);
     in.reset_byte_order(littleEndian ? kLittleEndian : 0);
@@ -158,7 +162,8 @@ void MessageHolder::DecodeFrame(const ACE_Message_Block& block) {
     DecodeFrom(in);
 }
 
-void MessageHolder::DecodeFrom(ACE_InputCDR& in) {
+void MessageHolder::DecodeFrom(BoundedInput& in) {
+    in.memory = memory_;
     const bool skip = mayBeEmpty_ && in.good_bit() && in.length() == 0;
     state_ = skip || object_->fromCDR(in) != 0 ? State::Good : State::Undecodable;
 }

@@ -102,17 +102,26 @@ bool ColumnReader::NextBlock() {
     if (present > in_.length() || stored > plain || plain > BlockBudget(present)) {
         return CQXBASE::Refuse(in_);
     }
-    budget_ = ExpansionBudget(BlockBudget(present));
+    budget_ = ExpansionBudget(BlockBudget(present), memory_);
     const char* bytes = in_.rd_ptr();
     in_.skip_bytes(present);
     if (stored != plain) {
-        unpacked_.Resize(plain);
-        if (!ZstdUnpack(bytes, stored, unpacked_.data(), plain)) {
+        if (!MakeRoom(plain) || !ZstdUnpack(bytes, stored, unpacked_.data(), plain)) {
             return CQXBASE::Refuse(in_);
         }
         bytes = unpacked_.data();
     }
     plain_ = PlainReader(bytes, plain);
+    return true;
+}
+
+/// For a block's columns, in the room of those before.
+bool ColumnReader::MakeRoom(std::size_t plain) {
+    if (memory_ != nullptr && plain > unpacked_.size() &&
+        !memory_->Take(plain - unpacked_.size())) {
+        return false;
+    }
+    unpacked_.Resize(std::max(plain, unpacked_.size()));
     return true;
 }
 

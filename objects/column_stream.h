@@ -54,15 +54,17 @@ class ColumnsSize {
 /// Reads what a ColumnWriter wrote, with the same numbers of rows and row weights.
 class ColumnReader {
   public:
-    explicit ColumnReader(ACE_InputCDR& in) noexcept : in_(in) {}
+    explicit ColumnReader(ACE_InputCDR& in) noexcept : in_(in), memory_(CQXBASE::MemoryOf(in)) {}
     bool Read(QXColumn& column, std::size_t rows, std::size_t rowWeight = 0);
     /// Whether the blocks so far hold nothing more. Clears the stream's good bit otherwise.
     bool Finish();
 
   private:
     bool NextBlock();
+    bool MakeRoom(std::size_t plain);
 
     ACE_InputCDR& in_;
+    CQXBASE::DecodeMemory* memory_;  ///< borrowed; null takes no heed
     PlainBytes unpacked_;
     PlainReader plain_;
     ExpansionBudget budget_;

@@ -37,8 +37,13 @@ class FrameBlock {
 }  // namespace
 
 RequestHandler::RequestHandler(LoginService& logins, CommandService& commands,
-                               SessionTable& sessions, const ReplyEncoder& encoder)
-    : logins_(logins), commands_(commands), sessions_(sessions), encoder_(encoder) {}
+                               SessionTable& sessions, const ReplyEncoder& encoder,
+                               std::size_t mostMemory)
+    : logins_(logins),
+      commands_(commands),
+      sessions_(sessions),
+      encoder_(encoder),
+      mostMemory_(mostMemory) {}
 
 bool RequestHandler::IsLogin(std::uint32_t code) noexcept {
     return code == CQXBASE::kLogin || code == CQXBASE::kVirtualLogin;
@@ -92,7 +97,8 @@ Outcome RequestHandler::Dispatch(Request& request) {
     if (code == CQXBASE::kOtpData || code == CQXBASE::kOneString) {
         throw RequestRefused(ServerError::NotSupported);
     }
-    const MessageHolder message = Decode(request);
+    RequestMemory memory(encoder_.Budget(), mostMemory_);
+    const MessageHolder message = Decode(request, memory);
     if (code == CQXBASE::kHandshake) {
         return Shake(request);
     }
@@ -106,7 +112,7 @@ Outcome RequestHandler::Dispatch(Request& request) {
     return IsLogin(code) ? logins_.Login(request, one->value) : Logout(request, one->value);
 }
 
-MessageHolder RequestHandler::Decode(Request& request) const {
+MessageHolder RequestHandler::Decode(Request& request, RequestMemory& memory) const {
     const std::string bytes = std::move(request.frame.bytes);
     std::string plain;
     if (request.Enciphered()) {
@@ -121,9 +127,15 @@ MessageHolder RequestHandler::Decode(Request& request) const {
         }
     }
     const FrameBlock block(bytes);
-    MessageHolder message = MessageHolder::Request(
-        request.Code(), request.Enciphered() ? ReceivedBody::Raw(plain.data(), plain.size())
-                                             : ReceivedBody::Frame(block.Get()));
+    MessageHolder message =
+        MessageHolder::Request(request.Code(),
+                               request.Enciphered() ? ReceivedBody::Raw(plain.data(), plain.size())
+                                                    : ReceivedBody::Frame(block.Get()),
+                               &memory);
+    if (memory.TooMuch() || memory.UsedUp()) {
+        throw RequestRefused(memory.TooMuch() ? ServerError::FrameTooLarge
+                                              : ServerError::OutOfBuffers);
+    }
     if (message.GetState() != MessageHolder::State::Good) {
         throw RequestRefused(ServerError::UndecodableBody);
     }

@@ -1,6 +1,7 @@
 // Serves one request: from the frame as it arrived to the frame that answers it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -8,6 +9,7 @@
 #include "server/command_service.h"
 #include "server/login_service.h"
 #include "server/request.h"
+#include "server/request_memory.h"
 #include "server/session_table.h"
 
 namespace CQXSERVER {
@@ -15,8 +17,9 @@ namespace CQXSERVER {
 /// Called by the workers, many at once; everything it is given is borrowed.
 class RequestHandler {
   public:
+    /// A request may take `mostMemory` bytes when it is decoded.
     RequestHandler(LoginService& logins, CommandService& commands, SessionTable& sessions,
-                   const ReplyEncoder& encoder);
+                   const ReplyEncoder& encoder, std::size_t mostMemory);
 
     /// Lets no exception out: what goes wrong becomes an error reply. Uses the frame's bytes up.
     Outcome Handle(Request& request) noexcept;
@@ -33,7 +36,7 @@ class RequestHandler {
     template <class Serve>
     Outcome Guarded(const Request& request, Serve serve) noexcept;
     Outcome Dispatch(Request& request);
-    CQXBASE::MessageHolder Decode(Request& request) const;
+    CQXBASE::MessageHolder Decode(Request& request, RequestMemory& memory) const;
     Outcome TakeText(const Request& request, const std::wstring& text);
     Outcome Shake(const Request& request);
     Outcome Logout(const Request& request, const std::wstring& login);
@@ -43,6 +46,7 @@ class RequestHandler {
     CommandService& commands_;
     SessionTable& sessions_;
     const ReplyEncoder& encoder_;
+    const std::size_t mostMemory_;
 };
 
 }  // namespace CQXSERVER

@@ -12,16 +12,17 @@ namespace CQXSERVER {
 /// All are negative, so that they never look like a socket's or a database's number.
 enum class ServerError : std::int32_t {
     None = 0,
-    NotLoggedIn = -6001,         ///< the request needs a login first
-    WrongLogin = -6002,          ///< unknown user or wrong password
-    MalformedLogin = -6003,      ///< not "user|~|password" or "user|~|password|~|database"
-    TooManyFailures = -6004,     ///< wrong passwords in a row; wait
-    UnknownToken = -6005,        ///< forged, ended, or from before a restart
-    SessionExpired = -6006,      ///< unused or open for too long
-    AccountChanged = -6007,      ///< removed, or has a new password, since the login
-    UnknownDatabase = -6010,     ///< no configured database has this name
-    ForbiddenDatabase = -6011,   ///< the account may not use this database
-    FrameTooLarge = -6020,       ///< the request's body is over the limit; the connection closes
+    NotLoggedIn = -6001,        ///< the request needs a login first
+    WrongLogin = -6002,         ///< unknown user or wrong password
+    MalformedLogin = -6003,     ///< not "user|~|password" or "user|~|password|~|database"
+    TooManyFailures = -6004,    ///< wrong passwords in a row; wait
+    UnknownToken = -6005,       ///< forged, ended, or from before a restart
+    SessionExpired = -6006,     ///< unused or open for too long
+    AccountChanged = -6007,     ///< removed, or has a new password, since the login
+    UnknownDatabase = -6010,    ///< no configured database has this name
+    ForbiddenDatabase = -6011,  ///< the account may not use this database
+    FrameTooLarge =
+        -6020,  ///< the request is over the limit; if its body is, the connection closes
     UndecodableBody = -6021,     ///< the body is not what the request code promises
     UndecipherableBody = -6022,  ///< the body is no ciphertext of this protocol's key
     UnknownRequest = -6023,      ///< no request has this code

@@ -13,6 +13,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// How much more a request may take in memory than on its way: compressed columns grow.
+constexpr std::size_t kDecodedTimes = 4;
+
 void MakeDataDir(const std::string& dataDir) {
     if (dataDir.empty()) {
         throw OperatorError("no data folder given: use --data DIR");
@@ -61,7 +64,7 @@ Services::Services(const ServerOptions& options, const Clock& clock)
       throttle(clock),
       logins(accounts, sessions, throttle, databases, encoder),
       commands(logins, sessions, databases, encoder, options.limits.maxResultBytes),
-      handler(logins, commands, sessions, encoder) {
+      handler(logins, commands, sessions, encoder, kDecodedTimes * options.limits.maxFrameBytes) {
     AddDatabases(databases, options);
 }
 

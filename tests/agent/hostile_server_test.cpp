@@ -1,6 +1,5 @@
 // Replies of a server that lies: every byte of the header, every count, length and code of every
 // kind of body, and every place where a reply may end.
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,8 @@
 #include "messages/type_codes.h"
 #include "tests/agent/scripted_server.h"
 #include "tests/support/Frame.h"
+#include "tests/support/Lies.h"
+#include "tests/support/PeakMemory.h"
 
 namespace {
 
@@ -19,20 +20,7 @@ using namespace CQXDB;
 using qxdb_test::EncodeRecord;
 using qxdb_test::MakeFrame;
 
-/// Most memory that the process has had since ForgetPeak(), in bytes.
-std::size_t Peak() {
-    std::ifstream status("/proc/self/status");
-    std::string word;
-    std::size_t kib = 0;
-    while (status >> word && word != "VmHWM:") {
-    }
-    status >> kib;
-    return kib * 1024;
-}
-
-void ForgetPeak() {
-    std::ofstream("/proc/self/clear_refs") << 5;
-}
+constexpr std::size_t kMostMemory = std::size_t{64} << 20;
 
 QXRecordset Rows(int count) {
     QXRecordset rows;
@@ -44,27 +32,6 @@ QXRecordset Rows(int count) {
     }
     rows.FillDone();
     return rows;
-}
-
-/// Frames of which each differs from `frame` in one place, or ends early.
-std::vector<std::string> Lies(const std::string& frame) {
-    std::vector<std::string> lies;
-    for (std::size_t place = 0; place < CQXBASE::kFrameHeaderSize; ++place) {
-        for (const char byte : {'\0', '\1', '\x7f', '\x80', '\xff'}) {
-            lies.push_back(frame);
-            lies.back()[place] = byte;
-        }
-    }
-    for (std::size_t length = 0; length < frame.size(); ++length) {
-        lies.push_back(frame.substr(0, length));
-    }
-    for (std::size_t place = CQXBASE::kFrameHeaderSize; place < frame.size(); ++place) {
-        for (const char* word : {"\0\0\0\0", "\xff\xff\xff\x7f", "\xff\xff\xff\xff"}) {
-            lies.push_back(frame);
-            lies.back().replace(place, 4, word, std::min<std::size_t>(4, frame.size() - place));
-        }
-    }
-    return lies;
 }
 
 struct Kind {
@@ -107,19 +74,74 @@ TEST_P(HostileServer, NoLieHangsOrCostsMemory) {
                                          GetParam().body, GetParam().enciphered);
     server_.ReplyRaw(honest);
     ASSERT_EQ(Ask(), Outcome::Success);
-    ForgetPeak();
-    const std::size_t before = Peak();
-    for (const std::string& lie : Lies(honest)) {
+    const qxdb_test::PeakMemory memory;
+    for (const std::string& lie : qxdb_test::Lies(honest)) {
         server_.ReplyRaw(lie);
         const Outcome outcome = Ask();
         EXPECT_TRUE(outcome == Outcome::Error || lie.size() == honest.size())
             << lie.size() << " bytes were enough";
     }
     if (QXDB_MEASURES_MEMORY != 0) {
-        EXPECT_LT(Peak() - before, std::size_t{64} << 20);
+        EXPECT_LT(memory.Growth(), kMostMemory);
     }
     server_.ReplyRaw(honest);
     EXPECT_EQ(Ask(), Outcome::Success);
+}
+
+/// Rows that fill 256 KiB once they are compressed, and many times that in memory. When the frame
+/// ends early, or claims more rows than its bytes allow, they cost nothing.
+TEST(CompressedRows, TakeMemoryInProportionToTheirFrame) {
+    constexpr std::size_t kRows = std::size_t{128} * 256 * 1024 / 10 - 2000;
+    const std::string rows = qxdb_test::RecordsetBomb(kRows);
+    const std::string list = qxdb_test::RsListBomb(kRows);
+    std::string claiming = rows;
+    claiming.replace(16, 4, qxdb_test::WireNumber(kRows * 4 / 3));
+    const std::string frame = MakeFrame(CQXBASE::kQueryList, rows, false);
+    ASSERT_LT(rows.size(), std::size_t{256} << 10);
+    struct Case {
+        const char* name;
+        std::string frame;
+        int request;
+        bool good;
+        std::size_t mostMemory;
+    };
+    const Case cases[] = {
+        {"cut", frame.substr(0, frame.size() - 1), CQXBASE::kQueryList, false, kMostMemory / 16},
+        {"claiming", MakeFrame(CQXBASE::kQueryList, claiming, false), CQXBASE::kQueryList, false,
+         kMostMemory},
+        {"rows", frame, CQXBASE::kQueryList, true, kMostMemory},
+        {"enciphered", MakeFrame(CQXBASE::kQueryList, rows, true), CQXBASE::kQueryList, true,
+         kMostMemory},
+        {"list", MakeFrame(CQXBASE::kBatchQuery, list, false), CQXBASE::kBatchQuery, true,
+         kMostMemory},
+    };
+    for (const Case& each : cases) {
+        qxdb_test::ScriptedServer server;
+        server.ReplyRaw(each.frame);
+        DBAgent agent;
+        agent.init(L"127.0.0.1:" + std::to_wstring(server.Port()), {}, L"token", false);
+        QXCommandList commands;
+        commands.Add(QXCommand(L"SELECT 1"));
+        QXRecordset got;
+        QXRsList sets;
+        long code = 0;
+        std::wstring text;
+        const qxdb_test::PeakMemory memory;
+        if (each.request == CQXBASE::kQueryList) {
+            agent.OpenQuery(code, text, commands, got);
+        } else {
+            agent.BatchQry(code, text, commands, sets);
+        }
+        EXPECT_EQ(code == 0, each.good) << each.name;
+        EXPECT_EQ(got.RowCount() + (sets.Count() == 1 ? sets.At(0).RowCount() : 0),
+                  each.good ? kRows : 0)
+            << each.name;
+        const std::size_t growth = memory.Growth();
+        RecordProperty(std::string(each.name) + "_kib", static_cast<int>(growth / 1024));
+        if (QXDB_MEASURES_MEMORY != 0) {
+            EXPECT_LT(growth, each.mostMemory) << each.name;
+        }
+    }
 }
 
 template <class Record>

@@ -6,6 +6,8 @@
 
 #include "messages/type_codes.h"
 #include "tests/server/test_server.h"
+#include "tests/support/Lies.h"
+#include "tests/support/PeakMemory.h"
 
 namespace qxdb_test {
 namespace {
@@ -174,6 +176,85 @@ TEST(HostilePeer, NonsenseNeverStopsTheServer) {
     EXPECT_TRUE(http.AtEnd());
     EXPECT_EQ(client.Number(L"SELECT 1"), 1);
     EXPECT_TRUE(Eventually([&] { return server.Get().Stats().open == 1; }));
+}
+
+/// Reads what the server says until it closes; all of it must be frames.
+void HearOut(RawClient& client) {
+    client.FinishSending();
+    std::string said;
+    try {
+        said = client.ReadAll();
+    } catch (const std::runtime_error&) {
+        return;  // reset, since it had not read all
+    }
+    for (std::size_t at = 0; at < said.size();) {
+        ASSERT_LE(at + kFrameHeaderSize, said.size());
+        const FrameHeader header = DecodeFrameHeader(said.data() + at);
+        ASSERT_TRUE(header.typeCode == kErrorReply || IsRequest(header.typeCode));
+        at += kFrameHeaderSize + header.bodyLength;
+        ASSERT_LE(at, said.size());
+    }
+}
+
+TEST(HostilePeer, NoLieHangsTheServerOrCostsItMemory) {
+    TestServer server([](ServerOptions& options) { options.limits.maxSessions = 20; });
+    RawClient client = server.LoggedIn();
+    CQXDB::QXCommand select = client.Command(L"SELECT ?");
+    select.AddParam(CQXDB::QXValue::Int64(7));
+    CQXDB::QXCommandList list = client.List({L"SELECT 1", L"SELECT 2"});
+    QXOneString text(L"hello");
+    QXOneString login(L"ann|~|secret");
+    QXSimpleMsg greeting(L"ab", 0);
+    const std::string frames[] = {
+        MakeFrame(kQuery, EncodeRecord(select), false),
+        MakeFrame(kBatchQuery, EncodeRecord(list), false),
+        MakeFrame(kHandshake, EncodeRecord(greeting), true),
+        MakeFrame(kSendText, EncodeRecord(text), false),
+        MakeFrame(kVirtualLogout, EncodeRecord(login), false),
+    };
+    const PeakMemory memory;
+    for (const std::string& frame : frames) {
+        for (const std::string& lie : Lies(frame)) {
+            RawClient liar = server.Connect();
+            liar.SendBytes(lie);
+            ASSERT_NO_FATAL_FAILURE(HearOut(liar)) << testing::PrintToString(lie);
+        }
+    }
+    const std::size_t growth = memory.Growth();
+    testing::Test::RecordProperty("peak_kib", static_cast<int>(growth / kKiB));
+    if (QXDB_MEASURES_MEMORY != 0) {
+        EXPECT_LT(growth, 64 * kMiB);
+    }
+    EXPECT_EQ(server.LoggedIn().Number(L"SELECT 1"), 1);
+    EXPECT_TRUE(Eventually([&] { return server.Get().Stats().open == 1; }));
+}
+
+/// What a request takes once it is decoded is bounded like the request itself.
+TEST(HostilePeer, CompressedRequestsAreRefusedBeforeTheyTakeTheMemory) {
+    TestServer server([](ServerOptions& options) { options.limits.maxFrameBytes = 4 * kMiB; });
+    RawClient client = server.LoggedIn();
+    CQXDB::QXCommand select = client.Command(L"SELECT 1");
+    CQXDB::QXCommandList none = client.List({});
+    const auto command = [&](std::size_t count) {
+        return MakeFrame(kQuery, CommandBomb(EncodeRecord(select), count), false);
+    };
+    const auto list = [&](std::size_t count) {
+        return MakeFrame(kExecuteList, CommandListBomb(EncodeRecord(none), count), false);
+    };
+    const PeakMemory memory;
+    for (const std::string& frame :
+         {command(3 * kMiB), list(2 * kMiB), command(256 * kKiB), list(128 * kKiB)}) {
+        ASSERT_LT(frame.size(), 4 * kMiB);
+        client.SendBytes(frame);
+        EXPECT_EQ(client.Receive().Error(), Number(ServerError::FrameTooLarge)) << frame.size();
+    }
+    const std::size_t growth = memory.Growth();
+    testing::Test::RecordProperty("peak_kib", static_cast<int>(growth / kKiB));
+    if (QXDB_MEASURES_MEMORY != 0) {
+        EXPECT_LT(growth, 64 * kMiB);
+    }
+    client.SendBytes(list(1000));
+    EXPECT_EQ(client.Receive().code, kExecuteList) << "one that fits is served";
 }
 
 TEST(Limits, OneConnectionTooManyIsToldSo) {

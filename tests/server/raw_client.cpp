@@ -131,6 +131,15 @@ bool RawClient::AtEnd() {
     return ReadSome(&byte, 1) == 0;
 }
 
+std::string RawClient::ReadAll() {
+    std::string all;
+    char bytes[4096];
+    while (const std::size_t got = ReadSome(bytes, sizeof bytes)) {
+        all.append(bytes, got);
+    }
+    return all;
+}
+
 void RawClient::FinishSending() {
     stream_.close_writer();
 }

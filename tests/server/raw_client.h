@@ -52,6 +52,8 @@ class RawClient {
     bool Readable();
     /// True when the server has closed: nothing more comes.
     bool AtEnd();
+    /// All bytes until the server closes.
+    std::string ReadAll();
     void FinishSending();
     /// `hard` resets the connection, with nothing more sent.
     void Close(bool hard = false);
