@@ -92,7 +92,7 @@ class Sprawling : public QXIOBase {
 };
 
 TEST_F(FramePipe, BodyInSeveralBlocksIsWholeAndItsGapsAreZero) {
-    std::string(100000, 'x');  // leaves dirt where the blocks may come to lie
+    { const std::string dirt(100000, 'x'); }  // where the blocks may come to lie
     Sprawling record;
     OutgoingFrame frame(record);
     ASSERT_EQ(Send(frame, false), 0);

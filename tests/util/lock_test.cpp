@@ -1,7 +1,6 @@
 #include <atomic>
 #include <stdexcept>
 #include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -26,9 +25,9 @@ TEST(AutoLock, RegionsRunOneAfterTheOther) {
             inside.fetch_sub(1);
         }
     };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back(work);
+    std::thread threads[4];
+    for (std::thread& thread : threads) {
+        thread = std::thread(work);
     }
     for (std::thread& thread : threads) {
         thread.join();
