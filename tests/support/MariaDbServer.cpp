@@ -21,6 +21,8 @@ MariaDbServer::MariaDbServer(std::vector<std::string> more)
     : more_(std::move(more)), port_(FreePort()) {
     WriteFile(folder_.File("setup.sql"), kSetUp);
     std::vector<std::string> arguments{"--no-defaults", "--datadir=" + folder_.File("data"),
+                                       // A server that starts removes what it finds of others.
+                                       "--tmpdir=" + folder_.Path().string(),
                                        "--auth-root-authentication-method=normal",
                                        "--skip-test-db"};
     if (geteuid() == 0) {
@@ -38,6 +40,7 @@ MariaDbServer::~MariaDbServer() = default;
 void MariaDbServer::Start() {
     std::vector<std::string> arguments{"--no-defaults",
                                        "--datadir=" + folder_.File("data"),
+                                       "--tmpdir=" + folder_.Path().string(),
                                        "--port=" + std::to_string(port_),
                                        "--bind-address=127.0.0.1",
                                        "--socket=" + folder_.File("socket"),
