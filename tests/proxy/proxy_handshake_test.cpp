@@ -8,6 +8,7 @@
 
 #include "proxy/socket_io.h"
 #include "tests/proxy/scripted_peer.h"
+#include "tests/support/PeakMemory.h"
 
 namespace CQXBASE {
 namespace {
@@ -72,6 +73,55 @@ TEST(ProxyHandshake, APeerThatHangsUpFailsWithoutASignal) {
         }
         EXPECT_FALSE(taken);
     }
+}
+
+/// A proxy that gives these answers, each to a request of so many bytes, and hangs up.
+int AskLiar(const ProxyParam& proxy, const std::vector<ScriptedPeer::Step>& script) {
+    ScriptedPeer peer(script, ScriptedPeer::End::HangUp);
+    std::wstring errText;
+    const int result = ProxyHandshake(proxy, peer.Socket(), "10.0.0.5", 9000, errText);
+    EXPECT_LE(errText.size(), 512U);
+    return result;
+}
+
+/// Answers cut at each byte, with other bytes at each place, and with a flood behind them.
+TEST(ProxyHandshake, NoLieHangsOrCostsMemory) {
+    const std::string granted("\5\0\0\1\0\0\0\0\0\0", 10);
+    const std::string chosen("\5\2", 2);
+    const std::string welcome("\1\0", 2);
+    struct Case {
+        ProxyParam proxy;
+        std::vector<ScriptedPeer::Step> honest;
+    };
+    const Case cases[] = {
+        {{kProxyHttp, "", 0, "", ""}, {{50, "HTTP/1.1 200 Connection established\r\n\r\n"}}},
+        {{kProxySocks4, "", 0, "", ""}, {{9, std::string("\0\x5a\0\0\0\0\0\0", 8)}}},
+        {{kProxySocks5, "", 0, "u", "p"}, {{3, chosen}, {5, welcome}, {10, granted}}},
+    };
+    const qxdb_test::PeakMemory memory;
+    for (const Case& each : cases) {
+        ASSERT_EQ(kProxyDone, AskLiar(each.proxy, each.honest)) << each.proxy.type;
+        for (std::size_t step = 0; step < each.honest.size(); ++step) {
+            const std::string& answer = each.honest[step].answer;
+            std::vector<ScriptedPeer::Step> lying = each.honest;
+            lying[step].answer = answer + std::string(std::size_t{1} << 20, '\xff');
+            AskLiar(each.proxy, lying);
+            for (std::size_t place = 0; place < answer.size(); ++place) {
+                for (const char byte : {'\0', '\1', '\x7f', '\x80', '\xff'}) {
+                    lying[step].answer = answer;
+                    lying[step].answer[place] = byte;
+                    AskLiar(each.proxy, lying);
+                }
+            }
+            for (std::size_t length = 0; length < answer.size(); ++length) {
+                lying.resize(step + 1);  // a proxy that hangs up in the middle
+                lying[step].answer = answer.substr(0, length);
+                const int result = AskLiar(each.proxy, lying);
+                EXPECT_TRUE(length > 0 || result == kProxyFailed) << each.proxy.type << ' ' << step;
+            }
+        }
+    }
+    EXPECT_LT(memory.Growth(), std::size_t{64} << 20);
 }
 
 TEST(SocketIo, SendAllSendsMoreThanTheSocketBuffers) {

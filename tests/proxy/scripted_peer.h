@@ -13,6 +13,8 @@
 #include <ace/SOCK_Stream.h>
 #include <gtest/gtest.h>
 
+#include "proxy/socket_io.h"
+
 class ScriptedPeer {
   public:
     /// Waits for so many bytes, then answers.
@@ -56,7 +58,9 @@ class ScriptedPeer {
             total += step.awaited;
             while (received_.size() < total && ReceiveMore()) {
             }
-            peer_.send_n(step.answer.data(), step.answer.size());
+            // The client may be gone already, which is no signal.
+            CQXBASE::SendAll(peer_.get_handle(), step.answer.data(),
+                             static_cast<int>(step.answer.size()));
         }
         while (end == End::Listen && ReceiveMore()) {
         }
