@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace CQXDB::adapter {
 namespace {
@@ -46,8 +47,12 @@ SqliteTimer::SqliteTimer(sqlite3* db, std::chrono::milliseconds limit) : limit_(
 }
 
 int SqliteTimer::Expired(void* timer) noexcept {
-    const auto* const self = static_cast<const SqliteTimer*>(timer);
-    return std::chrono::steady_clock::now() > self->end_ ? 1 : 0;
+    auto* const self = static_cast<SqliteTimer*>(timer);
+    const auto now = std::chrono::steady_clock::now();
+    if (!std::exchange(self->counting_, true)) {
+        self->end_ = now + self->limit_;
+    }
+    return now > self->end_ ? 1 : 0;
 }
 
 }  // namespace CQXDB::adapter

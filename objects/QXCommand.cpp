@@ -13,31 +13,16 @@ const QXDataSource& DefaultDataSource() {
     return source;
 }
 
-const std::shared_ptr<const std::string>& EmptyText() {
-    static const auto empty = std::make_shared<const std::string>();
-    return empty;
-}
-
 }  // namespace
 
-QXCommand::QXCommand() : text_(EmptyText()) {}
+QXCommand::QXCommand() = default;
 QXCommand::QXCommand(std::wstring_view text) {
     SetText(text);
 }
 QXCommand::QXCommand(const QXCommand&) = default;
-QXCommand::QXCommand(QXCommand&& other) noexcept : QXCommand() {
-    *this = std::move(other);
-}
+QXCommand::QXCommand(QXCommand&&) noexcept = default;
 QXCommand& QXCommand::operator=(const QXCommand&) = default;
-QXCommand& QXCommand::operator=(QXCommand&& other) noexcept {
-    text_.swap(other.text_);
-    params_.swap(other.params_);
-    dataSource_.swap(other.dataSource_);
-    token_.swap(other.token_);
-    pageSize_ = other.pageSize_;
-    pageNo_ = other.pageNo_;
-    return *this;
-}
+QXCommand& QXCommand::operator=(QXCommand&&) noexcept = default;
 QXCommand::~QXCommand() = default;
 
 void QXCommand::SetText(std::wstring_view text) {
@@ -53,13 +38,19 @@ std::wstring QXCommand::Text() const {
 }
 
 const std::string& QXCommand::TextUtf8() const noexcept {
-    return *text_;
+    return *SharedText();
+}
+
+const std::shared_ptr<const std::string>& QXCommand::EmptyText() noexcept {
+    static const std::string empty;
+    static const std::shared_ptr<const std::string> shared(std::shared_ptr<void>(), &empty);
+    return shared;
 }
 
 void QXCommand::ReserveParams() {
     constexpr std::ptrdiff_t kMost = 256;  // a text may hold question marks of other meanings
-    params_.reserve(
-        static_cast<std::size_t>(std::min(std::count(text_->begin(), text_->end(), '?'), kMost)));
+    params_.reserve(static_cast<std::size_t>(
+        std::min(std::count(TextUtf8().begin(), TextUtf8().end(), '?'), kMost)));
 }
 
 void QXCommand::SetParam(std::size_t index, QXValue value) {

@@ -69,6 +69,13 @@ void Connection::Finish(Outcome outcome) {
     }
 }
 
+void Connection::Continue() {
+    if (state_ == State::Writing) {
+        starved_ = false;
+        Guarded([this] { Flush(); });
+    }
+}
+
 bool Connection::CloseIfLate(TimePoint now) {
     if (state_ == State::Closed || now < Deadline()) {
         return false;
@@ -156,8 +163,8 @@ void Connection::UpdateMask() {
     // Never no event at all: the reactor would keep a handler that is removed in that state.
     ACE_Reactor_Mask wanted = ACE_Event_Handler::EXCEPT_MASK;
     wanted |= read ? ACE_Event_Handler::READ_MASK : ACE_Event_Handler::NULL_MASK;
-    wanted |=
-        state_ == State::Writing ? ACE_Event_Handler::WRITE_MASK : ACE_Event_Handler::NULL_MASK;
+    wanted |= state_ == State::Writing && !starved_ ? ACE_Event_Handler::WRITE_MASK
+                                                    : ACE_Event_Handler::NULL_MASK;
     if (wanted != mask_) {
         mask_ = wanted;
         if (reactor()->mask_ops(this, wanted, ACE_Reactor::SET_MASK) == -1) {

@@ -33,6 +33,8 @@ class ConnectionHost {
     /// Receive buffer for the length of one event.
     virtual std::string& Scratch() = 0;
     virtual bool Stopping() const = 0;
+    /// Has Connection::Continue called, on the reactor's thread.
+    virtual ReplyBody::Wake Waker(ConnectionId id) = 0;
 };
 
 /// Lives on the reactor's thread alone. Serves one request after the other; what a client sends
@@ -52,6 +54,8 @@ class Connection : public ACE_Event_Handler {
     void Reject(ServerError error);
     /// Goes on with the outcome of the request under way.
     void Finish(Outcome outcome);
+    /// Goes on with a reply that had to be waited for.
+    void Continue();
     /// Closes the connection when its peer has kept it waiting for too long; true when it did.
     bool CloseIfLate(TimePoint now);
     /// True while the peer owes the next frame, or the rest of one.
@@ -92,6 +96,7 @@ class Connection : public ACE_Event_Handler {
     void Send(ReplyFrame reply);
     void Flush();
     bool FlushSome();
+    bool WriteSome(std::string_view body);
     void Sent();
     void Drain();
     void UpdateMask();
@@ -110,7 +115,8 @@ class Connection : public ACE_Event_Handler {
     bool peerFinished_ = false;  ///< the peer has shut its sending side down
     bool closing_ = false;       ///< no further request is taken
     std::optional<ReplyFrame> reply_;
-    std::string token_;  ///< accepted last; "" before a login
+    bool starved_ = false;  ///< nothing of the reply is ready to be sent
+    std::string token_;     ///< accepted last; "" before a login
     ACE_Reactor_Mask mask_ = ACE_Event_Handler::NULL_MASK;
 };
 

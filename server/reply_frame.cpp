@@ -63,7 +63,7 @@ ReplyFrame ReplyEncoder::Frame(std::uint32_t code, std::string body, bool enciph
         body = cipher_.Encipher(body);
     }
     header.bodyLength = static_cast<std::uint32_t>(body.size());
-    return {CQXBASE::EncodeFrameHeader(header), std::move(body), std::move(lease)};
+    return {CQXBASE::EncodeFrameHeader(header), std::move(body), std::move(lease), nullptr};
 }
 
 }  // namespace CQXSERVER

@@ -4,11 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <string>
 
 #include <qxdb/QXIOBase.h>
 
 #include "server/byte_budget.h"
+#include "server/reply_body.h"
 #include "server/server_error.h"
 #include "transport/frame.h"
 #include "transport/frame_cipher.h"
@@ -18,9 +20,12 @@ namespace CQXSERVER {
 struct ReplyFrame {
     CQXBASE::FrameHeaderBytes header;
     std::string body;
-    ByteLease lease;  ///< for `body`
+    ByteLease lease;                      ///< for the body
+    std::unique_ptr<ReplyBody> streamed;  ///< in place of `body`, for a large one
 
-    std::size_t Size() const noexcept { return header.size() + body.size(); }
+    std::size_t Size() const noexcept {
+        return header.size() + (streamed ? streamed->Size() : body.size());
+    }
 };
 
 /// Makes the replies of all connections. Thread-safe.

@@ -104,6 +104,18 @@ void Server::Submit(Request request) {
     ++stats_.running;
 }
 
+/// Prepared now, so that the call can't fail.
+ReplyBody::Wake Server::Waker(ConnectionId id) {
+    const auto tasks = std::make_shared<EventLoop::Tasks>();
+    tasks->emplace_back([this, id] {
+        const auto found = connections_.find(id);
+        if (found != connections_.end()) {
+            found->second->Continue();
+        }
+    });
+    return [this, tasks] { loop_.Post(*tasks); };
+}
+
 /// Lets a worker serve the request, or go on with what was put off.
 void Server::Hand(Place work, WorkerPool& pool) {
     if (work->delivery.empty()) {

@@ -63,6 +63,7 @@ class Server : private ConnectionHost {
     ByteBudget& Buffers() override { return services_.buffers; }
     std::string& Scratch() override { return scratch_; }
     bool Stopping() const override { return stopping_; }
+    ReplyBody::Wake Waker(ConnectionId id) override;
 
     void Accept(const ACE_SOCK_Stream& peer, const std::string& address);
     void Enlist(std::unique_ptr<Connection> connection, ConnectionId id, bool full);

@@ -1,7 +1,7 @@
 #include "server/streamed_reply.h"
 
 #include <algorithm>
-#include <string_view>
+#include <string>
 #include <utility>
 
 #include <ace/CDR_Stream.h>
@@ -12,27 +12,30 @@
 namespace CQXSERVER {
 namespace {
 
-/// Enough rows for a column's bytes to compress well, and few enough to keep both threads busy.
+/// Enough rows for a column's bytes to compress well, and few enough to keep all threads busy.
 constexpr std::size_t kPartRows = 16384;
 constexpr std::size_t kPartBytes = std::size_t{2} << 20;
+/// The first part is this much smaller, so that the other threads have something to do soon; each
+/// that follows is twice as large.
+constexpr std::size_t kFirstShare = 4;
 constexpr std::size_t kMostWaiting = 2;  ///< parts; the query waits when encoding falls behind
 
 constexpr int kLittleEndian = 1;
 constexpr std::size_t kFirstPiece = std::size_t{1} << 20;  ///< of a part's encoding
-/// How much of a body is enciphered ahead. It may yet grow too long to be enciphered at all.
-constexpr std::size_t kEncipheredAhead = CQXBASE::kMaxEncipheredBody / 2;
 
 }  // namespace
 
 StreamedReply::StreamedReply(const ReplyEncoder& encoder, bool encipher)
     : encoder_(encoder),
-      sink_{kPartRows, kPartBytes,
+      sink_{kPartRows / kFirstShare, kPartBytes / kFirstShare,
             [this](CQXDB::QXRecordset&& rows) {
                 begun_ = true;
+                sink_.rows = std::min(2 * sink_.rows, kPartRows);
+                sink_.bytes = std::min(2 * sink_.bytes, kPartBytes);
                 Take({std::move(rows), false});
             }},
       lease_(encoder.Budget()),
-      encipher_(encipher) {}
+      body_(std::make_unique<ReplyBody>(encipher ? &encoder.Cipher() : nullptr)) {}
 
 StreamedReply::~StreamedReply() {
     Join();
@@ -77,7 +80,7 @@ void StreamedReply::Work() {
 void StreamedReply::Encode(Part& part) {
     // The rows' memory stands for their encoding, which would take a pass over all rows to
     // foretell.
-    if (!lease_.GrowTo(plain_.size() + part.rows.MemoryBytes())) {
+    if (!lease_.GrowTo(body_->PlainSize() + part.rows.MemoryBytes())) {
         throw RequestRefused(ServerError::OutOfBuffers);
     }
     // Zero where nothing is written: alignment bytes travel too.
@@ -86,30 +89,20 @@ void StreamedReply::Encode(Part& part) {
     if (part.rows.PartToCDR(out, first_, part.last) == 0) {
         throw RequestRefused(ServerError::Internal);
     }
-    if (out.total_length() > ReplyEncoder::kLongestBody - plain_.size()) {
+    if (out.total_length() > ReplyEncoder::kLongestBody - body_->PlainSize()) {
         throw RequestRefused(ServerError::ResultTooLarge);
     }
     first_ = false;
     // A part ends aligned for the next one.
+    std::string encoded;
+    encoded.reserve(out.total_length());
     for (const ACE_Message_Block* piece = out.begin(); piece != nullptr; piece = piece->cont()) {
-        plain_.append(piece->rd_ptr(), piece->length());
+        encoded.append(piece->rd_ptr(), piece->length());
     }
-    if (!lease_.GrowTo(plain_.size())) {
+    if (!lease_.GrowTo(body_->PlainSize() + encoded.size())) {
         throw RequestRefused(ServerError::OutOfBuffers);
     }
-    if (encipher_) {
-        Encipher(std::min(plain_.size(), kEncipheredAhead));
-    }
-}
-
-void StreamedReply::Encipher(std::size_t upTo) {
-    if (!cipher_) {
-        cipher_.emplace(encoder_.Cipher());
-    }
-    if (upTo > enciphered_) {
-        cipher_->Add(std::string_view(plain_).substr(enciphered_, upTo - enciphered_));
-        enciphered_ = upTo;
-    }
+    body_->Add(std::move(encoded));
 }
 
 void StreamedReply::Join() {
@@ -133,15 +126,12 @@ void StreamedReply::Check() {
 ReplyFrame StreamedReply::Finish(std::uint32_t code, CQXDB::QXRecordset last) {
     Take({std::move(last), true});
     Check();
+    body_->Close();
     CQXBASE::FrameHeader header;
     header.typeCode = code;
-    if (encipher_ && plain_.size() <= CQXBASE::kMaxEncipheredBody) {
-        header.plainLength = static_cast<std::uint32_t>(plain_.size());
-        Encipher(plain_.size());
-        plain_ = cipher_->Finish();
-    }
-    header.bodyLength = static_cast<std::uint32_t>(plain_.size());
-    return {CQXBASE::EncodeFrameHeader(header), std::move(plain_), std::move(lease_)};
+    header.bodyLength = static_cast<std::uint32_t>(body_->Size());
+    header.plainLength = static_cast<std::uint32_t>(body_->Enciphered() ? body_->PlainSize() : 0);
+    return {CQXBASE::EncodeFrameHeader(header), {}, std::move(lease_), std::move(body_)};
 }
 
 }  // namespace CQXSERVER

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <deque>
 #include <exception>
+#include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 
@@ -16,8 +16,8 @@
 
 namespace CQXSERVER {
 
-/// Encodes and enciphers the parts of a result on a thread of its own, which starts with the first
-/// part; a small result has none. To be used by one thread.
+/// Encodes the parts of a result on a thread of its own, which starts with the first part, and has
+/// them enciphered on a further one; a small result has neither. To be used by one thread.
 class StreamedReply {
   public:
     /// `encoder` is borrowed.
@@ -45,7 +45,6 @@ class StreamedReply {
     void Take(Part part);
     void Work();
     void Encode(Part& part);
-    void Encipher(std::size_t upTo);
     void Join();
 
     const ReplyEncoder& encoder_;
@@ -61,11 +60,8 @@ class StreamedReply {
 
     // The encoding thread's, until it has ended.
     ByteLease lease_;
-    std::string plain_;
+    std::unique_ptr<ReplyBody> body_;
     bool first_ = true;
-    bool encipher_;
-    std::size_t enciphered_ = 0;                          ///< bytes of plain_ that are in cipher_
-    std::optional<CQXBASE::FrameCipher::Stream> cipher_;  ///< once something is enciphered
 };
 
 }  // namespace CQXSERVER

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <new>
-#include <utility>
 
 #include <Poco/Crypto/CipherKey.h>
 #include <Poco/Exception.h>
@@ -91,14 +90,23 @@ std::string FrameCipher::Encipher(std::string_view plain) const {
     return stream.Finish();
 }
 
-std::string FrameCipher::Decipher(std::string_view cipherText) const {
+std::string FrameCipher::Decipher(std::string_view cipherText, std::string begun) const {
     Require(!cipherText.empty() && cipherText.size() % kBlock == 0, kNoPlainText);
-    std::string plain(cipherText.size(), '\0');
-    DecipherBlocks(vector_.data(), cipherText.data(), plain.data(), plain.size());
-    const std::size_t padding = PaddingOf(plain);
+    DecipherOn(cipherText, begun);
+    const std::size_t padding = PaddingOf(begun);
     Require(padding != 0, kNoPlainText);
-    plain.resize(plain.size() - padding);
-    return plain;
+    begun.resize(begun.size() - padding);
+    return begun;
+}
+
+void FrameCipher::DecipherOn(std::string_view arrived, std::string& plain) const {
+    const std::size_t start = plain.size();
+    const std::size_t end = arrived.size() / kBlock * kBlock;
+    if (start < end) {
+        plain.resize(end);
+        DecipherBlocks(start == 0 ? vector_.data() : Bytes(arrived.data() + start - kBlock),
+                       arrived.data() + start, plain.data() + start, end - start);
+    }
 }
 
 void FrameCipher::DecipherBlocks(const unsigned char* previous, const char* cipherText, char* plain,
@@ -129,7 +137,7 @@ std::string FrameCipher::Stream::Finish() {
     Require(EVP_CipherFinal_ex(context_.get(), Bytes(cipherText_.data() + start), &count) == 1 &&
                 count == static_cast<int>(kBlock),
             kNoCipherText);
-    return std::move(cipherText_);
+    return Take();
 }
 
 }  // namespace CQXBASE

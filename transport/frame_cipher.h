@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <openssl/evp.h>
 
@@ -26,7 +27,11 @@ class FrameCipher {
 
     /// Plaintext, 1 to 16 bytes shorter than `cipherText`. Throws Poco::Exception when the length
     /// is no positive multiple of 16 or the padding is wrong, std::bad_alloc.
-    std::string Decipher(std::string_view cipherText) const;
+    /// `begun` is what DecipherOn has made of its beginning.
+    std::string Decipher(std::string_view cipherText, std::string begun = {}) const;
+    /// Adds to `plain`, which DecipherOn made of the first bytes, the further whole blocks that
+    /// have arrived of a body, the last with padding.
+    void DecipherOn(std::string_view arrived, std::string& plain) const;
 
     /// Length of the ciphertext of `plainLength` bytes.
     static constexpr std::size_t CipherLength(std::size_t plainLength) noexcept {
@@ -56,7 +61,9 @@ class FrameCipher {
       public:
         explicit Stream(const FrameCipher& cipher);
         void Add(std::string_view plain);
-        /// The whole ciphertext; nothing can be added then.
+        /// The ciphertext that there is and wasn't taken before.
+        std::string Take() noexcept { return std::exchange(cipherText_, std::string()); }
+        /// The rest of it; nothing can be added then.
         std::string Finish();
 
       private:

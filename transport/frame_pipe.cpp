@@ -1,4 +1,5 @@
 // A frame between its object and the wire: header, encipherment, decipherment.
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <exception>
@@ -118,7 +119,7 @@ int QXIO::pipe_before_send(ACE_OutputCDR& body, ACE_OutputCDR& header, unsigned 
 }
 
 void QXIO::derive_ahead() {
-    rxCipher_.reset();
+    forget_ahead();
 #if !QXDB_KEEP_FRAME_KEY
     if (std::exchange(encipheredAnswer_, false)) {
         try {
@@ -128,6 +129,26 @@ void QXIO::derive_ahead() {
         }
     }
 #endif
+}
+
+void QXIO::decipher_arrived() {
+    if (rxCipher_ == nullptr || rxPlainLength_ == 0) {
+        return;
+    }
+    const std::string_view arrived(rxBlock_->rd_ptr() + kFrameHeaderSize,
+                                   rxBlock_->length() - kFrameHeaderSize);
+    try {
+        // No more memory ahead of the bytes than the block has.
+        rxBegun_.reserve(std::min<std::size_t>(rxBodyLength_, rxBlock_->capacity()));
+        rxCipher_->DecipherOn(arrived, rxBegun_);
+    } catch (const std::exception& /*error*/) {
+        forget_ahead();  // all is done again when the body is there, and what fails is told then
+    }
+}
+
+void QXIO::forget_ahead() noexcept {
+    rxCipher_.reset();
+    rxBegun_ = std::string();
 }
 
 int QXIO::pipe_before_recv(char*& data, unsigned& length, std::string& plainText,
@@ -152,8 +173,9 @@ int QXIO::pipe_before_recv(char*& data, unsigned& length, std::string& plainText
     const auto work = [&] {
         const std::unique_ptr<FrameCipher> cipher = std::move(rxCipher_);
         const std::string_view cipherText(body, header.bodyLength);
-        plainText = cipher != nullptr ? cipher->Decipher(cipherText)
-                                      : CipherOfAFrame().Decipher(cipherText);
+        plainText = cipher != nullptr
+                        ? cipher->Decipher(cipherText, std::exchange(rxBegun_, std::string()))
+                        : CipherOfAFrame().Decipher(cipherText);
         if (plainText.size() != length) {
             QXDB_THROW(L"deciphered length is not that of the header.", L"qxio", kReceive);
         }

@@ -163,6 +163,9 @@ class QXIO : public ACE_Handler {
     /// Derives the key of the frame that is to be received, if a frame was enciphered before: while
     /// the peer is at work on its answer.
     void derive_ahead();
+    /// Deciphers what has arrived of a body, if its key is there.
+    void decipher_arrived();
+    void forget_ahead() noexcept;
     void take_header(const char* bytes);
     int hand_out_plain(char*& data, unsigned& length, unsigned& typeCode) const;
 
@@ -230,8 +233,8 @@ class QXIO : public ACE_Handler {
     std::uint32_t rxBodyLength_ = 0;
     std::uint32_t rxPlainLength_ = 0;
     bool encipheredAnswer_ = false;  ///< an enciphered frame was sent, and nothing received since
-    std::unique_ptr<FrameCipher>
-        rxCipher_;  ///< for the next frame to decipher; null: not derived yet
+    std::unique_ptr<FrameCipher> rxCipher_;  ///< of the next frame; null: not derived yet
+    std::string rxBegun_;                    ///< what it has made of the body under way
 
     ACE_SOCK_Stream* peer_ = nullptr;  ///< owned when ownsStream_ is set; null when not connected
     std::unique_ptr<ACE_Handle_Set> handleSet_;

@@ -22,6 +22,7 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
     QXCommand();
     explicit QXCommand(std::wstring_view text);
     QXCommand(const QXCommand&);
+    /// A command that was moved from is one without a text and parameters.
     QXCommand(QXCommand&&) noexcept;
     QXCommand& operator=(const QXCommand&);
     QXCommand& operator=(QXCommand&&) noexcept;
@@ -33,7 +34,9 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
     const std::string& TextUtf8() const noexcept;
     /// The statement text, shared with the command's copies. Two commands of the same pointer have
     /// the same text; never null.
-    const std::shared_ptr<const std::string>& SharedText() const noexcept { return text_; }
+    const std::shared_ptr<const std::string>& SharedText() const noexcept {
+        return text_ ? text_ : EmptyText();
+    }
 
     void AddParam(QXValue value) {
         if (params_.capacity() == 0) {
@@ -65,10 +68,11 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
     std::size_t size() override;
 
   private:
+    static const std::shared_ptr<const std::string>& EmptyText() noexcept;
     /// Makes room for a parameter a question mark.
     void ReserveParams();
 
-    std::shared_ptr<const std::string> text_;  ///< UTF-8; never null
+    std::shared_ptr<const std::string> text_;  ///< UTF-8; null stands for an empty one
     std::vector<QXValue> params_;
     std::shared_ptr<const QXDataSource> dataSource_;  ///< null stands for a default one
     std::wstring token_;
