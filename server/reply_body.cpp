@@ -119,8 +119,9 @@ void ReplyBody::EncipherNext(std::unique_lock<std::mutex>& lock) {
         Publish(lock, std::move(text));
     }
     ahead_ += piece.size();
-    if (state_ == State::Enciphered) {
-        piece = std::string();
+    // Until the body is closed they may yet have to travel as they are.
+    for (; state_ == State::Enciphered && dropped_ < next_; ++dropped_) {
+        plain_[dropped_] = std::string();
     }
 }
 

@@ -75,6 +75,7 @@ class ReplyBody {
     std::deque<std::string> plain_;
     std::size_t next_ = 0;                ///< the piece of plain_ that is enciphered next
     std::size_t ahead_ = 0;               ///< bytes of those before it
+    std::size_t dropped_ = 0;             ///< those of which only the ciphertext is left
     std::deque<std::string> cipherText_;  ///< of those before it, less what has been sent
     Wake wake_;                           ///< set while the sender waits
 };

@@ -75,8 +75,10 @@ class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
     struct Remembered {
         Remembered() = default;
         Remembered(const Remembered& /*other*/) noexcept {}
-        Remembered& operator=(const Remembered& /*other*/) noexcept {
-            groups.reset();
+        Remembered& operator=(const Remembered& other) noexcept {
+            if (this != &other) {
+                groups.reset();
+            }
             return *this;
         }
         Groups groups;  ///< atomic where a const list is concerned
