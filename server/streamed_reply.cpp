@@ -26,8 +26,7 @@ constexpr std::size_t kFirstPiece = std::size_t{1} << 20;  ///< of a part's enco
 }  // namespace
 
 StreamedReply::StreamedReply(const ReplyEncoder& encoder, bool encipher)
-    : encoder_(encoder),
-      sink_{kPartRows / kFirstShare, kPartBytes / kFirstShare,
+    : sink_{kPartRows / kFirstShare, kPartBytes / kFirstShare,
             [this](CQXDB::QXRecordset&& rows) {
                 begun_ = true;
                 sink_.rows = std::min(2 * sink_.rows, kPartRows);

@@ -20,7 +20,7 @@ namespace CQXSERVER {
 /// them enciphered on a further one; a small result has neither. To be used by one thread.
 class StreamedReply {
   public:
-    /// `encoder` is borrowed.
+    /// What `encoder` holds is borrowed.
     StreamedReply(const ReplyEncoder& encoder, bool encipher);
     StreamedReply(const StreamedReply&) = delete;
     StreamedReply& operator=(const StreamedReply&) = delete;
@@ -47,7 +47,6 @@ class StreamedReply {
     void Encode(Part& part);
     void Join();
 
-    const ReplyEncoder& encoder_;
     CQXDB::RowSink sink_;
     bool begun_ = false;
     std::thread thread_;
