@@ -75,14 +75,16 @@ TEST(ReplyBody, OneThatGrowsTooLongStaysPlain) {
     const std::string piece = Piece(CQXBASE::kMaxEncipheredBody / 4, 0);
     for (const std::size_t over : {0U, 1U}) {
         ReplyBody body(&cipher);
+        std::string whole;
         for (int i = 0; i < 4; ++i) {
             body.Add(piece);
+            whole += piece;
         }
         body.Add(std::string(over, 'x'));
+        whole.append(over, 'x');
         body.Close();
         EXPECT_EQ(body.Enciphered(), over == 0);
         const std::string sent = Sent(body, std::size_t{1} << 20);
-        const std::string whole = piece + piece + piece + piece + std::string(over, 'x');
         EXPECT_TRUE((over == 0 ? cipher.Decipher(sent) : sent) == whole);
     }
 }
