@@ -1,13 +1,15 @@
 #include <qxdb/DBMgr.h>
 
+#include "adapter/database.h"
 #include "adapter/pool_registry.h"
-#include "adapter/sqlite_open.h"
 
 namespace CQXDB {
 namespace {
 
 adapter::PoolRegistry& Pools() {
-    static adapter::PoolRegistry pools(adapter::MakeSqlitePool);
+    static adapter::PoolRegistry pools([](const QXDataSource& dataSource) {
+        return adapter::EmbeddedDatabase().makeEmbeddedPool(dataSource);
+    });
     return pools;
 }
 

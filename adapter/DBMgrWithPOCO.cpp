@@ -1,13 +1,19 @@
 #include <qxdb/DBMgrWithPOCO.h>
 
-#include "adapter/poco_pools.h"
+#include "adapter/database.h"
 #include "adapter/pool_registry.h"
 
 namespace CQXDB {
 namespace {
 
 adapter::PoolRegistry& Pools() {
-    static adapter::PoolRegistry pools(adapter::MakePocoPool, adapter::ChangesDatabase);
+    static adapter::PoolRegistry pools(
+        [](const QXDataSource& dataSource) {
+            return adapter::DatabaseOf(dataSource).makePool(dataSource);
+        },
+        [](const QXDataSource& dataSource) {
+            return adapter::DatabaseOf(dataSource).changesDatabase;
+        });
     return pools;
 }
 

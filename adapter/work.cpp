@@ -7,7 +7,7 @@
 
 #include "adapter/database_error.h"
 #include "adapter/statement_text.h"
-#include "objects/command_groups.h"
+#include "objects/encoding/command_groups.h"
 
 namespace CQXDB::adapter {
 namespace {

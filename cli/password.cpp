@@ -6,7 +6,7 @@
 #include <Poco/Environment.h>
 
 #include "cli/exit_status.h"
-#include "platform/password_prompt.h"
+#include "platform/console/password_prompt.h"
 
 namespace CQXCLI {
 

@@ -3,7 +3,7 @@
 
 #include <atomic>
 
-#include "platform/stop_signals.h"
+#include "platform/console/stop_signals.h"
 
 namespace CQXCLI {
 

@@ -1,6 +1,12 @@
-# qxdb_internal_library(FOLDER sources...): the static library qxdb_FOLDER of one folder.
+# qxdb_internal_library(FOLDER [OBJECT] sources...): the static library qxdb_FOLDER of one folder, or its
+# object files.
 function(qxdb_internal_library name)
-  add_library(qxdb_${name} STATIC ${ARGN})
+  cmake_parse_arguments(L "OBJECT" "" "" ${ARGN})
+  if(L_OBJECT)
+    add_library(qxdb_${name} OBJECT ${L_UNPARSED_ARGUMENTS})
+  else()
+    add_library(qxdb_${name} STATIC ${L_UNPARSED_ARGUMENTS})
+  endif()
   target_link_libraries(qxdb_${name} PUBLIC qxdb_options)
 endfunction()
 

@@ -30,7 +30,7 @@ foreach(product IN ITEMS "qxdb_objects:value objects" "qxdb_adapter:database man
   endif()
 endforeach()
 if(TARGET qxdb_agent)
-  target_sources(qxdb_agent PRIVATE "${PROJECT_SOURCE_DIR}/platform/string_table.rc")
+  target_sources(qxdb_agent PRIVATE "${PROJECT_SOURCE_DIR}/platform/text/string_table.rc")
 endif()
 
 # Exceptions cross from one DLL to another, so all of them share the compiler's own runtime DLLs.

@@ -1,6 +1,6 @@
 #include "errors/caught_exception.h"
 
-#include "platform/thread_cancellation.h"
+#include "platform/faults/thread_cancellation.h"
 #include "util/text.h"
 
 namespace CQXBASE {

@@ -2,8 +2,8 @@
 
 #include "errors/fault_names.h"
 #include "errors/qx_exception.h"
-#include "platform/error_text.h"
-#include "platform/fault_hooks.h"
+#include "platform/faults/hooks.h"
+#include "platform/text/error_text.h"
 
 namespace CQXBASE {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/fault_record.h"
+#include "platform/faults/hooks.h"
 
 namespace CQXBASE {
 

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "platform/printf_like.h"
+#include "platform/text/printf_like.h"
 
 namespace CQXBASE {
 

@@ -1,7 +1,7 @@
 // The extent in which faults of the calling thread become exceptions.
 #pragma once
 
-#include "platform/fault_hooks.h"
+#include "platform/faults/hooks.h"
 
 namespace CQXBASE {
 

@@ -12,8 +12,8 @@
 #include <qxdb/QXRsList.h>
 
 #include "messages/session_records.h"
-#include "objects/bounded_input.h"
-#include "objects/cdr_fields.h"
+#include "objects/encoding/bounded_input.h"
+#include "objects/encoding/cdr_fields.h"
 
 namespace CQXBASE {
 namespace {

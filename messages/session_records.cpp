@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "objects/cdr_fields.h"
+#include "objects/encoding/cdr_fields.h"
 
 namespace CQXBASE {
 

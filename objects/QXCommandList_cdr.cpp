@@ -3,10 +3,10 @@
 
 #include <qxdb/QXCommandList.h>
 
-#include "objects/column_head.h"
-#include "objects/command_groups.h"
-#include "objects/command_stamp.h"
-#include "objects/format_version.h"
+#include "objects/encoding/column_head.h"
+#include "objects/encoding/command_groups.h"
+#include "objects/encoding/command_stamp.h"
+#include "objects/encoding/format_version.h"
 
 namespace CQXDB {
 

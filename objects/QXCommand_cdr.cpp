@@ -1,9 +1,9 @@
 #include <qxdb/QXCommand.h>
 
-#include "objects/column_stream.h"
-#include "objects/command_stamp.h"
-#include "objects/command_weights.h"
-#include "objects/format_version.h"
+#include "objects/encoding/column_stream.h"
+#include "objects/encoding/command_stamp.h"
+#include "objects/encoding/command_weights.h"
+#include "objects/encoding/format_version.h"
 
 namespace CQXDB {
 namespace {

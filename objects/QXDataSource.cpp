@@ -1,6 +1,6 @@
 #include <qxdb/QXDataSource.h>
 
-#include "objects/cdr_fields.h"
+#include "objects/encoding/cdr_fields.h"
 
 namespace CQXDB {
 

@@ -3,6 +3,7 @@
 #include <qxdb/QXRecordset.h>
 
 #include "objects/value_conversion.h"
+#include "util/double_bits.h"
 #include "util/text.h"
 
 namespace CQXDB {
@@ -38,7 +39,7 @@ ValueView ViewOf(const QXColumn& column, std::size_t row) {
         case QXValueType::Blob:
             return {type, 0, column.BytesAt(row)};
         case QXValueType::Double:
-            return {type, DoubleToBits(column.DoubleAt(row)), {}};
+            return {type, CQXBASE::DoubleToBits(column.DoubleAt(row)), {}};
         default:
             return {type, column.Int64At(row), {}};
     }

@@ -1,9 +1,9 @@
 #include <qxdb/QXRecordset.h>
 
-#include "objects/cdr_fields.h"
-#include "objects/column_stream.h"
-#include "objects/format_version.h"
-#include "objects/read_whole.h"
+#include "objects/encoding/cdr_fields.h"
+#include "objects/encoding/column_stream.h"
+#include "objects/encoding/format_version.h"
+#include "objects/encoding/read_whole.h"
 
 namespace CQXDB {
 namespace {

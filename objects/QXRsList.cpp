@@ -1,8 +1,8 @@
 #include <qxdb/QXRsList.h>
 
-#include "objects/cdr_fields.h"
-#include "objects/format_version.h"
-#include "objects/read_whole.h"
+#include "objects/encoding/cdr_fields.h"
+#include "objects/encoding/format_version.h"
+#include "objects/encoding/read_whole.h"
 
 namespace CQXDB {
 namespace {

@@ -1,6 +1,7 @@
 #include <qxdb/QXValue.h>
 
 #include "objects/value_conversion.h"
+#include "util/double_bits.h"
 #include "util/text.h"
 
 namespace CQXDB {
@@ -14,7 +15,7 @@ QXValue QXValue::Int64(std::int64_t value) {
 }
 
 QXValue QXValue::Double(double value) {
-    return {QXValueType::Double, DoubleToBits(value)};
+    return {QXValueType::Double, CQXBASE::DoubleToBits(value)};
 }
 
 QXValue QXValue::Decimal(std::string_view text) {
@@ -58,7 +59,7 @@ double QXValue::AsDouble() const noexcept {
 }
 
 double QXValue::RawDouble() const noexcept {
-    return type_ == QXValueType::Double ? BitsToDouble(number_) : 0;
+    return type_ == QXValueType::Double ? CQXBASE::BitsToDouble(number_) : 0;
 }
 
 std::string QXValue::ToUtf8() const {

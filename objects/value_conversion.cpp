@@ -1,12 +1,12 @@
 #include "objects/value_conversion.h"
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 #include <qxdb/QXDateTime.h>
 
 #include "objects/number_text.h"
+#include "util/double_bits.h"
 
 namespace CQXDB {
 namespace {
@@ -50,18 +50,6 @@ std::string Hex(std::string_view bytes) {
 
 }  // namespace
 
-double BitsToDouble(std::int64_t bits) noexcept {
-    double value = 0;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
-std::int64_t DoubleToBits(double value) noexcept {
-    std::int64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
-
 bool ToBool(const ValueView& value) noexcept {
     return (value.type == QXValueType::Text && IsTrueWord(value.bytes)) || ToDouble(value) != 0;
 }
@@ -69,7 +57,7 @@ bool ToBool(const ValueView& value) noexcept {
 std::int64_t ToInt64(const ValueView& value) noexcept {
     switch (value.type) {
         case QXValueType::Double:
-            return Saturate(BitsToDouble(value.number));
+            return Saturate(CQXBASE::BitsToDouble(value.number));
         case QXValueType::Decimal:
         case QXValueType::Text:
             return ParseInt64(value.bytes);
@@ -81,7 +69,7 @@ std::int64_t ToInt64(const ValueView& value) noexcept {
 double ToDouble(const ValueView& value) noexcept {
     switch (value.type) {
         case QXValueType::Double:
-            return BitsToDouble(value.number);
+            return CQXBASE::BitsToDouble(value.number);
         case QXValueType::Decimal:
         case QXValueType::Text:
             return ParseDouble(value.bytes);
@@ -97,7 +85,7 @@ std::string ToUtf8(const ValueView& value) {
         case QXValueType::Int64:
             return std::to_string(value.number);
         case QXValueType::Double:
-            return FormatDouble(BitsToDouble(value.number));
+            return FormatDouble(CQXBASE::BitsToDouble(value.number));
         case QXValueType::Decimal:
         case QXValueType::Text:
             return std::string(value.bytes);

@@ -16,9 +16,6 @@ struct ValueView {
     std::string_view bytes;
 };
 
-double BitsToDouble(std::int64_t bits) noexcept;
-std::int64_t DoubleToBits(double value) noexcept;
-
 bool ToBool(const ValueView& value) noexcept;
 std::int64_t ToInt64(const ValueView& value) noexcept;
 double ToDouble(const ValueView& value) noexcept;

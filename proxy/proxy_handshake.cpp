@@ -2,7 +2,7 @@
 
 #include <ace/Flag_Manip.h>
 
-#include "platform/socket_handshake.h"
+#include "platform/sockets/handshake.h"
 #include "proxy/socket_io.h"
 
 namespace CQXBASE {

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "platform/socket_handshake.h"
+#include "platform/sockets/handshake.h"
 
 namespace CQXBASE {
 

@@ -5,7 +5,7 @@
 #include <ace/Message_Block.h>
 
 #include "errors/caught_exception.h"
-#include "platform/socket_errors.h"
+#include "platform/sockets/errors.h"
 #include "transport/frame.h"
 #include "transport/qxio.h"
 #include "transport/result_codes.h"

@@ -6,7 +6,7 @@
 #include <ace/os_include/netinet/os_tcp.h>
 
 #include "errors/caught_exception.h"
-#include "platform/socket_errors.h"
+#include "platform/sockets/errors.h"
 #include "transport/outgoing_frame.h"
 #include "transport/qxio.h"
 

@@ -4,8 +4,8 @@
 #include <ace/OS_NS_sys_socket.h>
 #include <ace/SOCK_Connector.h>
 
-#include "platform/socket_errors.h"
-#include "platform/socket_options.h"
+#include "platform/sockets/errors.h"
+#include "platform/sockets/options.h"
 #include "proxy/proxy_handshake.h"
 #include "transport/qxio.h"
 #include "util/text.h"

@@ -11,7 +11,7 @@
 #include <ace/CDR_Stream.h>
 
 #include "errors/caught_exception.h"
-#include "platform/socket_errors.h"
+#include "platform/sockets/errors.h"
 #include "transport/frame.h"
 #include "transport/frame_cipher.h"
 #include "transport/qxio.h"

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "errors/qx_exception.h"
-#include "objects/cdr_memory.h"
+#include "objects/encoding/cdr_memory.h"
 
 namespace CQXBASE {
 namespace {

@@ -3,8 +3,8 @@
 #include <cerrno>
 
 #include "errors/caught_exception.h"
-#include "platform/error_text.h"
-#include "platform/socket_errors.h"
+#include "platform/sockets/errors.h"
+#include "platform/text/error_text.h"
 #include "transport/frame_cipher.h"
 #include "util/text.h"
 

@@ -16,8 +16,8 @@
 
 #include <qxdb/QXIOBase.h>
 
-#include "platform/proactor.h"
-#include "platform/socket_options.h"
+#include "platform/sockets/options.h"
+#include "platform/sockets/proactor.h"
 #include "transport/receive_block.h"
 #include "transport/transport_log.h"
 

@@ -5,8 +5,8 @@
 #include <limits>
 
 #include "errors/caught_exception.h"
-#include "platform/socket_errors.h"
-#include "platform/socket_transfer.h"
+#include "platform/sockets/errors.h"
+#include "platform/sockets/transfer.h"
 #include "transport/qxio.h"
 #include "transport/result_codes.h"
 #include "util/text.h"

@@ -3,9 +3,9 @@
 #include <cerrno>
 
 #include "errors/caught_exception.h"
-#include "platform/socket_errors.h"
-#include "platform/socket_transfer.h"
-#include "platform/string_table.h"
+#include "platform/sockets/errors.h"
+#include "platform/sockets/transfer.h"
+#include "platform/text/string_table.h"
 #include "transport/frame.h"
 #include "transport/qxio.h"
 #include "transport/result_codes.h"

@@ -2,8 +2,8 @@
 #include <cerrno>
 
 #include "errors/caught_exception.h"
-#include "platform/socket_errors.h"
-#include "platform/socket_transfer.h"
+#include "platform/sockets/errors.h"
+#include "platform/sockets/transfer.h"
 #include "transport/outgoing_frame.h"
 #include "transport/qxio.h"
 #include "transport/result_codes.h"

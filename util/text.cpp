@@ -1,6 +1,6 @@
 #include "util/text.h"
 
-#include "platform/code_page.h"
+#include "platform/text/code_page.h"
 
 namespace CQXBASE {
 

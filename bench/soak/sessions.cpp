@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "messages/type_codes.h"
-#include "server/account_store.h"
-#include "server/password_hash.h"
+#include "server/sessions/account_store.h"
+#include "server/sessions/password_hash.h"
 #include "tests/server/raw_client.h"
 #include "tests/server/test_server.h"
 #include "tests/support/QxdbServer.h"

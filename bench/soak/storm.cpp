@@ -14,8 +14,8 @@
 
 #include "crowd.h"
 #include "ledger.h"
-#include "server/account_store.h"
-#include "server/password_hash.h"
+#include "server/sessions/account_store.h"
+#include "server/sessions/password_hash.h"
 #include "tests/support/ProxyServers.h"
 #include "tests/support/QxdbServer.h"
 #include "tests/support/RemoteAgent.h"

@@ -1,6 +1,6 @@
 #include "tests/adapter/contract.h"
 #include "tests/adapter/servers.h"
-#include "tests/adapter/sqlite_backends.h"
+#include "tests/adapter/sqlite/sqlite_backends.h"
 #include "util/text.h"
 
 namespace qxdb_test {

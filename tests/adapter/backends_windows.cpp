@@ -1,5 +1,5 @@
 #include "tests/adapter/contract.h"
-#include "tests/adapter/sqlite_backends.h"
+#include "tests/adapter/sqlite/sqlite_backends.h"
 
 namespace qxdb_test {
 

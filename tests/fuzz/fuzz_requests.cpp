@@ -9,8 +9,8 @@
 
 #include "messages/message_holder.h"
 #include "messages/type_codes.h"
-#include "server/password_hash.h"
-#include "server/services.h"
+#include "server/operation/services.h"
+#include "server/sessions/password_hash.h"
 #include "tests/fuzz/fuzz_input.h"
 #include "tests/fuzz/request_seed.h"
 #include "tests/support/TempDir.h"

@@ -9,9 +9,9 @@
 #include <gtest/gtest.h>
 #include <openssl/err.h>
 
-#include "server/account_store.h"
-#include "server/password_hash.h"
-#include "server/services.h"
+#include "server/operation/services.h"
+#include "server/sessions/account_store.h"
+#include "server/sessions/password_hash.h"
 #include "tests/injection/bench.h"
 #include "tests/support/RemoteAgent.h"
 

@@ -11,7 +11,7 @@
 #include <ace/os_include/netinet/os_tcp.h>
 
 #include "messages/type_codes.h"
-#include "platform/socket_handshake.h"
+#include "platform/sockets/handshake.h"
 
 namespace qxdb_test {
 namespace {

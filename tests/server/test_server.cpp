@@ -3,7 +3,7 @@
 #include <thread>
 #include <utility>
 
-#include "server/password_hash.h"
+#include "server/sessions/password_hash.h"
 
 namespace qxdb_test {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "server/server.h"
+#include "server/operation/server.h"
 #include "tests/server/raw_client.h"
 #include "tests/support/TempDir.h"
 

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "errors/qx_exception.h"
-#include "platform/aiocb_proactor_posix.h"
+#include "platform/sockets/aiocb_proactor_posix.h"
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
 

@@ -12,7 +12,7 @@
 
 #include <qxdb/QXIOBase.h>
 
-#include "platform/socket_errors.h"
+#include "platform/sockets/errors.h"
 #include "tests/support/Platform.h"
 #include "transport/frame.h"
 #include "transport/qxio.h"

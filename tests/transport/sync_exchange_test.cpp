@@ -3,8 +3,8 @@
 
 #include <ace/OS_NS_sys_socket.h>
 
-#include "platform/socket_handshake.h"
-#include "platform/socket_options.h"
+#include "platform/sockets/handshake.h"
+#include "platform/sockets/options.h"
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
 

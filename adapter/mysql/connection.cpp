@@ -1,0 +1,133 @@
+#include "adapter/mysql/connection.h"
+
+#include <utility>
+
+#include <mysqld_error.h>
+
+#include "adapter/mysql/errors.h"
+#include "adapter/mysql/script.h"
+#include "adapter/mysql/statement.h"
+
+namespace CQXDB::adapter::mysql {
+
+MySqlConnection::MySqlConnection(std::unique_ptr<Session> session,
+                                 std::chrono::milliseconds statementTimeout)
+    : session_(std::move(session)), statementTimeout_(statementTimeout) {
+    SetUp();
+}
+
+void MySqlConnection::SetUp() {
+    if (mysql_set_server_option(Handle(), MYSQL_OPTION_MULTI_STATEMENTS_ON) != 0) {
+        throw MySqlError(Handle());
+    }
+    if (statementTimeout_.count() > 0) {
+        const std::string milliseconds = std::to_string(statementTimeout_.count());
+        RunText(mariadb_connection(Handle()) != 0
+                    ? "SET SESSION max_statement_time = " + milliseconds + " / 1000"
+                    : "SET SESSION max_execution_time = " + milliseconds);
+    }
+}
+
+std::shared_ptr<Statement> MySqlConnection::Prepare(const std::string& text) {
+    // Not kept for later: the client library hangs when a table has got more columns since.
+    return std::make_shared<MySqlStatement>(*this, text);
+}
+
+std::shared_ptr<Statement> MySqlConnection::PrepareScript(const std::string& text) {
+    return std::make_shared<MySqlScript>(*this, text);
+}
+
+const SqlDialect& MySqlConnection::Dialect() const noexcept {
+    const bool plain = (Handle()->server_status & SERVER_STATUS_NO_BACKSLASH_ESCAPES) != 0;
+    return plain ? kMySqlPlainDialect : kMySqlDialect;
+}
+
+void MySqlConnection::Begin(TransactionKind) {
+    RunText("START TRANSACTION");
+}
+
+void MySqlConnection::Commit() {
+    RunText("COMMIT");
+}
+
+void MySqlConnection::Rollback() noexcept {
+    givenUp_ = givenUp_ || mysql_rollback(Handle()) != 0;
+    if ((Handle()->server_status & SERVER_STATUS_AUTOCOMMIT) == 0) {
+        mysql_autocommit(Handle(), 1);
+    }
+}
+
+bool MySqlConnection::InTransaction() noexcept {
+    const unsigned status = Handle()->server_status;
+    return (status & SERVER_STATUS_IN_TRANS) != 0 || (status & SERVER_STATUS_AUTOCOMMIT) == 0;
+}
+
+void MySqlConnection::UseDatabase(const std::string& name) {
+    if (name.find('\0') != std::string::npos) {
+        throw DatabaseError(DBMGR_BAD_DATA_SOURCE, "the data source's database holds a NUL");
+    }
+    // The server tells of a USE statement, so that `db` is where the connection stands.
+    const char* current = Handle()->db;
+    const bool there = name.empty() || (current != nullptr && name == current);
+    if (!there && mysql_select_db(Handle(), name.c_str()) != 0) {
+        // Who has dropped the database under the connection may make it anew.
+        const bool dropped = mysql_errno(Handle()) == ER_BAD_DB_ERROR && name == database_;
+        if (!dropped) {
+            throw MySqlError(Handle());
+        }
+    }
+    database_ = name;
+}
+
+bool MySqlConnection::Alive() noexcept {
+    return mysql_ping(Handle()) == 0;
+}
+
+bool MySqlConnection::Usable() noexcept {
+    return !givenUp_ && !MeansConnectionLost(mysql_errno(Handle())) && !InTransaction();
+}
+
+bool MySqlConnection::Reset() noexcept {
+    // A database chosen by USE stays, maybe without the server telling; where none was chosen at
+    // first there is no way back.
+    if (database_.empty() || mysql_reset_connection(Handle()) != 0 ||
+        mysql_set_character_set(Handle(), "utf8mb4") != 0 ||
+        mysql_select_db(Handle(), database_.c_str()) != 0) {
+        return false;
+    }
+    try {
+        SetUp();
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+void MySqlConnection::RunText(const std::string& text) {
+    if (mysql_real_query(Handle(), text.data(), static_cast<unsigned long>(text.size())) != 0) {
+        throw MySqlError(Handle());
+    }
+    int more = 0;
+    do {
+        DropRows();
+        more = mysql_next_result(Handle());
+    } while (more == 0);
+    if (more > 0) {
+        throw MySqlError(Handle());
+    }
+}
+
+void MySqlConnection::DropRows() {
+    MYSQL_RES* rows = mysql_use_result(Handle());
+    if (rows == nullptr) {
+        return;
+    }
+    while (mysql_fetch_row(rows) != nullptr) {
+    }
+    mysql_free_result(rows);
+    if (mysql_errno(Handle()) != 0) {
+        throw MySqlError(Handle());
+    }
+}
+
+}  // namespace CQXDB::adapter::mysql

@@ -1,0 +1,54 @@
+// A MySQL or MariaDB connection.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include <Poco/Data/MySQL/SessionHandle.h>
+
+#include "adapter/connection.h"
+
+namespace CQXDB::adapter::mysql {
+
+class MySqlConnection : public Connection {
+  public:
+    using Session = Poco::Data::MySQL::SessionHandle;
+
+    /// `session` is connected. A statement that takes longer than the timeout is ended by the
+    /// server; 0 leaves that to the server. Throws DatabaseError.
+    MySqlConnection(std::unique_ptr<Session> session, std::chrono::milliseconds statementTimeout);
+
+    std::shared_ptr<Statement> Prepare(const std::string& text) override;
+    std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
+    const SqlDialect& Dialect() const noexcept override;
+
+    void Begin(TransactionKind kind) override;
+    void Commit() override;
+    void Rollback() noexcept override;
+    bool InTransaction() noexcept override;
+    void UseDatabase(const std::string& name) override;
+    bool Alive() noexcept override;
+    bool Usable() noexcept override;
+    bool Reset() noexcept override;
+
+    // What the statements need.
+    MYSQL* Handle() const noexcept { return *session_; }
+    /// Runs any number of statements without parameters, and drops their rows. Throws
+    /// DatabaseError.
+    void RunText(const std::string& text);
+    /// To be called when the connection's settings are no longer what the pool's other users
+    /// expect.
+    void GiveUp() noexcept { givenUp_ = true; }
+
+  private:
+    void SetUp();
+    void DropRows();
+
+    std::unique_ptr<Session> session_;
+    const std::chrono::milliseconds statementTimeout_;
+    std::string database_;  ///< chosen last
+    bool givenUp_ = false;
+};
+
+}  // namespace CQXDB::adapter::mysql

@@ -1,0 +1,113 @@
+#include "adapter/mysql/statement.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <Poco/Exception.h>
+
+#include "adapter/mysql/connection.h"
+#include "adapter/mysql/errors.h"
+#include "adapter/mysql/parameters.h"
+#include "adapter/mysql/rows.h"
+#include "adapter/parameter_count.h"
+#include "adapter/statement_text.h"
+
+namespace CQXDB::adapter::mysql {
+namespace {
+
+/// Has the server stop a query without a LIMIT of its own behind the page; and for one with a
+/// LIMIT, keep the rows and send only those that are fetched.
+class PageLimit {
+  public:
+    PageLimit(MySqlConnection& connection, MYSQL_STMT* statement, const Page& page)
+        : connection_(connection) {
+        const auto rows = static_cast<unsigned long>(std::min<std::int64_t>(page.count, 10000));
+        mysql_stmt_attr_set(statement, STMT_ATTR_PREFETCH_ROWS, &rows);
+        connection.RunText("SET sql_select_limit = " + std::to_string(page.first + page.count));
+        const unsigned long cursor = CURSOR_TYPE_READ_ONLY;
+        mysql_stmt_attr_set(statement, STMT_ATTR_CURSOR_TYPE, &cursor);
+    }
+    PageLimit(const PageLimit&) = delete;
+    PageLimit& operator=(const PageLimit&) = delete;
+    ~PageLimit() {
+        try {
+            connection_.RunText("SET sql_select_limit = DEFAULT");
+        } catch (...) {
+            connection_.GiveUp();
+        }
+    }
+
+  private:
+    MySqlConnection& connection_;
+};
+
+}  // namespace
+
+MySqlStatement::MySqlStatement(MySqlConnection& connection, const std::string& text)
+    : connection_(connection),
+      readOnly_(LooksReadOnly(text, connection.Dialect())),
+      executor_(connection.Handle()) {
+    try {
+        executor_.prepare(text);
+    } catch (const Poco::Exception&) {
+        Fail();
+    }
+}
+
+void MySqlStatement::Fail() {
+    throw MySqlError(connection_.Handle(), executor_);
+}
+
+void MySqlStatement::Run(const Parameters& parameters) {
+    CheckParameterCount(mysql_stmt_param_count(executor_), parameters.size());
+    MySqlParameters bound(parameters);
+    try {
+        executor_.bindParams(bound.Data(), parameters.size());
+        executor_.execute();
+    } catch (const Poco::Exception&) {
+        Fail();
+    }
+}
+
+void MySqlStatement::Execute(const Parameters& parameters) {
+    Run(parameters);
+    Finish();
+}
+
+void MySqlStatement::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
+    std::optional<PageLimit> limit;
+    if (!page.All() && readOnly_) {
+        limit.emplace(connection_, executor_, page);
+    }
+    Run(parameters);
+    Fetch(page, rs);
+    Finish();
+}
+
+void MySqlStatement::Fetch(const Page& page, QXRecordset& rs) {
+    MySqlRowReader reader(connection_.Handle(), executor_, rs);
+    bool row = reader.HasColumns() && reader.Fetch();
+    for (std::int64_t i = 0; row && i < page.first; ++i) {
+        row = reader.Fetch();
+    }
+    for (std::int64_t i = 0; row && i < page.count; ++i) {
+        reader.Append();
+        page.CheckBytes(rs);
+        row = i + 1 < page.count && reader.Fetch();
+    }
+}
+
+void MySqlStatement::Finish() {
+    int more = 0;
+    do {
+        mysql_stmt_free_result(executor_);
+        more = mysql_stmt_next_result(executor_);
+    } while (more == 0);
+    if (more > 0) {
+        Fail();
+    }
+}
+
+}  // namespace CQXDB::adapter::mysql

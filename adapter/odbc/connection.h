@@ -1,0 +1,60 @@
+// A connection through an ODBC driver.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <Poco/Data/ODBC/ConnectionHandle.h>
+
+#include "adapter/connection.h"
+#include "adapter/odbc/errors.h"
+
+namespace CQXDB::adapter::odbc {
+
+class OdbcConnection : public Connection {
+  public:
+    using Handle = const Poco::Data::ODBC::ConnectionHandle;
+
+    /// `handle` is connected, and in the driver's autocommit mode.
+    /// Statements are given `statementSeconds`, by drivers that can; 0 is no limit.
+    OdbcConnection(std::unique_ptr<Handle> handle, std::uintptr_t statementSeconds);
+
+    std::shared_ptr<Statement> Prepare(const std::string& text) override;
+    std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
+    const SqlDialect& Dialect() const noexcept override { return *dialect_; }
+
+    void Begin(TransactionKind kind) override;
+    void Commit() override;
+    void Rollback() noexcept override;
+    bool InTransaction() noexcept override { return began_ || userBegan_; }
+    bool Alive() noexcept override;
+    bool Usable() noexcept override { return !broken_; }
+
+    // What the statements need.
+    Handle& Native() const noexcept { return *handle_; }
+    std::uintptr_t StatementSeconds() const noexcept { return statementSeconds_; }
+    /// True when the driver runs only the first statement of a text.
+    bool OneStatementATime() const noexcept { return dialect_ == &kSqliteDialect; }
+    /// To be told of every text before it runs, since no driver tells whether it began a
+    /// transaction.
+    void Watch(const std::string& text);
+    /// Throws the error of a statement when `code` is one.
+    void Check(SQLHSTMT statement, SQLRETURN code);
+
+  private:
+    std::string DatabaseName() const;
+    void CheckConnection(SQLRETURN code);
+    [[noreturn]] void ThrowError(SQLSMALLINT handleType, SQLHANDLE handle);
+    void SetAutocommit(bool on);
+
+    std::unique_ptr<Handle> handle_;
+    std::uintptr_t statementSeconds_;
+    const SqlDialect* dialect_;
+    std::string probe_;       ///< a statement that any such database runs
+    bool began_ = false;      ///< by Begin()
+    bool userBegan_ = false;  ///< by a text
+    bool broken_ = false;
+};
+
+}  // namespace CQXDB::adapter::odbc

@@ -1,0 +1,28 @@
+#include "adapter/odbc/errors.h"
+
+#include <string_view>
+
+#include "adapter/odbc/text.h"
+
+namespace CQXDB::adapter::odbc {
+
+OdbcDiagnosis OdbcDiagnosis::Of(SQLSMALLINT handleType, SQLHANDLE handle) {
+    OdbcDiagnosis diagnosis;
+    SQLWCHAR state[SQL_SQLSTATE_SIZE + 1] = {};
+    SQLWCHAR text[SQL_MAX_MESSAGE_LENGTH * 4] = {};
+    SQLINTEGER native = 0;
+    SQLSMALLINT length = 0;
+    const SQLRETURN code = SQLGetDiagRecW(handleType, handle, 1, state, &native, text,
+                                          static_cast<SQLSMALLINT>(std::size(text)), &length);
+    if (OdbcFailed(code) || code == SQL_NO_DATA) {
+        return {"HY000", 0, "the ODBC driver reports an error without telling which"};
+    }
+    // The length is that of the whole message, which the buffer may not hold.
+    return {FromOdbcText(state), native, FromOdbcText(text)};
+}
+
+DatabaseError OdbcDiagnosis::Error(bool byState) const {
+    return {native != 0 && !byState ? native : SqlStateCode(state.c_str()), state + ": " + message};
+}
+
+}  // namespace CQXDB::adapter::odbc

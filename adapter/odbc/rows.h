@@ -1,0 +1,51 @@
+// Rows on their way out of ODBC.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include <qxdb/QXRecordset.h>
+
+#include "adapter/odbc/text.h"
+
+namespace CQXDB::adapter::odbc {
+
+class OdbcConnection;
+
+/// Fetches the rows of an executed statement one by one.
+class OdbcRowReader {
+  public:
+    /// Adds the result's columns to `rs`, which is empty; none for a statement without rows.
+    OdbcRowReader(OdbcConnection& connection, SQLHSTMT statement, QXRecordset& rs);
+
+    bool HasColumns() const noexcept { return !columns_.empty(); }
+    /// Moves to the next row; false behind the last one. Throws DatabaseError.
+    bool Fetch();
+    void Append();
+
+  private:
+    struct Column {
+        QXColumn* target;
+        QXValueType type;
+    };
+
+    void Check(SQLRETURN code);
+    QXColumn& AddColumn(SQLUSMALLINT index, QXRecordset& rs);
+    void AppendCell(SQLUSMALLINT index, const Column& column);
+    void AppendTimestamp(SQLUSMALLINT index, QXColumn& target);
+    void AppendText(SQLUSMALLINT index, const Column& column);
+    /// False for a null.
+    template <typename Fixed>
+    bool GetFixed(SQLUSMALLINT index, SQLSMALLINT cType, Fixed& value);
+    /// Collects a value of any length in `value`; false for a null.
+    template <typename Units>
+    bool GetLong(SQLUSMALLINT index, SQLSMALLINT cType, Units& value);
+
+    OdbcConnection& connection_;
+    SQLHSTMT statement_;
+    std::vector<Column> columns_;
+    std::string bytes_;  ///< kept for its room
+    OdbcText units_;
+};
+
+}  // namespace CQXDB::adapter::odbc

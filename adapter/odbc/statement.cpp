@@ -1,0 +1,136 @@
+#include "adapter/odbc/statement.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "adapter/odbc/connection.h"
+#include "adapter/odbc/parameters.h"
+#include "adapter/odbc/rows.h"
+#include "adapter/odbc/text.h"
+#include "adapter/parameter_count.h"
+#include "adapter/statement_text.h"
+
+namespace CQXDB::adapter::odbc {
+namespace {
+
+std::size_t CountParameters(const std::string& text, const SqlDialect& dialect) {
+    const NativeText native = ToNative(text, dialect, ParameterStyle::QuestionMark);
+    if (native.literalQuestionMark) {
+        throw DatabaseError(DBMGR_BAD_VALUE,
+                            "ODBC has no way to write a literal question mark outside of quotes");
+    }
+    return native.parameters;
+}
+
+}  // namespace
+
+OdbcStatement::OdbcStatement(OdbcConnection& connection, const std::string& text, bool script)
+    : connection_(connection),
+      text_(text),
+      script_(script),
+      parameterCount_(CountParameters(text, connection.Dialect())),
+      handle_(connection.Native()) {
+    if (connection.StatementSeconds() != 0) {
+        SQLSetStmtAttrW(handle_, SQL_ATTR_QUERY_TIMEOUT, OdbcNumber(connection.StatementSeconds()),
+                        SQL_IS_UINTEGER);
+    }
+}
+
+void OdbcStatement::Check(SQLRETURN code) {
+    connection_.Check(handle_, code);
+}
+
+void OdbcStatement::Execute(const Parameters& parameters) {
+    if (script_ && parameters.empty()) {
+        CheckParameterCount(parameterCount_, 0);
+        RunScript();
+    } else {
+        Start(parameters);
+        Finish();
+    }
+}
+
+void OdbcStatement::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
+    LimitRows(page);
+    Start(parameters);
+    OdbcRowReader reader(connection_, handle_, rs);
+    bool row = reader.HasColumns() && reader.Fetch();
+    for (std::int64_t i = 0; row && i < page.first; ++i) {
+        row = reader.Fetch();
+    }
+    for (std::int64_t i = 0; row && i < page.count; ++i) {
+        reader.Append();
+        page.CheckBytes(rs);
+        row = i + 1 < page.count && reader.Fetch();
+    }
+    Finish();
+}
+
+void OdbcStatement::LimitRows(const Page& page) {
+    if (page.All() || !LooksReadOnly(text_, connection_.Dialect())) {
+        return;
+    }
+    // A hint, which not every driver takes; what comes behind the page is not fetched anyway.
+    const auto rows = static_cast<std::uintptr_t>(page.first + page.count);
+    SQLSetStmtAttrW(handle_, SQL_ATTR_MAX_ROWS, OdbcNumber(rows), SQL_IS_UINTEGER);
+}
+
+void OdbcStatement::Prepare() {
+    const std::vector<std::string_view> statements = SplitStatements(text_, connection_.Dialect());
+    if (statements.size() > 1) {
+        throw DatabaseError(DBMGR_SEVERAL_STATEMENTS,
+                            "the text holds several statements where one is required");
+    }
+    connection_.Watch(text_);
+    // Without what surrounds it, in which some drivers look for more statements and parameters.
+    OdbcText sql = ToOdbcText(statements.at(0));
+    Check(SQLPrepareW(handle_, sql.data(), static_cast<SQLINTEGER>(sql.size())));
+    prepared_ = true;
+}
+
+void OdbcStatement::Start(const Parameters& parameters) {
+    CheckParameterCount(parameterCount_, parameters.size());
+    if (!prepared_) {
+        Prepare();
+    }
+    const OdbcParameters bound(connection_, handle_, parameters);
+    Check(SQLExecute(handle_));
+}
+
+void OdbcStatement::RunText(std::string_view text) {
+    OdbcText sql = ToOdbcText(text);
+    Check(SQLExecDirectW(handle_, sql.data(), static_cast<SQLINTEGER>(sql.size())));
+    Finish();
+}
+
+void OdbcStatement::RunScript() {
+    const std::vector<std::string_view> statements = SplitStatements(text_, connection_.Dialect());
+    const bool wrap = statements.size() > 1 && !connection_.InTransaction() &&
+                      !HoldsTransactionControl(text_, connection_.Dialect());
+    connection_.Watch(text_);
+    if (wrap) {
+        connection_.Begin(TransactionKind::Write);
+    }
+    if (connection_.OneStatementATime()) {
+        for (const std::string_view statement : statements) {
+            RunText(statement);
+        }
+    } else {
+        RunText(text_);
+    }
+    if (wrap) {
+        connection_.Commit();
+    }
+}
+
+void OdbcStatement::Finish() {
+    SQLRETURN code = SQL_SUCCESS;
+    do {
+        code = SQLMoreResults(handle_);
+        Check(code);
+    } while (code != SQL_NO_DATA);
+    SQLFreeStmt(handle_, SQL_CLOSE);
+}
+
+}  // namespace CQXDB::adapter::odbc

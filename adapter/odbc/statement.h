@@ -1,0 +1,43 @@
+// One statement, or script, for an ODBC driver.
+#pragma once
+
+#include <string>
+
+#include <Poco/Data/ODBC/Handle.h>
+
+#include "adapter/connection.h"
+#include "adapter/odbc/errors.h"
+
+namespace CQXDB::adapter::odbc {
+
+class OdbcConnection;
+
+class OdbcStatement : public Statement {
+  public:
+    /// A script may hold several statements when it runs without parameters. `text` must outlive
+    /// it.
+    OdbcStatement(OdbcConnection& connection, const std::string& text, bool script);
+
+    void Execute(const Parameters& parameters) override;
+    void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
+
+  private:
+    /// Runs the statement up to its first result; it is prepared when it runs for the first time.
+    void Start(const Parameters& parameters);
+    void Prepare();
+    void RunText(std::string_view text);
+    void RunScript();
+    void LimitRows(const Page& page);
+    /// Drops what the statement still has to give.
+    void Finish();
+    void Check(SQLRETURN code);
+
+    OdbcConnection& connection_;
+    const std::string& text_;
+    bool script_;
+    bool prepared_ = false;
+    std::size_t parameterCount_;
+    const Poco::Data::ODBC::StatementHandle handle_;
+};
+
+}  // namespace CQXDB::adapter::odbc

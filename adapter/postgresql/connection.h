@@ -1,0 +1,92 @@
+// A PostgreSQL connection.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <libpq-fe.h>
+
+#include "adapter/connection.h"
+#include "adapter/database_error.h"
+
+namespace CQXDB::adapter::postgresql {
+
+class PgParameters;
+
+struct PgResultFree {
+    void operator()(PGresult* result) const noexcept { PQclear(result); }
+};
+using PgResult = std::unique_ptr<PGresult, PgResultFree>;
+
+struct PgConnectionFree {
+    void operator()(PGconn* connection) const noexcept { PQfinish(connection); }
+};
+using PgHandle = std::unique_ptr<PGconn, PgConnectionFree>;
+
+/// Takes the rows of a result that has columns as they arrive, one result each, and at last a
+/// result without rows. So libpq never holds more than one, which costs nothing that could be
+/// measured.
+using PgRowSink = std::function<void(const PGresult*)>;
+/// For rows that nobody wants.
+inline void DropPgRows(const PGresult*) {}
+
+class PgConnection final : public Connection {
+  public:
+    /// What a session is set to before its first statement.
+    struct Session {
+        std::string timeZone;                 ///< "": as the server has it
+        std::int64_t statementTimeoutMs = 0;  ///< 0: as the server has it
+    };
+
+    /// `handle` is connected. Sets what the reading of values depends on; throws DatabaseError.
+    PgConnection(PgHandle handle, const Session& session);
+
+    std::shared_ptr<Statement> Prepare(const std::string& text) override;
+    std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
+    const SqlDialect& Dialect() const noexcept override { return kPostgreSqlDialect; }
+    void Settle() override;
+
+    void Begin(TransactionKind kind) override;
+    void Commit() override;
+    void Rollback() noexcept override;
+    bool InTransaction() noexcept override;
+    bool Alive() noexcept override;
+    bool Usable() noexcept override;
+    bool Reset() noexcept override;
+
+    // What the statements need. Each throws DatabaseError when the server refuses.
+
+    /// Runs any number of statements without parameters; gives the last result without columns.
+    PgResult RunText(const std::string& text, const PgRowSink& sink = DropPgRows);
+    /// Runs one statement. `owner` is remembered: when it runs next, and nothing was parsed in
+    /// between, the server does not have to parse it again. What `sink` throws ends the statement.
+    void RunStatement(const Statement* owner, const std::string& sql,
+                      const PgParameters& parameters, const PgRowSink& sink = DropPgRows);
+    /// The same without waiting for the result, which is dropped; see Statement::ExecuteSoon.
+    void SendStatement(const Statement* owner, const std::string& sql,
+                       const PgParameters& parameters);
+    /// Forgets the statement that the server holds parsed for `owner`.
+    void Forget(const Statement* owner) noexcept;
+
+  private:
+    /// Hands one statement to libpq.
+    void Send(const Statement* owner, const std::string& sql, const PgParameters& parameters);
+    PgResult Collect(const PgRowSink& sink);
+    /// Asks the server to end the statement under way.
+    void Cancel() noexcept;
+    /// The error of the first of the waiting commands that failed, if any; all results are taken.
+    std::optional<DatabaseError> CollectPipeline();
+
+    PgHandle handle_;
+    std::string settings_;               ///< the statements that set the session up
+    std::size_t waiting_ = 0;            ///< commands whose results are outstanding
+    const Statement* parsed_ = nullptr;  ///< whose text is the server's unnamed statement
+    std::vector<Oid> parsedTypes_;       ///< and the parameter types it was parsed with
+};
+
+}  // namespace CQXDB::adapter::postgresql

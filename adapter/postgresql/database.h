@@ -1,0 +1,10 @@
+// PostgreSQL, as one of the adapter's databases.
+#pragma once
+
+#include "adapter/database.h"
+
+namespace CQXDB::adapter::postgresql {
+
+extern const Database kDatabase;
+
+}  // namespace CQXDB::adapter::postgresql

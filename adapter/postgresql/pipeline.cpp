@@ -1,0 +1,70 @@
+// Sending commands without waiting for each: a list costs as many round trips as it has batches.
+#include "adapter/postgresql/connection.h"
+#include "adapter/postgresql/errors.h"
+#include "adapter/postgresql/parameters.h"
+
+namespace CQXDB::adapter::postgresql {
+namespace {
+
+/// Enough to make the round trips not matter, and few enough to keep an error from coming late.
+constexpr std::size_t kMostWaiting = 256;
+
+bool Failed(const PGresult* result) noexcept {
+    const ExecStatusType status = PQresultStatus(result);
+    return status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK &&
+           status != PGRES_SINGLE_TUPLE && status != PGRES_EMPTY_QUERY;
+}
+
+}  // namespace
+
+void PgConnection::SendStatement(const Statement* owner, const std::string& sql,
+                                 const PgParameters& parameters) {
+    if (waiting_ == 0 && PQenterPipelineMode(handle_.get()) == 0) {
+        throw PgError(handle_.get(), nullptr);
+    }
+    ++waiting_;
+    Send(owner, sql, parameters);
+    parsed_ = owner;
+    if (waiting_ >= kMostWaiting) {
+        Settle();
+    }
+}
+
+void PgConnection::Settle() {
+    if (waiting_ == 0) {
+        return;
+    }
+    const std::optional<DatabaseError> error = CollectPipeline();
+    waiting_ = 0;
+    PQexitPipelineMode(handle_.get());
+    if (error) {
+        parsed_ = nullptr;
+        throw DatabaseError(*error);
+    }
+}
+
+std::optional<DatabaseError> PgConnection::CollectPipeline() {
+    PGconn* connection = handle_.get();
+    if (PQpipelineSync(connection) == 0) {
+        return PgError(connection, nullptr);
+    }
+    std::optional<DatabaseError> error;
+    // Rows are dropped, one by one: libpq would collect them otherwise.
+    PQsetSingleRowMode(connection);
+    for (std::size_t left = waiting_; PQstatus(connection) == CONNECTION_OK;) {
+        const PgResult result(PQgetResult(connection));
+        if (!result) {
+            // The end of one command's results, or of the connection.
+            left -= left > 0 ? 1 : 0;
+            PQsetSingleRowMode(connection);
+        } else if (PQresultStatus(result.get()) == PGRES_PIPELINE_SYNC) {
+            return error;
+        } else if (!error && Failed(result.get())) {
+            const DatabaseError first = PgError(connection, result.get());
+            error.emplace(first.Code(), first.what(), left - 1);
+        }
+    }
+    return error ? error : PgError(connection, nullptr);
+}
+
+}  // namespace CQXDB::adapter::postgresql

@@ -1,0 +1,108 @@
+#include "adapter/sqlite/statement.h"
+
+#include <climits>
+
+#include "adapter/parameter_count.h"
+#include "adapter/sqlite/errors.h"
+#include "adapter/sqlite/rows.h"
+#include "adapter/statement_text.h"
+
+namespace CQXDB::adapter::sqlite {
+namespace {
+
+constexpr std::size_t kBytesBetweenChecks = std::size_t{64} << 10;
+constexpr std::size_t kRowBytes = 256;  ///< for a row's numbers; most rows have fewer
+
+}  // namespace
+
+/// One execution: bound at its start, reset at its end.
+class SqliteStatement::Run {
+  public:
+    Run(SqliteStatement& statement, const Parameters& parameters) : statement_(statement) {
+        CheckParameterCount(statement.binder_->Count(), parameters.size());
+        statement.binder_->Bind(parameters);
+        statement.timer_.Start();
+    }
+    Run(SqliteStatement& statement, const ParameterRow& parameters) : statement_(statement) {
+        CheckParameterCount(statement.binder_->Count(), parameters.columns.size());
+        statement.binder_->Bind(parameters.columns, parameters.row);
+        statement.timer_.Start();
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+    ~Run() {
+        sqlite3_reset(statement_.handle_.get());
+        statement_.binder_->Done();
+    }
+
+  private:
+    SqliteStatement& statement_;
+};
+
+SqliteStatement::SqliteStatement(sqlite3* db, SqliteTimer& timer, std::string_view text, bool keep)
+    : db_(db), timer_(timer) {
+    if (text.size() > INT_MAX) {
+        throw DatabaseError(SQLITE_TOOBIG, sqlite3_errstr(SQLITE_TOOBIG));
+    }
+    sqlite3_stmt* handle = nullptr;
+    const char* tail = nullptr;
+    CheckSqlite(db, sqlite3_prepare_v3(db, text.data(), static_cast<int>(text.size()),
+                                       keep ? SQLITE_PREPARE_PERSISTENT : 0, &handle, &tail));
+    handle_.reset(handle);
+    if (!handle_) {
+        throw DatabaseError(DBMGR_EMPTY_STATEMENT, "the text holds no statement");
+    }
+    text.remove_prefix(static_cast<std::size_t>(tail - text.data()));
+    if (!SplitStatements(text, kSqliteDialect).empty()) {
+        throw DatabaseError(DBMGR_SEVERAL_STATEMENTS,
+                            "the text holds several statements where one is required");
+    }
+    binder_.emplace(db, handle);
+}
+
+bool SqliteStatement::Step() {
+    const int code = sqlite3_step(handle_.get());
+    CheckSqlite(db_, code);
+    return code == SQLITE_ROW;
+}
+
+void SqliteStatement::Execute(const Parameters& parameters) {
+    const Run run(*this, parameters);
+    while (Step()) {
+    }
+}
+
+void SqliteStatement::ExecuteRowSoon(const ParameterRow& parameters) {
+    const Run run(*this, parameters);
+    while (Step()) {
+    }
+}
+
+void SqliteStatement::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
+    const Run run(*this, parameters);
+    bool row = Step();
+    SqliteRowReader reader(handle_.get(), rs);
+    for (std::int64_t i = 0; row && i < page.first; ++i) {
+        row = Step();
+    }
+    Page rest = page;
+    std::size_t unchecked = 0;
+    for (std::int64_t i = 0; row && i < page.count; ++i) {
+        if (page.sink != nullptr && unchecked == 0 && i != 0 && page.sink->Full(rs)) {
+            rest.bytesBefore += rs.MemoryBytes();
+            page.sink->take(reader.TakePart());
+        }
+        // The columns' memory is added up now and then only: many small rows would pay for it.
+        unchecked += kRowBytes + reader.Append();
+        if (unchecked >= kBytesBetweenChecks) {
+            rest.CheckBytes(rs);
+            unchecked = 0;
+        }
+        row = i + 1 < page.count && Step();
+    }
+    rest.CheckBytes(rs);
+    // Ending early can fail too: a statement that changed rows commits only now.
+    CheckSqlite(db_, sqlite3_reset(handle_.get()));
+}
+
+}  // namespace CQXDB::adapter::sqlite

@@ -1,0 +1,103 @@
+#include "cli/transfer/import_columns.h"
+
+#include <algorithm>
+
+#include "cli/exit_status.h"
+#include "cli/parameters.h"
+#include "util/ascii.h"
+
+namespace CQXCLI {
+
+using CQXBASE::UpperAscii;
+
+using CQXDB::QXValue;
+using CQXDB::QXValueType;
+
+namespace {
+
+[[noreturn]] void Refuse(const CsvRow& header, const std::string& what) {
+    throw CliError(kFailed, "line " + std::to_string(header.line) + ": " + what);
+}
+
+std::string NamesOf(const std::vector<TargetColumn>& columns) {
+    std::string names;
+    for (const TargetColumn& column : columns) {
+        names += (names.empty() ? "" : ", ") + column.name;
+    }
+    return names;
+}
+
+template <typename Same>
+const TargetColumn* Find(const std::vector<TargetColumn>& columns, Same same) {
+    const auto found = std::find_if(columns.begin(), columns.end(), same);
+    return found == columns.end() ? nullptr : &*found;
+}
+
+const TargetColumn& FindColumn(const std::vector<TargetColumn>& columns, const std::string& name,
+                               const CsvRow& header) {
+    const TargetColumn* column = Find(columns, [&](const auto& each) { return each.name == name; });
+    if (column == nullptr) {
+        const std::string upper = UpperAscii(name);
+        column = Find(columns, [&](const auto& each) { return UpperAscii(each.name) == upper; });
+    }
+    if (column == nullptr) {
+        Refuse(header, "the table has no column \"" + name + "\"; it has " + NamesOf(columns));
+    }
+    return *column;
+}
+
+bool Parse(QXValueType type, std::string_view text, QXValue& value) {
+    switch (type) {
+        case QXValueType::Bool:
+            return ParseBool(text, value);
+        case QXValueType::Int64:
+            return ParseInt64(text, value);
+        case QXValueType::Double:
+            return ParseDouble(text, value);
+        case QXValueType::Decimal:
+            return ParseDecimal(text, value);
+        case QXValueType::Blob:
+            return ParseBlob(text, value);
+        case QXValueType::Date:
+            return ParseDate(text, value);
+        case QXValueType::Time:
+            return ParseTime(text, value);
+        case QXValueType::Timestamp:
+            return ParseTimestamp(text, value);
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+std::vector<TargetColumn> AllColumns(const CQXDB::QXRecordset& table) {
+    std::vector<TargetColumn> columns;
+    for (std::size_t i = 0; i < table.ColumnCount(); ++i) {
+        columns.push_back({table.Column(i).NameUtf8(), table.ColumnType(i)});
+    }
+    return columns;
+}
+
+std::vector<TargetColumn> NamedColumns(const CQXDB::QXRecordset& table, const CsvRow& header) {
+    const std::vector<TargetColumn> all = AllColumns(table);
+    std::vector<TargetColumn> named;
+    for (const CsvField& field : header.fields) {
+        const TargetColumn& column = FindColumn(all, field.text, header);
+        if (Find(named, [&](const auto& each) { return each.name == column.name; }) != nullptr) {
+            Refuse(header, "the column \"" + column.name + "\" is named twice");
+        }
+        named.push_back(column);
+    }
+    return named;
+}
+
+QXValue ToValue(const CsvField& field, QXValueType type) {
+    QXValue value;
+    if (!field.null && !Parse(type, field.text, value)) {
+        value = QXValue::TextUtf8(field.text);
+    }
+    return value;
+}
+
+}  // namespace CQXCLI

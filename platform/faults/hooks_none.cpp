@@ -1,0 +1,24 @@
+#include "platform/faults/hooks.h"
+
+// Faults and pure virtual calls keep the effect that the host gives them.
+
+namespace CQXBASE::platform {
+
+FaultRecord RecordOf(const ExceptionPointers& pointers) noexcept {
+    return *pointers.record;
+}
+
+void SetFaultTranslator(FaultTranslator) noexcept {}
+void SetInvalidParameterHandler(InvalidParameterHandler) noexcept {}
+void SetPureCallHandler(PureCallHandler) noexcept {}
+
+FaultRegion::FaultRegion() noexcept : outer_(nullptr) {}
+FaultRegion::~FaultRegion() {
+    static_cast<void>(outer_);
+}
+
+bool InFaultRegion() noexcept {
+    return false;
+}
+
+}  // namespace CQXBASE::platform

@@ -1,0 +1,157 @@
+#include <algorithm>
+#include <iterator>
+#include <malloc.h>
+#include <stdlib.h>
+#include <windows.h>
+
+#include "platform/faults/hooks.h"
+#include "platform/faults/thread_windows.h"
+#include "platform/faults/unwind_windows.h"
+
+// Entered as if the faulting instruction had called it, with whatever alignment the stack had
+// there, which the unwinder finds again through the frame register.
+extern "C" void QXDBEnterThrowFault();
+asm(R"(
+    .globl QXDBEnterThrowFault
+    .seh_proc QXDBEnterThrowFault
+QXDBEnterThrowFault:
+    push %rbp
+    .seh_pushreg %rbp
+    mov %rsp, %rbp
+    .seh_setframe %rbp, 0
+    .seh_endprologue
+    and $-16, %rsp
+    sub $32, %rsp
+    call QXDBThrowFault
+    int3
+    .seh_endproc
+)");
+
+namespace CQXBASE::platform {
+namespace {
+
+// What the processor raises. Exceptions raised by programs belong to whoever expects them.
+constexpr DWORD kProcessorFaults[] = {
+    EXCEPTION_ACCESS_VIOLATION,      EXCEPTION_ARRAY_BOUNDS_EXCEEDED, EXCEPTION_BREAKPOINT,
+    EXCEPTION_DATATYPE_MISALIGNMENT, EXCEPTION_FLT_DENORMAL_OPERAND,  EXCEPTION_FLT_DIVIDE_BY_ZERO,
+    EXCEPTION_FLT_INEXACT_RESULT,    EXCEPTION_FLT_INVALID_OPERATION, EXCEPTION_FLT_OVERFLOW,
+    EXCEPTION_FLT_STACK_CHECK,       EXCEPTION_FLT_UNDERFLOW,         EXCEPTION_GUARD_PAGE,
+    EXCEPTION_ILLEGAL_INSTRUCTION,   EXCEPTION_IN_PAGE_ERROR,         EXCEPTION_INT_DIVIDE_BY_ZERO,
+    EXCEPTION_INT_OVERFLOW,          EXCEPTION_PRIV_INSTRUCTION,      EXCEPTION_SINGLE_STEP,
+    EXCEPTION_STACK_OVERFLOW,
+};
+
+bool IsProcessorFault(DWORD code) {
+    return std::find(std::begin(kProcessorFaults), std::end(kProcessorFaults), code) !=
+           std::end(kProcessorFaults);
+}
+
+/// A fault while one is being translated is left to the host: translating it would end nowhere.
+class Translating {
+  public:
+    explicit Translating(ThreadFaults& thread) : thread_(thread) {}
+    ~Translating() { thread_.translating = false; }
+    Translating(const Translating&) = delete;
+    Translating& operator=(const Translating&) = delete;
+
+  private:
+    ThreadFaults& thread_;
+};
+
+/// The return address lies inside the instruction, for the unwinder to find the instruction's
+/// place.
+void RedirectTo(void (*function)(), CONTEXT& context) {
+    context.Rsp -= sizeof context.Rip;
+    *reinterpret_cast<DWORD64*>(context.Rsp) = context.Rip + 1;
+    context.Rip = reinterpret_cast<DWORD64>(function);
+}
+
+LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
+    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+    if (!IsProcessorFault(record.ExceptionCode)) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    ThreadFaults* thread = ExistingThread();
+    if (thread == nullptr || thread->innermost == nullptr || thread->translator == nullptr ||
+        thread->translating) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    CONTEXT from = *pointers->ContextRecord;
+    LeaveTerminatingFunction(from);
+    if (!CanUnwindTo(from, thread->innermost)) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    *pointers->ContextRecord = from;
+    thread->translating = true;
+    thread->overflowed = thread->overflowed || record.ExceptionCode == EXCEPTION_STACK_OVERFLOW;
+    thread->record = record;
+    RedirectTo(QXDBEnterThrowFault, *pointers->ContextRecord);
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+/// In force until this library is unloaded.
+class Registration {
+  public:
+    Registration() noexcept : handle_(AddVectoredExceptionHandler(TRUE, OnException)) {}
+    ~Registration() { RemoveVectoredExceptionHandler(handle_); }
+    Registration(const Registration&) = delete;
+    Registration& operator=(const Registration&) = delete;
+
+  private:
+    void* handle_;
+};
+
+}  // namespace
+
+void ThrowFault() {
+    ThreadFaults& thread = *ExistingThread();
+    const Translating translating(thread);
+    EXCEPTION_POINTERS pointers = {&thread.record, nullptr};
+    thread.translator(thread.record.ExceptionCode, &pointers);
+}
+
+FaultRecord RecordOf(const ExceptionPointers& pointers) noexcept {
+    const EXCEPTION_RECORD& record = *pointers.ExceptionRecord;
+    return {record.ExceptionCode, reinterpret_cast<std::uintptr_t>(record.ExceptionAddress)};
+}
+
+void SetFaultTranslator(FaultTranslator translator) noexcept {
+    static const Registration registration;
+    if (ThreadFaults* thread = CurrentThread()) {
+        thread->translator = translator;
+    }
+}
+
+void SetInvalidParameterHandler(InvalidParameterHandler handler) noexcept {
+    _set_invalid_parameter_handler(handler);
+}
+
+FaultRegion::FaultRegion() noexcept : outer_(nullptr) {
+    if (ThreadFaults* thread = CurrentThread()) {
+        outer_ = thread->innermost;
+        thread->innermost = this;
+    }
+}
+
+FaultRegion::~FaultRegion() {
+    ThreadFaults* thread = ExistingThread();
+    if (thread == nullptr) {
+        return;
+    }
+    const LastErrorKept kept;
+    thread->innermost = outer_;
+    if (thread->overflowed) {
+        thread->overflowed = _resetstkoflw() == 0;  // refused while the stack is still deep
+    }
+}
+
+bool InFaultRegion() noexcept {
+    const ThreadFaults* thread = ExistingThread();
+    return thread != nullptr && thread->innermost != nullptr;
+}
+
+}  // namespace CQXBASE::platform
+
+extern "C" void QXDBThrowFault() {
+    CQXBASE::platform::ThrowFault();
+}

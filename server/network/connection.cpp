@@ -1,0 +1,198 @@
+#include "server/network/connection.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include <ace/Reactor.h>
+#include <ace/os_include/netinet/os_tcp.h>
+
+#include "platform/sockets/errors.h"
+#include "server/log.h"
+
+namespace CQXSERVER {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kDrainTime{5000};
+
+}  // namespace
+
+bool Connection::WouldBlock() noexcept {
+    using namespace CQXBASE::platform;
+    const int error = WinsockNumber(LastError());
+    return error == kWouldBlock || error == kInterrupted;
+}
+
+Connection::Connection(ConnectionId id, const ACE_SOCK_Stream& peer, std::string address,
+                       ConnectionHost& host)
+    : id_(id),
+      peer_(peer),
+      address_(std::move(address)),
+      host_(host),
+      since_(host.Now()),
+      reader_(host.GetLimits().maxFrameBytes, host.Buffers()) {}
+
+Connection::~Connection() {
+    peer_.close();
+}
+
+bool Connection::Open(ACE_Reactor& newReactor) {
+    int on = 1;
+    reactor(&newReactor);
+    mask_ = ACE_Event_Handler::READ_MASK | ACE_Event_Handler::EXCEPT_MASK;
+    if (peer_.enable(ACE_NONBLOCK) == -1 || newReactor.register_handler(this, mask_) == -1) {
+        mask_ = ACE_Event_Handler::NULL_MASK;
+        Close();
+        return false;
+    }
+    peer_.set_option(IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    peer_.set_option(SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+    return true;
+}
+
+void Connection::Reject(ServerError error) {
+    closing_ = true;
+    Guarded([&] { Send(host_.ErrorReply(error, false)); });
+}
+
+void Connection::Finish(Outcome outcome) {
+    if (state_ != State::Working) {
+        return;
+    }
+    token_ = std::move(outcome.token);
+    if (outcome.reply) {
+        Guarded([&] { Send(*std::move(outcome.reply)); });
+    } else {
+        Close();
+    }
+}
+
+void Connection::Continue() {
+    if (state_ == State::Writing) {
+        starved_ = false;
+        Guarded([this] { Flush(); });
+    }
+}
+
+bool Connection::CloseIfLate(TimePoint now) {
+    if (state_ == State::Closed || now < Deadline()) {
+        return false;
+    }
+    Close();
+    return true;
+}
+
+void Connection::CloseUnlessBusy() {
+    if (state_ != State::Working && state_ != State::Writing) {
+        Close();
+    }
+}
+
+void Connection::Close() {
+    if (state_ != State::Closed) {
+        state_ = State::Closed;
+        if (reactor() != nullptr) {
+            reactor()->remove_handler(
+                this, ACE_Event_Handler::ALL_EVENTS_MASK | ACE_Event_Handler::DONT_CALL);
+        }
+        peer_.close();
+        host_.Retire(id_);
+    }
+}
+
+template <class Step>
+void Connection::Guarded(const Step& step) {
+    try {
+        step();
+    } catch (const std::exception& e) {
+        // No memory, most likely. What this client has sent or awaits is lost, which it must
+        // notice.
+        LogError("connection ", id_, ": closed: ", e.what());
+        Close();
+    }
+}
+
+int Connection::handle_input(ACE_HANDLE) {
+    Guarded([this] { TakeInput(); });
+    return 0;
+}
+
+void Connection::TakeInput() {
+    std::string& scratch = host_.Scratch();
+    const ssize_t count = peer_.recv(scratch.data(), scratch.size());
+    if (count > 0) {
+        Receive(static_cast<std::size_t>(count));
+    } else if (count == 0) {
+        peerFinished_ = true;
+        if (state_ == State::Working || state_ == State::Writing) {
+            UpdateMask();
+        } else {
+            Close();
+        }
+    } else if (!WouldBlock()) {
+        Close();
+    }
+}
+
+int Connection::handle_output(ACE_HANDLE) {
+    Guarded([this] { Flush(); });
+    return 0;
+}
+
+// The reactor has dropped the handler by itself: the socket is in error, or the peer has sent
+// urgent data, which this protocol has no use for.
+int Connection::handle_close(ACE_HANDLE, ACE_Reactor_Mask) {
+    reactor(nullptr);
+    Close();
+    return 0;
+}
+
+void Connection::Enter(State state) {
+    state_ = state;
+    since_ = host_.Now();
+    moved_ = 0;
+}
+
+void Connection::UpdateMask() {
+    if (state_ == State::Closed) {
+        return;
+    }
+    const bool read = !peerFinished_ && (state_ == State::Draining || ahead_.empty());
+    // Never no event at all: the reactor would keep a handler that is removed in that state.
+    ACE_Reactor_Mask wanted = ACE_Event_Handler::EXCEPT_MASK;
+    wanted |= read ? ACE_Event_Handler::READ_MASK : ACE_Event_Handler::NULL_MASK;
+    wanted |= state_ == State::Writing && !starved_ ? ACE_Event_Handler::WRITE_MASK
+                                                    : ACE_Event_Handler::NULL_MASK;
+    if (wanted != mask_) {
+        mask_ = wanted;
+        if (reactor()->mask_ops(this, wanted, ACE_Reactor::SET_MASK) == -1) {
+            Close();  // or its peer would wait for what no event brings any more
+        }
+    }
+}
+
+TimePoint Connection::Deadline() const {
+    const Limits& limits = host_.GetLimits();
+    const auto travel = [&](std::size_t bytes) {
+        return limits.requestTimeout + milliseconds(1000 * bytes / limits.minBytesPerSecond);
+    };
+    switch (state_) {
+        case State::Reading:
+            if (reader_.Begun()) {
+                return since_ + travel(reader_.BytesTaken());
+            }
+            return since_ + (token_.empty() ? limits.loginTimeout : limits.idleTimeout);
+        case State::Writing:
+            return since_ + travel(moved_);
+        case State::Draining:
+            return since_ + kDrainTime;
+        case State::Working:
+        case State::Closed:
+            break;
+    }
+    return TimePoint::max();
+}
+
+}  // namespace CQXSERVER

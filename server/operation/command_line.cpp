@@ -1,0 +1,129 @@
+#include "server/operation/command_line.h"
+
+#include <CLI/CLI.hpp>
+
+#include "server/database_names.h"
+#include "server/log.h"
+#include "server/operation/config_file.h"
+#include "server/server_error.h"
+
+namespace CQXSERVER {
+namespace {
+
+constexpr int kUsageStatus = 2;
+
+/// The arguments and where they go. Only what is given replaces what is there.
+class Parser {
+  public:
+    explicit Parser(ServerOptions options) {
+        parsed_.options = std::move(options);
+        AddServerOptions();
+        AddUserCommands();
+    }
+
+    void Parse(int argc, const char* const* argv) { app_.parse(argc, argv); }
+    int Exit(const CLI::ParseError& error) const {
+        return app_.exit(error) == 0 ? 0 : kUsageStatus;
+    }
+    const std::string& ConfigFile() const noexcept { return configFile_; }
+
+    CommandLine Result() {
+        for (const std::string& each : databases_) {
+            const std::size_t equals = each.find('=');
+            if (equals == std::string::npos) {
+                throw OperatorError("--database wants NAME=URL");
+            }
+            SetDatabase(parsed_.options, each.substr(0, equals), each.substr(equals + 1));
+        }
+        parsed_.databases = SplitDatabases(userDatabases_);
+        return parsed_;
+    }
+
+  private:
+    void AddServerOptions() {
+        ServerOptions& options = parsed_.options;
+        app_.set_version_flag("--version", "qxdbserver " QXDB_VERSION);
+        app_.add_option("--data", options.dataDir, "Folder of the account store; made if missing")
+            ->type_name("DIR");
+        app_.add_option("--config", configFile_, "TOML file; arguments win over it")
+            ->type_name("FILE");
+        app_.add_option("--listen", options.listen, "Address to listen on; port 0 picks a free one")
+            ->type_name("HOST:PORT")
+            ->capture_default_str();
+        app_.add_option("--port-file", options.portFile, "Takes the port once listening")
+            ->type_name("FILE");
+        app_.add_option(
+                "--database", databases_,
+                "A database to serve (repeatable); without any, 'main' in the data folder. URL "
+                "is sqlite:PATH, postgresql://..., mysql://... or odbc:...")
+            ->type_name("NAME=URL")
+            ->allow_extra_args(false);
+        app_.add_flag("--allow-client-data-sources", options.clientDataSources.allowed,
+                      "Let clients name databases of their own");
+        app_.add_option(
+                "--log-level", options.logLevel,
+                "fatal, critical, error, warning, notice, information, debug, trace or none")
+            ->type_name("LEVEL")
+            ->capture_default_str()
+            ->check([](const std::string& level) {
+                return IsLogLevel(level) ? std::string() : "unknown level " + level;
+            });
+    }
+
+    void AddUserCommands() {
+        CLI::App* const user = app_.add_subcommand("user", "Work on the accounts; needs --data");
+        user->fallthrough()->require_subcommand(1);
+        AddUserCommand(*user, "add", Action::AddUser,
+                       "Add an account; the password comes from the terminal or standard input",
+                       true);
+        AddUserCommand(*user, "remove", Action::RemoveUser,
+                       "Remove an account and end its sessions");
+        AddUserCommand(*user, "passwd", Action::SetPassword, "Set a password and end the sessions");
+        AddUserCommand(*user, "set", Action::SetDatabases, "Set the databases of an account", true)
+            ->get_option("--databases")
+            ->required();
+        user->add_subcommand("list", "List the accounts")->fallthrough()->callback([this] {
+            parsed_.action = Action::ListUsers;
+        });
+    }
+
+    CLI::App* AddUserCommand(CLI::App& user, const std::string& name, Action action,
+                             const std::string& help, bool takesDatabases = false) {
+        CLI::App* const command = user.add_subcommand(name, help);
+        command->fallthrough()->callback([this, action] { parsed_.action = action; });
+        command->add_option("NAME", parsed_.user, "The account")->required();
+        if (takesDatabases) {
+            command->add_option("--databases", userDatabases_, "Names between commas; * for all")
+                ->type_name("LIST");
+        }
+        return command;
+    }
+
+    CLI::App app_{"Application server for database agents"};
+    CommandLine parsed_;
+    std::string configFile_;
+    std::vector<std::string> databases_;
+    std::string userDatabases_ = "*";
+};
+
+}  // namespace
+
+std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, int& exitStatus) {
+    Parser first{ServerOptions()};
+    try {
+        first.Parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        exitStatus = first.Exit(e);
+        return std::nullopt;
+    }
+    if (first.ConfigFile().empty()) {
+        return first.Result();
+    }
+    ServerOptions options;
+    ReadConfigFile(first.ConfigFile(), options);
+    Parser second(std::move(options));
+    second.Parse(argc, argv);
+    return second.Result();
+}
+
+}  // namespace CQXSERVER

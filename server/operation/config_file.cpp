@@ -1,0 +1,155 @@
+#include "server/operation/config_file.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+#include <vector>
+
+#include "server/log.h"
+#include "server/operation/toml_values.h"
+#include "server/server_error.h"
+
+namespace CQXSERVER {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A path counts from the file's folder, a URL's path too.
+class Folder {
+  public:
+    explicit Folder(const std::string& file)
+        : path_(fs::absolute(fs::u8path(file)).parent_path()) {}
+
+    std::string Path(const std::string& path) const {
+        return path.empty() ? path : (path_ / fs::u8path(path)).lexically_normal().u8string();
+    }
+    std::string Url(const std::string& url) const {
+        const std::string scheme = "sqlite:";
+        const std::string rest = url.substr(std::min(scheme.size(), url.size()));
+        const auto begins = [&rest](const char* with) { return rest.rfind(with, 0) == 0; };
+        const bool isPath =
+            url.rfind(scheme, 0) == 0 && !begins("//") && !begins(":") && !begins("file:");
+        return isPath ? scheme + Path(rest) : url;
+    }
+
+  private:
+    fs::path path_;
+};
+
+Setter PathTo(std::string& target, const Folder& folder) {
+    return [&target, &folder](const toml::node& node) {
+        target = folder.Path(node.value_or(std::string()));
+        return node.is_string();
+    };
+}
+
+Setter LevelTo(std::string& target) {
+    return [&target](const toml::node& node) {
+        target = node.value_or(std::string());
+        return IsLogLevel(target);
+    };
+}
+
+Setter KindsTo(std::vector<std::string>& target) {
+    return [&target](const toml::node& node) {
+        const std::vector<std::string> all = ClientDataSources().kinds;
+        const toml::array* const array = node.as_array();
+        target.clear();
+        for (std::size_t i = 0; array != nullptr && i < array->size(); ++i) {
+            target.push_back(array->get(i)->value_or(std::string()));
+            if (std::find(all.begin(), all.end(), target.back()) == all.end()) {
+                return false;
+            }
+        }
+        return !target.empty();
+    };
+}
+
+Setter LimitsTo(Limits& limits, const std::string& file) {
+    return [&limits, &file](const toml::node& node) {
+        const toml::table* const table = node.as_table();
+        if (table != nullptr) {
+            Apply(file, *table,
+                  {{"max_frame_mib", NumberTo(limits.maxFrameBytes, kMiB)},
+                   {"max_result_mib", NumberTo(limits.maxResultBytes, kMiB)},
+                   {"max_buffered_mib", NumberTo(limits.maxBufferedBytes, kMiB)},
+                   {"max_connections", NumberTo(limits.maxConnections)},
+                   {"max_sessions", NumberTo(limits.maxSessions)},
+                   {"login_timeout_s", DurationTo(limits.loginTimeout)},
+                   {"idle_timeout_s", DurationTo(limits.idleTimeout)},
+                   {"request_timeout_s", DurationTo(limits.requestTimeout)},
+                   {"min_bytes_per_second", NumberTo(limits.minBytesPerSecond)},
+                   {"session_idle_s", DurationTo(limits.sessionIdle)},
+                   {"session_lifetime_s", DurationTo(limits.sessionLifetime)},
+                   {"statement_timeout_s", DurationTo(limits.statementTimeout)},
+                   {"grace_timeout_s", DurationTo(limits.graceTimeout)}});
+        }
+        return table != nullptr;
+    };
+}
+
+/// A table keeps its keys sorted; the order of databases is the file's, since the first one counts.
+std::vector<std::pair<std::string, const toml::node*>> InFileOrder(const toml::table& table) {
+    std::vector<std::pair<std::string, const toml::node*>> entries;
+    for (const auto& [key, node] : table) {
+        entries.emplace_back(key.str(), &node);
+    }
+    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
+        return a.second->source().begin.line < b.second->source().begin.line;
+    });
+    return entries;
+}
+
+Setter DatabasesTo(ServerOptions& options, const Folder& folder) {
+    return [&options, &folder](const toml::node& node) {
+        const toml::table* const table = node.as_table();
+        if (table == nullptr) {
+            return false;
+        }
+        for (const auto& [name, url] : InFileOrder(*table)) {
+            if (!url->is_string()) {
+                return false;
+            }
+            SetDatabase(options, name, folder.Url(url->value_or(std::string())));
+        }
+        return true;
+    };
+}
+
+toml::table Parse(const std::string& path) {
+    try {
+        return toml::parse_file(path);
+    } catch (const toml::parse_error& e) {
+        throw OperatorError(Where(path, e.source()) + std::string(e.description()));
+    }
+}
+
+}  // namespace
+
+void SetDatabase(ServerOptions& options, const std::string& name, const std::string& url) {
+    const auto known = std::find_if(options.databases.begin(), options.databases.end(),
+                                    [&name](const auto& each) { return each.first == name; });
+    if (known != options.databases.end()) {
+        known->second = url;
+    } else {
+        options.databases.emplace_back(name, url);
+    }
+}
+
+void ReadConfigFile(const std::string& path, ServerOptions& options) {
+    const Folder folder(path);
+    Apply(path, Parse(path),
+          {{"data", PathTo(options.dataDir, folder)},
+           {"listen", TextTo(options.listen)},
+           {"port_file", PathTo(options.portFile, folder)},
+           {"log_level", LevelTo(options.logLevel)},
+           {"allow_client_data_sources", FlagTo(options.clientDataSources.allowed)},
+           {"client_data_source_kinds", KindsTo(options.clientDataSources.kinds)},
+           {"client_data_source_folder", PathTo(options.clientDataSources.folder, folder)},
+           {"workers", NumberTo(options.workers)},
+           {"login_workers", NumberTo(options.loginWorkers)},
+           {"databases", DatabasesTo(options, folder)},
+           {"limits", LimitsTo(options.limits, path)}});
+}
+
+}  // namespace CQXSERVER

@@ -1,0 +1,39 @@
+// What serves requests, put together from the operator's options.
+#pragma once
+
+#include "server/byte_budget.h"
+#include "server/clock.h"
+#include "server/network/reply_frame.h"
+#include "server/server_options.h"
+#include "server/sessions/account_store.h"
+#include "server/sessions/login_service.h"
+#include "server/sessions/login_throttle.h"
+#include "server/sessions/session_table.h"
+#include "server/work/command_service.h"
+#include "server/work/database_registry.h"
+#include "server/work/request_handler.h"
+
+namespace CQXSERVER {
+
+/// Makes the data folder, the account store and the default database where they are missing. Throws
+/// OperatorError. Members stand in the order in which they need each other.
+struct Services {
+    Services(const ServerOptions& options, const Clock& clock);
+    Services(const Services&) = delete;
+    Services& operator=(const Services&) = delete;
+
+    ByteBudget buffers;
+    ReplyEncoder encoder;
+    AccountStore accounts;
+    DatabaseRegistry databases;
+    SessionTable sessions;
+    LoginThrottle throttle;
+    LoginService logins;
+    CommandService commands;
+    RequestHandler handler;
+};
+
+/// The path of the account store in a data folder, which is made, for its owner only, when missing.
+std::string AccountStorePath(const std::string& dataDir);
+
+}  // namespace CQXSERVER

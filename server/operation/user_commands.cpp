@@ -1,0 +1,75 @@
+#include "server/operation/user_commands.h"
+
+#include <iostream>
+
+#include "platform/console/password_prompt.h"
+#include "server/database_names.h"
+#include "server/operation/services.h"
+#include "server/server_error.h"
+#include "server/sessions/account_store.h"
+#include "server/sessions/password_hash.h"
+
+namespace CQXSERVER {
+namespace {
+
+std::string AskTwice(const std::string& user) {
+    std::string password;
+    std::string again;
+    if (!CQXBASE::platform::ReadHiddenLine("Password for " + user + ": ", password) ||
+        !CQXBASE::platform::ReadHiddenLine("The same again: ", again)) {
+        throw OperatorError("no password given");
+    }
+    if (password != again) {
+        throw OperatorError("the two passwords differ");
+    }
+    return password;
+}
+
+std::string ReadPassword(const std::string& user) {
+    std::string password;
+    if (CQXBASE::platform::StdinIsTerminal()) {
+        password = AskTwice(user);
+    } else {
+        std::getline(std::cin, password);
+        if (!password.empty() && password.back() == '\r') {
+            password.pop_back();
+        }
+    }
+    if (password.empty() || password.find("|~|") != std::string::npos) {
+        throw OperatorError("a password is not empty and has no |~|");
+    }
+    return password;
+}
+
+void List(AccountStore& accounts) {
+    for (const Account& each : accounts.List()) {
+        std::cout << each.name << '\t' << JoinDatabases(each.databases) << '\n';
+    }
+}
+
+}  // namespace
+
+void RunUserCommand(const CommandLine& command) {
+    AccountStore accounts(AccountStorePath(command.options.dataDir));
+    switch (command.action) {
+        case Action::AddUser:
+            accounts.Add(command.user, HashPassword(ReadPassword(command.user)), command.databases);
+            break;
+        case Action::RemoveUser:
+            accounts.Remove(command.user);
+            break;
+        case Action::SetPassword:
+            accounts.SetPassword(command.user, HashPassword(ReadPassword(command.user)));
+            break;
+        case Action::SetDatabases:
+            accounts.SetDatabases(command.user, command.databases);
+            break;
+        case Action::ListUsers:
+            List(accounts);
+            break;
+        case Action::Serve:
+            break;
+    }
+}
+
+}  // namespace CQXSERVER

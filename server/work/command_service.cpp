@@ -1,0 +1,85 @@
+#include "server/work/command_service.h"
+
+#include <utility>
+
+#include <qxdb/DBMgrErrors.h>
+
+#include "messages/session_records.h"
+#include "messages/type_codes.h"
+#include "server/server_error.h"
+#include "server/work/streamed_reply.h"
+#include "util/text.h"
+
+namespace CQXSERVER {
+using namespace CQXDB;
+
+CommandService::CommandService(LoginService& logins, SessionTable& sessions,
+                               const DatabaseRegistry& databases, const ReplyEncoder& encoder,
+                               std::size_t maxResultBytes)
+    : logins_(logins),
+      sessions_(sessions),
+      databases_(databases),
+      encoder_(encoder),
+      maxResultBytes_(maxResultBytes) {}
+
+Outcome CommandService::Serve(const Request& request, const CQXBASE::MessageHolder& message) {
+    if (auto* const command = message.As<QXCommand>()) {
+        return ServeAny(request, *command);
+    }
+    auto* const list = message.As<QXCommandList>();
+    if (list == nullptr) {
+        throw RequestRefused(ServerError::UndecodableBody);
+    }
+    return request.Code() == CQXBASE::kBatchQuery ? Batch(request, *list)
+                                                  : ServeAny(request, *list);
+}
+
+template <class Commands>
+Outcome CommandService::ServeAny(const Request& request, Commands& commands) {
+    const std::string account = Authorize(commands);
+    if (request.Code() == CQXBASE::kExecute || request.Code() == CQXBASE::kExecuteList) {
+        CQXBASE::QXSimpleMsg status(std::wstring(), 0);
+        return Reply(request, Execute(account, commands), status, commands.Token());
+    }
+    QXRecordset rs;
+    StreamedReply streamed(encoder_, request.Enciphered());
+    const DatabaseAnswer answer = Query(account, commands, rs, maxResultBytes_, streamed.Sink());
+    if (streamed.Begun() && answer.code == 0) {
+        Outcome outcome;
+        outcome.token = CQXBASE::WideToUtf8(commands.Token());
+        outcome.reply = streamed.Finish(request.Code(), std::move(rs));
+        return outcome;
+    }
+    streamed.Check();
+    return Reply(request, answer, rs, commands.Token());
+}
+
+Outcome CommandService::Batch(const Request& request, QXCommandList& list) {
+    const std::string account = Authorize(list);
+    QXRsList results;
+    const DatabaseAnswer answer = CQXSERVER::Batch(account, list, results, maxResultBytes_);
+    return Reply(request, answer, results, list.Token());
+}
+
+template <class Commands>
+std::string CommandService::Authorize(Commands& commands) {
+    const Session session = sessions_.Require(CQXBASE::WideToUtf8(commands.Token()));
+    const Account account = logins_.AccountOf(session);
+    commands.SetSysDataSrc(databases_.Resolve(commands.SysDataSrc(), account, session.database));
+    return account.name;
+}
+
+Outcome CommandService::Reply(const Request& request, const DatabaseAnswer& answer,
+                              CQXBASE::QXIOBase& record, const std::wstring& token) const {
+    if (answer.code == DBMGR_RESULT_TOO_LARGE) {
+        throw RequestRefused(ServerError::ResultTooLarge);
+    }
+    Outcome outcome;
+    outcome.token = CQXBASE::WideToUtf8(token);
+    outcome.reply = answer.code == 0
+                        ? encoder_.Encode(request.Code(), record, request.Enciphered())
+                        : encoder_.EncodeError(answer.code, answer.text, request.Enciphered());
+    return outcome;
+}
+
+}  // namespace CQXSERVER

@@ -1,0 +1,45 @@
+// Commands, queries and batches of sessions.
+#pragma once
+
+#include <string>
+
+#include <qxdb/QXCommandList.h>
+
+#include "messages/message_holder.h"
+#include "server/network/request.h"
+#include "server/sessions/login_service.h"
+#include "server/sessions/session_table.h"
+#include "server/work/database_registry.h"
+#include "server/work/database_work.h"
+
+namespace CQXSERVER {
+
+/// Thread-safe; everything it is given is borrowed.
+class CommandService {
+  public:
+    CommandService(LoginService& logins, SessionTable& sessions, const DatabaseRegistry& databases,
+                   const ReplyEncoder& encoder, std::size_t maxResultBytes);
+
+    /// Runs what a decoded request of one of the five kinds asks for. A statement that fails is
+    /// answered with the database's own number and text. Throws RequestRefused.
+    Outcome Serve(const Request& request, const CQXBASE::MessageHolder& message);
+
+  private:
+    template <class Commands>
+    Outcome ServeAny(const Request& request, Commands& commands);
+    /// Checks the token that the commands carry, puts the data source to use in the place of
+    /// theirs, and gives the name of the account.
+    template <class Commands>
+    std::string Authorize(Commands& commands);
+    Outcome Batch(const Request& request, CQXDB::QXCommandList& list);
+    Outcome Reply(const Request& request, const DatabaseAnswer& answer, CQXBASE::QXIOBase& record,
+                  const std::wstring& token) const;
+
+    LoginService& logins_;
+    SessionTable& sessions_;
+    const DatabaseRegistry& databases_;
+    const ReplyEncoder& encoder_;
+    const std::size_t maxResultBytes_;
+};
+
+}  // namespace CQXSERVER

@@ -1,0 +1,146 @@
+#include <gtest/gtest.h>
+
+#include "server/operation/command_line.h"
+#include "server/operation/config_file.h"
+#include "server/server_error.h"
+#include "tests/support/TempDir.h"
+
+namespace CQXSERVER {
+namespace {
+
+using qxdb_test::TempDir;
+using qxdb_test::WriteFile;
+
+using Numbers = std::vector<std::uint64_t>;
+
+Numbers All(const Limits& limits) {
+    Numbers all = {limits.maxFrameBytes,  limits.maxResultBytes, limits.maxBufferedBytes,
+                   limits.maxConnections, limits.maxSessions,    limits.minBytesPerSecond};
+    for (const auto& each :
+         {limits.loginTimeout, limits.idleTimeout, limits.requestTimeout, limits.sessionIdle,
+          limits.sessionLifetime, limits.statementTimeout, limits.graceTimeout}) {
+        all.push_back(static_cast<std::uint64_t>(each.count()));
+    }
+    return all;
+}
+
+class ConfigTest : public testing::Test {
+  protected:
+    ServerOptions Read(const std::string& text) {
+        WriteFile(folder_.Path() / "c.toml", text);
+        ServerOptions options;
+        ReadConfigFile(folder_.File("c.toml"), options);
+        return options;
+    }
+    std::string ErrorOf(const std::string& text) {
+        try {
+            Read(text);
+            return {};
+        } catch (const OperatorError& e) {
+            return e.what();
+        }
+    }
+    CommandLine Parse(std::vector<const char*> arguments) {
+        int status = -1;
+        arguments.insert(arguments.begin(), "qxdbserver");
+        return ParseCommandLine(static_cast<int>(arguments.size()), arguments.data(), status)
+            .value();
+    }
+
+    /// An absolute path as a file without a drive's name gives it.
+    std::string Rooted(const char* path) const {
+        return (folder_.Path().root_path() / path).make_preferred().string();
+    }
+
+    TempDir folder_;
+};
+
+TEST_F(ConfigTest, EveryKeyHasItsPlaceAndUnit) {
+    const ServerOptions options = Read(R"(
+        listen = "[::1]:7000"
+        port_file = "/run/port"
+        log_level = "debug"
+        allow_client_data_sources = true
+        workers = 3
+        login_workers = 2
+        [limits]
+        max_frame_mib = 1
+        max_result_mib = 2
+        max_buffered_mib = 3
+        max_connections = 4
+        max_sessions = 5
+        min_bytes_per_second = 6
+        login_timeout_s = 7
+        idle_timeout_s = 8
+        request_timeout_s = 0.25
+        session_idle_s = 9
+        session_lifetime_s = 10
+        statement_timeout_s = 10.5
+        grace_timeout_s = 11)");
+    EXPECT_EQ(options.listen, "[::1]:7000");
+    EXPECT_EQ(options.portFile, Rooted("run/port"));
+    EXPECT_EQ(options.logLevel, "debug");
+    EXPECT_TRUE(options.clientDataSources.allowed);
+    EXPECT_EQ(options.workers, 3U);
+    EXPECT_EQ(options.loginWorkers, 2U);
+    const Numbers expected = {kMiB, 2 * kMiB, 3 * kMiB, 4,     5,     6,    7000,
+                              8000, 250,      9000,     10000, 10500, 11000};
+    EXPECT_EQ(All(options.limits), expected);
+}
+
+TEST_F(ConfigTest, DatabasesKeepTheirOrderAndPathsCountFromTheFile) {
+    const ServerOptions options = Read(
+        "data = 'd'\n[databases]\nzoo = 'sqlite:z.db'\nant = 'mysql://h/x'\n"
+        "bee = 'sqlite:/abs.db'\ncat = 'sqlite::memory:'\ndog = 'sqlite:file:d.db?mode=ro'\n"
+        "eel = 'sqlite:///a%20b'\n");
+    EXPECT_EQ(options.dataDir, folder_.File("d"));
+    ASSERT_EQ(options.databases.size(), 6U);
+    EXPECT_EQ(options.databases[0].first, "zoo");
+    EXPECT_EQ(options.databases[0].second, "sqlite:" + folder_.File("z.db"));
+    EXPECT_EQ(options.databases[1].second, "mysql://h/x");
+    EXPECT_EQ(options.databases[2].second, "sqlite:" + Rooted("abs.db"));
+    EXPECT_EQ(options.databases[3].second, "sqlite::memory:");
+    EXPECT_EQ(options.databases[4].second, "sqlite:file:d.db?mode=ro");
+    EXPECT_EQ(options.databases[5].second, "sqlite:///a%20b");
+}
+
+TEST_F(ConfigTest, MistakesAreNamedWithTheirLine) {
+    EXPECT_NE(ErrorOf("\ndata = \n").find("line 2"), std::string::npos);
+    EXPECT_NE(ErrorOf("\n\nlisten = '::'\nfrob = 1\n").find("line 4: unknown key 'frob'"),
+              std::string::npos);
+    EXPECT_NE(ErrorOf("[limits]\nmax_frames = 1\n").find("unknown key 'max_frames'"),
+              std::string::npos);
+    for (const std::string bad :
+         {"workers = 0", "workers = -1", "workers = 1.5", "data = 1", "log_level = 'loud'",
+          "allow_client_data_sources = 'yes'", "databases = 3", "limits = 'x'",
+          "limits.idle_timeout_s = 0", "limits.idle_timeout_s = -3", "limits.idle_timeout_s = '1'",
+          "limits.idle_timeout_s = nan", "limits.max_frame_mib = 99999999999999",
+          "databases.a = 1"}) {
+        EXPECT_NE(ErrorOf(bad), "") << bad;
+    }
+}
+
+TEST_F(ConfigTest, TheCommandLineWins) {
+    WriteFile(
+        folder_.Path() / "c.toml",
+        "listen = 'h:1'\nlog_level = 'debug'\n[databases]\na = 'sqlite:/a'\nb = 'sqlite:/b'\n");
+    const std::string config = folder_.File("c.toml");
+    const CommandLine line = Parse({"--config", config.c_str(), "--listen", "h:2", "--database",
+                                    "a=sqlite:/c", "--database", "d=odbc:DSN=x;UID=y"});
+    EXPECT_EQ(line.action, Action::Serve);
+    EXPECT_EQ(line.options.listen, "h:2");
+    EXPECT_EQ(line.options.logLevel, "debug");
+    const std::vector<std::pair<std::string, std::string>> expected = {
+        {"a", "sqlite:/c"}, {"b", "sqlite:" + Rooted("b")}, {"d", "odbc:DSN=x;UID=y"}};
+    EXPECT_EQ(line.options.databases, expected);
+}
+
+TEST_F(ConfigTest, TheExampleHoldsTheDefaults) {
+    ServerOptions options;
+    ReadConfigFile(QXDB_EXAMPLE_CONFIG, options);
+    EXPECT_EQ(options.listen, ServerOptions().listen);
+    EXPECT_EQ(All(options.limits), All(Limits()));
+}
+
+}  // namespace
+}  // namespace CQXSERVER

@@ -1,0 +1,98 @@
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "server/server_error.h"
+#include "server/sessions/account_store.h"
+#include "server/sessions/password_hash.h"
+#include "tests/support/Platform.h"
+#include "tests/support/TempDir.h"
+
+namespace CQXSERVER {
+namespace {
+
+using qxdb_test::TempDir;
+
+constexpr ScryptCost kCheap{4, 8, 1};
+
+TEST(PasswordHash, MatchesItsOwnPasswordAlone) {
+    const std::string stored = HashPassword("sécret", kCheap);
+    EXPECT_TRUE(PasswordMatches("sécret", stored));
+    for (const char* wrong : {"", "secret", "sécret ", "Sécret"}) {
+        EXPECT_FALSE(PasswordMatches(wrong, stored)) << wrong;
+    }
+    EXPECT_NE(HashPassword("sécret", kCheap), stored) << "two hashes share a salt";
+    EXPECT_TRUE(PasswordMatches("x", HashPassword("x", ScryptCost{5, 4, 2})));
+    EXPECT_EQ(HashPassword("x").rfind("scrypt$15$8$1$", 0), 0U) << "the usual cost has changed";
+}
+
+TEST(PasswordHash, AMadeUpHashMatchesNothing) {
+    const std::string good = HashPassword("x", kCheap);
+    for (const std::string& stored :
+         {std::string(), good.substr(0, good.size() - 4), "scrypt$99" + good.substr(8),
+          std::string("scrypt$4$8$1$$"), std::string("scrypt$4$8$1$!!!!$AAAA"), good + "$",
+          "plain" + good.substr(6)}) {
+        EXPECT_FALSE(PasswordMatches("x", stored)) << stored;
+        EXPECT_FALSE(PasswordMatches("", stored)) << stored;
+    }
+}
+
+class AccountStoreTest : public testing::Test {
+  protected:
+    TempDir folder_;
+    AccountStore store_{folder_.File("accounts.db")};
+    AccountStore other_{folder_.File("accounts.db")};  ///< stands for another process
+};
+
+TEST_F(AccountStoreTest, SeesAtOnceWhatAnotherProcessChanges) {
+    store_.Add("ann", "hash-1", {"main", "sales"});
+    const std::optional<Account> added = other_.Find("ann");
+    ASSERT_TRUE(added);
+    EXPECT_EQ(added->passwordHash, "hash-1");
+    EXPECT_TRUE(added->MayUse("sales"));
+    EXPECT_FALSE(added->MayUse("other"));
+
+    store_.SetPassword("ann", "hash-2");
+    const std::optional<Account> changed = other_.Find("ann");
+    EXPECT_EQ(changed->passwordHash, "hash-2");
+    EXPECT_NE(changed->revision, added->revision);
+
+    store_.SetDatabases("ann", {});
+    EXPECT_TRUE(other_.Find("ann")->MayUse("other"));
+    EXPECT_EQ(other_.Find("ann")->revision, changed->revision);
+
+    store_.Remove("ann");
+    EXPECT_FALSE(other_.Find("ann"));
+    store_.Add("ann", "hash-2", {});
+    EXPECT_NE(other_.Find("ann")->revision, changed->revision);
+}
+
+TEST_F(AccountStoreTest, TakesNamesAsTheyAreAndRefusesWhatCanBeNone) {
+    for (const char* name : {"zoë", "O'Brien", "a b", "%", "\"; DROP TABLE account; --"}) {
+        store_.Add(name, "hash", {});
+        EXPECT_TRUE(store_.Find(name)) << name;
+        EXPECT_THROW(store_.Add(name, "other", {}), OperatorError);
+    }
+    EXPECT_FALSE(store_.Find("ZOË"));
+    for (const std::string& name :
+         {std::string(), std::string("a|~|b"), std::string("a\nb"), std::string(129, 'x')}) {
+        EXPECT_THROW(store_.Add(name, "hash", {}), OperatorError) << name;
+    }
+    EXPECT_THROW(store_.Add("bob", "hash", {"a b"}), OperatorError);
+    EXPECT_THROW(store_.Remove("bob"), OperatorError);
+    EXPECT_EQ(store_.List().size(), 5U);
+}
+
+TEST_F(AccountStoreTest, IsForItsOwnerOnlyAndSaysWhatDoesNotOpen) {
+    namespace fs = std::filesystem;
+    const fs::perms mode = fs::status(folder_.Path() / "accounts.db").permissions();
+    if (!qxdb_test::kOnWindows) {  // where a file has the rights of its folder
+        EXPECT_EQ(mode & (fs::perms::group_all | fs::perms::others_all), fs::perms::none);
+    }
+    qxdb_test::WriteFile(folder_.Path() / "letter.db", std::string(4096, 'x'));
+    EXPECT_THROW(AccountStore(folder_.File("letter.db")), OperatorError);
+    EXPECT_THROW(AccountStore(folder_.File("missing/accounts.db")), OperatorError);
+}
+
+}  // namespace
+}  // namespace CQXSERVER
