@@ -64,11 +64,11 @@ class ListRun {
         Script(command.TextUtf8()).ExecuteSoon(command.Params());
     }
     /// Runs all commands out of the columns in which the list has them.
-    void ExecuteAll(const CommandGroups& groups) {
+    void ExecuteAll(const encoding::CommandGroups& groups) {
         std::vector<std::size_t> next(groups.Count());  // the row of each group's next command
         Each([&](std::size_t i) {
             const auto index = static_cast<std::size_t>(groups.Order().Int64At(i));
-            const CommandGroup& group = groups.Groups()[index];
+            const encoding::CommandGroup& group = groups.Groups()[index];
             Script(*group.text).ExecuteRowSoon({group.params, next[index]++});
         });
     }
@@ -111,10 +111,11 @@ TransactionKind KindOf(const Connection& connection, const QXCommandList& list) 
     const auto is = [](bool write) {
         return write ? TransactionKind::Write : TransactionKind::Read;
     };
-    if (const CommandGroups* const columns = list.Columns()) {
+    if (const encoding::CommandGroups* const columns = list.Columns()) {
         const auto& groups = columns->Groups();
-        return is(std::any_of(groups.begin(), groups.end(),
-                              [&](const CommandGroup& group) { return writes(*group.text); }));
+        return is(
+            std::any_of(groups.begin(), groups.end(),
+                        [&](const encoding::CommandGroup& group) { return writes(*group.text); }));
     }
     return is(std::any_of(list.begin(), list.end(),
                           [&](const QXCommand& command) { return writes(command.TextUtf8()); }));
@@ -140,7 +141,7 @@ void Execute(Connection& connection, const QXCommand& command) {
 
 void Execute(Connection& connection, const QXCommandList& list) {
     InOneTransaction(connection, list, [&](ListRun& run) {
-        if (const CommandGroups* const columns = list.Columns()) {
+        if (const encoding::CommandGroups* const columns = list.Columns()) {
             run.ExecuteAll(*columns);
         } else {
             run.Each([&](std::size_t i) { run.Execute(list.At(i)); });

@@ -40,7 +40,7 @@ std::string FindPassword(const std::string& file, const std::string& prompt) {
         return Poco::Environment::get(kVariable);
     }
     std::string typed;
-    if (!CQXBASE::platform::ReadHiddenLine(prompt, typed)) {
+    if (!CQXBASE::platform::console::ReadHiddenLine(prompt, typed)) {
         throw CliError(kWrongUsage,
                        "there is no terminal to ask for the password on; give "
                        "--password-file or the variable QXDB_PASSWORD");

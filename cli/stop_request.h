@@ -16,7 +16,7 @@ class StopRequest {
 
   private:
     std::atomic<bool> made_{false};
-    CQXBASE::platform::StopSignals signals_;
+    CQXBASE::platform::console::StopSignals signals_;
 };
 
 }  // namespace CQXCLI

@@ -26,7 +26,7 @@ CaughtException DescribeCurrentException(const ErrorSite& site, const wchar_t* u
         return Stamp(CaughtKind::QxException, error, site);
     } catch (const std::exception& error) {
         return Replace(CaughtKind::StdException, ToWide(error.what(), kCodePageAnsi), site);
-    } catch (const platform::ThreadCancellation&) {
+    } catch (const platform::faults::ThreadCancellation&) {
         throw;
     } catch (...) {
         return Replace(CaughtKind::Unknown, unknownText, site);

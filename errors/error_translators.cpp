@@ -15,14 +15,14 @@ namespace {
 }  // namespace
 
 void InstallErrorTranslators() noexcept {
-    platform::SetFaultTranslator(SeTranslator);
-    platform::SetInvalidParameterHandler(InvalidParameterHandler);
-    platform::SetPureCallHandler(PurecallHandler);
+    platform::faults::SetFaultTranslator(SeTranslator);
+    platform::faults::SetInvalidParameterHandler(InvalidParameterHandler);
+    platform::faults::SetPureCallHandler(PurecallHandler);
 }
 
-void SeTranslator(unsigned int code, platform::ExceptionPointers* fault) {
-    const platform::FaultRecord record = platform::RecordOf(*fault);
-    ThrowWithoutSite(platform::FaultText(FaultName(code), record.address, record.code));
+void SeTranslator(unsigned int code, platform::faults::ExceptionPointers* fault) {
+    const platform::faults::FaultRecord record = platform::faults::RecordOf(*fault);
+    ThrowWithoutSite(platform::text::FaultText(FaultName(code), record.address, record.code));
 }
 
 void InvalidParameterHandler(const wchar_t* expression, const wchar_t*, const wchar_t*,
@@ -30,7 +30,7 @@ void InvalidParameterHandler(const wchar_t* expression, const wchar_t*, const wc
     if (expression == nullptr) {
         ThrowWithoutSite(L"call function error.");
     }
-    ThrowWithoutSite(platform::ExpressionText(expression));
+    ThrowWithoutSite(platform::text::ExpressionText(expression));
 }
 
 void PurecallHandler() {

@@ -13,7 +13,7 @@ void InstallErrorTranslators() noexcept;
 
 /// Throws QX_Exception naming `code`, with the address and code of the record that `fault` points
 /// to.
-[[noreturn]] void SeTranslator(unsigned int code, platform::ExceptionPointers* fault);
+[[noreturn]] void SeTranslator(unsigned int code, platform::faults::ExceptionPointers* fault);
 
 /// Throws QX_Exception with the expression, or "call function error." when there is none. The other
 /// arguments are not used.

@@ -16,7 +16,7 @@ class ProtectedRegion {
     ProtectedRegion& operator=(const ProtectedRegion&) = delete;
 
   private:
-    platform::FaultRegion region_;
+    platform::faults::FaultRegion region_;
 };
 
 }  // namespace CQXBASE

@@ -13,17 +13,18 @@ QXOtpAuth::OtpAuth_Data::OtpAuth_Data(std::uint32_t newKind, const std::string& 
     : kind(newKind), first(newFirst), second(newSecond) {}
 
 int QXOtpAuth::OtpAuth_Data::toCDR(ACE_OutputCDR& out) const {
-    return CQXBASE::WriteULong(out, kind) && CQXBASE::WriteNarrow(out, first) &&
-           CQXBASE::WriteNarrow(out, second) && out.good_bit();
+    return CQXBASE::encoding::WriteULong(out, kind) && CQXBASE::encoding::WriteNarrow(out, first) &&
+           CQXBASE::encoding::WriteNarrow(out, second) && out.good_bit();
 }
 
 int QXOtpAuth::OtpAuth_Data::fromCDR(ACE_InputCDR& in) {
-    return CQXBASE::ReadULong(in, kind) && CQXBASE::ReadNarrow(in, first) &&
-           CQXBASE::ReadNarrow(in, second) && in.good_bit();
+    return CQXBASE::encoding::ReadULong(in, kind) && CQXBASE::encoding::ReadNarrow(in, first) &&
+           CQXBASE::encoding::ReadNarrow(in, second) && in.good_bit();
 }
 
 std::size_t QXOtpAuth::OtpAuth_Data::size() {
-    return CQXBASE::NarrowSize(first) + CQXBASE::kNumberSize + CQXBASE::NarrowSize(second);
+    return CQXBASE::encoding::NarrowSize(first) + CQXBASE::encoding::kNumberSize +
+           CQXBASE::encoding::NarrowSize(second);
 }
 
 }  // namespace CQXDB

@@ -87,17 +87,17 @@ class BorrowedStream {
         : block_(length, ACE_Message_Block::MB_DATA, bytes, nullptr, nullptr,
                  ACE_Message_Block::DONT_DELETE, nullptr),
           stream_(&block_, ACE_Message_Block::DONT_DELETE, 0, length, kLittleEndian, 1, 2) {}
-    BoundedInput& Get() noexcept { return stream_; }
+    encoding::BoundedInput& Get() noexcept { return stream_; }
 
   private:
     ACE_Data_Block block_;
-    BoundedInput stream_;
+    encoding::BoundedInput stream_;
 };
 
 }  // namespace
 
 MessageHolder MessageHolder::Request(std::uint32_t code, const ReceivedBody& body,
-                                     DecodeMemory* memory) {
+                                     encoding::DecodeMemory* memory) {
     MessageHolder holder(code);
     holder.memory_ = memory;
     holder.Create(BodyOf(code), nullptr);
@@ -151,18 +151,18 @@ void MessageHolder::DecodeRaw(const void* bytes, std::size_t length) {
 void MessageHolder::DecodeFrame(const ACE_Message_Block& block) {
     const AlignedBytes aligned(block.rd_ptr(), block.length());
     BorrowedStream stream(aligned.Begin(), block.length());
-    BoundedInput& in = stream.Get();
+    encoding::BoundedInput& in = stream.Get();
     ACE_CDR::Boolean littleEndian = true;
     in.read_boolean(littleEndian);
     in.reset_byte_order(littleEndian ? kLittleEndian : 0);
     for (int word = 0; word < 3; ++word) {
         std::uint32_t ignored = 0;
-        ReadULong(in, ignored);
+        encoding::ReadULong(in, ignored);
     }
     DecodeFrom(in);
 }
 
-void MessageHolder::DecodeFrom(BoundedInput& in) {
+void MessageHolder::DecodeFrom(encoding::BoundedInput& in) {
     in.memory = memory_;
     const bool skip = mayBeEmpty_ && in.good_bit() && in.length() == 0;
     state_ = skip || object_->fromCDR(in) != 0 ? State::Good : State::Undecodable;

@@ -13,8 +13,10 @@ class ACE_Message_Block;
 
 namespace CQXBASE {
 
+namespace encoding {
 class BoundedInput;
 class DecodeMemory;
+}  // namespace encoding
 
 /// The bytes that came with a code, as the transport hands them over. Borrowed: they outlive the
 /// call that decodes them.
@@ -54,7 +56,7 @@ class MessageHolder {
     /// Decodes a request, as the server reads it. Whether the code is a request at all is
     /// IsRequest's to say. `memory`, if any, is asked for what the body expands to.
     static MessageHolder Request(std::uint32_t code, const ReceivedBody& body,
-                                 DecodeMemory* memory = nullptr);
+                                 encoding::DecodeMemory* memory = nullptr);
 
     /// Decodes the reply to a request of `requestCode`. An error reply is always welcome. `result`
     /// is null or the caller's object, which takes the decoded contents: a CQXDB::QXRecordset for a
@@ -82,13 +84,13 @@ class MessageHolder {
     void Decode(const ReceivedBody& body);
     void DecodeRaw(const void* bytes, std::size_t length);
     void DecodeFrame(const ACE_Message_Block& block);
-    void DecodeFrom(BoundedInput& in);
+    void DecodeFrom(encoding::BoundedInput& in);
 
     std::uint32_t code_;
     std::uint32_t receivedCode_;
     std::unique_ptr<QXIOBase> owned_;
-    DecodeMemory* memory_ = nullptr;  ///< borrowed, for decoding alone
-    QXIOBase* object_ = nullptr;      ///< owned_'s, or the caller's
+    encoding::DecodeMemory* memory_ = nullptr;  ///< borrowed, for decoding alone
+    QXIOBase* object_ = nullptr;                ///< owned_'s, or the caller's
     bool mayBeEmpty_ = false;
     State state_ = State::UnknownCode;
 };

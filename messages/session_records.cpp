@@ -9,44 +9,45 @@ namespace CQXBASE {
 QXOneString::QXOneString(std::wstring newValue) : value(std::move(newValue)) {}
 
 int QXOneString::toCDR(ACE_OutputCDR& out) const {
-    return WriteWide(out, value) && out.good_bit();
+    return encoding::WriteWide(out, value) && out.good_bit();
 }
 
 int QXOneString::fromCDR(ACE_InputCDR& in) {
-    return ReadWide(in, value) && in.good_bit();
+    return encoding::ReadWide(in, value) && in.good_bit();
 }
 
 std::size_t QXOneString::size() {
-    return WideSize(value);
+    return encoding::WideSize(value);
 }
 
 QXSimpleMsg::QXSimpleMsg(std::wstring newText, std::uint32_t newCode)
     : text(std::move(newText)), code(newCode) {}
 
 int QXSimpleMsg::toCDR(ACE_OutputCDR& out) const {
-    return WriteULong(out, code) && WriteWide(out, text) && out.good_bit();
+    return encoding::WriteULong(out, code) && encoding::WriteWide(out, text) && out.good_bit();
 }
 
 int QXSimpleMsg::fromCDR(ACE_InputCDR& in) {
-    return ReadULong(in, code) && ReadWide(in, text) && in.good_bit();
+    return encoding::ReadULong(in, code) && encoding::ReadWide(in, text) && in.good_bit();
 }
 
 std::size_t QXSimpleMsg::size() {
-    return WideSize(text) + kNumberSize;
+    return encoding::WideSize(text) + encoding::kNumberSize;
 }
 
 int QXSesInfo::toCDR(ACE_OutputCDR& out) const {
-    return WriteULong(out, code) && WriteWide(out, text) && WriteWide(out, token) &&
-           WriteWide(out, info) && out.good_bit();
+    return encoding::WriteULong(out, code) && encoding::WriteWide(out, text) &&
+           encoding::WriteWide(out, token) && encoding::WriteWide(out, info) && out.good_bit();
 }
 
 int QXSesInfo::fromCDR(ACE_InputCDR& in) {
-    return ReadULong(in, code) && ReadWide(in, text) && ReadWide(in, token) && ReadWide(in, info) &&
-           in.good_bit();
+    return encoding::ReadULong(in, code) && encoding::ReadWide(in, text) &&
+           encoding::ReadWide(in, token) && encoding::ReadWide(in, info) && in.good_bit();
 }
 
 std::size_t QXSesInfo::size() {
-    return WideSize(text) + kNumberSize + WideSize(token) + WideSize(info);
+    return encoding::WideSize(text) + encoding::kNumberSize + encoding::WideSize(token) +
+           encoding::WideSize(info);
 }
 
 }  // namespace CQXBASE

@@ -12,11 +12,13 @@ namespace CQXDB {
 
 int QXCommandList::toCDR(ACE_OutputCDR& out) const {
     const Groups groups = Sorted();
-    if (!WriteVersion(out) || !WriteStamp(out, dataSource_, token_, pageSize_, pageNo_) ||
-        !CQXBASE::WriteCount(out, Count()) || !CQXBASE::WriteCount(out, groups->Count())) {
+    if (!encoding::WriteVersion(out) ||
+        !encoding::WriteStamp(out, dataSource_, token_, pageSize_, pageNo_) ||
+        !CQXBASE::encoding::WriteCount(out, Count()) ||
+        !CQXBASE::encoding::WriteCount(out, groups->Count())) {
         return 0;
     }
-    ColumnWriter writer(out);
+    encoding::ColumnWriter writer(out);
     if (!Empty()) {
         groups->AddTo(writer);
     }
@@ -27,17 +29,18 @@ int QXCommandList::fromCDR(ACE_InputCDR& in) {
     RemoveAll();
     std::uint32_t count = 0;
     std::uint32_t groupCount = 0;
-    if (!ReadVersion(in) || !ReadStamp(in, dataSource_, token_, pageSize_, pageNo_) ||
-        !CQXBASE::ReadULong(in, count) || !CQXBASE::ReadULong(in, groupCount)) {
+    if (!encoding::ReadVersion(in) ||
+        !encoding::ReadStamp(in, dataSource_, token_, pageSize_, pageNo_) ||
+        !CQXBASE::encoding::ReadULong(in, count) || !CQXBASE::encoding::ReadULong(in, groupCount)) {
         return 0;
     }
     if (count == 0 || groupCount == 0) {
-        return count == groupCount ? in.good_bit() : CQXBASE::Refuse(in);
+        return count == groupCount ? in.good_bit() : CQXBASE::encoding::Refuse(in);
     }
-    const auto groups = std::make_shared<CommandGroups>();
-    ColumnReader reader(in);
+    const auto groups = std::make_shared<encoding::CommandGroups>();
+    encoding::ColumnReader reader(in);
     if (!groups->ReadFrom(reader, count, groupCount) || !reader.Finish()) {
-        return CQXBASE::Refuse(in);
+        return CQXBASE::encoding::Refuse(in);
     }
     columns_ = groups;
     folded_ = count;
@@ -55,13 +58,13 @@ void QXCommandList::RemoveAll() noexcept {
 }
 
 void QXCommandList::MakeCommands() const {
-    const CommandGroups& groups = *columns_;
+    const encoding::CommandGroups& groups = *columns_;
     std::vector<std::size_t> next(groups.Count());  // the row of each group's next command
     std::vector<QXCommand> commands;
     commands.reserve(folded_);
     for (std::size_t i = 0; i < folded_; ++i) {
         const auto index = static_cast<std::size_t>(groups.Order().Int64At(i));
-        const CommandGroup& group = groups.Groups()[index];
+        const encoding::CommandGroup& group = groups.Groups()[index];
         QXCommand& command = commands.emplace_back();
         command.text_ = group.text;
         command.params_.reserve(group.params.size());
@@ -81,11 +84,11 @@ QXCommandList::Groups QXCommandList::Sorted() const {
         return columns_;
     }
     Groups sorted = std::atomic_exchange(&sorted_.groups, Groups());
-    return sorted ? sorted : std::make_shared<const CommandGroups>(commands_);
+    return sorted ? sorted : std::make_shared<const encoding::CommandGroups>(commands_);
 }
 
 std::size_t QXCommandList::size() {
-    ColumnsSize columns;
+    encoding::ColumnsSize columns;
     if (!Empty()) {
         const Groups groups = Sorted();
         groups->AddTo(columns);
@@ -93,7 +96,8 @@ std::size_t QXCommandList::size() {
             std::atomic_store(&sorted_.groups, groups);
         }
     }
-    return 3 * CQXBASE::kNumberSize + StampSize(dataSource_, token_) + columns.Total();
+    return 3 * CQXBASE::encoding::kNumberSize + encoding::StampSize(dataSource_, token_) +
+           columns.Total();
 }
 
 }  // namespace CQXDB

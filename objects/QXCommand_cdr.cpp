@@ -31,13 +31,15 @@ std::size_t ParamsBound(const std::vector<QXValue>& params) {
 }  // namespace
 
 int QXCommand::toCDR(ACE_OutputCDR& out) const {
-    if (!WriteVersion(out) || !WriteStamp(out, SysDataSrc(), token_, pageSize_, pageNo_) ||
-        !CQXBASE::WriteNarrow(out, TextUtf8()) || !CQXBASE::WriteCount(out, params_.size())) {
+    if (!encoding::WriteVersion(out) ||
+        !encoding::WriteStamp(out, SysDataSrc(), token_, pageSize_, pageNo_) ||
+        !CQXBASE::encoding::WriteNarrow(out, TextUtf8()) ||
+        !CQXBASE::encoding::WriteCount(out, params_.size())) {
         return 0;
     }
-    ColumnWriter writer(out);
+    encoding::ColumnWriter writer(out);
     if (!params_.empty()) {
-        writer.Add(AsColumn(params_), kParamWeight);
+        writer.Add(AsColumn(params_), encoding::kParamWeight);
     }
     return writer.Finish();
 }
@@ -47,8 +49,9 @@ int QXCommand::fromCDR(ACE_InputCDR& in) {
     std::string text;
     std::uint32_t count = 0;
     ClearParams();
-    if (!ReadVersion(in) || !ReadStamp(in, dataSource, token_, pageSize_, pageNo_) ||
-        !CQXBASE::ReadNarrow(in, text) || !CQXBASE::ReadULong(in, count)) {
+    if (!encoding::ReadVersion(in) ||
+        !encoding::ReadStamp(in, dataSource, token_, pageSize_, pageNo_) ||
+        !CQXBASE::encoding::ReadNarrow(in, text) || !CQXBASE::encoding::ReadULong(in, count)) {
         return 0;
     }
     text_ = std::make_shared<const std::string>(std::move(text));
@@ -57,8 +60,8 @@ int QXCommand::fromCDR(ACE_InputCDR& in) {
         return in.good_bit();
     }
     QXColumn column;
-    ColumnReader reader(in);
-    if (!reader.Read(column, count, kParamWeight)) {
+    encoding::ColumnReader reader(in);
+    if (!reader.Read(column, count, encoding::kParamWeight)) {
         return 0;
     }
     params_.reserve(count);
@@ -69,8 +72,8 @@ int QXCommand::fromCDR(ACE_InputCDR& in) {
 }
 
 std::size_t QXCommand::size() {
-    return 2 * CQXBASE::kNumberSize + StampSize(SysDataSrc(), token_) +
-           CQXBASE::NarrowSize(TextUtf8()) + ParamsBound(params_);
+    return 2 * CQXBASE::encoding::kNumberSize + encoding::StampSize(SysDataSrc(), token_) +
+           CQXBASE::encoding::NarrowSize(TextUtf8()) + ParamsBound(params_);
 }
 
 }  // namespace CQXDB

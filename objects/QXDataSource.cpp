@@ -33,12 +33,14 @@ void QXDataSource::initDriver(CQXDB_DriverType_ENUM newDriver, const std::wstrin
 
 int QXDataSource::toCDR(ACE_OutputCDR& out) const {
     using namespace CQXBASE;
-    return WriteWide(out, name) && WriteLong(out, type) && WriteWide(out, server) &&
-           WriteLong(out, port) && WriteWide(out, database) && WriteWide(out, user) &&
-           WriteWide(out, password) && WriteLong(out, trusted ? 1 : 0) &&
-           WriteNarrow(out, options) && WriteLong(out, version) && WriteLong(out, driver) &&
-           WriteWide(out, driverName) && WriteWide(out, dsn) && WriteWide(out, connectionString) &&
-           WriteWide(out, extra);
+    return encoding::WriteWide(out, name) && encoding::WriteLong(out, type) &&
+           encoding::WriteWide(out, server) && encoding::WriteLong(out, port) &&
+           encoding::WriteWide(out, database) && encoding::WriteWide(out, user) &&
+           encoding::WriteWide(out, password) && encoding::WriteLong(out, trusted ? 1 : 0) &&
+           encoding::WriteNarrow(out, options) && encoding::WriteLong(out, version) &&
+           encoding::WriteLong(out, driver) && encoding::WriteWide(out, driverName) &&
+           encoding::WriteWide(out, dsn) && encoding::WriteWide(out, connectionString) &&
+           encoding::WriteWide(out, extra);
 }
 
 int QXDataSource::fromCDR(ACE_InputCDR& in) {
@@ -46,12 +48,14 @@ int QXDataSource::fromCDR(ACE_InputCDR& in) {
     std::int32_t typeNumber = 0;
     std::int32_t trustedNumber = 0;
     std::int32_t driverNumber = 0;
-    const bool read = ReadWide(in, name) && ReadLong(in, typeNumber) && ReadWide(in, server) &&
-                      ReadLong(in, port) && ReadWide(in, database) && ReadWide(in, user) &&
-                      ReadWide(in, password) && ReadLong(in, trustedNumber) &&
-                      ReadNarrow(in, options) && ReadLong(in, version) &&
-                      ReadLong(in, driverNumber) && ReadWide(in, driverName) && ReadWide(in, dsn) &&
-                      ReadWide(in, connectionString) && ReadWide(in, extra);
+    const bool read = encoding::ReadWide(in, name) && encoding::ReadLong(in, typeNumber) &&
+                      encoding::ReadWide(in, server) && encoding::ReadLong(in, port) &&
+                      encoding::ReadWide(in, database) && encoding::ReadWide(in, user) &&
+                      encoding::ReadWide(in, password) && encoding::ReadLong(in, trustedNumber) &&
+                      encoding::ReadNarrow(in, options) && encoding::ReadLong(in, version) &&
+                      encoding::ReadLong(in, driverNumber) && encoding::ReadWide(in, driverName) &&
+                      encoding::ReadWide(in, dsn) && encoding::ReadWide(in, connectionString) &&
+                      encoding::ReadWide(in, extra);
     type = static_cast<CQXDB_DSType_ENUM>(typeNumber);
     trusted = trustedNumber != 0;
     driver = static_cast<CQXDB_DriverType_ENUM>(driverNumber);
@@ -59,10 +63,11 @@ int QXDataSource::fromCDR(ACE_InputCDR& in) {
 }
 
 std::size_t QXDataSource::size() {
-    using CQXBASE::WideSize;
-    return 5 * CQXBASE::kNumberSize + WideSize(name) + WideSize(server) + WideSize(database) +
-           WideSize(user) + WideSize(password) + CQXBASE::NarrowSize(options) +
-           WideSize(driverName) + WideSize(dsn) + WideSize(connectionString) + WideSize(extra);
+    using CQXBASE::encoding::WideSize;
+    return 5 * CQXBASE::encoding::kNumberSize + WideSize(name) + WideSize(server) +
+           WideSize(database) + WideSize(user) + WideSize(password) +
+           CQXBASE::encoding::NarrowSize(options) + WideSize(driverName) + WideSize(dsn) +
+           WideSize(connectionString) + WideSize(extra);
 }
 
 }  // namespace CQXDB

@@ -5,20 +5,20 @@
 namespace CQXDB {
 
 int QXProxyInfo::toCDR(ACE_OutputCDR& out) const {
-    return CQXBASE::WriteLong(out, kind) && CQXBASE::WriteWide(out, host) &&
-           CQXBASE::WriteLong(out, port) && CQXBASE::WriteWide(out, user) &&
-           CQXBASE::WriteWide(out, password);
+    return CQXBASE::encoding::WriteLong(out, kind) && CQXBASE::encoding::WriteWide(out, host) &&
+           CQXBASE::encoding::WriteLong(out, port) && CQXBASE::encoding::WriteWide(out, user) &&
+           CQXBASE::encoding::WriteWide(out, password);
 }
 
 int QXProxyInfo::fromCDR(ACE_InputCDR& in) {
-    return CQXBASE::ReadLong(in, kind) && CQXBASE::ReadWide(in, host) &&
-           CQXBASE::ReadLong(in, port) && CQXBASE::ReadWide(in, user) &&
-           CQXBASE::ReadWide(in, password);
+    return CQXBASE::encoding::ReadLong(in, kind) && CQXBASE::encoding::ReadWide(in, host) &&
+           CQXBASE::encoding::ReadLong(in, port) && CQXBASE::encoding::ReadWide(in, user) &&
+           CQXBASE::encoding::ReadWide(in, password);
 }
 
 std::size_t QXProxyInfo::size() {
-    return 2 * CQXBASE::kNumberSize + CQXBASE::WideSize(host) + CQXBASE::WideSize(user) +
-           CQXBASE::WideSize(password);
+    return 2 * CQXBASE::encoding::kNumberSize + CQXBASE::encoding::WideSize(host) +
+           CQXBASE::encoding::WideSize(user) + CQXBASE::encoding::WideSize(password);
 }
 
 }  // namespace CQXDB

@@ -19,29 +19,30 @@ int QXRecordset::toCDR(ACE_OutputCDR& out) const {
 }
 
 int QXRecordset::PartToCDR(ACE_OutputCDR& out, bool first, bool last) const {
-    if (first &&
-        (!WriteVersion(out) || !CQXBASE::WriteLong(out, pageSize_) ||
-         !CQXBASE::WriteLong(out, currentPage_) || !CQXBASE::WriteCount(out, ColumnCount()))) {
+    if (first && (!encoding::WriteVersion(out) || !CQXBASE::encoding::WriteLong(out, pageSize_) ||
+                  !CQXBASE::encoding::WriteLong(out, currentPage_) ||
+                  !CQXBASE::encoding::WriteCount(out, ColumnCount()))) {
         return 0;
     }
-    if (!CQXBASE::WriteCount(out, RowCount())) {
+    if (!CQXBASE::encoding::WriteCount(out, RowCount())) {
         return 0;
     }
-    ColumnWriter writer(out);
+    encoding::ColumnWriter writer(out);
     for (const auto& column : columns_) {
         if (column->RowCount() != RowCount()) {
             return 0;
         }
         writer.Add(*column);
     }
-    return writer.Finish() && CQXBASE::WriteULong(out, last ? kLastPart : kMoreParts);
+    return writer.Finish() && CQXBASE::encoding::WriteULong(out, last ? kLastPart : kMoreParts);
 }
 
 int QXRecordset::fromCDR(ACE_InputCDR& in) {
     Clear();
     std::uint32_t columns = 0;
-    if (!ReadVersion(in) || !CQXBASE::ReadLong(in, pageSize_) ||
-        !CQXBASE::ReadLong(in, currentPage_) || !CQXBASE::ReadULong(in, columns)) {
+    if (!encoding::ReadVersion(in) || !CQXBASE::encoding::ReadLong(in, pageSize_) ||
+        !CQXBASE::encoding::ReadLong(in, currentPage_) ||
+        !CQXBASE::encoding::ReadULong(in, columns)) {
         return 0;
     }
     const auto read = [&] {
@@ -49,8 +50,8 @@ int QXRecordset::fromCDR(ACE_InputCDR& in) {
         std::uint32_t more = kLastPart;
         do {
             const bool first = ColumnCount() == 0;
-            if (!ReadPart(in, columns) || !CQXBASE::ReadULong(in, more) ||
-                (more > kMoreParts && !CQXBASE::Refuse(in))) {
+            if (!ReadPart(in, columns) || !CQXBASE::encoding::ReadULong(in, more) ||
+                (more > kMoreParts && !CQXBASE::encoding::Refuse(in))) {
                 return 0;
             }
             if (first && more == kMoreParts) {
@@ -60,7 +61,7 @@ int QXRecordset::fromCDR(ACE_InputCDR& in) {
         FillDone();
         return 1;
     };
-    return ReadWhole(read, [this] { Clear(); });
+    return encoding::ReadWhole(read, [this] { Clear(); });
 }
 
 /// Guesses by the first part, which took `taken` bytes, what the `left` others will bring, so that
@@ -81,13 +82,13 @@ void QXRecordset::ReserveForRest(std::size_t taken, std::size_t left) {
 bool QXRecordset::ReadPart(ACE_InputCDR& in, std::uint32_t columns) {
     std::uint32_t rows = 0;
     const bool first = ColumnCount() == 0;
-    if (!CQXBASE::ReadULong(in, rows)) {
+    if (!CQXBASE::encoding::ReadULong(in, rows)) {
         return false;
     }
     if (columns == 0 ? rows != 0 : rows == 0 && !first) {
-        return CQXBASE::Refuse(in);
+        return CQXBASE::encoding::Refuse(in);
     }
-    ColumnReader reader(in);
+    encoding::ColumnReader reader(in);
     for (std::uint32_t i = 0; i < columns; ++i) {
         QXColumn part;
         if (!reader.Read(part, rows)) {
@@ -96,7 +97,7 @@ bool QXRecordset::ReadPart(ACE_InputCDR& in, std::uint32_t columns) {
         if (first) {
             AddColumn({}) = std::move(part);
         } else if (part.BytesSize() > QXColumn::kMaxBytes - Column(i).BytesSize()) {
-            return CQXBASE::Refuse(in);
+            return CQXBASE::encoding::Refuse(in);
         } else {
             MutableColumn(i).AppendRows(std::move(part));
         }
@@ -105,11 +106,11 @@ bool QXRecordset::ReadPart(ACE_InputCDR& in, std::uint32_t columns) {
 }
 
 std::size_t QXRecordset::size() {
-    ColumnsSize columns;
+    encoding::ColumnsSize columns;
     for (const auto& column : columns_) {
         columns.Add(*column);
     }
-    return 7 * CQXBASE::kNumberSize + columns.Total();  // one for alignment
+    return 7 * CQXBASE::encoding::kNumberSize + columns.Total();  // one for alignment
 }
 
 }  // namespace CQXDB

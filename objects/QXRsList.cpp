@@ -7,12 +7,12 @@
 namespace CQXDB {
 namespace {
 
-constexpr std::size_t kLeastRecordset = 6 * CQXBASE::kNumberSize;
+constexpr std::size_t kLeastRecordset = 6 * CQXBASE::encoding::kNumberSize;
 
 }  // namespace
 
 int QXRsList::toCDR(ACE_OutputCDR& out) const {
-    if (!WriteVersion(out) || !CQXBASE::WriteCount(out, recordsets_.size())) {
+    if (!encoding::WriteVersion(out) || !CQXBASE::encoding::WriteCount(out, recordsets_.size())) {
         return 0;
     }
     for (const QXRecordset& recordset : recordsets_) {
@@ -26,7 +26,7 @@ int QXRsList::toCDR(ACE_OutputCDR& out) const {
 int QXRsList::fromCDR(ACE_InputCDR& in) {
     RemoveAll();
     std::uint32_t count = 0;
-    if (!ReadVersion(in) || !CQXBASE::ReadCount(in, count, kLeastRecordset)) {
+    if (!encoding::ReadVersion(in) || !CQXBASE::encoding::ReadCount(in, count, kLeastRecordset)) {
         return 0;
     }
     const auto read = [&] {
@@ -37,13 +37,14 @@ int QXRsList::fromCDR(ACE_InputCDR& in) {
         }
         return 1;
     };
-    return ReadWhole(read, [this] { RemoveAll(); });
+    return encoding::ReadWhole(read, [this] { RemoveAll(); });
 }
 
 std::size_t QXRsList::size() {
-    std::size_t bytes = 2 * CQXBASE::kNumberSize;
+    std::size_t bytes = 2 * CQXBASE::encoding::kNumberSize;
     for (QXRecordset& recordset : recordsets_) {
-        bytes += recordset.size() + CQXBASE::kNumberSize;  // a recordset may end unaligned
+        bytes +=
+            recordset.size() + CQXBASE::encoding::kNumberSize;  // a recordset may end unaligned
     }
     return bytes;
 }

@@ -5,17 +5,18 @@
 namespace CQXDB {
 
 int QXSvrInfo::toCDR(ACE_OutputCDR& out) const {
-    return CQXBASE::WriteWide(out, host) && CQXBASE::WriteLong(out, port) &&
-           CQXBASE::WriteWide(out, database);
+    return CQXBASE::encoding::WriteWide(out, host) && CQXBASE::encoding::WriteLong(out, port) &&
+           CQXBASE::encoding::WriteWide(out, database);
 }
 
 int QXSvrInfo::fromCDR(ACE_InputCDR& in) {
-    return CQXBASE::ReadWide(in, host) && CQXBASE::ReadLong(in, port) &&
-           CQXBASE::ReadWide(in, database);
+    return CQXBASE::encoding::ReadWide(in, host) && CQXBASE::encoding::ReadLong(in, port) &&
+           CQXBASE::encoding::ReadWide(in, database);
 }
 
 std::size_t QXSvrInfo::size() {
-    return CQXBASE::WideSize(host) + CQXBASE::kNumberSize + CQXBASE::WideSize(database);
+    return CQXBASE::encoding::WideSize(host) + CQXBASE::encoding::kNumberSize +
+           CQXBASE::encoding::WideSize(database);
 }
 
 }  // namespace CQXDB

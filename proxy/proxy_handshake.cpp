@@ -9,7 +9,7 @@ namespace CQXBASE {
 
 int ProxyHandshake(const ProxyParam& proxy, ACE_HANDLE socket, const std::string& targetHost,
                    std::uint16_t targetPort, std::wstring& errText) {
-    platform::SetReceiveTimeout(socket, kReceiveTimeoutMs);
+    platform::sockets::SetReceiveTimeout(socket, kReceiveTimeoutMs);
     ACE::clr_flags(socket, ACE_NONBLOCK);
     switch (proxy.type) {
         case kProxyHttp:

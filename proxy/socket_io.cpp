@@ -9,7 +9,8 @@ namespace CQXBASE {
 bool SendAll(ACE_HANDLE socket, const void* bytes, int length) {
     const auto* next = static_cast<const char*>(bytes);
     while (length > 0) {
-        const auto sent = platform::SendSome(socket, next, static_cast<std::size_t>(length));
+        const auto sent =
+            platform::sockets::SendSome(socket, next, static_cast<std::size_t>(length));
         if (sent <= 0) {
             return false;
         }
@@ -21,8 +22,8 @@ bool SendAll(ACE_HANDLE socket, const void* bytes, int length) {
 
 void RecvOnce(ACE_HANDLE socket, void* buffer, int capacity) {
     if (capacity > 0) {
-        platform::RecvSome(socket, static_cast<char*>(buffer), static_cast<std::size_t>(capacity),
-                           kReceiveTimeoutMs);
+        platform::sockets::RecvSome(socket, static_cast<char*>(buffer),
+                                    static_cast<std::size_t>(capacity), kReceiveTimeoutMs);
     }
 }
 

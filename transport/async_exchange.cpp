@@ -10,7 +10,7 @@ namespace CQXBASE {
 
 void QXIO::ensure_proactor() {
     if (proactor_ == nullptr) {
-        proactor_ = platform::MakeProactor();
+        proactor_ = platform::sockets::MakeProactor();
     }
 }
 
@@ -18,7 +18,7 @@ void QXIO::run_completions(bool (QXIO::*over)() const) {
     int dispatched = 1;
     // With nothing under way no completion can come, and waiting for one would never end.
     while (dispatched >= 1 && !(this->*over)() && pending_ > 0) {
-        dispatched = platform::DispatchCompletion(*proactor_);
+        dispatched = platform::sockets::DispatchCompletion(*proactor_);
     }
 }
 
@@ -36,7 +36,7 @@ void QXIO::abandon_pending() noexcept {
     if (reader_) {
         reader_->cancel();
     }
-    while (pending_ > 0 && platform::DispatchCompletion(*proactor_) >= 1) {
+    while (pending_ > 0 && platform::sockets::DispatchCompletion(*proactor_) >= 1) {
     }
 }
 

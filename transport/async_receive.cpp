@@ -59,9 +59,9 @@ int QXIO::Asy_receive_init() {
 int QXIO::open_reader() {
     reader_.emplace();
     readerConnection_ = connection_;
-    platform::ClearLastError();
+    platform::sockets::ClearLastError();
     if (peer_ == nullptr) {
-        platform::SetNotConnected();
+        platform::sockets::SetNotConnected();
     } else if (reader_->open(*this, handle(), nullptr, proactor_.get()) == 0) {
         return 0;
     }
@@ -74,7 +74,7 @@ int QXIO::Asy_receive_header() {
 }
 
 int QXIO::Asy_receive_block(std::size_t count) {
-    platform::ClearLastError();
+    platform::sockets::ClearLastError();
     if (start_read(count) == 0) {
         return 0;
     }
@@ -89,7 +89,7 @@ int QXIO::start_read(std::size_t count) {
     }
     // The reader stays with the first connection, whose socket number may be another's by now.
     if (peer_ == nullptr || readerConnection_ != connection_) {
-        platform::SetStaleSocket();
+        platform::sockets::SetStaleSocket();
         return -1;
     }
     if ((rxBlock_->space() == 0 && !make_room(count)) ||

@@ -85,10 +85,10 @@ int QXIO::open_writer() {
     writer_.emplace();
     writerConnection_ = connection_;
     if (peer_ == nullptr) {
-        platform::SetNotConnected();
+        platform::sockets::SetNotConnected();
     } else {
         SendAtOnce(*peer_);
-        platform::ClearLastError();
+        platform::sockets::ClearLastError();
         if (writer_->open(*this, handle(), nullptr, proactor_.get()) == 0) {
             return 0;
         }
@@ -103,7 +103,7 @@ int QXIO::Asy_send_header() {
 
 int QXIO::Asy_send_block(const iovec& part, std::size_t offset, std::size_t count) {
     const std::size_t length = std::min<std::size_t>(count, part.iov_len - offset);
-    platform::ClearLastError();
+    platform::sockets::ClearLastError();
     if (start_write(BlockOver(static_cast<const char*>(part.iov_base) + offset, length), length) ==
         0) {
         return 0;
@@ -122,7 +122,7 @@ int QXIO::start_write(BlockPtr block, std::size_t count) {
         return -1;
     }
     if (peer_ == nullptr || writerConnection_ != connection_) {
-        platform::SetStaleSocket();
+        platform::sockets::SetStaleSocket();
         return -1;
     }
     if (writer_->write(*block, count, nullptr, 0, 0) == -1) {

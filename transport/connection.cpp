@@ -65,8 +65,8 @@ int QXIO::connect_peer(const std::wstring& target) {
     }
     peer_ = stream.release();
     ++connection_;
-    platform::KeepFromChildren(peer_->get_handle());
-    platform::AddToSet(*handleSet_, peer_->get_handle());
+    platform::sockets::KeepFromChildren(peer_->get_handle());
+    platform::sockets::AddToSet(*handleSet_, peer_->get_handle());
     clear_send_buffer(*peer_);
     return 0;
 }
@@ -91,13 +91,13 @@ bool QXIO::probe_connection() {
     if (!ownsStream_ || peer_ == nullptr) {
         return false;
     }
-    bool idle = platform::ReadyToRead(*handleSet_, peer_->get_handle()) == 0;
+    bool idle = platform::sockets::ReadyToRead(*handleSet_, peer_->get_handle()) == 0;
     if (idle) {
-        platform::AddToSet(*handleSet_, peer_->get_handle());
-        platform::ClearLastError();
+        platform::sockets::AddToSet(*handleSet_, peer_->get_handle());
+        platform::sockets::ClearLastError();
         char byte = 0;
         peer_->recv_n(&byte, 1, &ACE_Time_Value::zero);
-        idle = platform::MeansIdle(platform::LastError());
+        idle = platform::sockets::MeansIdle(platform::sockets::LastError());
     }
     if (!idle) {
         close_stream();
@@ -110,7 +110,7 @@ void QXIO::close_stream() {
         return;
     }
     if (handleSet_ != nullptr) {
-        platform::RemoveFromSet(*handleSet_, peer_->get_handle());
+        platform::sockets::RemoveFromSet(*handleSet_, peer_->get_handle());
     }
     hard_close(*peer_);
     delete peer_;
@@ -130,16 +130,16 @@ void QXIO::hard_close(ACE_SOCK_Stream& stream) {
 void QXIO::set_keepalive(ACE_SOCK_Stream& stream) {
     int on = 1;
     if (stream.set_option(SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) == 0) {
-        platform::SetKeepAliveTiming(stream, kKeepAliveIdleMs, kKeepAliveIntervalMs);
+        platform::sockets::SetKeepAliveTiming(stream, kKeepAliveIdleMs, kKeepAliveIntervalMs);
     }
 }
 
 void QXIO::clear_receive_buffer(ACE_SOCK_Stream& stream) {
-    platform::ClearReceiveBuffer(stream);
+    platform::sockets::ClearReceiveBuffer(stream);
 }
 
 void QXIO::clear_send_buffer(ACE_SOCK_Stream& stream) {
-    platform::ClearSendBuffer(stream);
+    platform::sockets::ClearSendBuffer(stream);
 }
 
 }  // namespace CQXBASE

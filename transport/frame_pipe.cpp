@@ -189,7 +189,7 @@ int QXIO::pipe_before_recv(char*& data, unsigned& length, std::string& plainText
             set_last_error(kDecipherFailed, CipherErrorText(L"解密错误：", caught));
             log_peer(__LINE__, error,
                      ACE_TEXT("%D(%i): pipe_before_recv() from %C error. (errno = %i: %m)\n"),
-                     platform::WinsockNumber(error));
+                     platform::sockets::WinsockNumber(error));
             return -1;
         });
 }

@@ -35,10 +35,12 @@ OutgoingFrame::OutgoingFrame(QXIOBase& object)
     : size_(object.size()),
       capacity_(Capacity(size_)),
       memory_(Zeroed(capacity_)),
-      body_(memory_.get(), capacity_, kLittleEndian, CdrMemory::Instance(), CdrMemory::Instance(),
-            CdrMemory::Instance(), kMemcpyTradeoff, 1, 2),
-      header_(headerMemory_.data(), headerMemory_.size(), kLittleEndian, CdrMemory::Instance(),
-              CdrMemory::Instance(), CdrMemory::Instance(), kMemcpyTradeoff, 1, 2) {
+      body_(memory_.get(), capacity_, kLittleEndian, encoding::CdrMemory::Instance(),
+            encoding::CdrMemory::Instance(), encoding::CdrMemory::Instance(), kMemcpyTradeoff, 1,
+            2),
+      header_(headerMemory_.data(), headerMemory_.size(), kLittleEndian,
+              encoding::CdrMemory::Instance(), encoding::CdrMemory::Instance(),
+              encoding::CdrMemory::Instance(), kMemcpyTradeoff, 1, 2) {
     object.toCDR(body_);
     if (!body_.good_bit()) {
         QXDB_THROW(L"object can't be encoded, send error.", L"qxio",

@@ -23,11 +23,12 @@ std::string NarrowHostText(const ACE_INET_Addr& address) {
 }
 
 std::wstring ErrorDescription(int error, int number) {
-    if (number == platform::kConnectionRefused) {
+    if (number == platform::sockets::kConnectionRefused) {
         return L"no listener.";
     }
     const std::wstring text =
-        error == 0 ? std::wstring() : ToWide(platform::SocketErrorText(error), kCodePageAnsi);
+        error == 0 ? std::wstring()
+                   : ToWide(platform::sockets::SocketErrorText(error), kCodePageAnsi);
     return text.empty() ? L"unknown error." : text;
 }
 
@@ -82,9 +83,9 @@ void QXIO::set_last_error(int code, const std::wstring& text) {
 
 void QXIO::record_socket_error(const std::wstring& context, int& code, std::wstring& text) const {
     const int error = errno;
-    const int number = platform::WinsockNumber(error);
+    const int number = platform::sockets::WinsockNumber(error);
     code = error == 0 ? -1 : number;
-    text = context + L", " + platform::CodedText(ErrorDescription(error, number), code);
+    text = context + L", " + platform::text::CodedText(ErrorDescription(error, number), code);
 }
 
 std::wstring& QXIO::GetClientIp(std::wstring& out) {

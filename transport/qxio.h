@@ -205,8 +205,8 @@ class QXIO : public ACE_Handler {
     /// A line that begins with the socket's number and the peer's host.
     template <class... Args>
     void log_peer(int line, int error, const ACE_TCHAR* format, Args... args) const {
-        LogLine(kTransportPriority, line, 0, error, format, platform::HandleNumber(handle()),
-                peer_host().c_str(), args...);
+        LogLine(kTransportPriority, line, 0, error, format,
+                platform::sockets::HandleNumber(handle()), peer_host().c_str(), args...);
     }
     /// The same for a line that only tells how things go: not written for a peer without an
     /// address.
@@ -238,7 +238,7 @@ class QXIO : public ACE_Handler {
 
     ACE_SOCK_Stream* peer_ = nullptr;  ///< owned when ownsStream_ is set; null when not connected
     std::unique_ptr<ACE_Handle_Set> handleSet_;
-    platform::ProactorPtr proactor_;
+    platform::sockets::ProactorPtr proactor_;
 
     std::int32_t sendDone_ = -1;          ///< -1 never sent, 0 sending, 1 over
     std::uint32_t sendWritten_ = 0;       ///< body bytes

@@ -88,7 +88,7 @@ int QXIO::Syc_ReceiveFmImServer(std::wstring& text) {
 }
 
 int QXIO::Syc_receive_length_field() {
-    platform::ClearLastError();
+    platform::sockets::ClearLastError();
     if (!receive_into_block(kLengthFieldSize, kFirstBlockSize)) {
         drop_after_failed_read();
         return -1;

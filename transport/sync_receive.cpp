@@ -56,7 +56,7 @@ void QXIO::Syc_receive_init() {
 
 int QXIO::Syc_receive_header() {
     log_progress(__LINE__, ACE_TEXT("%D(%i): read message header from %C \n"));
-    platform::ClearLastError();
+    platform::sockets::ClearLastError();
     if (receive_into_block(kFrameHeaderSize, kFirstBlockSize)) {
         take_header(rxBlock_->rd_ptr());
         return 0;
@@ -64,7 +64,7 @@ int QXIO::Syc_receive_header() {
     const int error = errno;
     log_peer(__LINE__, error,
              ACE_TEXT("%D(%i): read message header error from %C (errno = %i: %m). \n"),
-             platform::WinsockNumber(error));
+             platform::sockets::WinsockNumber(error));
     errno = error;
     drop_after_failed_read();
     return -1;
@@ -82,7 +82,7 @@ int QXIO::Syc_receive_body() {
                  static_cast<int>(rxBodyLength_));
     const std::uint64_t wholeSize = rxBodyLength_ + kBesideBody;
     std::size_t remaining = rxBodyLength_;
-    platform::ClearLastError();
+    platform::sockets::ClearLastError();
     const std::size_t most = rxCipher_ == nullptr ? kReadChunk : kDecipheredChunk;
     while (remaining != 0) {
         const std::size_t chunk = std::min(remaining, most);
@@ -112,11 +112,11 @@ bool QXIO::receive_into_block(std::size_t count, std::uint64_t wholeSize) {
         return false;
     }
     if (peer_ == nullptr) {
-        platform::SetNotConnected();
+        platform::sockets::SetNotConnected();
         return false;
     }
     if (!MakeRoom(*rxBlock_, count, wholeSize) ||
-        !platform::ReceiveExactly(*peer_, rxBlock_->wr_ptr(), count)) {
+        !platform::sockets::ReceiveExactly(*peer_, rxBlock_->wr_ptr(), count)) {
         return false;
     }
     rxBlock_->wr_ptr(count);
@@ -125,7 +125,7 @@ bool QXIO::receive_into_block(std::size_t count, std::uint64_t wholeSize) {
 
 void QXIO::drop_after_failed_read() {
     constexpr unsigned kReceiveFailedText = 8806;
-    record_socket_error(platform::TableString(kReceiveFailedText, L"receive message error"),
+    record_socket_error(platform::text::TableString(kReceiveFailedText, L"receive message error"),
                         lastErrorCode_, lastErrorText_);
     if (ownsStream_) {
         close_stream();

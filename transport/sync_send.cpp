@@ -49,8 +49,8 @@ int QXIO::send_with_retry(bool retry) {
 }
 
 int QXIO::Syc_send_frame() {
-    platform::ClearLastError();
-    if (!write_parts(sendIov_, 2, platform::kNoTimeout)) {
+    platform::sockets::ClearLastError();
+    if (!write_parts(sendIov_, 2, platform::sockets::kNoTimeout)) {
         return record_failed_send(errno);
     }
     log_progress(__LINE__, ACE_TEXT("%D(%i): send data to %C, data size is %d. \n"),
@@ -60,22 +60,22 @@ int QXIO::Syc_send_frame() {
 
 bool QXIO::write_parts(const iovec* parts, int count, int timeoutMs) {
     if (peer_ == nullptr) {
-        platform::SetNotConnected();
+        platform::sockets::SetNotConnected();
         return false;
     }
-    return platform::SendParts(*peer_, parts, count, timeoutMs);
+    return platform::sockets::SendParts(*peer_, parts, count, timeoutMs);
 }
 
 int QXIO::record_failed_send(int error) {
     const int bodyLength = static_cast<int>(sendIov_[1].iov_len);
     log_peer(__LINE__, error,
              ACE_TEXT("%D(%i): send data to %C error (errno=%i, %m), data size is %d. \n"),
-             platform::WinsockNumber(error), bodyLength);
+             platform::sockets::WinsockNumber(error), bodyLength);
     std::wstring client;
     GetClientIp(client);
     errno = error;
     record_socket_error(L"", lastErrorCode_, lastErrorText_);
-    if (lastErrorCode_ != platform::kConnectionReset) {
+    if (lastErrorCode_ != platform::sockets::kConnectionReset) {
         LogLine(LM_ERROR, __LINE__, 0, error,
                 ACE_TEXT("%D: %d, send data to %C error, %C. data size is %d .\n"), lastErrorCode_,
                 ToNarrow(client, kCodePageAnsi).c_str(),

@@ -12,7 +12,8 @@ std::wstring ToWide(const char* text, unsigned codePage) {
     if (text == nullptr || *text == '\0') {
         return {};
     }
-    return platform::NeedsUtf8Codec(codePage) ? Utf8ToWide(text) : platform::Widen(text, codePage);
+    return platform::text::NeedsUtf8Codec(codePage) ? Utf8ToWide(text)
+                                                    : platform::text::Widen(text, codePage);
 }
 
 std::string ToNarrow(const std::wstring& text, unsigned codePage) {
@@ -20,8 +21,8 @@ std::string ToNarrow(const std::wstring& text, unsigned codePage) {
     if (*first == L'\0') {
         return {};
     }
-    return platform::NeedsUtf8Codec(codePage) ? WideToUtf8(first)
-                                              : platform::Narrow(first, codePage);
+    return platform::text::NeedsUtf8Codec(codePage) ? WideToUtf8(first)
+                                                    : platform::text::Narrow(first, codePage);
 }
 
 }  // namespace CQXBASE

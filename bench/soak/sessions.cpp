@@ -113,8 +113,9 @@ bool CountLeftovers(const Plan& plan) {
     // A table that is soon full; large enough that no session under way is given up for a new one.
     qxdb_test::WriteFile(folder.File("c.toml"), "limits.max_sessions = 1000\n");
     QxdbServer server(plan.server, {"--config", folder.File("c.toml"), "--log-level", "none"});
-    CQXSERVER::AccountStore(server.Folder().File("accounts.db"))
-        .SetPassword(QxdbServer::kUser, CQXSERVER::HashPassword(QxdbServer::kPassword, {2, 1, 1}));
+    CQXSERVER::sessions::AccountStore(server.Folder().File("accounts.db"))
+        .SetPassword(QxdbServer::kUser,
+                     CQXSERVER::sessions::HashPassword(QxdbServer::kPassword, {2, 1, 1}));
     const auto start = std::chrono::steady_clock::now();
     const Holdings atFirst = HeldBy(server.Pid());
     OpenSessions(server.Port(), plan.sessions / 5);

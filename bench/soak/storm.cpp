@@ -52,8 +52,8 @@ class SoakServer : public QxdbServer {
     }
 
     void MakeLoginsCheap() {
-        CQXSERVER::AccountStore(Folder().File("accounts.db"))
-            .SetPassword(kUser, CQXSERVER::HashPassword(kPassword, {2, 1, 1}));
+        CQXSERVER::sessions::AccountStore(Folder().File("accounts.db"))
+            .SetPassword(kUser, CQXSERVER::sessions::HashPassword(kPassword, {2, 1, 1}));
     }
 };
 

@@ -2,7 +2,7 @@
 
 #include <csv.h>
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 namespace {
 
@@ -75,4 +75,4 @@ void TsvWriter::Field(std::string_view text) {
     out_ << text;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

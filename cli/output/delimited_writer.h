@@ -8,7 +8,7 @@
 
 #include "cli/output/result_writer.h"
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 /// What both formats share: fields between delimiters, a blank line between two results.
 class DelimitedWriter : public ResultWriter {
@@ -61,4 +61,4 @@ class TsvWriter : public DelimitedWriter {
     void Null() override { out_ << "\\N"; }
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

@@ -6,7 +6,7 @@
 
 #include <utf8proc.h>
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 namespace {
 
@@ -131,4 +131,4 @@ std::string Ellipsis(std::string_view text, std::size_t columns) {
     return std::string(text.substr(0, at)) + "...";
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

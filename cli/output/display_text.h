@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 /// True for well-formed UTF-8.
 bool IsUtf8(std::string_view text) noexcept;
@@ -22,4 +22,4 @@ std::size_t DisplayWidth(std::string_view text) noexcept;
 /// At most `columns` columns of the text, ending in "..." when something was cut off.
 std::string Ellipsis(std::string_view text, std::size_t columns);
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

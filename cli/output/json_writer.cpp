@@ -8,7 +8,7 @@
 
 #include "cli/output/display_text.h"
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 using CQXDB::QXValueType;
 
@@ -90,4 +90,4 @@ void JsonWriter::Cell(const CQXDB::QXRecordset& rs, std::size_t row, std::size_t
     }
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

@@ -8,7 +8,7 @@
 
 #include "cli/output/result_writer.h"
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 /// One array of objects a result. Integers, decimals and doubles are numbers with all their digits
 /// ("NaN" and the infinities are texts), nulls and booleans are JSON's own, everything else is
@@ -31,4 +31,4 @@ class JsonWriter : public ResultWriter {
     bool first_ = true;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

@@ -4,7 +4,7 @@
 
 #include "cli/exit_status.h"
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 namespace fs = std::filesystem;
 
@@ -56,4 +56,4 @@ void OutputFile::Finish() {
     part_.clear();
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

@@ -6,7 +6,7 @@
 #include <ostream>
 #include <string>
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 /// What is written goes to a file beside the wanted one, which takes the name over in Finish; a
 /// file that had the name before stays until then. "-" is standard output; a device or pipe is
@@ -31,4 +31,4 @@ class OutputFile {
     std::ofstream file_;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

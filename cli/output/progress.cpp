@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 namespace {
 
@@ -71,4 +71,4 @@ void ProgressBar::Update(std::uint64_t done, std::uint64_t total, std::uint64_t 
     out_ << '\r' << text << std::string(columns_ - 1 - text.size(), ' ') << std::flush;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

@@ -7,7 +7,7 @@
 #include <ostream>
 #include <string>
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 /// One line on a terminal that is drawn over and over, ten times a second at most. Off a terminal
 /// it writes nothing at all.
@@ -41,4 +41,4 @@ std::string ProgressText(std::uint64_t done, std::uint64_t total, std::uint64_t 
 /// "1,234,567"
 std::string Grouped(std::uint64_t number);
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

@@ -5,7 +5,7 @@
 #include "cli/output/table_writer.h"
 #include "cli/output/vertical_writer.h"
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 using CQXDB::QXValueType;
 
@@ -51,4 +51,4 @@ bool IsNumber(QXValueType type) noexcept {
            type == QXValueType::Decimal;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

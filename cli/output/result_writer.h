@@ -9,7 +9,7 @@
 
 #include <qxdb/QXRecordset.h>
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 enum class Format { Table, Csv, Tsv, Json, Vertical };
 
@@ -47,4 +47,4 @@ std::string_view CellText(const CQXDB::QXRecordset& rs, std::size_t row, std::si
 
 bool IsNumber(CQXDB::QXValueType type) noexcept;
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

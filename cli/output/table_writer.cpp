@@ -5,7 +5,7 @@
 
 #include "cli/output/display_text.h"
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 namespace {
 
@@ -79,4 +79,4 @@ void TableWriter::PrintRule() {
     out_ << '\n';
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

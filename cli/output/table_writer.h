@@ -8,7 +8,7 @@
 
 #include "cli/output/result_writer.h"
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 /// Aligned columns under a line of names, numbers to the right, and the number of rows below. A
 /// null is NULL; control characters are escaped. Keeps the rows until End to know the widths.
@@ -38,4 +38,4 @@ class TableWriter : public ResultWriter {
     bool separate_ = false;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

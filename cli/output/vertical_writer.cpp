@@ -4,7 +4,7 @@
 
 #include "cli/output/display_text.h"
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 void VerticalWriter::Begin(const CQXDB::QXRecordset& rs) {
     names_.clear();
@@ -42,4 +42,4 @@ void VerticalWriter::End() {
     out_ << '(' << rows_ << (rows_ == 1 ? " row)\n" : " rows)\n");
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

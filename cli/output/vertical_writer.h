@@ -8,7 +8,7 @@
 
 #include "cli/output/result_writer.h"
 
-namespace CQXCLI {
+namespace CQXCLI::output {
 
 /// "name | value" lines under a numbered rule for each row. Nulls and control characters are shown
 /// as in a table.
@@ -29,4 +29,4 @@ class VerticalWriter : public ResultWriter {
     bool separate_ = false;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::output

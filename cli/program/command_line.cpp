@@ -5,7 +5,7 @@
 
 #include "cli/exit_status.h"
 
-namespace CQXCLI {
+namespace CQXCLI::program {
 
 namespace {
 
@@ -99,7 +99,7 @@ void CommandLine::AddConnection(ConnectionOptions& to) {
         ->check(OneOf({"sqlite", "postgresql", "mysql", "sqlserver", "oracle", "other"}));
 }
 
-void CommandLine::AddStatements(RunOptions& to) {
+void CommandLine::AddStatements(script::RunOptions& to) {
     app_.add_option("-c,--command", written_.commands, "Run these statements; may be given again")
         ->type_name("SQL")
         ->allow_extra_args(false);
@@ -118,7 +118,7 @@ void CommandLine::AddStatements(RunOptions& to) {
     app_.add_flag("--timing", to.timing, "Tell how long each statement takes");
 }
 
-void CommandLine::AddOutput(RunOptions& to) {
+void CommandLine::AddOutput(script::RunOptions& to) {
     app_.add_option("--format", written_.format,
                     "Write results as table, csv, tsv, json or\nvertical (table; export: csv)")
         ->type_name("NAME")
@@ -132,7 +132,7 @@ void CommandLine::AddOutput(RunOptions& to) {
         ->check(InRange(1, kLargestNumber));
 }
 
-void CommandLine::AddImport(ImportOptions& to) {
+void CommandLine::AddImport(transfer::ImportOptions& to) {
     import_ = app_.add_subcommand("import", "Read the rows of a CSV file into a table");
     import_->fallthrough();
     import_->add_option("FILE", to.file, "CSV file (\"-\": standard input)")->required();
@@ -148,7 +148,7 @@ void CommandLine::AddImport(ImportOptions& to) {
         "\n--no-header: the first line holds values, in the table's order of columns.\n");
 }
 
-void CommandLine::AddExport(ExportOptions& to) {
+void CommandLine::AddExport(transfer::ExportOptions& to) {
     export_ = app_.add_subcommand("export", "Write the result of a query to a file");
     export_->fallthrough();
     export_->add_option("SQL", to.sql, "The query")->required();
@@ -194,4 +194,4 @@ std::vector<ScriptInput> CommandLine::Inputs() const {
     return inputs;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::program

@@ -8,7 +8,7 @@
 
 #include "cli/program/options.h"
 
-namespace CQXCLI {
+namespace CQXCLI::program {
 
 struct WrittenOptions {
     std::vector<std::string> commands;
@@ -32,10 +32,10 @@ class CommandLine {
 
   private:
     void AddConnection(ConnectionOptions& to);
-    void AddStatements(RunOptions& to);
-    void AddOutput(RunOptions& to);
-    void AddImport(ImportOptions& to);
-    void AddExport(ExportOptions& to);
+    void AddStatements(script::RunOptions& to);
+    void AddOutput(script::RunOptions& to);
+    void AddImport(transfer::ImportOptions& to);
+    void AddExport(transfer::ExportOptions& to);
 
     CLI::App app_;
     WrittenOptions& written_;
@@ -47,4 +47,4 @@ class CommandLine {
 /// Throws CliError (kWrongUsage).
 [[noreturn]] void RefuseUsage(const std::string& what);
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::program

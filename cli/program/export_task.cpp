@@ -6,24 +6,24 @@
 #include "cli/stop_request.h"
 #include "platform/console/terminal.h"
 
-namespace CQXCLI {
+namespace CQXCLI::program {
 
 ExitStatus RunExport(const Options& options) {
     const StopRequest stop;
     Session session(options.connection);
-    const bool shown = CQXBASE::platform::ErrorIsTerminal();
-    auto bar =
-        std::make_unique<ProgressBar>(std::cerr, shown, CQXBASE::platform::TerminalColumns());
+    const bool shown = CQXBASE::platform::console::ErrorIsTerminal();
+    auto bar = std::make_unique<output::ProgressBar>(std::cerr, shown,
+                                                     CQXBASE::platform::console::TerminalColumns());
     std::uint64_t total = 0;
-    Export* running = nullptr;
-    Export exporting(session, options.export_, [&](std::uint64_t rows) {
+    transfer::Export* running = nullptr;
+    transfer::Export exporting(session, options.export_, [&](std::uint64_t rows) {
         // Only a result of several pages is worth the counting.
         total = shown && total == 0 ? running->CountAll() : total;
         bar->Update(rows, total, rows);
         return !stop.Made();
     });
     running = &exporting;
-    OutputFile file(options.export_.file);
+    output::OutputFile file(options.export_.file);
     const bool whole = exporting.Run(file.Stream());
     bar.reset();
     if (!whole && stop.Made()) {
@@ -31,9 +31,9 @@ ExitStatus RunExport(const Options& options) {
     }
     file.Finish();
     const std::string name = options.export_.file == "-" ? "standard output" : options.export_.file;
-    std::cerr << Grouped(exporting.Rows()) << (exporting.Rows() == 1 ? " row" : " rows")
+    std::cerr << output::Grouped(exporting.Rows()) << (exporting.Rows() == 1 ? " row" : " rows")
               << " exported to " << name << '\n';
     return kDone;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::program

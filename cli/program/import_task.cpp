@@ -7,7 +7,7 @@
 #include "cli/stop_request.h"
 #include "platform/console/terminal.h"
 
-namespace CQXCLI {
+namespace CQXCLI::program {
 
 namespace {
 
@@ -29,10 +29,10 @@ std::istream& Open(const std::string& name, std::ifstream& file) {
 }
 
 std::string Rows(std::uint64_t count) {
-    return Grouped(count) + (count == 1 ? " row" : " rows");
+    return output::Grouped(count) + (count == 1 ? " row" : " rows");
 }
 
-std::string HowToGoOn(const ImportProgress& progress) {
+std::string HowToGoOn(const transfer::ImportProgress& progress) {
     return progress.rows == 0 ? "no row was imported"
                               : Rows(progress.rows) + " imported; --from-line " +
                                     std::to_string(progress.nextLine) + " goes on behind them";
@@ -46,9 +46,10 @@ ExitStatus RunImport(const Options& options) {
     std::istream& in = Open(options.import.file, file);
     const std::uint64_t size = SizeOf(options.import.file);
     Session session(options.connection);
-    auto bar = std::make_unique<ProgressBar>(std::cerr, CQXBASE::platform::ErrorIsTerminal(),
-                                             CQXBASE::platform::TerminalColumns());
-    Import import(session, options.import, [&](const ImportProgress& progress) {
+    auto bar = std::make_unique<output::ProgressBar>(std::cerr,
+                                                     CQXBASE::platform::console::ErrorIsTerminal(),
+                                                     CQXBASE::platform::console::TerminalColumns());
+    transfer::Import import(session, options.import, [&](const transfer::ImportProgress& progress) {
         bar->Update(progress.bytes, size, progress.rows);
         return !stop.Made();
     });
@@ -69,4 +70,4 @@ ExitStatus RunImport(const Options& options) {
     return kDone;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::program

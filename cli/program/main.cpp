@@ -9,23 +9,23 @@ namespace {
 
 using namespace CQXCLI;
 
-ExitStatus RunTask(const Options& options) {
+ExitStatus RunTask(const program::Options& options) {
     switch (options.task) {
-        case Options::Task::Ping:
-            return RunPing(options);
-        case Options::Task::Import:
-            return RunImport(options);
-        case Options::Task::Export:
-            return RunExport(options);
-        case Options::Task::Run:
+        case program::Options::Task::Ping:
+            return program::RunPing(options);
+        case program::Options::Task::Import:
+            return program::RunImport(options);
+        case program::Options::Task::Export:
+            return program::RunExport(options);
+        case program::Options::Task::Run:
             break;
     }
-    return RunScripts(options);
+    return program::RunScripts(options);
 }
 
 ExitStatus Report(ExitStatus status, const std::string& text) {
     std::cout.flush();
-    std::cerr << "qxdb: " << ToValidUtf8(text) << '\n';
+    std::cerr << "qxdb: " << output::ToValidUtf8(text) << '\n';
     return status;
 }
 
@@ -34,7 +34,8 @@ ExitStatus Report(ExitStatus status, const std::string& text) {
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
     try {
-        return RunTask(ParseOptions(CQXBASE::platform::PrepareConsole(argc, argv)));
+        return RunTask(
+            program::ParseOptions(CQXBASE::platform::console::PrepareConsole(argc, argv)));
     } catch (const CliError& end) {
         if (end.Status() != kDone) {
             return Report(end.Status(), end.what());

@@ -6,7 +6,7 @@
 #include "cli/parameters.h"
 #include "cli/program/command_line.h"
 
-namespace CQXCLI {
+namespace CQXCLI::program {
 
 namespace {
 
@@ -42,7 +42,7 @@ void Settle(Options& options, const WrittenOptions& written) {
         options.run.parameters.push_back(ParseParameter(text));
     }
     options.export_.parameters = options.run.parameters;
-    if (FindFormat(written.format, options.run.format)) {
+    if (output::FindFormat(written.format, options.run.format)) {
         options.export_.format = options.run.format;
     }
     options.run.header = options.import.header = options.export_.header = !written.noHeader;
@@ -65,4 +65,4 @@ Options ParseOptions(std::vector<std::string> arguments) {
     return options;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::program

@@ -9,7 +9,7 @@
 #include "cli/transfer/export.h"
 #include "cli/transfer/import.h"
 
-namespace CQXCLI {
+namespace CQXCLI::program {
 
 /// A script to run: the text of a -c, or the file of a -f ("-": standard input).
 struct ScriptInput {
@@ -23,13 +23,13 @@ struct Options {
     Task task = Task::Run;
     ConnectionOptions connection;
     std::vector<ScriptInput> inputs;  ///< in the order of the command line
-    RunOptions run;
-    ImportOptions import;
-    ExportOptions export_;
+    script::RunOptions run;
+    transfer::ImportOptions import;
+    transfer::ExportOptions export_;
 };
 
 /// Reads the arguments (UTF-8, without the program's name). Throws CliError: kWrongUsage, or kDone
 /// with the text that --help or --version asks for.
 Options ParseOptions(std::vector<std::string> arguments);
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::program

@@ -4,7 +4,7 @@
 
 #include "cli/program/tasks.h"
 
-namespace CQXCLI {
+namespace CQXCLI::program {
 
 ExitStatus RunPing(const Options& options) {
     Session session(options.connection);
@@ -22,4 +22,4 @@ ExitStatus RunPing(const Options& options) {
     return kDone;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::program

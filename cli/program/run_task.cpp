@@ -7,13 +7,13 @@
 #include "cli/prompt/interactive.h"
 #include "platform/console/password_prompt.h"
 
-namespace CQXCLI {
+namespace CQXCLI::program {
 
 namespace {
 
 constexpr const char* kStandardInput = "standard input";
 
-Outcome RunFile(ScriptRunner& runner, const std::string& name) {
+script::Outcome RunFile(script::ScriptRunner& runner, const std::string& name) {
     if (name == "-") {
         return runner.RunScript(std::cin, kStandardInput);
     }
@@ -24,7 +24,8 @@ Outcome RunFile(ScriptRunner& runner, const std::string& name) {
     return runner.RunScript(file, name);
 }
 
-Outcome RunInput(ScriptRunner& runner, const ScriptInput& input, std::size_t number) {
+script::Outcome RunInput(script::ScriptRunner& runner, const ScriptInput& input,
+                         std::size_t number) {
     if (input.isFile) {
         return RunFile(runner, input.text);
     }
@@ -32,13 +33,14 @@ Outcome RunInput(ScriptRunner& runner, const ScriptInput& input, std::size_t num
     return runner.RunScript(text, "-c " + std::to_string(number));
 }
 
-Outcome RunInputs(ScriptRunner& runner, const Options& options) {
-    Outcome worst = Outcome::Done;
+script::Outcome RunInputs(script::ScriptRunner& runner, const Options& options) {
+    script::Outcome worst = script::Outcome::Done;
     std::size_t commands = 0;
     for (const ScriptInput& input : options.inputs) {
         commands += input.isFile ? 0U : 1U;
-        const Outcome outcome = RunInput(runner, input, commands);
-        if (outcome != Outcome::Done && (outcome != Outcome::Failed || !options.run.keepGoing)) {
+        const script::Outcome outcome = RunInput(runner, input, commands);
+        if (outcome != script::Outcome::Done &&
+            (outcome != script::Outcome::Failed || !options.run.keepGoing)) {
             return outcome;
         }
         worst = std::max(worst, outcome);
@@ -51,27 +53,27 @@ void CheckParameters(const Options& options, const Dialect& dialect) {
     if (options.run.parameters.empty()) {
         return;
     }
-    StatementSplitter splitter(dialect);
+    script::StatementSplitter splitter(dialect);
     splitter.Feed(options.inputs.at(0).text);
     splitter.Finish();
-    Statement statement;
+    script::Statement statement;
     splitter.Next(statement);
     if (splitter.Next(statement)) {
         throw CliError(kWrongUsage, "--param goes with one statement");
     }
 }
 
-void Talk(Session& session, RunOptions options) {
+void Talk(Session& session, script::RunOptions options) {
     options.confirm = true;
     options.keepGoing = true;
-    ScriptRunner runner(session, std::cout, std::cerr, options);
-    LineEditor editor;
+    script::ScriptRunner runner(session, std::cout, std::cerr, options);
+    prompt::LineEditor editor;
     std::cout << "qxdb " QXDB_VERSION ", \\? for help\n" << std::flush;
-    Interactive(runner, editor).Run();
+    prompt::Interactive(runner, editor).Run();
 }
 
-ExitStatus StatusOf(const ScriptRunner& runner, Outcome outcome) {
-    if (outcome == Outcome::NoConnection) {
+ExitStatus StatusOf(const script::ScriptRunner& runner, script::Outcome outcome) {
+    if (outcome == script::Outcome::NoConnection) {
         return kNoConnection;
     }
     return runner.AnyFailure() ? kFailed : kDone;
@@ -81,13 +83,13 @@ ExitStatus StatusOf(const ScriptRunner& runner, Outcome outcome) {
 
 ExitStatus RunScripts(const Options& options) {
     Session session(options.connection);
-    if (options.inputs.empty() && CQXBASE::platform::StdinIsTerminal()) {
+    if (options.inputs.empty() && CQXBASE::platform::console::StdinIsTerminal()) {
         Talk(session, options.run);
         return kDone;
     }
     CheckParameters(options, session.SqlDialect());
-    ScriptRunner runner(session, std::cout, std::cerr, options.run);
-    const Outcome outcome =
+    script::ScriptRunner runner(session, std::cout, std::cerr, options.run);
+    const script::Outcome outcome =
         options.inputs.empty() ? RunFile(runner, "-") : RunInputs(runner, options);
     if (!std::cout.flush()) {
         throw CliError(kFailed, "not everything could be written to standard output");
@@ -95,4 +97,4 @@ ExitStatus RunScripts(const Options& options) {
     return StatusOf(runner, outcome);
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::program

@@ -4,7 +4,7 @@
 #include "cli/exit_status.h"
 #include "cli/program/options.h"
 
-namespace CQXCLI {
+namespace CQXCLI::program {
 
 /// Each connects, works and tells on standard output and standard error what there is to tell.
 /// Throws CliError.
@@ -13,4 +13,4 @@ ExitStatus RunPing(const Options& options);
 ExitStatus RunImport(const Options& options);
 ExitStatus RunExport(const Options& options);
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::program

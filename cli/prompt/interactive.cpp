@@ -1,6 +1,6 @@
 #include "cli/prompt/interactive.h"
 
-namespace CQXCLI {
+namespace CQXCLI::prompt {
 
 namespace {
 
@@ -8,7 +8,7 @@ constexpr const char* kScriptName = "input";
 
 }  // namespace
 
-Interactive::Interactive(ScriptRunner& runner, LineEditor& editor)
+Interactive::Interactive(script::ScriptRunner& runner, LineEditor& editor)
     : runner_(runner), editor_(editor), splitter_(runner.Connection().SqlDialect()) {}
 
 void Interactive::Run() {
@@ -39,7 +39,7 @@ std::string Interactive::Prompt() const {
     if (splitter_.Pending()) {
         return "   -> ";
     }
-    const HeldTransaction& transaction = runner_.Transaction();
+    const script::HeldTransaction& transaction = runner_.Transaction();
     if (transaction.Failed()) {
         return "qxdb!> ";
     }
@@ -55,8 +55,8 @@ bool Interactive::TakeLine(const std::string& line) {
 }
 
 bool Interactive::RunWhole() {
-    for (Statement statement; splitter_.Next(statement);) {
-        if (runner_.Run(statement, kScriptName) == Outcome::Quit) {
+    for (script::Statement statement; splitter_.Next(statement);) {
+        if (runner_.Run(statement, kScriptName) == script::Outcome::Quit) {
             runner_.EndScript(kScriptName);
             return false;
         }
@@ -64,4 +64,4 @@ bool Interactive::RunWhole() {
     return true;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::prompt

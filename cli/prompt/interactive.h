@@ -4,14 +4,14 @@
 #include "cli/prompt/line_editor.h"
 #include "cli/script/script_runner.h"
 
-namespace CQXCLI {
+namespace CQXCLI::prompt {
 
 /// Reads statements from the terminal, which may take several lines, and runs each when its last
 /// line has been typed, until the user leaves.
 class Interactive {
   public:
     /// Both must outlive the object.
-    Interactive(ScriptRunner& runner, LineEditor& editor);
+    Interactive(script::ScriptRunner& runner, LineEditor& editor);
 
     void Run();
 
@@ -20,9 +20,9 @@ class Interactive {
     bool TakeLine(const std::string& line);
     bool RunWhole();
 
-    ScriptRunner& runner_;
+    script::ScriptRunner& runner_;
     LineEditor& editor_;
-    StatementSplitter splitter_;
+    script::StatementSplitter splitter_;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::prompt

@@ -2,7 +2,7 @@
 
 #include "util/ascii.h"
 
-namespace CQXCLI {
+namespace CQXCLI::prompt {
 
 using CQXBASE::UpperAscii;
 
@@ -12,4 +12,4 @@ bool IsWorthRemembering(const std::string& line) {
            upper.find("IDENTIFIED") == std::string::npos;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::prompt

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-namespace CQXCLI {
+namespace CQXCLI::prompt {
 
 class LineEditor {
   public:
@@ -33,4 +33,4 @@ class LineEditor {
 /// False for a line that is better forgotten.
 bool IsWorthRemembering(const std::string& line);
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::prompt

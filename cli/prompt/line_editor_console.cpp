@@ -5,7 +5,7 @@
 #include "cli/prompt/line_editor.h"
 #include "util/text.h"
 
-namespace CQXCLI {
+namespace CQXCLI::prompt {
 
 // The console edits lines and remembers them by itself.
 struct LineEditor::Native {};
@@ -37,4 +37,4 @@ LineEditor::Result LineEditor::Read(const std::string& prompt, std::string& line
 
 void LineEditor::Remember(const std::string& /*line*/) {}
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::prompt

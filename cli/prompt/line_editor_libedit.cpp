@@ -8,7 +8,7 @@
 #include "cli/prompt/line_editor.h"
 #include "platform/console/terminal.h"
 
-namespace CQXCLI {
+namespace CQXCLI::prompt {
 
 namespace {
 
@@ -66,7 +66,7 @@ struct LineEditor::Native {
 };
 
 LineEditor::LineEditor() : native_(std::make_unique<Native>()) {
-    FILE* const out = CQXBASE::platform::OutputIsTerminal() ? stdout : stderr;
+    FILE* const out = CQXBASE::platform::console::OutputIsTerminal() ? stdout : stderr;
     Native& native = *native_;
     native.history = history_init();
     history(native.history, &native.event, H_SETSIZE, kLinesRemembered);
@@ -122,4 +122,4 @@ void LineEditor::Remember(const std::string& line) {
     }
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::prompt

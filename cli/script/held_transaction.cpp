@@ -1,6 +1,6 @@
 #include "cli/script/held_transaction.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 void HeldTransaction::Open(std::size_t line) {
     Drop();
@@ -46,4 +46,4 @@ Statement HeldTransaction::Culprit(const BatchError& error) const {
     return culprit;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

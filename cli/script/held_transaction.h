@@ -11,7 +11,7 @@
 #include "cli/script/statement_splitter.h"
 #include "cli/session.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 class HeldTransaction {
   public:
@@ -45,4 +45,4 @@ class HeldTransaction {
     State state_ = State::Closed;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

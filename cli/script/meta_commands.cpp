@@ -6,7 +6,7 @@
 
 #include "cli/catalog.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 namespace {
 
@@ -109,8 +109,8 @@ Outcome MetaCommands::Describe(const Arguments& arguments) {
 }
 
 Outcome MetaCommands::ChooseFormat(const Arguments& arguments) {
-    Format format{};
-    if (arguments.empty() || !FindFormat(arguments[0], format)) {
+    output::Format format{};
+    if (arguments.empty() || !output::FindFormat(arguments[0], format)) {
         return Fail("\\format is followed by table, csv, tsv, json or vertical");
     }
     runner_.SetFormat(format);
@@ -163,4 +163,4 @@ Outcome MetaCommands::Fail(const std::string& text) {
     return runner_.Report(script_, line_, text);
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

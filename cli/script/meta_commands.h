@@ -6,7 +6,7 @@
 
 #include "cli/script/script_runner.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 class MetaCommands {
   public:
@@ -42,4 +42,4 @@ class MetaCommands {
     std::string restricted_;  ///< what \unrestrict has to say; empty: nothing is forbidden
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

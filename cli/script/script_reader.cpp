@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 namespace {
 
@@ -44,4 +44,4 @@ void ScriptReader::ReadLine() {
     }
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

@@ -6,7 +6,7 @@
 
 #include "cli/script/statement_splitter.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 /// Hands out each statement as soon as its last line has arrived. A UTF-8 byte order mark at the
 /// stream's start is skipped.
@@ -30,4 +30,4 @@ class ScriptReader {
     bool ended_ = false;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

@@ -8,7 +8,7 @@
 #include "cli/script/meta_commands.h"
 #include "cli/script/script_reader.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 namespace {
 
@@ -34,14 +34,14 @@ ScriptRunner::ScriptRunner(Session& session, std::ostream& out, std::ostream& er
       out_(out),
       err_(err),
       options_(options),
-      writer_(MakeWriter(options.format, out, options.header)),
+      writer_(output::MakeWriter(options.format, out, options.header)),
       commands_(std::make_unique<MetaCommands>(*this)) {}
 
 ScriptRunner::~ScriptRunner() = default;
 
-void ScriptRunner::SetFormat(Format format) {
+void ScriptRunner::SetFormat(output::Format format) {
     options_.format = format;
-    writer_ = MakeWriter(format, out_, options_.header);
+    writer_ = output::MakeWriter(format, out_, options_.header);
 }
 
 Outcome ScriptRunner::RunScript(std::istream& script, const std::string& name) {
@@ -79,7 +79,7 @@ Outcome ScriptRunner::Run(const Statement& statement, const std::string& name) {
         FailStatement(name, statement, "the script ends inside a quoted text or comment");
         return Outcome::Fatal;
     }
-    if (!IsUtf8(statement.text)) {
+    if (!output::IsUtf8(statement.text)) {
         return Fail(name, statement.line, "the statement is not UTF-8 text");
     }
     const Stopwatch watch;
@@ -167,7 +167,8 @@ Outcome ScriptRunner::FailStatement(const std::string& name, const Statement& st
                                     const std::string& error) {
     Fail(name, statement.line, error);
     if (!statement.text.empty()) {
-        err_ << "    " << Ellipsis(EscapeForDisplay(statement.text), kExcerptColumns) << '\n';
+        err_ << "    "
+             << output::Ellipsis(output::EscapeForDisplay(statement.text), kExcerptColumns) << '\n';
     }
     return Outcome::Failed;
 }
@@ -180,8 +181,8 @@ Outcome ScriptRunner::Fail(const std::string& name, std::size_t line, const std:
 Outcome ScriptRunner::Report(const std::string& name, std::size_t line, const std::string& text) {
     anyFailure_ = true;
     out_.flush();
-    err_ << "qxdb: " << name << ':' << line << ": " << ToValidUtf8(text) << '\n';
+    err_ << "qxdb: " << name << ':' << line << ": " << output::ToValidUtf8(text) << '\n';
     return Outcome::Failed;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

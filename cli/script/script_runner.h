@@ -16,10 +16,10 @@
 #include "cli/script/statement_splitter.h"
 #include "cli/session.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 struct RunOptions {
-    Format format = Format::Table;
+    output::Format format = output::Format::Table;
     bool header = true;                           ///< a line of column names in csv and tsv
     long pageSize = 0;                            ///< rows of a result to fetch; 0: all
     long page = 1;                                ///< which page of that size
@@ -64,7 +64,7 @@ class ScriptRunner {
 
     Session& Connection() noexcept { return session_; }
     std::ostream& Out() noexcept { return out_; }
-    void SetFormat(Format format);
+    void SetFormat(output::Format format);
     void SetTiming(bool on) noexcept { options_.timing = on; }
     bool Timing() const noexcept { return options_.timing; }
     void Show(const CQXDB::QXRecordset& rs);
@@ -91,10 +91,10 @@ class ScriptRunner {
     std::ostream& out_;
     std::ostream& err_;
     RunOptions options_;
-    std::unique_ptr<ResultWriter> writer_;
+    std::unique_ptr<output::ResultWriter> writer_;
     std::unique_ptr<MetaCommands> commands_;
     HeldTransaction held_;
     bool anyFailure_ = false;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

@@ -1,7 +1,7 @@
 // The part of ScriptRunner that holds transactions back until they are whole.
 #include "cli/script/script_runner.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 Outcome ScriptRunner::Begin(const Statement& statement, const std::string& modes,
                             const std::string& name) {
@@ -71,4 +71,4 @@ Outcome ScriptRunner::EndScript(const std::string& name) {
                     std::to_string(count) + " statements were not run");
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

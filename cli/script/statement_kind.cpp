@@ -7,7 +7,7 @@
 #include "util/ascii.h"
 #include "util/sql_scanner.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 using CQXBASE::SqlPiece;
 using CQXBASE::SqlScanner;
@@ -126,4 +126,4 @@ bool IsRepeatableQuery(const Dialect& dialect, std::string_view sql) {
            std::none_of(words.begin(), words.end(), changes);
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

@@ -6,7 +6,7 @@
 
 #include "cli/dialect.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 enum class StatementKind {
     Other,
@@ -28,4 +28,4 @@ StatementClass Classify(const Dialect& dialect, std::string_view sql);
 /// VALUES, TABLE or WITH, and holds no word that could change data.
 bool IsRepeatableQuery(const Dialect& dialect, std::string_view sql);
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

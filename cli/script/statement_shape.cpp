@@ -5,7 +5,7 @@
 
 #include "util/ascii.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 namespace {
 
@@ -84,4 +84,4 @@ void StatementShape::FollowAtomic(std::string_view word) {
     }
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

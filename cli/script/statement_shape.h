@@ -6,7 +6,7 @@
 
 #include "cli/dialect.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 /// Follows the words and symbols of one statement:
 /// - SQLite: CREATE TRIGGER ends at "; END ;", the rule of its own shell.
@@ -38,4 +38,4 @@ class StatementShape {
     bool afterEnd_ = false;        ///< a trigger's last tokens were "; END"
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

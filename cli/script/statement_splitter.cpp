@@ -4,7 +4,7 @@
 
 #include "util/ascii.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 using CQXBASE::IsWordByte;
 using CQXBASE::SqlPiece;
@@ -173,4 +173,4 @@ std::string_view StatementSplitter::Text(std::size_t begin, std::size_t end) con
     return std::string_view(buffer_).substr(begin, end == npos ? npos : end - begin);
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

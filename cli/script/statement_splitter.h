@@ -9,7 +9,7 @@
 #include "cli/script/statement_shape.h"
 #include "util/sql_scanner.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 /// One piece of a script.
 struct Statement {
@@ -71,4 +71,4 @@ class StatementSplitter {
     bool unfinished_ = false;  ///< the text ended inside the pending statement's last piece
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

@@ -4,7 +4,7 @@
 #include "cli/script/statement_splitter.h"
 #include "util/ascii.h"
 
-namespace CQXCLI {
+namespace CQXCLI::script {
 
 using CQXBASE::TrimAscii;
 using CQXBASE::UpperAscii;
@@ -46,4 +46,4 @@ bool StatementSplitter::AtEndLine(std::size_t end) const {
            UpperAscii(TrimAscii(Text(lineStart_, end))) == dialect_->endLine;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::script

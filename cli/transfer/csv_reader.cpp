@@ -8,7 +8,7 @@
 #include "cli/exit_status.h"
 #include "cli/output/display_text.h"
 
-namespace CQXCLI {
+namespace CQXCLI::transfer {
 
 namespace {
 
@@ -112,10 +112,10 @@ void CsvReader::EndRow(int terminator) {
 
 void CsvReader::Check(const CsvRow& row) const {
     for (std::size_t i = 0; i < row.fields.size(); ++i) {
-        if (!IsUtf8(row.fields[i].text)) {
+        if (!output::IsUtf8(row.fields[i].text)) {
             Refuse(row.line, "field " + std::to_string(i + 1) + " is not UTF-8 text");
         }
     }
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::transfer

@@ -10,7 +10,7 @@
 
 #include <csv.h>
 
-namespace CQXCLI {
+namespace CQXCLI::transfer {
 
 struct CsvField {
     std::string text;
@@ -55,4 +55,4 @@ class CsvReader {
     bool ended_ = false;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::transfer

@@ -6,7 +6,7 @@
 #include "cli/script/statement_kind.h"
 #include "cli/script/statement_splitter.h"
 
-namespace CQXCLI {
+namespace CQXCLI::transfer {
 
 namespace {
 
@@ -15,11 +15,11 @@ constexpr std::size_t kLargePage = std::size_t{32} * 1024 * 1024;  // bytes
 constexpr std::uint64_t kMostRowsAPage = 1000000;
 
 std::string OnlyStatement(const Dialect& dialect, const std::string& sql) {
-    StatementSplitter splitter(dialect);
+    script::StatementSplitter splitter(dialect);
     splitter.Feed(sql);
     splitter.Finish();
-    Statement first;
-    Statement second;
+    script::Statement first;
+    script::Statement second;
     if (!splitter.Next(first) || first.command || splitter.Next(second)) {
         throw CliError(kWrongUsage, "export takes exactly one statement");
     }
@@ -45,13 +45,14 @@ Export::Export(Session& session, const ExportOptions& options, Callback afterPag
       sql_(OnlyStatement(session.SqlDialect(), options.sql)),
       pageSize_(options.pageSize < 0 ? kFirstPage : options.pageSize),
       growing_(options.pageSize < 0) {
-    if (!IsRepeatableQuery(session.SqlDialect(), sql_)) {
+    if (!script::IsRepeatableQuery(session.SqlDialect(), sql_)) {
         pageSize_ = 0;
     }
 }
 
 bool Export::Run(std::ostream& out) {
-    const std::unique_ptr<ResultWriter> writer = MakeWriter(options_.format, out, options_.header);
+    const std::unique_ptr<output::ResultWriter> writer =
+        output::MakeWriter(options_.format, out, options_.header);
     for (bool first = true;; first = false) {
         CQXDB::QXRecordset rs;
         Fetch(rs);
@@ -103,4 +104,4 @@ std::uint64_t Export::CountAll() {
     return counted ? static_cast<std::uint64_t>(rs.GetInt64(0, 0)) : 0;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::transfer

@@ -12,12 +12,12 @@
 #include "cli/output/result_writer.h"
 #include "cli/session.h"
 
-namespace CQXCLI {
+namespace CQXCLI::transfer {
 
 struct ExportOptions {
     std::string sql;
     std::string file;  ///< "-": standard output
-    Format format = Format::Csv;
+    output::Format format = output::Format::Csv;
     bool header = true;
     long pageSize = -1;  ///< rows fetched at once; 0: all; below 0: as many as suit
     std::vector<CQXDB::QXValue> parameters = {};
@@ -52,4 +52,4 @@ class Export {
     std::uint64_t rows_ = 0;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::transfer

@@ -5,7 +5,7 @@
 #include "cli/catalog.h"
 #include "cli/exit_status.h"
 
-namespace CQXCLI {
+namespace CQXCLI::transfer {
 
 namespace {
 
@@ -98,4 +98,4 @@ void Import::Store() {
     }
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::transfer

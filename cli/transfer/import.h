@@ -14,7 +14,7 @@
 #include "cli/transfer/import_batch.h"
 #include "cli/transfer/import_columns.h"
 
-namespace CQXCLI {
+namespace CQXCLI::transfer {
 
 struct ImportOptions {
     std::string file;    ///< "-": standard input
@@ -60,4 +60,4 @@ class Import {
     std::unique_ptr<ImportBatch> batch_;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::transfer

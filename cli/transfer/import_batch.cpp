@@ -6,7 +6,7 @@
 #include "cli/batch_error.h"
 #include "cli/exit_status.h"
 
-namespace CQXCLI {
+namespace CQXCLI::transfer {
 
 namespace {
 
@@ -107,4 +107,4 @@ void ImportBatch::Fail(const Answer& answer) const {
     throw CliError(kFailed, where + ": " + error.text);
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::transfer

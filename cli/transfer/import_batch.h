@@ -10,7 +10,7 @@
 #include "cli/session.h"
 #include "cli/transfer/import_columns.h"
 
-namespace CQXCLI {
+namespace CQXCLI::transfer {
 
 class ImportBatch {
   public:
@@ -49,4 +49,4 @@ class ImportBatch {
     std::size_t bytes_ = 0;
 };
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::transfer

@@ -6,7 +6,7 @@
 #include "cli/parameters.h"
 #include "util/ascii.h"
 
-namespace CQXCLI {
+namespace CQXCLI::transfer {
 
 using CQXBASE::UpperAscii;
 
@@ -100,4 +100,4 @@ QXValue ToValue(const CsvField& field, QXValueType type) {
     return value;
 }
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::transfer

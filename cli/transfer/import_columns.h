@@ -8,7 +8,7 @@
 
 #include "cli/transfer/csv_reader.h"
 
-namespace CQXCLI {
+namespace CQXCLI::transfer {
 
 struct TargetColumn {
     std::string name;  ///< as the table has it
@@ -25,4 +25,4 @@ std::vector<TargetColumn> NamedColumns(const CQXDB::QXRecordset& table, const Cs
 /// database as text, for it to take or to refuse.
 CQXDB::QXValue ToValue(const CsvField& field, CQXDB::QXValueType type);
 
-}  // namespace CQXCLI
+}  // namespace CQXCLI::transfer

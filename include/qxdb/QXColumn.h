@@ -13,6 +13,9 @@
 #include <qxdb/QXValue.h>
 
 namespace CQXDB {
+namespace encoding {
+class ColumnCodec;
+}
 
 /// A column starts with the type it was added with (QXValueType::Null when that is not yet known)
 /// and takes the type of the first value appended; a value of another type makes it Mixed, so that
@@ -141,7 +144,7 @@ class QXDB_OBJECTS_API QXColumn {
     std::size_t MemoryBytes() const noexcept;
 
   private:
-    friend class ColumnCodec;
+    friend class encoding::ColumnCodec;
 
     // Sets of types, one bit each.
     static constexpr unsigned kNumbers = 1U << 1 | 1U << 2 | 1U << 7 | 1U << 8 | 1U << 9;

@@ -12,7 +12,9 @@
 
 namespace CQXDB {
 
+namespace encoding {
 class CommandGroups;
+}
 
 /// What the list holds (data source, token, page) counts; the same members of its commands do not.
 class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
@@ -51,7 +53,7 @@ class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
     /// threads are concerned.
     void KeepColumns() noexcept { keepsColumns_ = true; }
     /// Those columns, for what runs the list; null when it holds commands.
-    const CommandGroups* Columns() const noexcept { return columns_.get(); }
+    const encoding::CommandGroups* Columns() const noexcept { return columns_.get(); }
 
     void SetSysDataSrc(const QXDataSource& dataSource) { dataSource_ = dataSource; }
     const QXDataSource& SysDataSrc() const noexcept { return dataSource_; }
@@ -69,7 +71,7 @@ class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
     std::size_t size() override;
 
   private:
-    using Groups = std::shared_ptr<const CommandGroups>;
+    using Groups = std::shared_ptr<const encoding::CommandGroups>;
 
     /// What size() has sorted, for the toCDR that follows. A copy of the list does without.
     struct Remembered {

@@ -5,7 +5,7 @@
 
 #include <ace/CDR_Stream.h>
 
-namespace CQXBASE {
+namespace CQXBASE::encoding {
 
 /// Asked before memory is taken for what a peer sent compressed, or in columns.
 class DecodeMemory {
@@ -31,4 +31,4 @@ inline DecodeMemory* MemoryOf(ACE_InputCDR& in) noexcept {
     return bounded != nullptr ? bounded->memory : nullptr;
 }
 
-}  // namespace CQXBASE
+}  // namespace CQXBASE::encoding

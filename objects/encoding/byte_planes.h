@@ -7,7 +7,7 @@
 
 #include "objects/encoding/plain_bytes.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 constexpr std::size_t kMaxPlanes = 8;
 /// Numbers worked on at a time, so that all planes are filled while the numbers are in the first
@@ -58,4 +58,4 @@ bool GetPlanes(PlainReader& in, std::size_t count, std::size_t planes, Take take
     return true;
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

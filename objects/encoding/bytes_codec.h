@@ -10,7 +10,7 @@
 #include "objects/encoding/expansion_budget.h"
 #include "objects/encoding/plain_bytes.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 /// The numbers are wire values.
 enum class BytesCoding : std::uint8_t {
@@ -30,4 +30,4 @@ bool GetRowBytes(PlainReader& in, RowEnds& ends, QXBuffer<char>& heap, Expansion
 /// Takes `size` bytes into the empty `heap`, on the same terms.
 bool GetHeap(PlainReader& in, QXBuffer<char>& heap, std::uint64_t size, ExpansionBudget& budget);
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

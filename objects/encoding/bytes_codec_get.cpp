@@ -6,7 +6,7 @@
 #include "objects/encoding/bytes_codec.h"
 #include "objects/encoding/number_codec.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 namespace {
 
 /// Turns lengths into ends. The sum may be beyond 32 bits; then the ends mean nothing.
@@ -91,4 +91,4 @@ bool GetHeap(PlainReader& in, QXBuffer<char>& heap, std::uint64_t size, Expansio
     return bytes != nullptr;
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

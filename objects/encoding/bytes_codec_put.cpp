@@ -2,7 +2,7 @@
 #include "objects/encoding/number_codec.h"
 #include "objects/encoding/text_dictionary.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 namespace {
 
 QXBuffer<std::uint32_t> Lengths(const RowEnds& ends) {
@@ -55,4 +55,4 @@ std::size_t RowBytesSize(const RowEnds& ends, const QXBuffer<char>& heap) {
     return 1 + NumbersSize(Lengths(ends).data(), ends.size()) + heap.size();
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

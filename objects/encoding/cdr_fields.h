@@ -12,7 +12,7 @@
 
 #include "util/text.h"
 
-namespace CQXBASE {
+namespace CQXBASE::encoding {
 
 constexpr std::size_t kNumberSize = 4;
 /// What a string that isn't empty takes beside its units: the count, and room for alignment.
@@ -99,4 +99,4 @@ inline bool ReadNarrow(ACE_InputCDR& in, std::string& text) {
     return in.read_char_array(text.data(), count);
 }
 
-}  // namespace CQXBASE
+}  // namespace CQXBASE::encoding

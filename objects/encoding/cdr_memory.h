@@ -6,7 +6,7 @@
 
 #include <ace/Malloc_Allocator.h>
 
-namespace CQXBASE {
+namespace CQXBASE::encoding {
 
 /// Zeroed, since alignment skips bytes that are sent too. Throws std::bad_alloc: a stream uses its
 /// blocks without looking whether it got them.
@@ -27,4 +27,4 @@ class CdrMemory : public ACE_New_Allocator {
     void free(void* block) override { std::free(block); }
 };
 
-}  // namespace CQXBASE
+}  // namespace CQXBASE::encoding

@@ -10,7 +10,7 @@
 #include "objects/encoding/expansion_budget.h"
 #include "objects/encoding/plain_bytes.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 class ColumnCodec {
   public:
@@ -38,4 +38,4 @@ class ColumnCodec {
     static bool GetMixed(PlainReader& in, QXColumn& column, ExpansionBudget& budget);
 };
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -4,7 +4,7 @@
 #include "objects/encoding/double_codec.h"
 #include "objects/encoding/number_codec.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 namespace {
 
 /// A number that the type can't hold is cut to one that it can.
@@ -115,4 +115,4 @@ bool ColumnCodec::GetMixed(PlainReader& in, QXColumn& column, ExpansionBudget& b
     return GetHeap(in, column.heap_, end, budget);
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -4,7 +4,7 @@
 #include "objects/encoding/double_codec.h"
 #include "objects/encoding/number_codec.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 ColumnHead ColumnCodec::HeadOf(const QXColumn& column) noexcept {
     return {column.type_, !column.hasValues_ || column.rows_ == 0 ? NullCoding::All
@@ -18,7 +18,7 @@ std::uint64_t ColumnCodec::Expansion(const QXColumn& column, std::size_t rowWeig
 
 void ColumnCodec::Put(PlainBytes& out, const QXColumn& column) {
     const ColumnHead head = HeadOf(column);
-    CQXDB::Put(out, PackHead(head));
+    encoding::Put(out, PackHead(head));
     PutVarint(out, column.name_.size());
     out.Append(column.name_.data(), column.name_.size());
     if (head.nulls == NullCoding::Bitmap) {
@@ -109,4 +109,4 @@ QXBuffer<std::int64_t> ColumnCodec::MixedWords(const QXColumn& column) {
     return words;
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -7,7 +7,7 @@
 
 #include <qxdb/QXEnums.h>
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 /// The numbers are wire values.
 enum class NullCoding : std::uint8_t {
@@ -53,4 +53,4 @@ constexpr std::uint64_t ExpansionOf(std::size_t rows, std::size_t rowWeight) noe
     return 256 + std::uint64_t{rows} * (10 + rowWeight);
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

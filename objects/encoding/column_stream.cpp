@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <limits>
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 namespace {
 
 constexpr std::size_t kBlockEnd = std::size_t{1} << 20;
-constexpr std::size_t kBlockHeader = 3 * CQXBASE::kNumberSize;
+constexpr std::size_t kBlockHeader = 3 * CQXBASE::encoding::kNumberSize;
 
 /// How many bytes of padding a block needs for its budget, with `stored` bytes of its own.
 std::size_t PaddingFor(std::size_t stored, std::size_t plain, std::uint64_t expansion) {
@@ -40,8 +40,9 @@ bool ColumnWriter::WriteBlock() {
     const std::size_t padding = PaddingFor(stored.size(), plain_.size(), expansion_);
     const bool written =
         plain_.size() <= std::numeric_limits<std::uint32_t>::max() &&
-        CQXBASE::WriteCount(out_, plain_.size()) && CQXBASE::WriteCount(out_, stored.size()) &&
-        CQXBASE::WriteCount(out_, padding) &&
+        CQXBASE::encoding::WriteCount(out_, plain_.size()) &&
+        CQXBASE::encoding::WriteCount(out_, stored.size()) &&
+        CQXBASE::encoding::WriteCount(out_, padding) &&
         out_.write_char_array(stored.data(), static_cast<ACE_CDR::ULong>(stored.size())) &&
         WritePadding(padding);
     plain_.Clear();
@@ -77,37 +78,38 @@ std::size_t ColumnsSize::Total() const noexcept {
     }
     // Compression may leave so few bytes that padding brings them up again, to at most this.
     const std::size_t stored = std::max(plain_, PaddingFor(0, plain_, expansion_));
-    return finished_ + kBlockHeader + CQXBASE::kNumberSize + stored;
+    return finished_ + kBlockHeader + CQXBASE::encoding::kNumberSize + stored;
 }
 
 bool ColumnReader::Read(QXColumn& column, std::size_t rows, std::size_t rowWeight) {
     column = QXColumn();
     return (plain_.Left() != 0 || NextBlock()) &&
-           (ColumnCodec::Get(plain_, column, rows, rowWeight, budget_) || CQXBASE::Refuse(in_));
+           (ColumnCodec::Get(plain_, column, rows, rowWeight, budget_) ||
+            CQXBASE::encoding::Refuse(in_));
 }
 
 bool ColumnReader::Finish() {
-    return plain_.Left() == 0 ? in_.good_bit() : CQXBASE::Refuse(in_);
+    return plain_.Left() == 0 ? in_.good_bit() : CQXBASE::encoding::Refuse(in_);
 }
 
 bool ColumnReader::NextBlock() {
     std::uint32_t plain = 0;
     std::uint32_t stored = 0;
     std::uint32_t padding = 0;
-    if (!CQXBASE::ReadULong(in_, plain) || !CQXBASE::ReadULong(in_, stored) ||
-        !CQXBASE::ReadULong(in_, padding)) {
+    if (!CQXBASE::encoding::ReadULong(in_, plain) || !CQXBASE::encoding::ReadULong(in_, stored) ||
+        !CQXBASE::encoding::ReadULong(in_, padding)) {
         return false;
     }
     const std::uint64_t present = std::uint64_t{stored} + padding;
     if (present > in_.length() || stored > plain || plain > BlockBudget(present)) {
-        return CQXBASE::Refuse(in_);
+        return CQXBASE::encoding::Refuse(in_);
     }
     budget_ = ExpansionBudget(BlockBudget(present), memory_);
     const char* bytes = in_.rd_ptr();
     in_.skip_bytes(present);
     if (stored != plain) {
         if (!MakeRoom(plain) || !ZstdUnpack(bytes, stored, unpacked_.data(), plain)) {
-            return CQXBASE::Refuse(in_);
+            return CQXBASE::encoding::Refuse(in_);
         }
         bytes = unpacked_.data();
     }
@@ -125,4 +127,4 @@ bool ColumnReader::MakeRoom(std::size_t plain) {
     return true;
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -9,7 +9,7 @@
 #include "objects/encoding/column_codec.h"
 #include "objects/encoding/zstd_codec.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 /// The budget of a block: what its columns may expand to, and its own size before compression.
 constexpr std::uint64_t BlockBudget(std::uint64_t bytesPresent) noexcept {
@@ -54,7 +54,8 @@ class ColumnsSize {
 /// Reads what a ColumnWriter wrote, with the same numbers of rows and row weights.
 class ColumnReader {
   public:
-    explicit ColumnReader(ACE_InputCDR& in) noexcept : in_(in), memory_(CQXBASE::MemoryOf(in)) {}
+    explicit ColumnReader(ACE_InputCDR& in) noexcept
+        : in_(in), memory_(CQXBASE::encoding::MemoryOf(in)) {}
     bool Read(QXColumn& column, std::size_t rows, std::size_t rowWeight = 0);
     /// Whether the blocks so far hold nothing more. Clears the stream's good bit otherwise.
     bool Finish();
@@ -64,10 +65,10 @@ class ColumnReader {
     bool MakeRoom(std::size_t plain);
 
     ACE_InputCDR& in_;
-    CQXBASE::DecodeMemory* memory_;  ///< borrowed; null takes no heed
+    CQXBASE::encoding::DecodeMemory* memory_;  ///< borrowed; null takes no heed
     PlainBytes unpacked_;
     PlainReader plain_;
     ExpansionBudget budget_;
 };
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

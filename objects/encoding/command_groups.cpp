@@ -6,7 +6,7 @@
 
 #include "objects/encoding/command_weights.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 namespace {
 
 struct Key {
@@ -73,4 +73,4 @@ void CommandGroups::AddTo(Columns& columns) const {
 template void CommandGroups::AddTo(ColumnWriter& columns) const;
 template void CommandGroups::AddTo(ColumnsSize& columns) const;
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

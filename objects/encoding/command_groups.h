@@ -13,7 +13,7 @@
 
 #include "objects/encoding/column_stream.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 /// Commands of one statement text and one number of parameters.
 struct CommandGroup {
@@ -50,4 +50,4 @@ class CommandGroups {
     QXColumn order_;  ///< the index of each command's group
 };
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -4,7 +4,7 @@
 #include "objects/encoding/command_groups.h"
 #include "objects/encoding/command_weights.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 namespace {
 
 bool HasOnly(const QXColumn& column, QXValueType type) {
@@ -66,4 +66,4 @@ bool CommandGroups::ReadParams(ColumnReader& reader) {
     return true;
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

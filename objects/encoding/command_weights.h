@@ -3,10 +3,10 @@
 
 #include <cstddef>
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 // Wire values: both sides charge the same.
 constexpr std::size_t kCommandWeight = 128;
 constexpr std::size_t kParamWeight = 64;
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -3,7 +3,7 @@
 #include "objects/encoding/number_codec.h"
 #include "util/double_bits.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 namespace {
 
 constexpr std::uint8_t kBits = 0xFF;  ///< in place of a power of ten: bit patterns
@@ -80,4 +80,4 @@ bool GetDoubles(PlainReader& in, std::int64_t* bits, std::size_t count) {
     return true;
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

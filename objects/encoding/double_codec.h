@@ -7,7 +7,7 @@
 
 #include "objects/encoding/plain_bytes.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 /// `bits` are the doubles' bit patterns; `count` is not 0. Every bit of every value comes back.
 void PutDoubles(PlainBytes& out, const std::int64_t* bits, std::size_t count);
@@ -16,4 +16,4 @@ std::size_t DoublesSize(const std::int64_t* bits, std::size_t count);
 /// False for an unknown coding or too few bytes.
 bool GetDoubles(PlainReader& in, std::int64_t* bits, std::size_t count);
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

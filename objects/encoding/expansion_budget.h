@@ -5,13 +5,13 @@
 
 #include "objects/encoding/bounded_input.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 /// Keeps a few bytes from a peer from claiming billions of rows.
 class ExpansionBudget {
   public:
     explicit ExpansionBudget(std::uint64_t bytes = 0,
-                             CQXBASE::DecodeMemory* memory = nullptr) noexcept
+                             CQXBASE::encoding::DecodeMemory* memory = nullptr) noexcept
         : left_(bytes), memory_(memory) {}
     /// False, and nothing is taken, when less is left.
     bool Take(std::uint64_t bytes) noexcept {
@@ -22,7 +22,7 @@ class ExpansionBudget {
 
   private:
     std::uint64_t left_;
-    CQXBASE::DecodeMemory* memory_;  ///< borrowed
+    CQXBASE::encoding::DecodeMemory* memory_;  ///< borrowed
 };
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -5,17 +5,18 @@
 
 #include "objects/encoding/cdr_fields.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 constexpr std::uint32_t kFormatVersion = 2;
 
 inline bool WriteVersion(ACE_OutputCDR& out) {
-    return CQXBASE::WriteULong(out, kFormatVersion);
+    return CQXBASE::encoding::WriteULong(out, kFormatVersion);
 }
 /// Refuses any other version.
 inline bool ReadVersion(ACE_InputCDR& in) {
     std::uint32_t version = 0;
-    return CQXBASE::ReadULong(in, version) && (version == kFormatVersion || CQXBASE::Refuse(in));
+    return CQXBASE::encoding::ReadULong(in, version) &&
+           (version == kFormatVersion || CQXBASE::encoding::Refuse(in));
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -4,7 +4,7 @@
 
 #include "objects/encoding/byte_planes.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 namespace {
 
 /// The range of a sequence of numbers, as its least one and the distance to the greatest.
@@ -131,4 +131,4 @@ template bool GetNumbers(PlainReader&, std::int32_t*, std::size_t);
 template bool GetNumbers(PlainReader&, std::uint32_t*, std::size_t);
 template bool GetNumbers(PlainReader&, std::int64_t*, std::size_t);
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -10,7 +10,7 @@
 
 #include "objects/encoding/plain_bytes.h"
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 /// The coding byte's parts.
 constexpr std::uint8_t kPlaneCount = 0x0F;  ///< planes that follow, 0 to 8
@@ -26,4 +26,4 @@ std::size_t NumbersSize(const T* values, std::size_t count);
 template <class T>
 bool GetNumbers(PlainReader& in, T* values, std::size_t count);
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

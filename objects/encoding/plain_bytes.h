@@ -10,7 +10,7 @@
 
 #include <qxdb/QXBuffer.h>
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 static_assert(ACE_CDR_BYTE_ORDER == 1, "arrays go into a block as they stand in memory");
 
@@ -98,4 +98,4 @@ class PlainReader {
     const char* end_ = nullptr;
 };
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -1,7 +1,7 @@
 // All or nothing when an object is read.
 #pragma once
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 /// Gives what `read` gives, after `clear` when that is 0; `clear` also runs when `read` throws.
 template <typename Read, typename Clear>
@@ -19,4 +19,4 @@ int ReadWhole(const Read& read, const Clear& clear) {
     return whole;
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 namespace {
 
 constexpr std::size_t kSlots = 4 * TextDictionary::kMaxEntries;
@@ -47,4 +47,4 @@ bool TextDictionary::CodeOf(std::string_view text, std::uint32_t& code) {
     return false;
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

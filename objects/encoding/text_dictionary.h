@@ -8,7 +8,7 @@
 
 #include <qxdb/QXBuffer.h>
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 class TextDictionary {
   public:
@@ -30,4 +30,4 @@ class TextDictionary {
     QXBuffer<std::uint32_t> codes_;
 };
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -4,7 +4,7 @@
 
 #include <zstd.h>
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 namespace {
 
 constexpr int kLevel = 1;
@@ -40,4 +40,4 @@ bool ZstdUnpack(const char* packed, std::size_t packedSize, char* plain, std::si
     return ZSTD_decompress(plain, plainSize, packed, packedSize) == plainSize;
 }
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

@@ -8,7 +8,7 @@
 
 struct ZSTD_CCtx_s;
 
-namespace CQXDB {
+namespace CQXDB::encoding {
 
 /// Compresses one block after the other; one thread at a time.
 class ZstdPacker {
@@ -27,4 +27,4 @@ class ZstdPacker {
 /// True when `packed` is whole and gives exactly `plainSize` bytes.
 bool ZstdUnpack(const char* packed, std::size_t packedSize, char* plain, std::size_t plainSize);
 
-}  // namespace CQXDB
+}  // namespace CQXDB::encoding

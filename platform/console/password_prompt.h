@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::console {
 
 bool StdinIsTerminal() noexcept;
 
@@ -12,4 +12,4 @@ bool StdinIsTerminal() noexcept;
 /// terminal. An interrupt key ends the process as usual, with the terminal as it was.
 bool ReadHiddenLine(const std::string& prompt, std::string& line);
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::console

@@ -5,7 +5,7 @@
 
 #include "platform/console/password_prompt.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::console {
 
 bool StdinIsTerminal() noexcept {
     return isatty(STDIN_FILENO) == 1;
@@ -21,4 +21,4 @@ bool ReadHiddenLine(const std::string& prompt, std::string& line) {
     return true;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::console

@@ -4,7 +4,7 @@
 #include "platform/console/password_prompt.h"
 #include "platform/text/code_page.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::console {
 namespace {
 
 /// A console handle of its own, with the echo off as long as it lives.
@@ -76,4 +76,4 @@ bool ReadHiddenLine(const std::string& prompt, std::string& line) {
     return true;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::console

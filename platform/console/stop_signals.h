@@ -4,7 +4,7 @@
 #include <functional>
 #include <thread>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::console {
 
 /// Calls back from a thread of its own, so the callbacks may do anything that a thread may. SIGTERM
 /// and SIGINT ask to stop, SIGUSR1 to report; on Windows Ctrl-C, Ctrl-Break and a closed console
@@ -29,4 +29,4 @@ class StopSignals {
 /// programs; a library has no say in its host's signals.
 void IgnoreBrokenPipes() noexcept;
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::console

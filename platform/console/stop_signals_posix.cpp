@@ -4,7 +4,7 @@
 
 #include "platform/console/stop_signals.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::console {
 namespace {
 
 /// Ends the watching thread; sent to that thread alone.
@@ -51,4 +51,4 @@ void IgnoreBrokenPipes() noexcept {
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::console

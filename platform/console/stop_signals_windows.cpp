@@ -4,7 +4,7 @@
 
 #include "platform/console/stop_signals.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::console {
 namespace {
 
 std::atomic<HANDLE> stopEvent{nullptr};
@@ -42,4 +42,4 @@ void StopSignals::Watch() {
 
 void IgnoreBrokenPipes() noexcept {}
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::console

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::console {
 
 /// Makes the console speak UTF-8, and returns the arguments behind the program's name as UTF-8.
 std::vector<std::string> PrepareConsole(int argc, char** argv);
@@ -15,4 +15,4 @@ bool ErrorIsTerminal() noexcept;
 /// Columns of the terminal behind standard error; 80 when they can't be told.
 std::size_t TerminalColumns() noexcept;
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::console

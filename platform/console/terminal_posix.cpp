@@ -5,7 +5,7 @@
 
 #include "platform/console/terminal.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::console {
 
 std::vector<std::string> PrepareConsole(int argc, char** argv) {
     // The line editor reads characters by the locale. Texts are UTF-8 here whatever it says.
@@ -29,4 +29,4 @@ std::size_t TerminalColumns() noexcept {
     return known ? size.ws_col : 80;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::console

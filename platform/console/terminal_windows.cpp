@@ -7,7 +7,7 @@
 #include "platform/console/terminal.h"
 #include "platform/text/code_page.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::console {
 
 namespace {
 
@@ -47,4 +47,4 @@ std::size_t TerminalColumns() noexcept {
     return known && columns > 1 ? static_cast<std::size_t>(columns) : 80;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::console

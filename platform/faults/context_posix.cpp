@@ -10,7 +10,7 @@
 #error "The processor state of a fault is known for x86-64 only"
 #endif
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 constexpr std::array<int, 6> kSavedRegisters = {REG_RBX, REG_RBP, REG_R12,
@@ -108,4 +108,4 @@ bool ReadFault(int signal, const siginfo_t& info, const FaultContext& context,
     return true;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

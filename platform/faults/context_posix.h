@@ -7,7 +7,7 @@
 
 #include "platform/faults/hooks.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 /// State that a signal handler got. The unwinder starts from it, so changes to it count.
 class FaultContext {
@@ -36,4 +36,4 @@ class FaultContext {
 bool ReadFault(int signal, const siginfo_t& info, const FaultContext& context,
                FaultRecord& record) noexcept;
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

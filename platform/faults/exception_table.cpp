@@ -1,6 +1,6 @@
 #include "platform/faults/exception_table.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 std::uintptr_t ReadUleb128(const unsigned char*& at) {
@@ -42,4 +42,4 @@ bool Covers(const unsigned char* table, std::uintptr_t offset) noexcept {
     return false;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

@@ -7,7 +7,7 @@
 struct _EXCEPTION_POINTERS;  // NOLINT(bugprone-reserved-identifier)
 #endif
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 constexpr std::uint32_t kAccessViolation = 0xC0000005;
 constexpr std::uint32_t kBreakpoint = 0x80000003;
@@ -58,4 +58,4 @@ class FaultRegion {
 /// Whether the calling thread is inside a region.
 bool InFaultRegion() noexcept;
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

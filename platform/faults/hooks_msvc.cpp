@@ -5,7 +5,7 @@
 
 #include "platform/faults/hooks.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 thread_local FaultTranslator tTranslator = nullptr;
@@ -52,4 +52,4 @@ bool InFaultRegion() noexcept {
     return tInnermost != nullptr;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

@@ -2,7 +2,7 @@
 
 // Faults and pure virtual calls keep the effect that the host gives them.
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 FaultRecord RecordOf(const ExceptionPointers& pointers) noexcept {
     return *pointers.record;
@@ -21,4 +21,4 @@ bool InFaultRegion() noexcept {
     return false;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

@@ -8,7 +8,7 @@
 #include "platform/faults/thread_posix.h"
 #include "platform/faults/unwind_posix.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 __thread ThreadFaults tThreadFaults __attribute__((tls_model("initial-exec")));
 
@@ -89,4 +89,4 @@ bool InFaultRegion() noexcept {
     return CurrentThread().innermost != nullptr;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

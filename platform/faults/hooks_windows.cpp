@@ -27,7 +27,7 @@ QXDBEnterThrowFault:
     .seh_endproc
 )");
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 // What the processor raises. Exceptions raised by programs belong to whoever expects them.
@@ -150,7 +150,7 @@ bool InFaultRegion() noexcept {
     return thread != nullptr && thread->innermost != nullptr;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults
 
 extern "C" void QXDBThrowFault() {
     CQXBASE::platform::ThrowFault();

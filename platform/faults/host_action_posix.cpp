@@ -7,7 +7,7 @@
 
 #include "platform/faults/thread_posix.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 /// Signal by signal: the C library leaves the bytes behind the last signal as they are.
@@ -147,4 +147,4 @@ void HostAction::Call(const Action& action, siginfo_t* info, void* context) {
     }
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <csignal>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 /// Replace and PutBack are called under one lock; Run from handlers on any thread.
 class HostAction {
@@ -39,4 +39,4 @@ class HostAction {
     std::atomic<bool> installed_{false};
 };
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

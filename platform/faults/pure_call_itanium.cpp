@@ -4,7 +4,7 @@
 
 #include "platform/faults/hooks.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 std::atomic<PureCallHandler> gHandler{nullptr};
@@ -24,10 +24,10 @@ void SetPureCallHandler(PureCallHandler handler) noexcept {
     gHandler = handler;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults
 
 // The entry of pure functions in the tables of virtual functions that are linked with this file.
 // Not exported, so that the host and its other libraries keep the runtime's own one.
 extern "C" void __cxa_pure_virtual() {  // NOLINT(bugprone-reserved-identifier)
-    CQXBASE::platform::OnPureCall();
+    CQXBASE::platform::faults::OnPureCall();
 }

@@ -8,7 +8,7 @@
 #include "platform/faults/host_action_posix.h"
 #include "platform/faults/thread_posix.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 HostAction gHostActions[] = {HostAction(SIGSEGV), HostAction(SIGBUS), HostAction(SIGFPE),
@@ -109,4 +109,4 @@ void GiveToHost(int signal, siginfo_t* info, void* context) {
     }
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

@@ -3,7 +3,7 @@
 
 #include <csignal>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 using SignalHandler = void (*)(int signal, siginfo_t* info, void* context);
 
@@ -17,4 +17,4 @@ void ReturnSignals() noexcept;
 /// From within the handler: does what would have happened without it.
 void GiveToHost(int signal, siginfo_t* info, void* context);
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

@@ -12,7 +12,7 @@
 
 #include "platform/faults/thread_posix.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 // Room to unwind; the pages cost memory once a fault has touched them.
@@ -181,4 +181,4 @@ void CloseStackReserve() noexcept {
     }
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

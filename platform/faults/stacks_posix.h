@@ -1,7 +1,7 @@
 // The stacks of a thread that handles its own stack overflow.
 #pragma once
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 /// Until the calling thread ends: an alternate signal stack for it, unless it has one of sufficient
 /// size, and a reserve at the far end of its own stack. Without memory for them the thread does
@@ -14,4 +14,4 @@ void OpenStackReserve() noexcept;
 /// At the edges of a region: closes the reserve again once the stack is shallow.
 void CloseStackReserve() noexcept;
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

@@ -5,7 +5,7 @@
 #include <cxxabi.h>
 #endif
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 #ifdef _WIN32
 struct ThreadCancellation {};  // threads aren't cancelled by unwinding here
@@ -13,4 +13,4 @@ struct ThreadCancellation {};  // threads aren't cancelled by unwinding here
 using ThreadCancellation = abi::__forced_unwind;
 #endif
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

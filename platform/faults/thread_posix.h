@@ -7,7 +7,7 @@
 
 #include "platform/faults/hooks.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 struct ThreadFaults {
     /// A signal that a host handler is handling on this thread.
@@ -42,4 +42,4 @@ inline ThreadFaults& CurrentThread() noexcept {
     return tThreadFaults;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

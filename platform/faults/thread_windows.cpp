@@ -2,7 +2,7 @@
 
 #include <new>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 void CALLBACK Free(void* thread) {
@@ -59,4 +59,4 @@ ThreadFaults* CurrentThread() noexcept {
     return thread != nullptr ? thread : MakeThread();
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

@@ -5,7 +5,7 @@
 
 #include "platform/faults/hooks.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 struct ThreadFaults {
     FaultTranslator translator = nullptr;
@@ -33,4 +33,4 @@ class LastErrorKept {
     DWORD error_;
 };
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

@@ -4,7 +4,7 @@
 
 #include "platform/faults/exception_table.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 constexpr std::array<int, 6> kSavedRegisters = {3, 6, 12, 13, 14, 15};  // rbx, rbp, r12 to r15
@@ -85,4 +85,4 @@ bool WouldTerminate(std::uintptr_t instruction, CallerState& caller) noexcept {
     return search.found;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

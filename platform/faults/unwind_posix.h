@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 /// Registers that a function finds again after a call, and where it then goes on.
 struct CallerState {
@@ -26,4 +26,4 @@ bool CanUnwindTo(std::uintptr_t instruction, const void* object) noexcept;
 /// price of the objects that this one function had made.
 bool WouldTerminate(std::uintptr_t instruction, CallerState& caller) noexcept;
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

@@ -10,7 +10,7 @@ extern "C" EXCEPTION_DISPOSITION __gxx_personality_seh0(EXCEPTION_RECORD*, void*
 extern "C" EXCEPTION_DISPOSITION __gcc_personality_seh0(EXCEPTION_RECORD*, void*, CONTEXT*,
                                                         DISPATCHER_CONTEXT*);
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 namespace {
 
 /// Where a function of another image really is: images call it through a jump of their own.
@@ -103,4 +103,4 @@ void LeaveTerminatingFunction(CONTEXT& fault) noexcept {
     }
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

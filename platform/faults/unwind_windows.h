@@ -3,7 +3,7 @@
 
 #include <windows.h>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::faults {
 
 /// When the innermost function with an exception table is at a place that the table leaves out,
 /// where unwinding ends the process: makes the state that of its caller, at the price of the
@@ -14,4 +14,4 @@ void LeaveTerminatingFunction(CONTEXT& fault) noexcept;
 /// the way has unwind data, and none has a structured handler, to which the fault would belong.
 bool CanUnwindTo(const CONTEXT& fault, const void* object) noexcept;
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::faults

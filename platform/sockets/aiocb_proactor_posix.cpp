@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <mutex>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 namespace {
 
 /// Every proactor keeps one of the C library's request threads waiting on its wake-up pipe. With
@@ -48,4 +48,4 @@ void AiocbProactor::EndWakeUpRead() {
     }
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

@@ -3,7 +3,7 @@
 
 #include <ace/POSIX_Proactor.h>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 class AiocbProactor : public ACE_POSIX_AIOCB_Proactor {
   public:
@@ -16,4 +16,4 @@ class AiocbProactor : public ACE_POSIX_AIOCB_Proactor {
     void EndWakeUpRead();
 };
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

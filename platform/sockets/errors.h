@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 // Winsock numbers that the transport and the server treat in a way of their own.
 constexpr int kInterrupted = 10004;
@@ -30,4 +30,4 @@ int LastError() noexcept;
 void SetNotConnected() noexcept;
 void SetStaleSocket() noexcept;
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

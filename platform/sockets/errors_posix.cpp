@@ -7,7 +7,7 @@
 
 #include "platform/sockets/errors.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 namespace {
 
 struct Numbers {
@@ -63,4 +63,4 @@ void SetStaleSocket() noexcept {
     errno = EBADF;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

@@ -5,7 +5,7 @@
 
 #include "platform/sockets/errors.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 // Winsock's own number comes from a plain call. The runtime has other ones for what ACE finds wrong
 // before it asks Winsock, and the system for what ends an overlapped operation.
@@ -55,4 +55,4 @@ void SetStaleSocket() noexcept {
     errno = WSAENOTSOCK;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

@@ -5,7 +5,7 @@
 
 #include <ace/config-all.h>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 /// From now on a read on the socket that meets silence for that long fails.
 void SetReceiveTimeout(ACE_HANDLE socket, unsigned milliseconds) noexcept;
@@ -18,4 +18,4 @@ std::ptrdiff_t SendSome(ACE_HANDLE socket, const char* bytes, std::size_t count)
 std::ptrdiff_t RecvSome(ACE_HANDLE socket, char* buffer, std::size_t capacity,
                         unsigned timeoutMs) noexcept;
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

@@ -5,7 +5,7 @@
 
 #include "platform/sockets/handshake.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 void SetReceiveTimeout(ACE_HANDLE socket, unsigned milliseconds) noexcept {
     timeval value{};
@@ -33,4 +33,4 @@ std::ptrdiff_t RecvSome(ACE_HANDLE socket, char* buffer, std::size_t capacity,
     return received;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

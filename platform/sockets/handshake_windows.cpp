@@ -2,7 +2,7 @@
 
 #include "platform/sockets/handshake.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 void SetReceiveTimeout(ACE_HANDLE socket, unsigned milliseconds) noexcept {
     const DWORD value = milliseconds;
@@ -19,4 +19,4 @@ std::ptrdiff_t RecvSome(ACE_HANDLE socket, char* buffer, std::size_t capacity,
     return ACE_OS::recv(socket, buffer, capacity, 0);
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

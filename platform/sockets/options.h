@@ -4,7 +4,7 @@
 #include <ace/Handle_Set.h>
 #include <ace/SOCK_Stream.h>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 /// A socket's number as log lines print it.
 int HandleNumber(ACE_HANDLE handle) noexcept;
@@ -34,4 +34,4 @@ int ReadyToRead(ACE_Handle_Set& set, ACE_HANDLE handle);
 /// idle.
 bool MeansIdle(int error) noexcept;
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

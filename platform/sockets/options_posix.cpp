@@ -6,7 +6,7 @@
 
 #include "platform/sockets/options.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 namespace {
 
 bool SetSeconds(ACE_SOCK_Stream& stream, int option, unsigned milliseconds) {
@@ -67,4 +67,4 @@ bool MeansIdle(int error) noexcept {
     return error == 0 || error == ETIME;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

@@ -8,7 +8,7 @@
 
 #include "platform/sockets/options.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 namespace {
 
 SOCKET SocketOf(ACE_HANDLE handle) noexcept {
@@ -63,4 +63,4 @@ bool MeansIdle(int error) noexcept {
     return error == 0 || error == ERROR_SEM_TIMEOUT || error == ETIME;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

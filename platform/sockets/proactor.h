@@ -5,7 +5,7 @@
 
 #include <ace/Proactor.h>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 /// Deletes a proactor with its implementation. No operation may be under way on it.
 struct ProactorDeleter {
@@ -21,4 +21,4 @@ ProactorPtr MakeProactor();
 /// the wait. Returns what ACE_Proactor::handle_events does: 1 dispatched, 0 nothing, -1 an error.
 int DispatchCompletion(ACE_Proactor& proactor);
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

@@ -6,7 +6,7 @@
 #include "platform/sockets/aiocb_proactor_posix.h"
 #include "platform/sockets/proactor.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 namespace {
 
 /// Keeps what ACE itself reports at debug priority out of the host's log.
@@ -56,4 +56,4 @@ int DispatchCompletion(ACE_Proactor& proactor) {
     }
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

@@ -2,7 +2,7 @@
 
 #include "platform/sockets/proactor.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 void ProactorDeleter::operator()(ACE_Proactor* proactor) const {
     delete proactor;
@@ -23,4 +23,4 @@ int DispatchCompletion(ACE_Proactor& proactor) {
     return proactor.handle_events();
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

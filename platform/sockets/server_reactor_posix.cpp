@@ -6,7 +6,7 @@
 
 #include "platform/sockets/server_reactor.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 std::unique_ptr<ACE_Reactor> MakeServerReactor(std::size_t handles) {
     constexpr bool kRestartAfterSignal = true;
@@ -27,4 +27,4 @@ std::size_t RaiseHandleLimit() noexcept {
     return setrlimit(RLIMIT_NOFILE, &raised) == 0 ? limit.rlim_max : limit.rlim_cur;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

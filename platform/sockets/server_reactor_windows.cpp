@@ -3,7 +3,7 @@
 
 #include "platform/sockets/server_reactor.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 std::unique_ptr<ACE_Reactor> MakeServerReactor(std::size_t handles) {
     const std::size_t bounded = handles < RaiseHandleLimit() ? handles : RaiseHandleLimit();
@@ -19,4 +19,4 @@ std::size_t RaiseHandleLimit() noexcept {
     return FD_SETSIZE;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

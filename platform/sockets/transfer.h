@@ -6,7 +6,7 @@
 #include <ace/SOCK_Stream.h>
 #include <ace/os_include/sys/os_uio.h>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 constexpr int kNoTimeout = -1;
 
@@ -18,4 +18,4 @@ bool SendParts(ACE_SOCK_Stream& stream, const iovec* parts, int count, int timeo
 /// time-out when the socket's receive time-out passed in silence.
 bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count);
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

@@ -6,7 +6,7 @@
 
 #include "platform/sockets/transfer.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 namespace {
 
 /// What is left of a gathered write.
@@ -108,4 +108,4 @@ bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count) {
     return true;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

@@ -5,7 +5,7 @@
 
 #include "platform/sockets/transfer.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 bool SendParts(ACE_SOCK_Stream& stream, const iovec* parts, int count, int timeoutMs) {
     std::vector<iovec> pieces(parts, parts + count);  // ACE moves them on while it writes
@@ -21,4 +21,4 @@ bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count) {
     return received == static_cast<ssize_t>(count);
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

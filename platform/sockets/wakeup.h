@@ -5,7 +5,7 @@
 
 #include <ace/config-all.h>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 /// A handle that is readable from Signal until Clear. Once it is made it needs no memory, and on
 /// Linux no network either, so that a signal doesn't get lost.
@@ -26,4 +26,4 @@ class Wakeup {
     std::unique_ptr<Native> native_;
 };
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

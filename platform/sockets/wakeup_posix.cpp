@@ -4,7 +4,7 @@
 
 #include "platform/sockets/wakeup.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 struct Wakeup::Native {
     int counter = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -31,4 +31,4 @@ void Wakeup::Clear() noexcept {
     static_cast<void>(!read(native_->counter, &count, sizeof count));
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

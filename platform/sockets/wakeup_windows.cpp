@@ -3,7 +3,7 @@
 
 #include "platform/sockets/wakeup.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::sockets {
 
 /// Select takes sockets only, and so this pipe is a pair of them.
 struct Wakeup::Native {
@@ -37,4 +37,4 @@ void Wakeup::Clear() noexcept {
     }
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::sockets

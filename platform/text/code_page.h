@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::text {
 
 /// True for a code page that is UTF-8 and for which the platform has no converter of its own.
 bool NeedsUtf8Codec(unsigned codePage) noexcept;
@@ -13,4 +13,4 @@ bool NeedsUtf8Codec(unsigned codePage) noexcept;
 std::wstring Widen(const char* text, unsigned codePage);
 std::string Narrow(const wchar_t* text, unsigned codePage);
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::text

@@ -7,7 +7,7 @@
 
 #include "platform/text/code_page.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::text {
 namespace {
 
 struct NamedCodePage {
@@ -132,4 +132,4 @@ std::string Narrow(const wchar_t* text, unsigned codePage) {
     return narrow;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::text

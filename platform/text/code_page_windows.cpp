@@ -2,7 +2,7 @@
 
 #include "platform/text/code_page.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::text {
 
 bool NeedsUtf8Codec(unsigned) noexcept {
     return false;
@@ -30,4 +30,4 @@ std::string Narrow(const wchar_t* text, unsigned codePage) {
     return narrow;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::text

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::text {
 
 constexpr std::size_t kErrorTextCapacity = 600;  ///< wide characters, terminator included
 
@@ -15,4 +15,4 @@ std::wstring ExpressionText(const wchar_t* expression);
 /// "description(code).", with a long description cut to leave the code in place.
 std::wstring CodedText(const std::wstring& description, int code);
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::text

@@ -2,7 +2,7 @@
 
 #include "platform/text/error_text.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::text {
 namespace {
 
 template <class... Arguments>
@@ -28,4 +28,4 @@ std::wstring CodedText(const std::wstring& description, int code) {
     return Format(L"%.580ls(%d).", description.c_str(), code);
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::text

@@ -2,7 +2,7 @@
 
 #include "platform/text/error_text.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::text {
 namespace {
 
 /// wsprintfW knows no buffer size, but never writes more than this, terminator included.
@@ -30,4 +30,4 @@ std::wstring CodedText(const std::wstring& description, int code) {
     return Format(L"%.580s(%d).", description.c_str(), code);
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::text

@@ -3,10 +3,10 @@
 
 #include <string>
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::text {
 
 /// String `id` in the calling thread's language; `fallback` when the module has no such string, as
 /// on systems without string tables.
 std::wstring TableString(unsigned id, const wchar_t* fallback);
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::text

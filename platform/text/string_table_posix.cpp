@@ -1,9 +1,9 @@
 #include "platform/text/string_table.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::text {
 
 std::wstring TableString(unsigned /*id*/, const wchar_t* fallback) {
     return fallback;
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::text

@@ -2,7 +2,7 @@
 
 #include "platform/text/string_table.h"
 
-namespace CQXBASE::platform {
+namespace CQXBASE::platform::text {
 
 std::wstring TableString(unsigned id, const wchar_t* fallback) {
     HMODULE module = nullptr;
@@ -15,4 +15,4 @@ std::wstring TableString(unsigned id, const wchar_t* fallback) {
                       : std::wstring(fallback);
 }
 
-}  // namespace CQXBASE::platform
+}  // namespace CQXBASE::platform::text

@@ -10,7 +10,7 @@
 #include "platform/sockets/errors.h"
 #include "server/log.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 namespace {
 
 using std::chrono::milliseconds;
@@ -21,8 +21,8 @@ constexpr milliseconds kDrainTime{5000};
 
 bool Connection::WouldBlock() noexcept {
     using namespace CQXBASE::platform;
-    const int error = WinsockNumber(LastError());
-    return error == kWouldBlock || error == kInterrupted;
+    const int error = sockets::WinsockNumber(sockets::LastError());
+    return error == sockets::kWouldBlock || error == sockets::kInterrupted;
 }
 
 Connection::Connection(ConnectionId id, const ACE_SOCK_Stream& peer, std::string address,
@@ -195,4 +195,4 @@ TimePoint Connection::Deadline() const {
     return TimePoint::max();
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

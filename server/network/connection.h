@@ -14,7 +14,7 @@
 #include "server/network/request.h"
 #include "server/server_options.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 
 class Connection;
 
@@ -120,4 +120,4 @@ class Connection : public ACE_Event_Handler {
     ACE_Reactor_Mask mask_ = ACE_Event_Handler::NULL_MASK;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

@@ -2,7 +2,7 @@
 
 #include "server/network/connection.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 
 void Connection::Receive(std::size_t count) {
     if (state_ == State::Draining) {
@@ -51,4 +51,4 @@ void Connection::RejectFrame() {
                           reader_.Header().plainLength != 0));
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

@@ -4,7 +4,7 @@
 
 #include "server/network/connection.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 namespace {
 
 constexpr int kWritesPerEvent = 4;  ///< then the others get their turn
@@ -90,4 +90,4 @@ void Connection::Drain() {
     }
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

@@ -14,7 +14,7 @@
 #include "server/log.h"
 #include "server/server_error.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 namespace {
 
 using std::chrono::milliseconds;
@@ -27,7 +27,7 @@ constexpr milliseconds kPauseAfterFailure{10};
 }  // namespace
 
 EventLoop::EventLoop(std::size_t handles)
-    : reactor_(CQXBASE::platform::MakeServerReactor(handles)) {
+    : reactor_(CQXBASE::platform::sockets::MakeServerReactor(handles)) {
     if (reactor_ == nullptr || wakeup_.Handle() == ACE_INVALID_HANDLE ||
         reactor_->register_handler(this, ACE_Event_Handler::READ_MASK) == -1) {
         throw OperatorError("the system offers no way to watch that many connections");
@@ -112,4 +112,4 @@ void EventLoop::RunDue() {
     }
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

@@ -12,7 +12,7 @@
 #include "platform/sockets/wakeup.h"
 #include "server/clock.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 
 class EventLoop : private ACE_Event_Handler {
   public:
@@ -50,9 +50,9 @@ class EventLoop : private ACE_Event_Handler {
 
     std::unique_ptr<ACE_Reactor> reactor_;
     std::multimap<TimePoint, Task> timed_;
-    CQXBASE::platform::Wakeup wakeup_;
+    CQXBASE::platform::sockets::Wakeup wakeup_;
     std::mutex mutex_;
     Tasks posted_;  ///< guarded by mutex_
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

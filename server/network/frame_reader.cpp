@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 
 using CQXBASE::kFrameHeaderSize;
 
@@ -59,4 +59,4 @@ void FrameReader::ReadHeader() {
     }
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

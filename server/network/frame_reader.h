@@ -7,7 +7,7 @@
 #include "server/byte_budget.h"
 #include "transport/frame.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 
 /// A frame as it arrived, header included.
 struct ReceivedFrame {
@@ -53,4 +53,4 @@ class FrameReader {
     State state_ = State::Partial;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

@@ -12,7 +12,7 @@
 #include "server/log.h"
 #include "server/server_error.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 namespace {
 
 constexpr int kBacklog = 511;
@@ -20,8 +20,8 @@ constexpr int kAcceptsPerEvent = 64;  ///< then the connections get their turn
 
 bool OutOfResources(int error) noexcept {
     using namespace CQXBASE::platform;
-    return WinsockNumber(error) == kTooManyHandles || WinsockNumber(error) == kNoBuffers ||
-           error == ENOMEM;
+    return sockets::WinsockNumber(error) == sockets::kTooManyHandles ||
+           sockets::WinsockNumber(error) == sockets::kNoBuffers || error == ENOMEM;
 }
 
 /// A part of a line of the log, which takes memory only there.
@@ -29,11 +29,12 @@ struct ErrorText {
     int error;
 };
 std::ostream& operator<<(std::ostream& out, ErrorText text) {
-    return out << CQXBASE::platform::SocketErrorText(text.error);
+    return out << CQXBASE::platform::sockets::SocketErrorText(text.error);
 }
 
 bool NobodyWaits(int error) noexcept {
-    return CQXBASE::platform::WinsockNumber(error) == CQXBASE::platform::kWouldBlock;
+    return CQXBASE::platform::sockets::WinsockNumber(error) ==
+           CQXBASE::platform::sockets::kWouldBlock;
 }
 
 std::string HostText(const ACE_INET_Addr& address) {
@@ -53,8 +54,9 @@ Listener::Listener(const std::string& address, ACE_Reactor& newReactor, OnAccept
     }
     if (acceptor_.open(local, kReuseAddress, local.get_type(), kBacklog) == -1 ||
         acceptor_.enable(ACE_NONBLOCK) == -1) {
-        throw OperatorError("can't listen on " + address + ": " +
-                            CQXBASE::platform::SocketErrorText(CQXBASE::platform::LastError()));
+        throw OperatorError(
+            "can't listen on " + address + ": " +
+            CQXBASE::platform::sockets::SocketErrorText(CQXBASE::platform::sockets::LastError()));
     }
     reactor(&newReactor);
     if (newReactor.register_handler(this, ACE_Event_Handler::ACCEPT_MASK) == -1) {
@@ -104,7 +106,7 @@ int Listener::handle_input(ACE_HANDLE) {
         ACE_SOCK_Stream peer;
         ACE_INET_Addr remote;
         const bool accepted = acceptor_.accept(peer, &remote) == 0;
-        error = accepted ? 0 : CQXBASE::platform::LastError();
+        error = accepted ? 0 : CQXBASE::platform::sockets::LastError();
         if (accepted) {
             HandOver(peer, remote);
         } else if (NobodyWaits(error)) {
@@ -126,4 +128,4 @@ void Listener::Pause(int error) {
     LogError("can't accept connections: ", ErrorText{error});
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

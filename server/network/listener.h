@@ -9,7 +9,7 @@
 #include <ace/SOCK_Acceptor.h>
 #include <ace/SOCK_Stream.h>
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 
 /// Lives on the reactor's thread.
 class Listener : public ACE_Event_Handler {
@@ -40,4 +40,4 @@ class Listener : public ACE_Event_Handler {
     bool paused_ = false;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

@@ -5,7 +5,7 @@
 
 #include "transport/frame.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 namespace {
 
 /// How much of a body is enciphered ahead. It may yet grow too long to be enciphered at all.
@@ -138,4 +138,4 @@ void ReplyBody::WakeSender(std::unique_lock<std::mutex>& lock) {
     }
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

@@ -14,7 +14,7 @@
 
 #include "transport/frame_cipher.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 
 /// Takes a body piece by piece from the thread that makes it, enciphers the pieces on a thread of
 /// its own, and hands them to the thread that sends them. Whether the body is enciphered at all is
@@ -80,4 +80,4 @@ class ReplyBody {
     Wake wake_;                           ///< set while the sender waits
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

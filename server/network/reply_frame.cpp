@@ -9,7 +9,7 @@
 #include "messages/type_codes.h"
 #include "objects/encoding/cdr_memory.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 namespace {
 
 constexpr int kLittleEndian = 1;
@@ -18,8 +18,9 @@ constexpr int kLittleEndian = 1;
 /// bytes that alignment skips.
 std::string EncodeRecord(CQXBASE::QXIOBase& record, std::size_t bound) {
     std::string body(std::max(bound, ReplyEncoder::kSmallestBuffer), '\0');
-    ACE_OutputCDR out(body.data(), body.size(), kLittleEndian, CQXBASE::CdrMemory::Instance(),
-                      CQXBASE::CdrMemory::Instance(), CQXBASE::CdrMemory::Instance());
+    ACE_OutputCDR out(
+        body.data(), body.size(), kLittleEndian, CQXBASE::encoding::CdrMemory::Instance(),
+        CQXBASE::encoding::CdrMemory::Instance(), CQXBASE::encoding::CdrMemory::Instance());
     const bool whole = record.toCDR(out) != 0 && out.total_length() == out.begin()->length();
     body.resize(whole ? out.total_length() : 0);
     return body;
@@ -66,4 +67,4 @@ ReplyFrame ReplyEncoder::Frame(std::uint32_t code, std::string body, bool enciph
     return {CQXBASE::EncodeFrameHeader(header), std::move(body), std::move(lease), nullptr};
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

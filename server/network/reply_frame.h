@@ -15,7 +15,7 @@
 #include "transport/frame.h"
 #include "transport/frame_cipher.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 
 struct ReplyFrame {
     CQXBASE::FrameHeaderBytes header;
@@ -59,4 +59,4 @@ class ReplyEncoder {
     CQXBASE::FrameCipher cipher_;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

@@ -10,7 +10,7 @@
 #include "server/network/frame_reader.h"
 #include "server/network/reply_frame.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::network {
 
 using ConnectionId = std::uint64_t;  ///< never used twice, unlike a socket's number
 
@@ -33,4 +33,4 @@ struct Outcome {
     std::function<Outcome()> later;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::network

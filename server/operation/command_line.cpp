@@ -7,7 +7,7 @@
 #include "server/operation/config_file.h"
 #include "server/server_error.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 namespace {
 
 constexpr int kUsageStatus = 2;
@@ -126,4 +126,4 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, i
     return second.Result();
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

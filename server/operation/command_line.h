@@ -7,7 +7,7 @@
 
 #include "server/server_options.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 
 enum class Action { Serve, AddUser, RemoveUser, ListUsers, SetPassword, SetDatabases };
 
@@ -23,4 +23,4 @@ struct CommandLine {
 /// error and `exitStatus` is set. Throws OperatorError for a bad configuration file.
 std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, int& exitStatus);
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

@@ -9,7 +9,7 @@
 #include "server/operation/toml_values.h"
 #include "server/server_error.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 namespace {
 
 namespace fs = std::filesystem;
@@ -152,4 +152,4 @@ void ReadConfigFile(const std::string& path, ServerOptions& options) {
            {"limits", LimitsTo(options.limits, path)}});
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

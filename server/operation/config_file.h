@@ -5,7 +5,7 @@
 
 #include "server/server_options.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 
 /// Sets in `options` what the file says and leaves the rest. A relative path in the file counts
 /// from the file's folder. Throws OperatorError, with file and line, for what can't be read, an
@@ -15,4 +15,4 @@ void ReadConfigFile(const std::string& path, ServerOptions& options);
 /// Adds a database, or gives the one of that name a new URL.
 void SetDatabase(ServerOptions& options, const std::string& name, const std::string& url);
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

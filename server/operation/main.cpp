@@ -20,7 +20,7 @@ using namespace CQXSERVER;
 /// The server that signals reach, as long as there is one.
 class Target {
   public:
-    void Set(Server* server) {
+    void Set(operation::Server* server) {
         const std::lock_guard<std::mutex> lock(mutex_);
         server_ = server;
     }
@@ -42,16 +42,17 @@ class Target {
 
   private:
     std::mutex mutex_;
-    Server* server_ = nullptr;
+    operation::Server* server_ = nullptr;
     bool stopped_ = false;
 };
 
 int Serve(const ServerOptions& options) {
     StartLog(options.logLevel);
     Target target;
-    const CQXBASE::platform::StopSignals signals([&] { target.Stop(); }, [&] { target.Report(); });
-    Server server(options);
-    const PortFile portFile(options.portFile, server.Port());
+    const CQXBASE::platform::console::StopSignals signals([&] { target.Stop(); },
+                                                          [&] { target.Report(); });
+    operation::Server server(options);
+    const operation::PortFile portFile(options.portFile, server.Port());
     target.Set(&server);
     LogAt(Poco::Message::PRIO_NOTICE, "listening on ", options.listen, ", port ", server.Port());
     const std::size_t unfinished = server.Run();
@@ -71,11 +72,11 @@ int main(int argc, char** argv) {
     int status = EXIT_SUCCESS;
     try {
         ACE::init();
-        const auto command = ParseCommandLine(argc, argv, status);
-        if (command && command->action == Action::Serve) {
+        const auto command = operation::ParseCommandLine(argc, argv, status);
+        if (command && command->action == operation::Action::Serve) {
             status = Serve(command->options);
         } else if (command) {
-            RunUserCommand(*command);
+            operation::RunUserCommand(*command);
         }
     } catch (const std::exception& e) {
         std::cerr << "qxdbserver: " << e.what() << '\n';

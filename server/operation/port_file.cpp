@@ -7,7 +7,7 @@
 
 #include "server/server_error.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 
 namespace fs = std::filesystem;
 
@@ -32,4 +32,4 @@ PortFile::~PortFile() {
     }
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 
 /// The file holds the port in decimal and a line end for as long as the object lives. It appears
 /// complete or not at all. An empty path makes no file.
@@ -19,4 +19,4 @@ class PortFile {
     const std::string path_;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

@@ -11,7 +11,7 @@
 #include "server/log.h"
 #include "server/work/request_handler.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 namespace {
 
 using std::chrono::milliseconds;
@@ -28,7 +28,7 @@ unsigned WorkerCount(unsigned wanted) {
 
 /// Keeps the number of connections below what the system lets the process open.
 ServerOptions FitToSystem(ServerOptions options) {
-    const std::size_t allowed = CQXBASE::platform::RaiseHandleLimit();
+    const std::size_t allowed = CQXBASE::platform::sockets::RaiseHandleLimit();
     const std::size_t usable = allowed > 2 * kOtherHandles ? allowed - kOtherHandles : allowed / 2;
     if (options.limits.maxConnections > usable) {
         LogWarning("the system allows ", allowed, " descriptors: at most ", usable,
@@ -55,9 +55,9 @@ Server::Server(ServerOptions options, Clock clock)
       scratch_(kScratchBytes, '\0'),
       workers_(WorkerCount(options_.workers)),
       loginWorkers_(std::max(1U, options_.loginWorkers)) {
-    CQXBASE::platform::IgnoreBrokenPipes();
+    CQXBASE::platform::console::IgnoreBrokenPipes();
     stop_.emplace_back([this] { BeginStop(); });
-    listener_ = std::make_unique<Listener>(
+    listener_ = std::make_unique<network::Listener>(
         options_.listen, loop_.Reactor(),
         [this](const ACE_SOCK_Stream& peer, const std::string& address) { Accept(peer, address); });
     port_ = listener_->Port();
@@ -66,7 +66,7 @@ Server::Server(ServerOptions options, Clock clock)
 
 Server::~Server() {
     listener_.reset();
-    for (Connection* const each : AllConnections()) {
+    for (network::Connection* const each : AllConnections()) {
         each->Close();
     }
 }
@@ -91,11 +91,11 @@ void Server::LogStatistics() const {
           "; requests: ", stats_.running, " running, ", stats_.requests, " in all");
 }
 
-void Server::Submit(Request request) {
+void Server::Submit(network::Request request) {
     underWay_.push_back({std::move(request), {}, {}});
     const auto work = std::prev(underWay_.end());
     try {
-        Hand(work, RequestHandler::IsLogin(work->request.Code()) ? loginWorkers_ : workers_);
+        Hand(work, work::RequestHandler::IsLogin(work->request.Code()) ? loginWorkers_ : workers_);
     } catch (...) {
         underWay_.erase(work);
         throw;
@@ -105,8 +105,8 @@ void Server::Submit(Request request) {
 }
 
 /// Prepared now, so that the call can't fail.
-ReplyBody::Wake Server::Waker(ConnectionId id) {
-    const auto tasks = std::make_shared<EventLoop::Tasks>();
+network::ReplyBody::Wake Server::Waker(network::ConnectionId id) {
+    const auto tasks = std::make_shared<network::EventLoop::Tasks>();
     tasks->emplace_back([this, id] {
         const auto found = connections_.find(id);
         if (found != connections_.end()) {
@@ -117,7 +117,7 @@ ReplyBody::Wake Server::Waker(ConnectionId id) {
 }
 
 /// Lets a worker serve the request, or go on with what was put off.
-void Server::Hand(Place work, WorkerPool& pool) {
+void Server::Hand(Place work, work::WorkerPool& pool) {
     if (work->delivery.empty()) {
         work->delivery.emplace_back([this, work] { Complete(work); });
     }
@@ -136,7 +136,7 @@ void Server::Complete(Place work) {
     std::list<UnderWay> done;
     done.splice(done.end(), underWay_, work);
     --stats_.running;
-    const ConnectionId id = work->request.connection;
+    const network::ConnectionId id = work->request.connection;
     const auto found = connections_.find(id);
     if (found != connections_.end()) {
         if (!work->outcome.token.empty()) {
@@ -160,9 +160,9 @@ bool Server::Postpone(Place work) {
 /// Makes room by closing the oldest connection that has neither logged in nor asked for anything
 /// now, so that a crowd of strangers does not keep users out. False when there is none.
 bool Server::DisplaceNewcomer() {
-    const auto found = std::find_if(newcomers_.begin(), newcomers_.end(), [this](ConnectionId id) {
-        return connections_.at(id)->Waits();
-    });
+    const auto found =
+        std::find_if(newcomers_.begin(), newcomers_.end(),
+                     [this](network::ConnectionId id) { return connections_.at(id)->Waits(); });
     if (found == newcomers_.end()) {
         return false;
     }
@@ -171,7 +171,7 @@ bool Server::DisplaceNewcomer() {
     return true;
 }
 
-void Server::Retire(ConnectionId id) {
+void Server::Retire(network::ConnectionId id) {
     newcomers_.erase(id);
     for (Connections* const each : {&connections_, &rejected_}) {
         const auto found = each->find(id);
@@ -184,24 +184,24 @@ void Server::Retire(ConnectionId id) {
     stats_.open = connections_.size();
 }
 
-ReplyFrame Server::ErrorReply(ServerError error, bool enciphered) const {
+network::ReplyFrame Server::ErrorReply(ServerError error, bool enciphered) const {
     return services_.encoder.EncodeError(error, enciphered);
 }
 
 void Server::Accept(const ACE_SOCK_Stream& peer, const std::string& address) {
-    const ConnectionId id = ++lastId_;
+    const network::ConnectionId id = ++lastId_;
     const bool full = connections_.size() >= options_.limits.maxConnections && !DisplaceNewcomer();
-    ConnectionHost& host = *this;
-    std::unique_ptr<Connection> connection;
+    network::ConnectionHost& host = *this;
+    std::unique_ptr<network::Connection> connection;
     try {
         // So that Retire can't fail.
         retired_.reserve(retired_.size() + connections_.size() + rejected_.size() + 1);
-        connection = std::make_unique<Connection>(id, peer, address, host);
+        connection = std::make_unique<network::Connection>(id, peer, address, host);
     } catch (const std::bad_alloc&) {
         ACE_SOCK_Stream(peer).close();
         throw;
     }
-    Connection& opened = *connection;
+    network::Connection& opened = *connection;
     ++stats_.accepted;
     stats_.refused += full ? 1 : 0;
     if (full && rejected_.size() >= kRejectedAtOnce) {
@@ -215,7 +215,8 @@ void Server::Accept(const ACE_SOCK_Stream& peer, const std::string& address) {
     stats_.open = connections_.size();
 }
 
-void Server::Enlist(std::unique_ptr<Connection> connection, ConnectionId id, bool full) {
+void Server::Enlist(std::unique_ptr<network::Connection> connection, network::ConnectionId id,
+                    bool full) {
     if (!full) {
         newcomers_.insert(id);
     }
@@ -229,7 +230,7 @@ void Server::Enlist(std::unique_ptr<Connection> connection, ConnectionId id, boo
 
 void Server::Tick() {
     const TimePoint now = Now();
-    for (Connection* const each : AllConnections()) {
+    for (network::Connection* const each : AllConnections()) {
         if (each->CloseIfLate(now)) {
             ++stats_.timedOut;
         }
@@ -248,7 +249,7 @@ void Server::BeginStop() {
     listener_.reset();
     graceEnd_ = SteadyNow() + options_.limits.graceTimeout;
     loop_.At(graceEnd_, [] {});
-    for (Connection* const each : AllConnections()) {
+    for (network::Connection* const each : AllConnections()) {
         each->CloseUnlessBusy();
     }
     LogAt(Poco::Message::PRIO_NOTICE, "stopping; requests still running: ", stats_.running);
@@ -259,8 +260,8 @@ bool Server::Finished() const {
     return stopping_ && (idle || SteadyNow() >= graceEnd_);
 }
 
-std::vector<Connection*> Server::AllConnections() const {
-    std::vector<Connection*> all;
+std::vector<network::Connection*> Server::AllConnections() const {
+    std::vector<network::Connection*> all;
     for (const Connections* const table : {&connections_, &rejected_}) {
         for (const auto& [id, connection] : *table) {
             all.push_back(connection.get());
@@ -269,4 +270,4 @@ std::vector<Connection*> Server::AllConnections() const {
     return all;
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

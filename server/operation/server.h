@@ -19,10 +19,10 @@
 #include "server/server_options.h"
 #include "server/work/worker_pool.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 
 /// One thread moves bytes for all connections; workers do everything that takes time.
-class Server : private ConnectionHost {
+class Server : private network::ConnectionHost {
   public:
     /// Listens when it returns. Throws OperatorError. `clock` serves all time limits but the waits
     /// themselves.
@@ -42,60 +42,62 @@ class Server : private ConnectionHost {
     void Stop();
     void LogStatistics() const;
     const ServerStats& Stats() const noexcept { return stats_; }
-    AccountStore& Accounts() noexcept { return services_.accounts; }
+    sessions::AccountStore& Accounts() noexcept { return services_.accounts; }
 
   private:
     /// A request that a worker has, and the task that brings its outcome to the loop: made before
     /// the work, so that what was done can be told when there is no memory left.
     struct UnderWay {
-        Request request;
-        Outcome outcome;
-        EventLoop::Tasks delivery;
+        network::Request request;
+        network::Outcome outcome;
+        network::EventLoop::Tasks delivery;
     };
     using Place = std::list<UnderWay>::iterator;
-    using Connections = std::unordered_map<ConnectionId, std::unique_ptr<Connection>>;
+    using Connections =
+        std::unordered_map<network::ConnectionId, std::unique_ptr<network::Connection>>;
 
-    void Submit(Request request) override;
-    void Retire(ConnectionId id) override;
-    ReplyFrame ErrorReply(ServerError error, bool enciphered) const override;
+    void Submit(network::Request request) override;
+    void Retire(network::ConnectionId id) override;
+    network::ReplyFrame ErrorReply(ServerError error, bool enciphered) const override;
     TimePoint Now() const override { return clock_(); }
     const Limits& GetLimits() const override { return options_.limits; }
     ByteBudget& Buffers() override { return services_.buffers; }
     std::string& Scratch() override { return scratch_; }
     bool Stopping() const override { return stopping_; }
-    ReplyBody::Wake Waker(ConnectionId id) override;
+    network::ReplyBody::Wake Waker(network::ConnectionId id) override;
 
     void Accept(const ACE_SOCK_Stream& peer, const std::string& address);
-    void Enlist(std::unique_ptr<Connection> connection, ConnectionId id, bool full);
-    void Hand(Place work, WorkerPool& pool);
+    void Enlist(std::unique_ptr<network::Connection> connection, network::ConnectionId id,
+                bool full);
+    void Hand(Place work, work::WorkerPool& pool);
     void Complete(Place work);
     bool Postpone(Place work);
     void Tick();
     void BeginStop();
     bool Finished() const;
-    std::vector<Connection*> AllConnections() const;
+    std::vector<network::Connection*> AllConnections() const;
     bool DisplaceNewcomer();
 
     const ServerOptions options_;
     const Clock clock_;
     ServerStats stats_;
     Services services_;
-    EventLoop loop_;
+    network::EventLoop loop_;
     std::string scratch_;
     Connections connections_;
-    std::set<ConnectionId> newcomers_;  ///< of connections_: those without a login yet
-    Connections rejected_;              ///< over the limit, being told so
-    std::vector<std::unique_ptr<Connection>> retired_;
-    std::list<UnderWay> underWay_;  ///< an element belongs to its worker until it is delivered
-    EventLoop::Tasks stop_;         ///< what Stop posts, made in time as well
-    ConnectionId lastId_ = 0;
+    std::set<network::ConnectionId> newcomers_;  ///< of connections_: those without a login yet
+    Connections rejected_;                       ///< over the limit, being told so
+    std::vector<std::unique_ptr<network::Connection>> retired_;
+    std::list<UnderWay> underWay_;    ///< an element belongs to its worker until it is delivered
+    network::EventLoop::Tasks stop_;  ///< what Stop posts, made in time as well
+    network::ConnectionId lastId_ = 0;
     bool stopping_ = false;
     TimePoint graceEnd_;
-    std::unique_ptr<Listener> listener_;
+    std::unique_ptr<network::Listener> listener_;
     std::uint16_t port_ = 0;
     // The last members, so that their threads end before what they use.
-    WorkerPool workers_;
-    WorkerPool loginWorkers_;
+    work::WorkerPool workers_;
+    work::WorkerPool loginWorkers_;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

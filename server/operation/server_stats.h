@@ -4,7 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 
 /// Written by the reactor's thread, read by any.
 struct ServerStats {
@@ -17,4 +17,4 @@ struct ServerStats {
     std::atomic<std::uint64_t> timedOut{0};  ///< connections closed for silence or slowness
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

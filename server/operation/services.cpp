@@ -8,7 +8,7 @@
 #include "server/work/database_work.h"
 #include "util/text.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 namespace {
 
 namespace fs = std::filesystem;
@@ -31,7 +31,7 @@ void MakeDataDir(const std::string& dataDir) {
     }
 }
 
-void AddDatabases(DatabaseRegistry& registry, const ServerOptions& options) {
+void AddDatabases(work::DatabaseRegistry& registry, const ServerOptions& options) {
     for (const auto& [name, url] : options.databases) {
         registry.Add(name, url);
     }
@@ -39,7 +39,7 @@ void AddDatabases(DatabaseRegistry& registry, const ServerOptions& options) {
         registry.Add("main", "sqlite:" + (fs::u8path(options.dataDir) / "main.db").u8string());
     }
     for (const auto& [name, dataSource] : registry.All()) {
-        const DatabaseAnswer answer = Probe(dataSource);
+        const work::DatabaseAnswer answer = work::Probe(dataSource);
         if (answer.code != 0) {
             LogWarning("database '", name,
                        "' can't be reached now: ", Printable(CQXBASE::WideToUtf8(answer.text)),
@@ -64,9 +64,9 @@ Services::Services(const ServerOptions& options, const Clock& clock)
       throttle(clock),
       logins(
           accounts, sessions, throttle,
-          [this](const std::string& wanted, const Account& account) {
+          [this](const std::string& wanted, const sessions::Account& account) {
               const std::string name = wanted.empty() ? databases.DefaultName(account) : wanted;
-              return NamedDatabase{name, databases.Require(name, account)};
+              return sessions::NamedDatabase{name, databases.Require(name, account)};
           },
           encoder),
       commands(logins, sessions, databases, encoder, options.limits.maxResultBytes),
@@ -74,4 +74,4 @@ Services::Services(const ServerOptions& options, const Clock& clock)
     AddDatabases(databases, options);
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

@@ -13,7 +13,7 @@
 #include "server/work/database_registry.h"
 #include "server/work/request_handler.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 
 /// Makes the data folder, the account store and the default database where they are missing. Throws
 /// OperatorError. Members stand in the order in which they need each other.
@@ -23,17 +23,17 @@ struct Services {
     Services& operator=(const Services&) = delete;
 
     ByteBudget buffers;
-    ReplyEncoder encoder;
-    AccountStore accounts;
-    DatabaseRegistry databases;
-    SessionTable sessions;
-    LoginThrottle throttle;
-    LoginService logins;
-    CommandService commands;
-    RequestHandler handler;
+    network::ReplyEncoder encoder;
+    sessions::AccountStore accounts;
+    work::DatabaseRegistry databases;
+    sessions::SessionTable sessions;
+    sessions::LoginThrottle throttle;
+    sessions::LoginService logins;
+    work::CommandService commands;
+    work::RequestHandler handler;
 };
 
 /// The path of the account store in a data folder, which is made, for its owner only, when missing.
 std::string AccountStorePath(const std::string& dataDir);
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

@@ -2,7 +2,7 @@
 
 #include "server/server_error.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 
 Setter TextTo(std::string& target) {
     return [&target](const toml::node& node) {
@@ -45,4 +45,4 @@ std::string Where(const std::string& file, const toml::source_region& place) {
     return file + ", line " + std::to_string(place.begin.line) + ": ";
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

@@ -10,7 +10,7 @@
 
 #include <toml++/toml.h>
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 
 /// Takes a value over; false when it is of the wrong kind or out of range.
 using Setter = std::function<bool(const toml::node&)>;
@@ -41,4 +41,4 @@ void Apply(const std::string& file, const toml::table& table, const Setters& set
 /// The error text for a place in a file.
 std::string Where(const std::string& file, const toml::source_region& place);
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

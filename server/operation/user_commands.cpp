@@ -9,14 +9,14 @@
 #include "server/sessions/account_store.h"
 #include "server/sessions/password_hash.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 namespace {
 
 std::string AskTwice(const std::string& user) {
     std::string password;
     std::string again;
-    if (!CQXBASE::platform::ReadHiddenLine("Password for " + user + ": ", password) ||
-        !CQXBASE::platform::ReadHiddenLine("The same again: ", again)) {
+    if (!CQXBASE::platform::console::ReadHiddenLine("Password for " + user + ": ", password) ||
+        !CQXBASE::platform::console::ReadHiddenLine("The same again: ", again)) {
         throw OperatorError("no password given");
     }
     if (password != again) {
@@ -27,7 +27,7 @@ std::string AskTwice(const std::string& user) {
 
 std::string ReadPassword(const std::string& user) {
     std::string password;
-    if (CQXBASE::platform::StdinIsTerminal()) {
+    if (CQXBASE::platform::console::StdinIsTerminal()) {
         password = AskTwice(user);
     } else {
         std::getline(std::cin, password);
@@ -41,8 +41,8 @@ std::string ReadPassword(const std::string& user) {
     return password;
 }
 
-void List(AccountStore& accounts) {
-    for (const Account& each : accounts.List()) {
+void List(sessions::AccountStore& accounts) {
+    for (const sessions::Account& each : accounts.List()) {
         std::cout << each.name << '\t' << JoinDatabases(each.databases) << '\n';
     }
 }
@@ -50,16 +50,17 @@ void List(AccountStore& accounts) {
 }  // namespace
 
 void RunUserCommand(const CommandLine& command) {
-    AccountStore accounts(AccountStorePath(command.options.dataDir));
+    sessions::AccountStore accounts(AccountStorePath(command.options.dataDir));
     switch (command.action) {
         case Action::AddUser:
-            accounts.Add(command.user, HashPassword(ReadPassword(command.user)), command.databases);
+            accounts.Add(command.user, sessions::HashPassword(ReadPassword(command.user)),
+                         command.databases);
             break;
         case Action::RemoveUser:
             accounts.Remove(command.user);
             break;
         case Action::SetPassword:
-            accounts.SetPassword(command.user, HashPassword(ReadPassword(command.user)));
+            accounts.SetPassword(command.user, sessions::HashPassword(ReadPassword(command.user)));
             break;
         case Action::SetDatabases:
             accounts.SetDatabases(command.user, command.databases);
@@ -72,4 +73,4 @@ void RunUserCommand(const CommandLine& command) {
     }
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

@@ -3,9 +3,9 @@
 
 #include "server/operation/command_line.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::operation {
 
 /// Runs any action but Serve. Throws OperatorError.
 void RunUserCommand(const CommandLine& command);
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::operation

@@ -10,7 +10,7 @@
 #include "server/database_names.h"
 #include "server/server_error.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::sessions {
 namespace {
 
 using Poco::Data::Statement;
@@ -197,4 +197,4 @@ std::vector<Account> AccountStore::List() {
     return Guarded(mutex_, [&] { return Query(session_, "ORDER BY name", false).Run(); });
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::sessions

@@ -11,7 +11,7 @@
 
 #include <Poco/Data/Session.h>
 
-namespace CQXSERVER {
+namespace CQXSERVER::sessions {
 
 struct Account {
     std::string name;
@@ -52,4 +52,4 @@ class AccountStore {
     std::unique_ptr<Query> findPrepared_;  ///< null before the first use and after a failure
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::sessions

@@ -9,7 +9,7 @@
 #include "util/split.h"
 #include "util/text.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::sessions {
 namespace {
 
 using CQXBASE::QXSesInfo;
@@ -56,7 +56,7 @@ std::optional<Credentials> Credentials::Parse(const std::wstring& login) {
 }
 
 LoginService::LoginService(AccountStore& accounts, SessionTable& sessions, LoginThrottle& throttle,
-                           DatabaseOfLogin databaseOf, const ReplyEncoder& encoder)
+                           DatabaseOfLogin databaseOf, const network::ReplyEncoder& encoder)
     : accounts_(accounts),
       sessions_(sessions),
       throttle_(throttle),
@@ -64,7 +64,7 @@ LoginService::LoginService(AccountStore& accounts, SessionTable& sessions, Login
       encoder_(encoder),
       nobodysHash_(NobodysHash()) {}
 
-Outcome LoginService::Login(const Request& request, const std::wstring& login) {
+network::Outcome LoginService::Login(const network::Request& request, const std::wstring& login) {
     std::optional<Credentials> credentials = Credentials::Parse(login);
     const Attempt attempt{request.Code(),     request.Enciphered(),
                           request.connection, request.address,
@@ -93,7 +93,7 @@ Account LoginService::AccountOf(const Session& session) {
     return *std::move(account);
 }
 
-Outcome LoginService::Check(const Attempt& attempt) {
+network::Outcome LoginService::Check(const Attempt& attempt) {
     try {
         return Reply(attempt, Admit(attempt));
     } catch (const RequestRefused& e) {
@@ -137,18 +137,18 @@ std::wstring LoginService::Info(const Attempt& attempt, const Account& account) 
            CQXBASE::Utf8ToWide(name) + L" (" + KindName(dataSource.type) + L")";
 }
 
-Outcome LoginService::Reply(const Attempt& attempt, QXSesInfo record) const {
-    Outcome outcome;
+network::Outcome LoginService::Reply(const Attempt& attempt, QXSesInfo record) const {
+    network::Outcome outcome;
     outcome.token = record.token.empty() ? attempt.oldToken : CQXBASE::WideToUtf8(record.token);
     outcome.reply = encoder_.Encode(attempt.code, record, attempt.enciphered);
     return outcome;
 }
 
-Outcome LoginService::Refuse(const Attempt& attempt, ServerError error) const {
+network::Outcome LoginService::Refuse(const Attempt& attempt, ServerError error) const {
     QXSesInfo record;
     record.code = WireCode(error);
     record.text = Text(error);
     return Reply(attempt, std::move(record));
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::sessions

@@ -13,7 +13,7 @@
 #include "server/sessions/login_throttle.h"
 #include "server/sessions/session_table.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::sessions {
 
 /// What a login string says: "user|~|password", and maybe "|~|database".
 struct Credentials {
@@ -38,10 +38,10 @@ using DatabaseOfLogin =
 class LoginService {
   public:
     LoginService(AccountStore& accounts, SessionTable& sessions, LoginThrottle& throttle,
-                 DatabaseOfLogin databaseOf, const ReplyEncoder& encoder);
+                 DatabaseOfLogin databaseOf, const network::ReplyEncoder& encoder);
 
     /// A session reply under the request's own code, a refused login's too, maybe after a wait.
-    Outcome Login(const Request& request, const std::wstring& login);
+    network::Outcome Login(const network::Request& request, const std::wstring& login);
 
     /// The account of a session. Throws RequestRefused when it is no longer what logged in.
     Account AccountOf(const Session& session);
@@ -50,26 +50,26 @@ class LoginService {
     struct Attempt {
         std::uint32_t code;
         bool enciphered;
-        ConnectionId connection;
+        network::ConnectionId connection;
         std::string address;
         std::string oldToken;
         Credentials credentials;
     };
 
-    Outcome Check(const Attempt& attempt);
+    network::Outcome Check(const Attempt& attempt);
     CQXBASE::QXSesInfo Admit(const Attempt& attempt);
     Account Authenticate(const Attempt& attempt);
     std::wstring Info(const Attempt& attempt, const Account& account) const;
-    Outcome Reply(const Attempt& attempt, CQXBASE::QXSesInfo record) const;
-    Outcome Refuse(const Attempt& attempt, ServerError error) const;
+    network::Outcome Reply(const Attempt& attempt, CQXBASE::QXSesInfo record) const;
+    network::Outcome Refuse(const Attempt& attempt, ServerError error) const;
 
     AccountStore& accounts_;
     SessionTable& sessions_;
     LoginThrottle& throttle_;
     const DatabaseOfLogin databaseOf_;
-    const ReplyEncoder& encoder_;
+    const network::ReplyEncoder& encoder_;
     /// Checked for unknown users, who then take as long as known ones.
     const std::string nobodysHash_;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::sessions

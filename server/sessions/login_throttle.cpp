@@ -5,7 +5,7 @@
 
 #include "server/server_error.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::sessions {
 namespace {
 
 using std::chrono::milliseconds;
@@ -96,4 +96,4 @@ void LoginThrottle::ForgetOld(TimePoint now) {
     }
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::sessions

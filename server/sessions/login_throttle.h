@@ -8,7 +8,7 @@
 
 #include "server/clock.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::sessions {
 
 /// Counts wrong passwords in a row, for each account from each address, and for each address
 /// whatever the account. From kFreeFailures on (kFreeAddressFailures for an address), every further
@@ -47,4 +47,4 @@ class LoginThrottle {
     std::unordered_map<std::string, Record> records_;  ///< guarded by mutex_
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::sessions

@@ -12,7 +12,7 @@
 
 #include "server/server_error.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::sessions {
 namespace {
 
 constexpr std::size_t kSaltBytes = 16;
@@ -81,4 +81,4 @@ bool PasswordMatches(std::string_view password, const std::string& stored) {
            CRYPTO_memcmp(hash.data(), expected.data(), kHashBytes) == 0;
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::sessions

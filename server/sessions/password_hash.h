@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace CQXSERVER {
+namespace CQXSERVER::sessions {
 
 /// The work of one hash. Memory is 128 * blockSize * 2^logRounds bytes.
 struct ScryptCost {
@@ -20,4 +20,4 @@ std::string HashPassword(std::string_view password, const ScryptCost& cost = {})
 /// Compares in constant time. A text that HashPassword never made matches no password.
 bool PasswordMatches(std::string_view password, const std::string& stored);
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::sessions

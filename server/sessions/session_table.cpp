@@ -9,7 +9,7 @@
 
 #include "server/server_error.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::sessions {
 namespace {
 
 constexpr std::size_t kTokenBytes = 16;
@@ -108,4 +108,4 @@ void SessionTable::MakeRoom(const std::string& account, TimePoint now) {
     Drop(longestUnused);
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::sessions

@@ -11,7 +11,7 @@
 #include "server/server_options.h"
 #include "server/sessions/account_store.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::sessions {
 
 struct Session {
     std::string token;  ///< 128 random bits as lower-case hexadecimal digits
@@ -60,4 +60,4 @@ class SessionTable {
     std::unordered_map<std::string, Sessions::iterator> byToken_;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::sessions

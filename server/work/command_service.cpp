@@ -10,19 +10,20 @@
 #include "server/work/streamed_reply.h"
 #include "util/text.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 using namespace CQXDB;
 
-CommandService::CommandService(LoginService& logins, SessionTable& sessions,
-                               const DatabaseRegistry& databases, const ReplyEncoder& encoder,
-                               std::size_t maxResultBytes)
+CommandService::CommandService(sessions::LoginService& logins, sessions::SessionTable& sessions,
+                               const DatabaseRegistry& databases,
+                               const network::ReplyEncoder& encoder, std::size_t maxResultBytes)
     : logins_(logins),
       sessions_(sessions),
       databases_(databases),
       encoder_(encoder),
       maxResultBytes_(maxResultBytes) {}
 
-Outcome CommandService::Serve(const Request& request, const CQXBASE::MessageHolder& message) {
+network::Outcome CommandService::Serve(const network::Request& request,
+                                       const CQXBASE::MessageHolder& message) {
     if (auto* const command = message.As<QXCommand>()) {
         return ServeAny(request, *command);
     }
@@ -35,7 +36,7 @@ Outcome CommandService::Serve(const Request& request, const CQXBASE::MessageHold
 }
 
 template <class Commands>
-Outcome CommandService::ServeAny(const Request& request, Commands& commands) {
+network::Outcome CommandService::ServeAny(const network::Request& request, Commands& commands) {
     const std::string account = Authorize(commands);
     if (request.Code() == CQXBASE::kExecute || request.Code() == CQXBASE::kExecuteList) {
         CQXBASE::QXSimpleMsg status(std::wstring(), 0);
@@ -45,7 +46,7 @@ Outcome CommandService::ServeAny(const Request& request, Commands& commands) {
     StreamedReply streamed(encoder_, request.Enciphered());
     const DatabaseAnswer answer = Query(account, commands, rs, maxResultBytes_, streamed.Sink());
     if (streamed.Begun() && answer.code == 0) {
-        Outcome outcome;
+        network::Outcome outcome;
         outcome.token = CQXBASE::WideToUtf8(commands.Token());
         outcome.reply = streamed.Finish(request.Code(), std::move(rs));
         return outcome;
@@ -54,27 +55,28 @@ Outcome CommandService::ServeAny(const Request& request, Commands& commands) {
     return Reply(request, answer, rs, commands.Token());
 }
 
-Outcome CommandService::Batch(const Request& request, QXCommandList& list) {
+network::Outcome CommandService::Batch(const network::Request& request, QXCommandList& list) {
     const std::string account = Authorize(list);
     QXRsList results;
-    const DatabaseAnswer answer = CQXSERVER::Batch(account, list, results, maxResultBytes_);
+    const DatabaseAnswer answer = work::Batch(account, list, results, maxResultBytes_);
     return Reply(request, answer, results, list.Token());
 }
 
 template <class Commands>
 std::string CommandService::Authorize(Commands& commands) {
-    const Session session = sessions_.Require(CQXBASE::WideToUtf8(commands.Token()));
-    const Account account = logins_.AccountOf(session);
+    const sessions::Session session = sessions_.Require(CQXBASE::WideToUtf8(commands.Token()));
+    const sessions::Account account = logins_.AccountOf(session);
     commands.SetSysDataSrc(databases_.Resolve(commands.SysDataSrc(), account, session.database));
     return account.name;
 }
 
-Outcome CommandService::Reply(const Request& request, const DatabaseAnswer& answer,
-                              CQXBASE::QXIOBase& record, const std::wstring& token) const {
+network::Outcome CommandService::Reply(const network::Request& request,
+                                       const DatabaseAnswer& answer, CQXBASE::QXIOBase& record,
+                                       const std::wstring& token) const {
     if (answer.code == DBMGR_RESULT_TOO_LARGE) {
         throw RequestRefused(ServerError::ResultTooLarge);
     }
-    Outcome outcome;
+    network::Outcome outcome;
     outcome.token = CQXBASE::WideToUtf8(token);
     outcome.reply = answer.code == 0
                         ? encoder_.Encode(request.Code(), record, request.Enciphered())
@@ -82,4 +84,4 @@ Outcome CommandService::Reply(const Request& request, const DatabaseAnswer& answ
     return outcome;
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

@@ -12,34 +12,35 @@
 #include "server/work/database_registry.h"
 #include "server/work/database_work.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 
 /// Thread-safe; everything it is given is borrowed.
 class CommandService {
   public:
-    CommandService(LoginService& logins, SessionTable& sessions, const DatabaseRegistry& databases,
-                   const ReplyEncoder& encoder, std::size_t maxResultBytes);
+    CommandService(sessions::LoginService& logins, sessions::SessionTable& sessions,
+                   const DatabaseRegistry& databases, const network::ReplyEncoder& encoder,
+                   std::size_t maxResultBytes);
 
     /// Runs what a decoded request of one of the five kinds asks for. A statement that fails is
     /// answered with the database's own number and text. Throws RequestRefused.
-    Outcome Serve(const Request& request, const CQXBASE::MessageHolder& message);
+    network::Outcome Serve(const network::Request& request, const CQXBASE::MessageHolder& message);
 
   private:
     template <class Commands>
-    Outcome ServeAny(const Request& request, Commands& commands);
+    network::Outcome ServeAny(const network::Request& request, Commands& commands);
     /// Checks the token that the commands carry, puts the data source to use in the place of
     /// theirs, and gives the name of the account.
     template <class Commands>
     std::string Authorize(Commands& commands);
-    Outcome Batch(const Request& request, CQXDB::QXCommandList& list);
-    Outcome Reply(const Request& request, const DatabaseAnswer& answer, CQXBASE::QXIOBase& record,
-                  const std::wstring& token) const;
+    network::Outcome Batch(const network::Request& request, CQXDB::QXCommandList& list);
+    network::Outcome Reply(const network::Request& request, const DatabaseAnswer& answer,
+                           CQXBASE::QXIOBase& record, const std::wstring& token) const;
 
-    LoginService& logins_;
-    SessionTable& sessions_;
+    sessions::LoginService& logins_;
+    sessions::SessionTable& sessions_;
     const DatabaseRegistry& databases_;
-    const ReplyEncoder& encoder_;
+    const network::ReplyEncoder& encoder_;
     const std::size_t maxResultBytes_;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

@@ -8,7 +8,7 @@
 #include "server/server_error.h"
 #include "util/text.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 namespace {
 
 using CQXDB::QXDataSource;
@@ -110,7 +110,7 @@ void DatabaseRegistry::Add(const std::string& name, const QXDataSource& dataSour
     databases_.emplace_back(name, dataSource);
 }
 
-QXDataSource DatabaseRegistry::Resolve(const QXDataSource& wanted, const Account& account,
+QXDataSource DatabaseRegistry::Resolve(const QXDataSource& wanted, const sessions::Account& account,
                                        const std::string& sessionDatabase) const {
     const std::string name = CQXBASE::WideToUtf8(wanted.database);
     const bool clientsOwn = clients_.allowed && (DescribesConnection(wanted) ||
@@ -127,7 +127,7 @@ QXDataSource DatabaseRegistry::Resolve(const QXDataSource& wanted, const Account
     return Require(sessionDatabase.empty() ? DefaultName(account) : sessionDatabase, account);
 }
 
-std::string DatabaseRegistry::DefaultName(const Account& account) const {
+std::string DatabaseRegistry::DefaultName(const sessions::Account& account) const {
     if (Find(kUsualName) != nullptr && account.MayUse(kUsualName)) {
         return kUsualName;
     }
@@ -141,7 +141,7 @@ std::string DatabaseRegistry::DefaultName(const Account& account) const {
 }
 
 const QXDataSource& DatabaseRegistry::Require(const std::string& name,
-                                              const Account& account) const {
+                                              const sessions::Account& account) const {
     const QXDataSource* const found = Find(name);
     if (found == nullptr) {
         throw RequestRefused(ServerError::UnknownDatabase);
@@ -180,4 +180,4 @@ const QXDataSource* DatabaseRegistry::Find(const std::string& name) const noexce
     return found == databases_.end() ? nullptr : &found->second;
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

@@ -11,7 +11,7 @@
 #include "server/server_options.h"
 #include "server/sessions/account_store.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 
 /// Filled before the server starts; after that every thread may read it.
 class DatabaseRegistry {
@@ -28,14 +28,15 @@ class DatabaseRegistry {
     /// description when those are allowed and it is one, else the configured database it names;
     /// without a name the session's, else "main", else the first that the account may use. Throws
     /// RequestRefused.
-    CQXDB::QXDataSource Resolve(const CQXDB::QXDataSource& wanted, const Account& account,
+    CQXDB::QXDataSource Resolve(const CQXDB::QXDataSource& wanted, const sessions::Account& account,
                                 const std::string& sessionDatabase) const;
 
     /// The name that Resolve takes for an unnamed database. Throws RequestRefused when there is
     /// none.
-    std::string DefaultName(const Account& account) const;
+    std::string DefaultName(const sessions::Account& account) const;
     /// Throws RequestRefused for an unknown name, or one that the account may not use.
-    const CQXDB::QXDataSource& Require(const std::string& name, const Account& account) const;
+    const CQXDB::QXDataSource& Require(const std::string& name,
+                                       const sessions::Account& account) const;
 
     const std::vector<std::pair<std::string, CQXDB::QXDataSource>>& All() const noexcept {
         return databases_;
@@ -54,4 +55,4 @@ class DatabaseRegistry {
     std::vector<std::pair<std::string, CQXDB::QXDataSource>> databases_;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

@@ -3,7 +3,7 @@
 #include <qxdb/DBMgr.h>
 #include <qxdb/DBMgrWithPOCO.h>
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 namespace {
 
 using namespace CQXDB;
@@ -68,4 +68,4 @@ DatabaseAnswer Probe(const QXDataSource& dataSource) {
     return Run({}, dataSource, [&](auto& manager) { manager.CanConnect(&copy); });
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

@@ -13,7 +13,7 @@
 #include "util/split.h"
 #include "util/text.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 namespace {
 
 using CQXBASE::MessageHolder;
@@ -36,9 +36,9 @@ class FrameBlock {
 
 }  // namespace
 
-RequestHandler::RequestHandler(LoginService& logins, CommandService& commands,
-                               SessionTable& sessions, const ReplyEncoder& encoder,
-                               std::size_t mostMemory)
+RequestHandler::RequestHandler(sessions::LoginService& logins, CommandService& commands,
+                               sessions::SessionTable& sessions,
+                               const network::ReplyEncoder& encoder, std::size_t mostMemory)
     : logins_(logins),
       commands_(commands),
       sessions_(sessions),
@@ -49,17 +49,18 @@ bool RequestHandler::IsLogin(std::uint32_t code) noexcept {
     return code == CQXBASE::kLogin || code == CQXBASE::kVirtualLogin;
 }
 
-Outcome RequestHandler::Handle(Request& request) noexcept {
+network::Outcome RequestHandler::Handle(network::Request& request) noexcept {
     return Guarded(request, [&] { return Dispatch(request); });
 }
 
-Outcome RequestHandler::Resume(const Request& request,
-                               const std::function<Outcome()>& later) noexcept {
+network::Outcome RequestHandler::Resume(const network::Request& request,
+                                        const std::function<network::Outcome()>& later) noexcept {
     return Guarded(request, later);
 }
 
-Outcome RequestHandler::Refuse(const Request& request, ServerError error) const noexcept {
-    Outcome outcome;
+network::Outcome RequestHandler::Refuse(const network::Request& request,
+                                        ServerError error) const noexcept {
+    network::Outcome outcome;
     try {
         outcome.token = request.token;
         outcome.reply = encoder_.EncodeError(error, request.Enciphered());
@@ -70,7 +71,7 @@ Outcome RequestHandler::Refuse(const Request& request, ServerError error) const 
 }
 
 template <class Serve>
-Outcome RequestHandler::Guarded(const Request& request, Serve serve) noexcept {
+network::Outcome RequestHandler::Guarded(const network::Request& request, Serve serve) noexcept {
     ServerError error = ServerError::Internal;
     try {
         return serve();
@@ -89,7 +90,7 @@ Outcome RequestHandler::Guarded(const Request& request, Serve serve) noexcept {
     return Refuse(request, error);
 }
 
-Outcome RequestHandler::Dispatch(Request& request) {
+network::Outcome RequestHandler::Dispatch(network::Request& request) {
     const std::uint32_t code = request.Code();
     if (!CQXBASE::IsRequest(code)) {
         throw RequestRefused(ServerError::UnknownRequest);
@@ -112,7 +113,7 @@ Outcome RequestHandler::Dispatch(Request& request) {
     return IsLogin(code) ? logins_.Login(request, one->value) : Logout(request, one->value);
 }
 
-MessageHolder RequestHandler::Decode(Request& request, RequestMemory& memory) const {
+MessageHolder RequestHandler::Decode(network::Request& request, RequestMemory& memory) const {
     const std::string bytes = std::move(request.frame.bytes);
     std::string plain;
     if (request.Enciphered()) {
@@ -142,8 +143,9 @@ MessageHolder RequestHandler::Decode(Request& request, RequestMemory& memory) co
     return message;
 }
 
-Outcome RequestHandler::TakeText(const Request& request, const std::wstring& text) {
-    const Session session = sessions_.Require(request.token);
+network::Outcome RequestHandler::TakeText(const network::Request& request,
+                                          const std::wstring& text) {
+    const sessions::Session session = sessions_.Require(request.token);
     const std::string shown = text.size() <= kLongestLoggedText
                                   ? "'" + Printable(CQXBASE::WideToUtf8(text)) + "'"
                                   : std::to_string(text.size()) + " characters";
@@ -152,15 +154,16 @@ Outcome RequestHandler::TakeText(const Request& request, const std::wstring& tex
     return Done(request, request.token);
 }
 
-Outcome RequestHandler::Shake(const Request& request) {
+network::Outcome RequestHandler::Shake(const network::Request& request) {
     if (!request.token.empty()) {
         logins_.AccountOf(sessions_.Require(request.token));
     }
     return Done(request, request.token);
 }
 
-Outcome RequestHandler::Logout(const Request& request, const std::wstring& login) {
-    const std::optional<Session> session = sessions_.Peek(request.token);
+network::Outcome RequestHandler::Logout(const network::Request& request,
+                                        const std::wstring& login) {
+    const std::optional<sessions::Session> session = sessions_.Peek(request.token);
     const std::vector<std::wstring> pieces = CQXBASE::Split(login, L"|~|");
     const std::string user = pieces.empty() ? std::string() : CQXBASE::WideToUtf8(pieces[0]);
     if (!session || (!user.empty() && user != session->account)) {
@@ -171,12 +174,13 @@ Outcome RequestHandler::Logout(const Request& request, const std::wstring& login
     return Done(request, {});
 }
 
-Outcome RequestHandler::Done(const Request& request, const std::string& token) const {
+network::Outcome RequestHandler::Done(const network::Request& request,
+                                      const std::string& token) const {
     CQXBASE::QXSimpleMsg status(std::wstring(), 0);
-    Outcome outcome;
+    network::Outcome outcome;
     outcome.token = token;
     outcome.reply = encoder_.Encode(request.Code(), status, request.Enciphered());
     return outcome;
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

@@ -12,41 +12,43 @@
 #include "server/work/command_service.h"
 #include "server/work/request_memory.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 
 /// Called by the workers, many at once; everything it is given is borrowed.
 class RequestHandler {
   public:
     /// A request may take `mostMemory` bytes when it is decoded.
-    RequestHandler(LoginService& logins, CommandService& commands, SessionTable& sessions,
-                   const ReplyEncoder& encoder, std::size_t mostMemory);
+    RequestHandler(sessions::LoginService& logins, CommandService& commands,
+                   sessions::SessionTable& sessions, const network::ReplyEncoder& encoder,
+                   std::size_t mostMemory);
 
     /// Lets no exception out: what goes wrong becomes an error reply. Uses the frame's bytes up.
-    Outcome Handle(Request& request) noexcept;
+    network::Outcome Handle(network::Request& request) noexcept;
     /// Runs what an earlier outcome left for later, in the same way.
-    Outcome Resume(const Request& request, const std::function<Outcome()>& later) noexcept;
+    network::Outcome Resume(const network::Request& request,
+                            const std::function<network::Outcome()>& later) noexcept;
 
     /// An error reply; no reply at all when there is no memory for one.
-    Outcome Refuse(const Request& request, ServerError error) const noexcept;
+    network::Outcome Refuse(const network::Request& request, ServerError error) const noexcept;
 
     /// True for the requests that check a password, which is slow and needs no database.
     static bool IsLogin(std::uint32_t code) noexcept;
 
   private:
     template <class Serve>
-    Outcome Guarded(const Request& request, Serve serve) noexcept;
-    Outcome Dispatch(Request& request);
-    CQXBASE::MessageHolder Decode(Request& request, RequestMemory& memory) const;
-    Outcome TakeText(const Request& request, const std::wstring& text);
-    Outcome Shake(const Request& request);
-    Outcome Logout(const Request& request, const std::wstring& login);
-    Outcome Done(const Request& request, const std::string& token) const;
+    network::Outcome Guarded(const network::Request& request, Serve serve) noexcept;
+    network::Outcome Dispatch(network::Request& request);
+    CQXBASE::MessageHolder Decode(network::Request& request, RequestMemory& memory) const;
+    network::Outcome TakeText(const network::Request& request, const std::wstring& text);
+    network::Outcome Shake(const network::Request& request);
+    network::Outcome Logout(const network::Request& request, const std::wstring& login);
+    network::Outcome Done(const network::Request& request, const std::string& token) const;
 
-    LoginService& logins_;
+    sessions::LoginService& logins_;
     CommandService& commands_;
-    SessionTable& sessions_;
-    const ReplyEncoder& encoder_;
+    sessions::SessionTable& sessions_;
+    const network::ReplyEncoder& encoder_;
     const std::size_t mostMemory_;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

@@ -7,10 +7,10 @@
 #include "objects/encoding/bounded_input.h"
 #include "server/byte_budget.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 
 /// Takes it out of the budget of the buffers, up to `most` bytes, and gives it back at its end.
-class RequestMemory : public CQXBASE::DecodeMemory {
+class RequestMemory : public CQXBASE::encoding::DecodeMemory {
   public:
     RequestMemory(ByteBudget& budget, std::size_t most) noexcept : lease_(budget), most_(most) {}
 
@@ -31,4 +31,4 @@ class RequestMemory : public CQXBASE::DecodeMemory {
     bool usedUp_ = false;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

@@ -9,7 +9,7 @@
 
 #include "objects/encoding/cdr_memory.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 namespace {
 
 /// Enough rows for a column's bytes to compress well, and few enough to keep all threads busy.
@@ -25,7 +25,7 @@ constexpr std::size_t kFirstPiece = std::size_t{1} << 20;  ///< of a part's enco
 
 }  // namespace
 
-StreamedReply::StreamedReply(const ReplyEncoder& encoder, bool encipher)
+StreamedReply::StreamedReply(const network::ReplyEncoder& encoder, bool encipher)
     : sink_{kPartRows / kFirstShare, kPartBytes / kFirstShare,
             [this](CQXDB::QXRecordset&& rows) {
                 begun_ = true;
@@ -34,7 +34,7 @@ StreamedReply::StreamedReply(const ReplyEncoder& encoder, bool encipher)
                 Take({std::move(rows), false});
             }},
       lease_(encoder.Budget()),
-      body_(std::make_unique<ReplyBody>(encipher ? &encoder.Cipher() : nullptr)) {}
+      body_(std::make_unique<network::ReplyBody>(encipher ? &encoder.Cipher() : nullptr)) {}
 
 StreamedReply::~StreamedReply() {
     Join();
@@ -83,12 +83,13 @@ void StreamedReply::Encode(Part& part) {
         throw RequestRefused(ServerError::OutOfBuffers);
     }
     // Zero where nothing is written: alignment bytes travel too.
-    ACE_OutputCDR out(kFirstPiece, kLittleEndian, CQXBASE::CdrMemory::Instance(),
-                      CQXBASE::CdrMemory::Instance(), CQXBASE::CdrMemory::Instance());
+    ACE_OutputCDR out(kFirstPiece, kLittleEndian, CQXBASE::encoding::CdrMemory::Instance(),
+                      CQXBASE::encoding::CdrMemory::Instance(),
+                      CQXBASE::encoding::CdrMemory::Instance());
     if (part.rows.PartToCDR(out, first_, part.last) == 0) {
         throw RequestRefused(ServerError::Internal);
     }
-    if (out.total_length() > ReplyEncoder::kLongestBody - body_->PlainSize()) {
+    if (out.total_length() > network::ReplyEncoder::kLongestBody - body_->PlainSize()) {
         throw RequestRefused(ServerError::ResultTooLarge);
     }
     first_ = false;
@@ -122,7 +123,7 @@ void StreamedReply::Check() {
     }
 }
 
-ReplyFrame StreamedReply::Finish(std::uint32_t code, CQXDB::QXRecordset last) {
+network::ReplyFrame StreamedReply::Finish(std::uint32_t code, CQXDB::QXRecordset last) {
     Take({std::move(last), true});
     Check();
     body_->Close();
@@ -133,4 +134,4 @@ ReplyFrame StreamedReply::Finish(std::uint32_t code, CQXDB::QXRecordset last) {
     return {CQXBASE::EncodeFrameHeader(header), {}, std::move(lease_), std::move(body_)};
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

@@ -14,14 +14,14 @@
 
 #include "server/network/reply_frame.h"
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 
 /// Encodes the parts of a result on a thread of its own, which starts with the first part, and has
 /// them enciphered on a further one; a small result has neither. To be used by one thread.
 class StreamedReply {
   public:
     /// What `encoder` holds is borrowed.
-    StreamedReply(const ReplyEncoder& encoder, bool encipher);
+    StreamedReply(const network::ReplyEncoder& encoder, bool encipher);
     StreamedReply(const StreamedReply&) = delete;
     StreamedReply& operator=(const StreamedReply&) = delete;
     ~StreamedReply();
@@ -34,7 +34,7 @@ class StreamedReply {
     /// is too long or there are no buffers for it.
     void Check();
     /// The reply, `last` being the rows behind those that the sink has got. Throws like Check.
-    ReplyFrame Finish(std::uint32_t code, CQXDB::QXRecordset last);
+    network::ReplyFrame Finish(std::uint32_t code, CQXDB::QXRecordset last);
 
   private:
     struct Part {
@@ -59,8 +59,8 @@ class StreamedReply {
 
     // The encoding thread's, until it has ended.
     ByteLease lease_;
-    std::unique_ptr<ReplyBody> body_;
+    std::unique_ptr<network::ReplyBody> body_;
     bool first_ = true;
 };
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

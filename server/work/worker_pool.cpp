@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace CQXSERVER {
+namespace CQXSERVER::work {
 
 WorkerPool::WorkerPool(unsigned threads) {
     for (unsigned i = 0; i < threads; ++i) {
@@ -46,4 +46,4 @@ void WorkerPool::Work() {
     }
 }
 
-}  // namespace CQXSERVER
+}  // namespace CQXSERVER::work

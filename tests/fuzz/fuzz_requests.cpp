@@ -41,7 +41,8 @@ class Fixture {
   public:
     Fixture() : services_(Options(folder_), SteadyNow) {
         sqlite3_hard_heap_limit64(kMostSqlite);
-        services_.accounts.Add("ann", HashPassword("secret", ScryptCost{2, 1, 1}), {});
+        services_.accounts.Add("ann",
+                               sessions::HashPassword("secret", sessions::ScryptCost{2, 1, 1}), {});
     }
 
     /// A new session on a new connection.
@@ -53,9 +54,9 @@ class Fixture {
     const FrameCipher& Cipher() const { return services_.encoder.Cipher(); }
 
     void Feed(std::string_view bytes, std::size_t piece) {
-        while (!bytes.empty() && reader_->GetState() == FrameReader::State::Partial) {
+        while (!bytes.empty() && reader_->GetState() == network::FrameReader::State::Partial) {
             bytes.remove_prefix(reader_->Feed(bytes.data(), std::min(piece, bytes.size())));
-            if (reader_->GetState() == FrameReader::State::Complete) {
+            if (reader_->GetState() == network::FrameReader::State::Complete) {
                 Serve({1, "127.0.0.1", token_, reader_->Take()});
             }
         }
@@ -63,8 +64,8 @@ class Fixture {
 
   private:
     /// True for a login that would have a password hashed at full cost: too slow to try many.
-    bool IsSlow(const Request& request) const {
-        if (!RequestHandler::IsLogin(request.Code())) {
+    bool IsSlow(const network::Request& request) const {
+        if (!work::RequestHandler::IsLogin(request.Code())) {
             return false;
         }
         std::string bytes = request.frame.bytes;
@@ -72,15 +73,16 @@ class Fixture {
         block.wr_ptr(bytes.size());
         const auto message = MessageHolder::Request(request.Code(), ReceivedBody::Frame(block));
         const auto* const login = message.As<QXOneString>();
-        const auto credentials = login != nullptr ? Credentials::Parse(login->value) : std::nullopt;
+        const auto credentials =
+            login != nullptr ? sessions::Credentials::Parse(login->value) : std::nullopt;
         return request.Enciphered() || (credentials && credentials->user != "ann");
     }
 
-    void Serve(Request request) {
+    void Serve(network::Request request) {
         if (IsSlow(request)) {
             return;
         }
-        Outcome outcome = services_.handler.Handle(request);
+        network::Outcome outcome = services_.handler.Handle(request);
         if (outcome.later) {
             outcome = services_.handler.Resume(request, outcome.later);
         }
@@ -88,7 +90,7 @@ class Fixture {
         CheckReply(request.Code(), *outcome.reply);
     }
 
-    void CheckReply(std::uint32_t requestCode, const ReplyFrame& reply) const {
+    void CheckReply(std::uint32_t requestCode, const network::ReplyFrame& reply) const {
         const FrameHeader header = DecodeFrameHeader(reply.header.data());
         Require(header.bodyLength == reply.body.size(), "the header tells the body's length");
         Require(header.typeCode == requestCode || header.typeCode == kErrorReply,
@@ -109,8 +111,8 @@ class Fixture {
     }
 
     qxdb_test::TempDir folder_;
-    Services services_;
-    std::optional<FrameReader> reader_;
+    operation::Services services_;
+    std::optional<network::FrameReader> reader_;
     std::string token_;
 };
 
@@ -146,7 +148,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FrameHeader header;
     header.typeCode = input.Byte();
     std::string body = WithToken(input.Rest(), fixture.Token());
-    if ((kind & 1) != 0 && !body.empty() && !RequestHandler::IsLogin(header.typeCode)) {
+    if ((kind & 1) != 0 && !body.empty() && !work::RequestHandler::IsLogin(header.typeCode)) {
         header.plainLength = static_cast<std::uint32_t>(body.size());
         body = fixture.Cipher().Encipher(body);
     }

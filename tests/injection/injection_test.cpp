@@ -192,11 +192,11 @@ class PlannedServer {
         : injection(folder_.File("plan")),
           server(QXDB_SERVER_PROGRAM, {"--config", MakeConfig()},
                  {injection.PreloadVariable(), injection.PlanVariable()}) {
-        CQXSERVER::AccountStore accounts(
-            CQXSERVER::AccountStorePath(server.Folder().Path().string()));
-        const CQXSERVER::ScryptCost cheap{2, 1, 1};
+        CQXSERVER::sessions::AccountStore accounts(
+            CQXSERVER::operation::AccountStorePath(server.Folder().Path().string()));
+        const CQXSERVER::sessions::ScryptCost cheap{2, 1, 1};
         accounts.SetPassword(QxdbServer::kUser,
-                             CQXSERVER::HashPassword(QxdbServer::kPassword, cheap));
+                             CQXSERVER::sessions::HashPassword(QxdbServer::kPassword, cheap));
     }
 
   private:

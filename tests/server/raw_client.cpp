@@ -71,7 +71,7 @@ RawClient::RawClient(std::uint16_t port) {
     Require(ACE_SOCK_Connector().connect(stream_, ACE_INET_Addr(port, "127.0.0.1")) == 0,
             "can't connect");
     stream_.set_option(IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    platform::SetReceiveTimeout(stream_.get_handle(), 60000);
+    platform::sockets::SetReceiveTimeout(stream_.get_handle(), 60000);
 }
 
 RawClient::RawClient(RawClient&& other) noexcept
@@ -86,7 +86,7 @@ RawClient::~RawClient() {
 void RawClient::SendBytes(std::string_view bytes) {
     while (!bytes.empty()) {
         const std::ptrdiff_t count =
-            platform::SendSome(stream_.get_handle(), bytes.data(), bytes.size());
+            platform::sockets::SendSome(stream_.get_handle(), bytes.data(), bytes.size());
         Require(count > 0, "can't send");
         bytes.remove_prefix(static_cast<std::size_t>(count));
     }

@@ -16,7 +16,7 @@ TestServer::TestServer(const Change& change, Clock clock) {
     if (change) {
         change(options);
     }
-    server_ = std::make_unique<Server>(options, std::move(clock));
+    server_ = std::make_unique<operation::Server>(options, std::move(clock));
     AddUser("ann", "secret");
     running_ = std::async(std::launch::async, [this] { return server_->Run(); });
 }
@@ -29,7 +29,8 @@ TestServer::~TestServer() {
 
 void TestServer::AddUser(const std::string& name, const std::string& password,
                          const std::vector<std::string>& databases) {
-    server_->Accounts().Add(name, HashPassword(password, ScryptCost{2, 1, 1}), databases);
+    server_->Accounts().Add(name, sessions::HashPassword(password, sessions::ScryptCost{2, 1, 1}),
+                            databases);
 }
 
 RawClient TestServer::LoggedIn() const {

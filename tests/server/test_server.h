@@ -42,14 +42,14 @@ class TestServer {
                  const std::vector<std::string>& databases = {});
     RawClient Connect() const { return RawClient(server_->Port()); }
     RawClient LoggedIn() const;
-    CQXSERVER::Server& Get() noexcept { return *server_; }
+    CQXSERVER::operation::Server& Get() noexcept { return *server_; }
     const TempDir& Folder() const noexcept { return folder_; }
     /// Stops and gives what Run returned.
     std::size_t Stop();
 
   private:
     TempDir folder_;
-    std::unique_ptr<CQXSERVER::Server> server_;
+    std::unique_ptr<CQXSERVER::operation::Server> server_;
     std::future<std::size_t> running_;
 };
 

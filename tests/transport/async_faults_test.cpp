@@ -117,7 +117,7 @@ class ThrowingReader : public ACE_POSIX_Asynch_Read_Stream {
     std::size_t thrown_;
 };
 
-class FatedProactor : public platform::AiocbProactor {
+class FatedProactor : public platform::sockets::AiocbProactor {
   public:
     explicit FatedProactor(Fates& fates) : fates_(fates) {}
 

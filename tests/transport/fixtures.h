@@ -125,8 +125,9 @@ using Lines = std::vector<std::string>;
 
 /// The platform's own text for an error that Winsock gives this number.
 inline std::wstring PlatformText(const wchar_t* onLinux, int winsockNumber) {
-    return qxdb_test::kOnWindows ? ToWide(platform::SocketErrorText(winsockNumber), kCodePageAnsi)
-                                 : onLinux;
+    return qxdb_test::kOnWindows
+               ? ToWide(platform::sockets::SocketErrorText(winsockNumber), kCodePageAnsi)
+               : onLinux;
 }
 
 }  // namespace CQXBASE

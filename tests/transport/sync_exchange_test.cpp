@@ -26,7 +26,7 @@ class SyncExchange : public TransportTest {
         return io.Syc_sendobj(record, 1, false, retry);
     }
     static std::string Handle(const QXIO& io) {
-        return "(" + std::to_string(platform::HandleNumber(io.handle())) + "): ";
+        return "(" + std::to_string(platform::sockets::HandleNumber(io.handle())) + "): ";
     }
 };
 
@@ -125,7 +125,7 @@ TEST_F(SyncExchange, ResetInTheMiddleOfAReply) {
 TEST_F(SyncExchange, SilenceBeyondTheReceiveTimeOut) {
     StreamPair pair;
     OpenQXIO io(pair.nearEnd);
-    platform::SetReceiveTimeout(pair.nearEnd.get_handle(), 20);
+    platform::sockets::SetReceiveTimeout(pair.nearEnd.get_handle(), 20);
     Write(pair.farEnd, Frame(1, "twelve bytes").substr(0, 20));
     EXPECT_EQ(got_.SyncFrom(io), -5005);
     EXPECT_EQ(io.LastErrorText(), L"receive the data from master error, " +

@@ -27,9 +27,9 @@ QXRecordset Result(const std::vector<std::string>& names, const Rows& rows) {
     return rs;
 }
 
-std::string Written(Format format, const QXRecordset& rs, bool header = true) {
+std::string Written(output::Format format, const QXRecordset& rs, bool header = true) {
     std::ostringstream out;
-    MakeWriter(format, out, header)->Write(rs);
+    output::MakeWriter(format, out, header)->Write(rs);
     return out.str();
 }
 
@@ -42,19 +42,19 @@ TEST(TableWriter, AlignsByWhatIsSeen) {
         Result({"名", "n", "note"}, {{Text("漢字"), QXValue::Int64(7), Text("a\nb")},
                                      {Text("é"), QXValue::Decimal("-10.50"), {}},
                                      {{}, {}, Text("")}});
-    EXPECT_EQ(Written(Format::Table, rs),
+    EXPECT_EQ(Written(output::Format::Table, rs),
               " 名   | n      | note\n"
               "------+--------+------\n"
               " 漢字 |      7 | a\\nb\n"
               " é    | -10.50 | NULL\n"
               " NULL | NULL   | \n"
               "(3 rows)\n");
-    EXPECT_EQ(Written(Format::Table, Result({"a"}, {})), " a\n---\n(0 rows)\n");
+    EXPECT_EQ(Written(output::Format::Table, Result({"a"}, {})), " a\n---\n(0 rows)\n");
 }
 
 TEST(VerticalWriter, WritesALineAValue) {
     const QXRecordset rs = Result({"id", "名前"}, {{QXValue::Int64(1), Text("x\ty")}});
-    EXPECT_EQ(Written(Format::Vertical, rs),
+    EXPECT_EQ(Written(output::Format::Vertical, rs),
               "-[ 1 ]" + std::string(40, '-') + "\nid   | 1\n名前 | x\\ty\n(1 row)\n");
 }
 
@@ -63,14 +63,14 @@ TEST(CsvWriter, FollowsRfc4180AndTellsNullFromEmpty) {
                                                  {{}, Text("")},
                                                  {Text(" 漢 "), QXValue::Blob("\x01\xff", 2)}});
     const std::string rows = "\"say \"\"hi\"\"\",\"x\r\ny\"\r\n,\"\"\r\n 漢 ,\\x01ff\r\n";
-    EXPECT_EQ(Written(Format::Csv, rs), "\"a,b\",c\r\n" + rows);
-    EXPECT_EQ(Written(Format::Csv, rs, false), rows);
+    EXPECT_EQ(Written(output::Format::Csv, rs), "\"a,b\",c\r\n" + rows);
+    EXPECT_EQ(Written(output::Format::Csv, rs, false), rows);
 }
 
 TEST(TsvWriter, EscapesWhatSeparates) {
     const QXRecordset rs =
         Result({"a\tb", "c"}, {{Text("1\t2\n3\r4\\5"), {}}, {Text(""), Text("é")}});
-    EXPECT_EQ(Written(Format::Tsv, rs), "a\\tb\tc\n1\\t2\\n3\\r4\\\\5\t\\N\n\té\n");
+    EXPECT_EQ(Written(output::Format::Tsv, rs), "a\\tb\tc\n1\\t2\\n3\\r4\\\\5\t\\N\n\té\n");
 }
 
 TEST(JsonWriter, KeepsEveryDigitAndEveryColumn) {
@@ -82,25 +82,26 @@ TEST(JsonWriter, KeepsEveryDigitAndEveryColumn) {
                  Text("\n\x01é\xFF")},
                 {QXValue::Decimal("-.5"), QXValue::Double(-infinity), QXValue::Date(0)},
                 {QXValue::Decimal("007."), QXValue::Double(1e300), QXValue::Blob("\xab", 1)}});
-    EXPECT_EQ(Written(Format::Json, rs),
+    EXPECT_EQ(Written(output::Format::Json, rs),
               "[\n{\"id\":-9223372036854775808,\"id_2\":true,\"q\\\"t\":null},\n"
               "{\"id\":123456789012345678901234567890.10,\"id_2\":0.1,"
               "\"q\\\"t\":\"\\n\\u0001é\xEF\xBF\xBD\"},\n"
               "{\"id\":-0.5,\"id_2\":\"-inf\",\"q\\\"t\":\"1970-01-01\"},\n"
               "{\"id\":7.0,\"id_2\":1e+300,\"q\\\"t\":\"\\\\xab\"}\n]\n");
-    EXPECT_EQ(Written(Format::Json, Result({"a"}, {})), "[]\n");
+    EXPECT_EQ(Written(output::Format::Json, Result({"a"}, {})), "[]\n");
 }
 
 TEST(ResultWriter, KeepsResultsAndPagesApart) {
     const QXRecordset one = Result({"a"}, {{QXValue::Int64(1)}});
     const QXRecordset two = Result({"a"}, {{QXValue::Int64(2)}});
     for (const auto& [format, expected] :
-         {std::pair(Format::Csv, std::string("a\r\n1\r\n2\r\n\r\na\r\n2\r\n")),
-          std::pair(Format::Json, std::string("[\n{\"a\":1},\n{\"a\":2}\n]\n[\n{\"a\":2}\n]\n")),
-          std::pair(Format::Table,
+         {std::pair(output::Format::Csv, std::string("a\r\n1\r\n2\r\n\r\na\r\n2\r\n")),
+          std::pair(output::Format::Json,
+                    std::string("[\n{\"a\":1},\n{\"a\":2}\n]\n[\n{\"a\":2}\n]\n")),
+          std::pair(output::Format::Table,
                     std::string(" a\n---\n 1\n 2\n(2 rows)\n\n a\n---\n 2\n(1 row)\n"))}) {
         std::ostringstream out;
-        const auto writer = MakeWriter(format, out, true);
+        const auto writer = output::MakeWriter(format, out, true);
         writer->Begin(one);
         writer->Rows(one);
         writer->Rows(two);

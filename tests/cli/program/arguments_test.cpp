@@ -80,8 +80,8 @@ TEST(ParseProxy, ReadsCredentialsAndKeepsThemOutOfErrors) {
 }
 
 TEST(ParseOptions, KeepsScriptsInTheirOrder) {
-    const Options options =
-        ParseOptions({"--db", "sqlite:x", "-c", "A", "-f", "b.sql", "-c", "C", "--page-size", "5"});
+    const program::Options options = program::ParseOptions(
+        {"--db", "sqlite:x", "-c", "A", "-f", "b.sql", "-c", "C", "--page-size", "5"});
     ASSERT_EQ(options.inputs.size(), 3U);
     EXPECT_EQ(options.inputs[0].text, "A");
     EXPECT_TRUE(options.inputs[1].isFile);
@@ -91,11 +91,12 @@ TEST(ParseOptions, KeepsScriptsInTheirOrder) {
 }
 
 TEST(ParseOptions, TakesSubcommandsWithOptionsBehindThem) {
-    const Options options = ParseOptions({"export", "SELECT ?", "-", "--db", "sqlite:x", "--param",
-                                          "-5", "--format", "json", "--no-header"});
-    EXPECT_EQ(options.task, Options::Task::Export);
+    const program::Options options =
+        program::ParseOptions({"export", "SELECT ?", "-", "--db", "sqlite:x", "--param", "-5",
+                               "--format", "json", "--no-header"});
+    EXPECT_EQ(options.task, program::Options::Task::Export);
     EXPECT_EQ(options.export_.parameters.at(0), QXValue::Int64(-5));
-    EXPECT_EQ(options.export_.format, Format::Json);
+    EXPECT_EQ(options.export_.format, output::Format::Json);
     EXPECT_FALSE(options.export_.header);
     EXPECT_EQ(options.export_.pageSize, -1) << "as many as suit";
 }
@@ -116,7 +117,7 @@ TEST(ParseOptions, RefusesWhatMakesNoSense) {
         {"--db", "sqlite:x", "export", "A", "f", "--format", "table"},
     };
     for (const auto& arguments : wrong) {
-        EXPECT_NE(UsageErrorOf([&] { ParseOptions(arguments); }), "no error")
+        EXPECT_NE(UsageErrorOf([&] { program::ParseOptions(arguments); }), "no error")
             << testing::PrintToString(arguments);
     }
 }

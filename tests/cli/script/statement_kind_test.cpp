@@ -5,47 +5,47 @@
 namespace CQXCLI {
 namespace {
 
-StatementKind KindOf(const std::string& dialect, const std::string& sql) {
-    return Classify(*FindDialect(dialect), sql).kind;
+script::StatementKind KindOf(const std::string& dialect, const std::string& sql) {
+    return script::Classify(*FindDialect(dialect), sql).kind;
 }
 
 TEST(Classify, FindsTheStartAndEndOfTransactions) {
     for (const char* sql : {"BEGIN", "begin /* x */ immediate transaction", "START TRANSACTION",
                             "BEGIN WORK", "BEGIN READ ONLY"}) {
-        EXPECT_EQ(KindOf("sqlite", sql), StatementKind::Begin) << sql;
+        EXPECT_EQ(KindOf("sqlite", sql), script::StatementKind::Begin) << sql;
     }
-    EXPECT_EQ(KindOf("oracle", "BEGIN"), StatementKind::Other);
-    EXPECT_EQ(KindOf("sqlserver", "BEGIN TRY SELECT 1"), StatementKind::Other);
-    EXPECT_EQ(KindOf("mysql", "COMMIT WORK"), StatementKind::Commit);
-    EXPECT_EQ(KindOf("postgresql", "END"), StatementKind::Commit);
-    EXPECT_EQ(KindOf("mysql", "END"), StatementKind::Other);
-    EXPECT_EQ(KindOf("mysql", "ROLLBACK"), StatementKind::Rollback);
-    EXPECT_EQ(KindOf("mysql", "ROLLBACK TO SAVEPOINT a"), StatementKind::Other);
-    EXPECT_EQ(KindOf("mysql", "COMMIT AND CHAIN"), StatementKind::Other);
+    EXPECT_EQ(KindOf("oracle", "BEGIN"), script::StatementKind::Other);
+    EXPECT_EQ(KindOf("sqlserver", "BEGIN TRY SELECT 1"), script::StatementKind::Other);
+    EXPECT_EQ(KindOf("mysql", "COMMIT WORK"), script::StatementKind::Commit);
+    EXPECT_EQ(KindOf("postgresql", "END"), script::StatementKind::Commit);
+    EXPECT_EQ(KindOf("mysql", "END"), script::StatementKind::Other);
+    EXPECT_EQ(KindOf("mysql", "ROLLBACK"), script::StatementKind::Rollback);
+    EXPECT_EQ(KindOf("mysql", "ROLLBACK TO SAVEPOINT a"), script::StatementKind::Other);
+    EXPECT_EQ(KindOf("mysql", "COMMIT AND CHAIN"), script::StatementKind::Other);
 }
 
 TEST(Classify, KeepsWhatFollows) {
     const Dialect& postgresql = *FindDialect("postgresql");
-    EXPECT_EQ(Classify(postgresql, "BEGIN ISOLATION LEVEL serializable").detail,
+    EXPECT_EQ(script::Classify(postgresql, "BEGIN ISOLATION LEVEL serializable").detail,
               "ISOLATION LEVEL SERIALIZABLE");
-    EXPECT_EQ(Classify(*FindDialect("mysql"), "USE `my db`").detail, "my db");
-    EXPECT_EQ(Classify(*FindDialect("sqlserver"), "use [x]").detail, "x");
-    EXPECT_EQ(Classify(postgresql, "USE a").detail, "a");
-    EXPECT_EQ(KindOf("mysql", "USE a b"), StatementKind::Other);
+    EXPECT_EQ(script::Classify(*FindDialect("mysql"), "USE `my db`").detail, "my db");
+    EXPECT_EQ(script::Classify(*FindDialect("sqlserver"), "use [x]").detail, "x");
+    EXPECT_EQ(script::Classify(postgresql, "USE a").detail, "a");
+    EXPECT_EQ(KindOf("mysql", "USE a b"), script::StatementKind::Other);
     EXPECT_EQ(KindOf("postgresql", "COPY t (a, b) FROM stdin WITH (FORMAT csv)"),
-              StatementKind::CopyInput);
-    EXPECT_EQ(KindOf("postgresql", "COPY t FROM '/tmp/stdin'"), StatementKind::Other);
+              script::StatementKind::CopyInput);
+    EXPECT_EQ(KindOf("postgresql", "COPY t FROM '/tmp/stdin'"), script::StatementKind::Other);
 }
 
 TEST(IsRepeatableQuery, RefusesWhatCouldChangeData) {
     const Dialect& dialect = *FindDialect("postgresql");
     for (const char* sql : {"SELECT 'INSERT' AS \"update\" -- DELETE", "(SELECT 1) UNION SELECT 2",
                             "WITH a AS (SELECT 1) SELECT * FROM a", "VALUES (1), (2)"}) {
-        EXPECT_TRUE(IsRepeatableQuery(dialect, sql)) << sql;
+        EXPECT_TRUE(script::IsRepeatableQuery(dialect, sql)) << sql;
     }
     for (const char* sql : {"INSERT INTO t VALUES (1) RETURNING id", "SELECT 1 INTO t", "CALL f()",
                             "WITH a AS (DELETE FROM t RETURNING *) SELECT * FROM a", ""}) {
-        EXPECT_FALSE(IsRepeatableQuery(dialect, sql)) << sql;
+        EXPECT_FALSE(script::IsRepeatableQuery(dialect, sql)) << sql;
     }
 }
 

@@ -8,16 +8,16 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-std::vector<Statement> Split(const std::string& dialect, const std::string& script,
-                             std::size_t pieceBytes) {
-    StatementSplitter splitter(*FindDialect(dialect));
-    std::vector<Statement> statements;
+std::vector<script::Statement> Split(const std::string& dialect, const std::string& script,
+                                     std::size_t pieceBytes) {
+    script::StatementSplitter splitter(*FindDialect(dialect));
+    std::vector<script::Statement> statements;
     for (std::size_t at = 0; at <= script.size(); at += pieceBytes) {
         splitter.Feed(std::string_view(script).substr(at, pieceBytes));
         if (at + pieceBytes > script.size()) {
             splitter.Finish();
         }
-        for (Statement statement; splitter.Next(statement);) {
+        for (script::Statement statement; splitter.Next(statement);) {
             statements.push_back(statement);
         }
     }
@@ -27,12 +27,12 @@ std::vector<Statement> Split(const std::string& dialect, const std::string& scri
 /// The statements' texts, which must not depend on the pieces in which the script arrives.
 std::vector<std::string> Texts(const std::string& dialect, const std::string& script) {
     std::vector<std::string> texts;
-    for (const Statement& statement : Split(dialect, script, 100000)) {
+    for (const script::Statement& statement : Split(dialect, script, 100000)) {
         texts.push_back(statement.text);
     }
     for (const std::size_t pieceBytes : {1U, 2U, 3U, 7U}) {
         std::vector<std::string> pieced;
-        for (const Statement& statement : Split(dialect, script, pieceBytes)) {
+        for (const script::Statement& statement : Split(dialect, script, pieceBytes)) {
             pieced.push_back(statement.text);
         }
         EXPECT_EQ(pieced, texts) << "in pieces of " << pieceBytes << " bytes";
@@ -110,8 +110,8 @@ TEST(StatementSplitter, TellsLinesCommandsAndUnfinishedTexts) {
 }
 
 TEST(StatementSplitter, TellsWhatAPromptNeeds) {
-    StatementSplitter splitter(*FindDialect("sqlite"));
-    Statement statement;
+    script::StatementSplitter splitter(*FindDialect("sqlite"));
+    script::Statement statement;
     splitter.Feed("SELECT\n");
     EXPECT_FALSE(splitter.Next(statement));
     EXPECT_TRUE(splitter.Pending());
@@ -132,8 +132,8 @@ TEST(StatementSplitter, TellsWhatAPromptNeeds) {
 
 TEST(StatementSplitter, TakesTimeInProportionToTheScript) {
     const std::string text = "SELECT '" + std::string(8 * 1024 * 1024, ';') + "'";
-    StatementSplitter splitter(*FindDialect("mysql"));
-    Statement statement;
+    script::StatementSplitter splitter(*FindDialect("mysql"));
+    script::Statement statement;
     for (std::size_t at = 0; at < text.size(); at += 4096) {
         splitter.Feed(std::string_view(text).substr(at, 4096));
         EXPECT_FALSE(splitter.Next(statement));

@@ -12,11 +12,11 @@ namespace {
 /// Rows as "line: field|field", a null as "~".
 std::string ReadAll(const std::string& csv) {
     std::istringstream in(csv);
-    CsvReader reader(in);
+    transfer::CsvReader reader(in);
     std::string all;
-    for (CsvRow row; reader.Next(row);) {
+    for (transfer::CsvRow row; reader.Next(row);) {
         all += std::to_string(row.line) + ":";
-        for (const CsvField& field : row.fields) {
+        for (const transfer::CsvField& field : row.fields) {
             all += (field.null ? "~" : field.text) + "|";
         }
         all += " ";

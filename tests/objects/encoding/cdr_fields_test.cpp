@@ -16,8 +16,9 @@ using namespace std::string_literals;
 
 TEST(CdrFields, BytesOfStringsAndNumbers) {
     ACE_OutputCDR out;
-    ASSERT_TRUE(WriteULong(out, 7) && WriteWide(out, L"ab") && WriteWide(out, L"") &&
-                WriteLong(out, -2) && WriteNarrow(out, "xyz"));
+    ASSERT_TRUE(encoding::WriteULong(out, 7) && encoding::WriteWide(out, L"ab") &&
+                encoding::WriteWide(out, L"") && encoding::WriteLong(out, -2) &&
+                encoding::WriteNarrow(out, "xyz"));
     EXPECT_EQ(BytesOf(out), "\7\0\0\0\2\0\0\0a\0b\0\0\0\0\0\xFE\xFF\xFF\xFF\3\0\0\0xyz"s);
 }
 
@@ -25,19 +26,20 @@ TEST(CdrFields, AlignmentBytesAreZeroWhateverTheBufferHeld) {
     alignas(8) char buffer[64];
     std::memset(buffer, 0x5A, sizeof buffer);
     ACE_OutputCDR out(buffer, sizeof buffer);
-    ASSERT_TRUE(WriteNarrow(out, "x") && WriteWide(out, L"y") && WriteULong(out, 1));
+    ASSERT_TRUE(encoding::WriteNarrow(out, "x") && encoding::WriteWide(out, L"y") &&
+                encoding::WriteULong(out, 1));
     EXPECT_EQ(BytesOf(out), "\1\0\0\0x\0\0\0\1\0\0\0y\0\0\0\1\0\0\0"s);
 }
 
 TEST(CdrFields, TextOutsideTheBasicPlaneIsAPairOfUnits) {
     const std::wstring text = L"a\U0001F600";
-    EXPECT_EQ(WideSize(text), 2 * 3 + 12U);
+    EXPECT_EQ(encoding::WideSize(text), 2 * 3 + 12U);
     ACE_OutputCDR out;
-    ASSERT_TRUE(WriteWide(out, text));
+    ASSERT_TRUE(encoding::WriteWide(out, text));
     EXPECT_EQ(BytesOf(out), "\3\0\0\0a\0\x3D\xD8\x00\xDE"s);
     Input input(BytesOf(out));
     std::wstring copy;
-    ASSERT_TRUE(ReadWide(input.Stream(), copy));
+    ASSERT_TRUE(encoding::ReadWide(input.Stream(), copy));
     EXPECT_EQ(copy, text);
 }
 
@@ -46,8 +48,9 @@ TEST(CdrFields, BigEndianPeerIsUnderstood) {
     std::wstring wide;
     std::string narrow;
     std::int32_t number = 0;
-    ASSERT_TRUE(ReadWide(input.Stream(), wide) && ReadNarrow(input.Stream(), narrow) &&
-                ReadLong(input.Stream(), number));
+    ASSERT_TRUE(encoding::ReadWide(input.Stream(), wide) &&
+                encoding::ReadNarrow(input.Stream(), narrow) &&
+                encoding::ReadLong(input.Stream(), number));
     EXPECT_EQ(wide.front(), L'a');
     EXPECT_EQ(narrow, "z");
     EXPECT_EQ(number, -2);
@@ -57,12 +60,12 @@ TEST(CdrFields, CountBeyondTheStreamClearsTheGoodBit) {
     for (const std::string& bytes : {"\3\0\0\0a\0b\0"s, "\xFF\xFF\xFF\xFF"s, "\1\0\0"s}) {
         Input wide(bytes);
         std::wstring text = L"old";
-        EXPECT_FALSE(ReadWide(wide.Stream(), text));
+        EXPECT_FALSE(encoding::ReadWide(wide.Stream(), text));
         EXPECT_FALSE(wide.Stream().good_bit());
     }
     Input narrow("\x05\0\0\0abcd"s);
     std::string text;
-    EXPECT_FALSE(ReadNarrow(narrow.Stream(), text));
+    EXPECT_FALSE(encoding::ReadNarrow(narrow.Stream(), text));
     EXPECT_FALSE(narrow.Stream().good_bit());
     EXPECT_LE(text.capacity(), std::string().capacity());
 }
@@ -73,8 +76,8 @@ TEST(CdrFields, EstimatesBoundTheEncoding) {
         for (std::size_t before = 0; before < 4; ++before) {
             ACE_OutputCDR out;
             const std::string narrow(before, 'n');
-            ASSERT_TRUE(WriteNarrow(out, narrow) && WriteWide(out, text));
-            EXPECT_LE(out.total_length(), NarrowSize(narrow) + WideSize(text));
+            ASSERT_TRUE(encoding::WriteNarrow(out, narrow) && encoding::WriteWide(out, text));
+            EXPECT_LE(out.total_length(), encoding::NarrowSize(narrow) + encoding::WideSize(text));
         }
     }
 }

@@ -8,7 +8,7 @@
 namespace CQXSERVER {
 namespace {
 
-using State = FrameReader::State;
+using State = network::FrameReader::State;
 using qxdb_test::HeaderClaiming;
 using qxdb_test::MakeFrame;
 
@@ -18,7 +18,7 @@ TEST(FrameReader, CutsAStreamIntoFramesWhereverItIsTorn) {
     const std::string stream = first + second;
     for (std::size_t cut = 0; cut <= stream.size(); ++cut) {
         ByteBudget budget(kMiB);
-        FrameReader reader(1000, budget);
+        network::FrameReader reader(1000, budget);
         std::vector<std::string> frames;
         for (std::string piece : {stream.substr(0, cut), stream.substr(cut)}) {
             while (!piece.empty()) {
@@ -37,7 +37,7 @@ TEST(FrameReader, CutsAStreamIntoFramesWhereverItIsTorn) {
 TEST(FrameReader, JudgesAFrameByItsHeader) {
     ByteBudget budget(kMiB);
     const auto judge = [&](std::string header) {
-        FrameReader reader(1000, budget);
+        network::FrameReader reader(1000, budget);
         header += "body";
         reader.Feed(header.data(), header.size());
         return reader.GetState();
@@ -56,7 +56,7 @@ TEST(FrameReader, BytesThatArriveTakeFromTheBudgetAndAClaimDoesNot) {
     const std::string header = HeaderClaiming(kMiB);
     const std::string piece(10 * kKiB, 'x');
     for (int i = 0; i < 3; ++i) {
-        FrameReader reader(kMiB, budget);
+        network::FrameReader reader(kMiB, budget);
         reader.Feed(header.data(), header.size());
         ASSERT_TRUE(budget.Take(100 * kKiB)) << "a claim was believed, or bytes not given back";
         budget.Give(100 * kKiB);

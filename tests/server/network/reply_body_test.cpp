@@ -17,7 +17,7 @@ namespace {
 using CQXBASE::FrameCipher;
 
 /// What the sender gets, in pieces of any length, waiting as a connection does.
-std::string Sent(ReplyBody& body, std::size_t most) {
+std::string Sent(network::ReplyBody& body, std::size_t most) {
     std::mutex mutex;
     std::condition_variable woken;
     bool more = false;
@@ -53,7 +53,7 @@ TEST(ReplyBody, ArrivesWholeWhateverThePieces) {
     const std::vector<std::size_t> sizes = {100, 0, 1, 700001, 15, 16, 17, 300000};
     for (const bool encipher : {false, true}) {
         for (const std::size_t most : {std::size_t{1} << 30, std::size_t{33333}}) {
-            ReplyBody body(encipher ? &cipher : nullptr);
+            network::ReplyBody body(encipher ? &cipher : nullptr);
             std::string whole;
             for (const std::size_t size : sizes) {
                 const std::string piece = Piece(size, whole.size());
@@ -74,7 +74,7 @@ TEST(ReplyBody, OneThatGrowsTooLongStaysPlain) {
     const FrameCipher cipher;
     const std::string piece = Piece(CQXBASE::kMaxEncipheredBody / 4, 0);
     for (const std::size_t over : {0U, 1U}) {
-        ReplyBody body(&cipher);
+        network::ReplyBody body(&cipher);
         std::string whole;
         for (int i = 0; i < 4; ++i) {
             body.Add(piece);
@@ -93,7 +93,7 @@ TEST(ReplyBody, CanBeGivenUpAtAnyTime) {
     const FrameCipher cipher;
     for (const int pieces : {0, 1, 8}) {
         for (const bool close : {false, true}) {
-            ReplyBody body(&cipher);
+            network::ReplyBody body(&cipher);
             for (int i = 0; i < pieces; ++i) {
                 body.Add(Piece(std::size_t{1} << 20, 0));
             }

@@ -29,7 +29,7 @@ class ConfigTest : public testing::Test {
     ServerOptions Read(const std::string& text) {
         WriteFile(folder_.Path() / "c.toml", text);
         ServerOptions options;
-        ReadConfigFile(folder_.File("c.toml"), options);
+        operation::ReadConfigFile(folder_.File("c.toml"), options);
         return options;
     }
     std::string ErrorOf(const std::string& text) {
@@ -40,10 +40,11 @@ class ConfigTest : public testing::Test {
             return e.what();
         }
     }
-    CommandLine Parse(std::vector<const char*> arguments) {
+    operation::CommandLine Parse(std::vector<const char*> arguments) {
         int status = -1;
         arguments.insert(arguments.begin(), "qxdbserver");
-        return ParseCommandLine(static_cast<int>(arguments.size()), arguments.data(), status)
+        return operation::ParseCommandLine(static_cast<int>(arguments.size()), arguments.data(),
+                                           status)
             .value();
     }
 
@@ -125,9 +126,10 @@ TEST_F(ConfigTest, TheCommandLineWins) {
         folder_.Path() / "c.toml",
         "listen = 'h:1'\nlog_level = 'debug'\n[databases]\na = 'sqlite:/a'\nb = 'sqlite:/b'\n");
     const std::string config = folder_.File("c.toml");
-    const CommandLine line = Parse({"--config", config.c_str(), "--listen", "h:2", "--database",
-                                    "a=sqlite:/c", "--database", "d=odbc:DSN=x;UID=y"});
-    EXPECT_EQ(line.action, Action::Serve);
+    const operation::CommandLine line =
+        Parse({"--config", config.c_str(), "--listen", "h:2", "--database", "a=sqlite:/c",
+               "--database", "d=odbc:DSN=x;UID=y"});
+    EXPECT_EQ(line.action, operation::Action::Serve);
     EXPECT_EQ(line.options.listen, "h:2");
     EXPECT_EQ(line.options.logLevel, "debug");
     const std::vector<std::pair<std::string, std::string>> expected = {
@@ -137,7 +139,7 @@ TEST_F(ConfigTest, TheCommandLineWins) {
 
 TEST_F(ConfigTest, TheExampleHoldsTheDefaults) {
     ServerOptions options;
-    ReadConfigFile(QXDB_EXAMPLE_CONFIG, options);
+    operation::ReadConfigFile(QXDB_EXAMPLE_CONFIG, options);
     EXPECT_EQ(options.listen, ServerOptions().listen);
     EXPECT_EQ(All(options.limits), All(Limits()));
 }

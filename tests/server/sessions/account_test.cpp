@@ -13,47 +13,49 @@ namespace {
 
 using qxdb_test::TempDir;
 
-constexpr ScryptCost kCheap{4, 8, 1};
+constexpr sessions::ScryptCost kCheap{4, 8, 1};
 
 TEST(PasswordHash, MatchesItsOwnPasswordAlone) {
-    const std::string stored = HashPassword("sécret", kCheap);
-    EXPECT_TRUE(PasswordMatches("sécret", stored));
+    const std::string stored = sessions::HashPassword("sécret", kCheap);
+    EXPECT_TRUE(sessions::PasswordMatches("sécret", stored));
     for (const char* wrong : {"", "secret", "sécret ", "Sécret"}) {
-        EXPECT_FALSE(PasswordMatches(wrong, stored)) << wrong;
+        EXPECT_FALSE(sessions::PasswordMatches(wrong, stored)) << wrong;
     }
     EXPECT_NE(HashPassword("sécret", kCheap), stored) << "two hashes share a salt";
-    EXPECT_TRUE(PasswordMatches("x", HashPassword("x", ScryptCost{5, 4, 2})));
-    EXPECT_EQ(HashPassword("x").rfind("scrypt$15$8$1$", 0), 0U) << "the usual cost has changed";
+    EXPECT_TRUE(
+        sessions::PasswordMatches("x", sessions::HashPassword("x", sessions::ScryptCost{5, 4, 2})));
+    EXPECT_EQ(sessions::HashPassword("x").rfind("scrypt$15$8$1$", 0), 0U)
+        << "the usual cost has changed";
 }
 
 TEST(PasswordHash, AMadeUpHashMatchesNothing) {
-    const std::string good = HashPassword("x", kCheap);
+    const std::string good = sessions::HashPassword("x", kCheap);
     for (const std::string& stored :
          {std::string(), good.substr(0, good.size() - 4), "scrypt$99" + good.substr(8),
           std::string("scrypt$4$8$1$$"), std::string("scrypt$4$8$1$!!!!$AAAA"), good + "$",
           "plain" + good.substr(6)}) {
-        EXPECT_FALSE(PasswordMatches("x", stored)) << stored;
-        EXPECT_FALSE(PasswordMatches("", stored)) << stored;
+        EXPECT_FALSE(sessions::PasswordMatches("x", stored)) << stored;
+        EXPECT_FALSE(sessions::PasswordMatches("", stored)) << stored;
     }
 }
 
 class AccountStoreTest : public testing::Test {
   protected:
     TempDir folder_;
-    AccountStore store_{folder_.File("accounts.db")};
-    AccountStore other_{folder_.File("accounts.db")};  ///< stands for another process
+    sessions::AccountStore store_{folder_.File("accounts.db")};
+    sessions::AccountStore other_{folder_.File("accounts.db")};  ///< stands for another process
 };
 
 TEST_F(AccountStoreTest, SeesAtOnceWhatAnotherProcessChanges) {
     store_.Add("ann", "hash-1", {"main", "sales"});
-    const std::optional<Account> added = other_.Find("ann");
+    const std::optional<sessions::Account> added = other_.Find("ann");
     ASSERT_TRUE(added);
     EXPECT_EQ(added->passwordHash, "hash-1");
     EXPECT_TRUE(added->MayUse("sales"));
     EXPECT_FALSE(added->MayUse("other"));
 
     store_.SetPassword("ann", "hash-2");
-    const std::optional<Account> changed = other_.Find("ann");
+    const std::optional<sessions::Account> changed = other_.Find("ann");
     EXPECT_EQ(changed->passwordHash, "hash-2");
     EXPECT_NE(changed->revision, added->revision);
 
@@ -90,8 +92,8 @@ TEST_F(AccountStoreTest, IsForItsOwnerOnlyAndSaysWhatDoesNotOpen) {
         EXPECT_EQ(mode & (fs::perms::group_all | fs::perms::others_all), fs::perms::none);
     }
     qxdb_test::WriteFile(folder_.Path() / "letter.db", std::string(4096, 'x'));
-    EXPECT_THROW(AccountStore(folder_.File("letter.db")), OperatorError);
-    EXPECT_THROW(AccountStore(folder_.File("missing/accounts.db")), OperatorError);
+    EXPECT_THROW(sessions::AccountStore(folder_.File("letter.db")), OperatorError);
+    EXPECT_THROW(sessions::AccountStore(folder_.File("missing/accounts.db")), OperatorError);
 }
 
 }  // namespace

@@ -98,7 +98,7 @@ TEST(Session, EveryRequestNeedsALiveToken) {
 TEST(Session, EndsWithTheAccountOrItsPassword) {
     TestServer server;
     RawClient client = server.LoggedIn();
-    server.Get().Accounts().SetPassword("ann", CQXSERVER::HashPassword("new", {2, 1, 1}));
+    server.Get().Accounts().SetPassword("ann", CQXSERVER::sessions::HashPassword("new", {2, 1, 1}));
     EXPECT_EQ(client.Execute(L"SELECT 1").Error(), Number(ServerError::AccountChanged));
     client.Login(L"ann", L"new");
     server.Get().Accounts().Remove("ann");
@@ -151,7 +151,7 @@ TEST(Throttle, DelaysWhoeverGuessesAndNobodyElse) {
     TestServer server({}, clock);
     RawClient bystander = server.LoggedIn();
     RawClient guesser = server.Connect();
-    for (unsigned i = 0; i < CQXSERVER::LoginThrottle::kFreeFailures; ++i) {
+    for (unsigned i = 0; i < CQXSERVER::sessions::LoginThrottle::kFreeFailures; ++i) {
         EXPECT_EQ(guesser.CallString(kLogin, L"ann|~|guess").Error(),
                   Number(ServerError::WrongLogin));
     }

@@ -23,7 +23,7 @@ class LoginThrottleTest : public testing::Test {
     }
 
     qxdb_test::HandClock clock_;
-    LoginThrottle throttle_{clock_};
+    sessions::LoginThrottle throttle_{clock_};
 };
 
 TEST_F(LoginThrottleTest, SlowsOneAccountFromOneAddressMoreWithEveryFailure) {
@@ -54,13 +54,13 @@ TEST_F(LoginThrottleTest, SuccessAndTimeForget) {
     throttle_.Succeeded("ann", "10.0.0.1");
     EXPECT_EQ(Admit(), 0ms);
     Fail(5);
-    clock_.Advance(LoginThrottle::kMemory + 1ms);
+    clock_.Advance(sessions::LoginThrottle::kMemory + 1ms);
     Fail(4);
     EXPECT_EQ(Admit(), 0ms) << "forgotten failures were counted again";
 }
 
 TEST_F(LoginThrottleTest, SlowsAnAddressThatTriesManyAccounts) {
-    for (unsigned i = 0; i < LoginThrottle::kFreeAddressFailures; ++i) {
+    for (unsigned i = 0; i < sessions::LoginThrottle::kFreeAddressFailures; ++i) {
         EXPECT_EQ(Admit("user" + std::to_string(i)), 0ms);
         Fail(1, "user" + std::to_string(i));
     }

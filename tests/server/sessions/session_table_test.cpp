@@ -20,7 +20,7 @@ class SessionTableTest : public testing::Test {
         return limits;
     }
     std::string Open(const std::string& account) {
-        Account owner;
+        sessions::Account owner;
         owner.name = account;
         return table_.Open(owner, "");
     }
@@ -34,7 +34,7 @@ class SessionTableTest : public testing::Test {
     }
 
     qxdb_test::HandClock clock_;
-    SessionTable table_{SmallLimits(), clock_};
+    sessions::SessionTable table_{SmallLimits(), clock_};
 };
 
 TEST_F(SessionTableTest, ExpiresWhenUnusedAndInTheEndHoweverMuchItIsUsed) {
