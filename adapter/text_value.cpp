@@ -1,21 +1,14 @@
 #include "adapter/text_value.h"
 
-#include <charconv>
 #include <cstdint>
 
 #include <qxdb/QXDateTime.h>
 
 #include "adapter/decimal_text.h"
+#include "util/number.h"
 
 namespace CQXDB::adapter {
 namespace {
-
-template <typename Number>
-bool ReadWhole(std::string_view text, Number& number) noexcept {
-    const char* end = text.data() + text.size();
-    const auto [stop, fault] = std::from_chars(text.data(), end, number);
-    return fault == std::errc() && stop == end;
-}
 
 bool AppendBool(QXColumn& column, std::string_view text) {
     const bool yes = text == "t" || text == "true" || text == "1";
@@ -28,7 +21,7 @@ bool AppendBool(QXColumn& column, std::string_view text) {
 
 bool AppendDouble(QXColumn& column, std::string_view text) {
     double number = 0;
-    if (!ReadWhole(text, number)) {
+    if (!CQXBASE::ReadWhole(text, number)) {
         return false;
     }
     column.AppendDouble(number);
@@ -40,7 +33,7 @@ bool ReadCount(QXValueType type, std::string_view text, std::int64_t& count) noe
     std::int32_t days = 0;
     switch (type) {
         case QXValueType::Int64:
-            return ReadWhole(text, count);
+            return CQXBASE::ReadWhole(text, count);
         case QXValueType::Time:
             return QXDateTime::ParseTime(text, count);
         case QXValueType::Timestamp:

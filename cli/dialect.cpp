@@ -1,7 +1,7 @@
 #include "cli/dialect.h"
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <utility>
 
 namespace CQXCLI {
@@ -17,14 +17,14 @@ constexpr CQXBASE::SqlSyntax MySqlScriptSyntax() noexcept {
     return syntax;
 }
 
-constexpr std::array<std::pair<std::string_view, Dialect>, 6> kDialects = {{
+constexpr std::pair<std::string_view, Dialect> kDialects[] = {
     {"sqlite", {Family::Sqlite, '"', '"', CQXBASE::SqliteSyntax()}},
     {"postgresql", {Family::PostgreSql, '"', '"', CQXBASE::PostgreSqlSyntax()}},
     {"mysql", {Family::MySql, '`', '`', MySqlScriptSyntax()}},
     {"sqlserver", {Family::SqlServer, '[', ']', CQXBASE::SqlServerSyntax(), "GO"}},
     {"oracle", {Family::Oracle, '"', '"', {}, "/"}},
     {"other", {}},
-}};
+};
 
 Family FamilyOf(CQXDB::CQXDB_DSType_ENUM type) noexcept {
     switch (type) {
@@ -52,9 +52,9 @@ const Dialect& DialectOf(CQXDB::CQXDB_DSType_ENUM type) noexcept {
 }
 
 const Dialect* FindDialect(std::string_view name) noexcept {
-    const auto* found = std::find_if(kDialects.begin(), kDialects.end(),
+    const auto* found = std::find_if(std::begin(kDialects), std::end(kDialects),
                                      [name](const auto& entry) { return entry.first == name; });
-    return found == kDialects.end() ? nullptr : &found->second;
+    return found == std::end(kDialects) ? nullptr : &found->second;
 }
 
 std::string QuoteName(const Dialect& dialect, std::string_view name) {

@@ -8,6 +8,7 @@
 #include <qxdb/QXDateTime.h>
 
 #include "cli/exit_status.h"
+#include "util/number.h"
 
 namespace CQXCLI {
 
@@ -17,12 +18,6 @@ using CQXDB::QXValue;
 namespace {
 
 constexpr std::string_view kDigits = "0123456789";
-
-template <typename Number>
-bool ParseNumber(std::string_view text, Number& number) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size();
-}
 
 std::string_view WithoutSign(std::string_view text) {
     return text.substr(!text.empty() && text[0] == '-' ? 1 : 0);
@@ -93,14 +88,14 @@ QXValue ParseParameter(std::string_view text) {
 
 bool ParseInt64(std::string_view text, QXValue& value) {
     std::int64_t number = 0;
-    const bool whole = ParseNumber(text, number);
+    const bool whole = CQXBASE::ReadWhole(text, number);
     value = whole ? QXValue::Int64(number) : value;
     return whole;
 }
 
 bool ParseDouble(std::string_view text, QXValue& value) {
     double number = 0;
-    const bool whole = ParseNumber(text, number);
+    const bool whole = CQXBASE::ReadWhole(text, number);
     value = whole ? QXValue::Double(number) : value;
     return whole;
 }

@@ -4,6 +4,8 @@
 #include <limits>
 #include <system_error>
 
+#include "util/number.h"
+
 namespace CQXDB {
 namespace {
 
@@ -87,7 +89,7 @@ double ParseDouble(std::string_view text) noexcept {
     }
     double value = 0;
     const char* begin = number.digits.data();
-    const auto result = std::from_chars(begin, begin + number.digits.size(), value);
+    const auto result = CQXBASE::ReadDouble(begin, begin + number.digits.size(), value);
     if (result.ec == std::errc::result_out_of_range) {
         value = BeyondRange(number.digits);
     }

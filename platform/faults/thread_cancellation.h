@@ -7,10 +7,10 @@
 
 namespace CQXBASE::platform::faults {
 
-#ifdef _WIN32
-struct ThreadCancellation {};  // threads aren't cancelled by unwinding here
-#else
+#if defined(__GLIBCXX__) && !defined(_WIN32)
 using ThreadCancellation = abi::__forced_unwind;
+#else
+struct ThreadCancellation {};  // not told apart, or threads aren't cancelled by unwinding
 #endif
 
 }  // namespace CQXBASE::platform::faults
