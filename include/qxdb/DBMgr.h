@@ -6,7 +6,8 @@
 
 namespace CQXDB {
 
-/// Serves data sources whose type and driver type are both 0; the database member is the file path.
+/// For data sources whose type and driver type are both 0, which it takes for granted; the database
+/// member is the file path.
 class QXDB_ADAPTER_API DBMgr : public DBMgrBase {
   public:
     DBMgr() noexcept;

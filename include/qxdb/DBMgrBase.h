@@ -30,7 +30,8 @@ class QXDB_ADAPTER_API DBMgrBase {
     DBMgrBase(const DBMgrBase&) = delete;
     DBMgrBase& operator=(const DBMgrBase&) = delete;
 
-    /// True when a connection to the described database can be made. SQLite creates a missing file.
+    /// True when a connection to the described database can be made. SQLite creates a missing file
+    /// unless the option "mode" forbids it.
     bool CanConnect(QXDataSource* dataSource);
     /// A text without parameters may be a script of several statements.
     void Execute(QXCommand* command);
@@ -45,8 +46,8 @@ class QXDB_ADAPTER_API DBMgrBase {
     /// Runs the commands in one transaction and appends one recordset for each to `out`; after an
     /// error `out` is empty.
     void BatchQry(QXCommandList* list, QXRsList& out);
-    /// Closes the pooled connections that this process does not use at the moment. The database of
-    /// ":memory:" goes with its connection.
+    /// Closes the pooled connections, of all data sources of the manager's kind, that this process
+    /// does not use at the moment. The database of ":memory:" goes with its connection.
     void CloseConn();
 
     /// Bounds what the rows of one query or batch may take up in memory. A call beyond it fails
@@ -65,6 +66,7 @@ class QXDB_ADAPTER_API DBMgrBase {
 
     /// The database's own code of the last call's error, or a DBMgrError; 0 is success.
     long errNumber() const noexcept { return errNumber_; }
+    /// Its text, for people; "" after a success.
     std::wstring errDesc() const { return errDesc_; }
 
   protected:

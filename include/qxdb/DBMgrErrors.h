@@ -3,8 +3,8 @@
 
 namespace CQXDB {
 
-/// What errNumber() gives when the error is not the database's own. A database's codes are never in
-/// this range: SQLite's and MySQL's are positive, and an SQLSTATE is mapped to a positive number.
+/// What errNumber() gives when the error is not the database's own. The codes of SQLite and MySQL
+/// and those made of an SQLSTATE are positive; drivers behind ODBC choose their numbers themselves.
 enum DBMgrError : long {
     DBMGR_NO_COMMAND = -7001,  ///< a null pointer was passed for the command or the data source
     DBMGR_EMPTY_STATEMENT = -7002,  ///< the text holds no statement

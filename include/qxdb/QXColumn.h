@@ -22,11 +22,12 @@ class ColumnCodec;
 /// no value ever loses its type or a bit.
 ///
 /// A row takes 1 byte in a Bool column, 4 in a Date column, 8 in other columns of numbers, 4 beside
-/// its bytes in a column of texts, decimals or blobs, 9 beside its bytes in a Mixed one, and
-/// nothing while all rows are null. More than kMaxBytes: std::length_error.
+/// its bytes in a column of texts, decimals or blobs, and 9 beside its bytes in a Mixed one; in all
+/// but the last one bit more up to the last null. It takes nothing while all rows are null.
 class QXDB_OBJECTS_API QXColumn {
   public:
-    /// Bytes of text, decimals and blobs that one column holds at most.
+    /// Bytes of text, decimals and blobs that one column holds at most; appending more throws
+    /// std::length_error.
     static constexpr std::size_t kMaxBytes = 0xFFFFFFFFU;
 
     QXColumn() = default;
@@ -134,7 +135,7 @@ class QXDB_OBJECTS_API QXColumn {
     void Append(const QXValue& value);
     /// The rows of another column, whose name is dropped.
     void AppendRows(QXColumn&& other);
-    /// Makes room for `times` as many rows like those that are there.
+    /// Makes room for rows like those that are there, `times` as many in all.
     void ReserveTimes(double times);
     /// Makes room for `rows` rows in all, of the type the column has now.
     void Reserve(std::size_t rows);

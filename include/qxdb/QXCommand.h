@@ -56,10 +56,10 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
     const std::wstring& DB() const noexcept;
     void SetToken(const std::wstring& token) { token_ = token; }
     const std::wstring& Token() const noexcept { return token_; }
-    /// Rows a page; 0: all rows.
+    /// Rows a page, below 2^31; 0: all rows.
     void SetPageSize(long rows) { pageSize_ = static_cast<std::int32_t>(rows); }
     long PageSize() const noexcept { return pageSize_; }
-    /// Page number, from 1.
+    /// Page number, from 1 and below 2^31.
     void SetPageNo(long page) { pageNo_ = static_cast<std::int32_t>(page); }
     long PageNo() const noexcept { return pageNo_; }
 

@@ -37,9 +37,10 @@ class QXDB_OBJECTS_API QXDateTime {
     static std::string_view WriteTime(std::int64_t micros, TextRoom& room) noexcept;
     static std::string_view WriteTimestamp(std::int64_t micros, TextRoom& room) noexcept;
 
-    /// Each parses the whole text or returns false and leaves the result alone. A timestamp may
-    /// have "T" for the blank, may be a date alone, and may end in "Z" or an offset such as
-    /// "+02:00", which is applied so that the result is UTC.
+    /// Each parses the whole text or returns false and leaves the result alone. Seconds may be
+    /// missing, and digits behind the sixth of a fraction are cut off. A timestamp may have "T" for
+    /// the blank, may be a date alone, and may end in "Z" or an offset such as "+02:00", which is
+    /// applied so that the result is UTC.
     static bool ParseDate(std::string_view text, std::int32_t& days) noexcept;
     static bool ParseTime(std::string_view text, std::int64_t& micros) noexcept;
     static bool ParseTimestamp(std::string_view text, std::int64_t& micros) noexcept;

@@ -16,7 +16,7 @@ class QXOtpAuth {
       public:
         std::uint32_t kind;  ///< which kind of password; its meaning is the server's
         std::string first;   ///< bytes; they travel as they are
-        std::string second;
+        std::string second;  ///< the same
 
         OtpAuth_Data(std::uint32_t newKind, const std::string& newFirst,
                      const std::string& newSecond);

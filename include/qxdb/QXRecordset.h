@@ -27,7 +27,8 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     QXRecordset& operator=(QXRecordset&&) noexcept = default;
     ~QXRecordset() override = default;
 
-    // Page. Set before a query, it says which rows to fetch; 0 rows a page means all of them.
+    // Page. Set before a query, it says which rows to fetch; 0 rows a page means all of them. Both
+    // numbers are below 2^31.
     void setPageSize(long rows) { pageSize_ = static_cast<std::int32_t>(rows); }
     long pageSize() const noexcept { return pageSize_; }
     void setCurrentPage(long page) { currentPage_ = static_cast<std::int32_t>(page); }
