@@ -6,14 +6,6 @@
 #include "util/text.h"
 
 namespace CQXDB {
-namespace {
-
-const QXDataSource& DefaultDataSource() {
-    static const QXDataSource source;
-    return source;
-}
-
-}  // namespace
 
 QXCommand::QXCommand() = default;
 QXCommand::QXCommand(std::wstring_view text) {
@@ -58,26 +50,6 @@ void QXCommand::SetParam(std::size_t index, QXValue value) {
         params_.resize(index + 1);
     }
     params_[index] = std::move(value);
-}
-
-void QXCommand::SetSysDataSrc(const QXDataSource& dataSource) {
-    dataSource_ = std::make_shared<const QXDataSource>(dataSource);
-}
-
-const QXDataSource& QXCommand::SysDataSrc() const noexcept {
-    return dataSource_ ? *dataSource_ : DefaultDataSource();
-}
-
-void QXCommand::SetDB(const std::wstring& database) {
-    if (database != DB()) {
-        QXDataSource changed = SysDataSrc();
-        changed.database = database;
-        dataSource_ = std::make_shared<const QXDataSource>(std::move(changed));
-    }
-}
-
-const std::wstring& QXCommand::DB() const noexcept {
-    return SysDataSrc().database;
 }
 
 }  // namespace CQXDB

@@ -5,15 +5,13 @@
 
 #include "objects/encoding/column_head.h"
 #include "objects/encoding/command_groups.h"
-#include "objects/encoding/command_stamp.h"
 #include "objects/encoding/format_version.h"
 
 namespace CQXDB {
 
 int QXCommandList::toCDR(ACE_OutputCDR& out) const {
     const Groups groups = Sorted();
-    if (!encoding::WriteVersion(out) ||
-        !encoding::WriteStamp(out, dataSource_, token_, pageSize_, pageNo_) ||
+    if (!encoding::WriteVersion(out) || !WriteStamp(out) ||
         !CQXBASE::encoding::WriteCount(out, Count()) ||
         !CQXBASE::encoding::WriteCount(out, groups->Count())) {
         return 0;
@@ -29,9 +27,8 @@ int QXCommandList::fromCDR(ACE_InputCDR& in) {
     RemoveAll();
     std::uint32_t count = 0;
     std::uint32_t groupCount = 0;
-    if (!encoding::ReadVersion(in) ||
-        !encoding::ReadStamp(in, dataSource_, token_, pageSize_, pageNo_) ||
-        !CQXBASE::encoding::ReadULong(in, count) || !CQXBASE::encoding::ReadULong(in, groupCount)) {
+    if (!encoding::ReadVersion(in) || !ReadStamp(in) || !CQXBASE::encoding::ReadULong(in, count) ||
+        !CQXBASE::encoding::ReadULong(in, groupCount)) {
         return 0;
     }
     if (count == 0 || groupCount == 0) {
@@ -96,8 +93,7 @@ std::size_t QXCommandList::size() {
             std::atomic_store(&sorted_.groups, groups);
         }
     }
-    return 3 * CQXBASE::encoding::kNumberSize + encoding::StampSize(dataSource_, token_) +
-           columns.Total();
+    return 3 * CQXBASE::encoding::kNumberSize + StampSize() + columns.Total();
 }
 
 }  // namespace CQXDB

@@ -1,7 +1,7 @@
 #include <qxdb/QXCommand.h>
 
+#include "objects/encoding/cdr_fields.h"
 #include "objects/encoding/column_stream.h"
-#include "objects/encoding/command_stamp.h"
 #include "objects/encoding/command_weights.h"
 #include "objects/encoding/format_version.h"
 
@@ -31,8 +31,7 @@ std::size_t ParamsBound(const std::vector<QXValue>& params) {
 }  // namespace
 
 int QXCommand::toCDR(ACE_OutputCDR& out) const {
-    if (!encoding::WriteVersion(out) ||
-        !encoding::WriteStamp(out, SysDataSrc(), token_, pageSize_, pageNo_) ||
+    if (!encoding::WriteVersion(out) || !WriteStamp(out) ||
         !CQXBASE::encoding::WriteNarrow(out, TextUtf8()) ||
         !CQXBASE::encoding::WriteCount(out, params_.size())) {
         return 0;
@@ -45,17 +44,14 @@ int QXCommand::toCDR(ACE_OutputCDR& out) const {
 }
 
 int QXCommand::fromCDR(ACE_InputCDR& in) {
-    QXDataSource dataSource;
     std::string text;
     std::uint32_t count = 0;
     ClearParams();
-    if (!encoding::ReadVersion(in) ||
-        !encoding::ReadStamp(in, dataSource, token_, pageSize_, pageNo_) ||
-        !CQXBASE::encoding::ReadNarrow(in, text) || !CQXBASE::encoding::ReadULong(in, count)) {
+    if (!encoding::ReadVersion(in) || !ReadStamp(in) || !CQXBASE::encoding::ReadNarrow(in, text) ||
+        !CQXBASE::encoding::ReadULong(in, count)) {
         return 0;
     }
     text_ = std::make_shared<const std::string>(std::move(text));
-    dataSource_ = std::make_shared<const QXDataSource>(std::move(dataSource));
     if (count == 0) {
         return in.good_bit();
     }
@@ -72,7 +68,7 @@ int QXCommand::fromCDR(ACE_InputCDR& in) {
 }
 
 std::size_t QXCommand::size() {
-    return 2 * CQXBASE::encoding::kNumberSize + encoding::StampSize(SysDataSrc(), token_) +
+    return 2 * CQXBASE::encoding::kNumberSize + StampSize() +
            CQXBASE::encoding::NarrowSize(TextUtf8()) + ParamsBound(params_);
 }
 

@@ -2,22 +2,20 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <qxdb/QXDataSource.h>
-#include <qxdb/QXIOBase.h>
+#include <qxdb/QXCommandBase.h>
 #include <qxdb/QXValue.h>
 
 namespace CQXDB {
 
 /// Parameters stand as "?" in the text, on every database; "??" is a literal question mark. Copies
-/// share the statement text and the data source until one of them is changed, so a copy a row is
-/// cheap.
-class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
+/// share the statement text, as they do the data source, until one of them is changed, so a copy a
+/// row is cheap.
+class QXDB_OBJECTS_API QXCommand : public QXCommandBase {
   public:
     QXCommand();
     explicit QXCommand(std::wstring_view text);
@@ -49,20 +47,6 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
     void ClearParams() noexcept { params_.clear(); }
     const std::vector<QXValue>& Params() const noexcept { return params_; }
 
-    // What the agent stamps on a command before it runs.
-    void SetSysDataSrc(const QXDataSource& dataSource);
-    const QXDataSource& SysDataSrc() const noexcept;
-    void SetDB(const std::wstring& database);  ///< also the stamped data source's database name
-    const std::wstring& DB() const noexcept;
-    void SetToken(const std::wstring& token) { token_ = token; }
-    const std::wstring& Token() const noexcept { return token_; }
-    /// Rows a page, below 2^31; 0: all rows.
-    void SetPageSize(long rows) { pageSize_ = static_cast<std::int32_t>(rows); }
-    long PageSize() const noexcept { return pageSize_; }
-    /// Page number, from 1 and below 2^31.
-    void SetPageNo(long page) { pageNo_ = static_cast<std::int32_t>(page); }
-    long PageNo() const noexcept { return pageNo_; }
-
     int toCDR(ACE_OutputCDR& out) const override;
     int fromCDR(ACE_InputCDR& in) override;
     std::size_t size() override;
@@ -74,10 +58,6 @@ class QXDB_OBJECTS_API QXCommand : public CQXBASE::QXIOBase {
 
     std::shared_ptr<const std::string> text_;  ///< UTF-8; null stands for an empty one
     std::vector<QXValue> params_;
-    std::shared_ptr<const QXDataSource> dataSource_;  ///< null stands for a default one
-    std::wstring token_;
-    std::int32_t pageSize_ = 0;
-    std::int32_t pageNo_ = 1;
 
     friend class QXCommandList;
 };

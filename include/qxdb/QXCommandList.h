@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -17,7 +16,7 @@ class CommandGroups;
 }
 
 /// What the list holds (data source, token, page) counts; the same members of its commands do not.
-class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
+class QXDB_OBJECTS_API QXCommandList : public QXCommandBase {
   public:
     void Add(QXCommand command) {
         Change();
@@ -54,17 +53,6 @@ class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
     void KeepColumns() noexcept { keepsColumns_ = true; }
     /// Those columns, for what runs the list; null when it holds commands.
     const encoding::CommandGroups* Columns() const noexcept { return columns_.get(); }
-
-    void SetSysDataSrc(const QXDataSource& dataSource) { dataSource_ = dataSource; }
-    const QXDataSource& SysDataSrc() const noexcept { return dataSource_; }
-    void SetDB(const std::wstring& database) { dataSource_.database = database; }
-    const std::wstring& DB() const noexcept { return dataSource_.database; }
-    void SetToken(const std::wstring& token) { token_ = token; }
-    const std::wstring& Token() const noexcept { return token_; }
-    void SetPageSize(long rows) { pageSize_ = static_cast<std::int32_t>(rows); }
-    long PageSize() const noexcept { return pageSize_; }
-    void SetPageNo(long page) { pageNo_ = static_cast<std::int32_t>(page); }
-    long PageNo() const noexcept { return pageNo_; }
 
     int toCDR(ACE_OutputCDR& out) const override;
     int fromCDR(ACE_InputCDR& in) override;
@@ -104,10 +92,6 @@ class QXDB_OBJECTS_API QXCommandList : public CQXBASE::QXIOBase {
     bool keepsColumns_ = false;
     bool lent_ = false;  ///< someone may hold a command and change it
     mutable Remembered sorted_;
-    QXDataSource dataSource_;
-    std::wstring token_;
-    std::int32_t pageSize_ = 0;
-    std::int32_t pageNo_ = 1;
 };
 
 }  // namespace CQXDB

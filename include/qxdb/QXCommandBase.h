@@ -1,0 +1,50 @@
+// What the agent stamps on a command or command list before it runs.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <qxdb/QXDataSource.h>
+#include <qxdb/QXIOBase.h>
+
+namespace CQXDB {
+
+/// Copies share the data source until one of them is given another.
+class QXDB_OBJECTS_API QXCommandBase : public CQXBASE::QXIOBase {
+  public:
+    void SetSysDataSrc(const QXDataSource& dataSource);
+    const QXDataSource& SysDataSrc() const noexcept;
+    void SetDB(const std::wstring& database);  ///< also the stamped data source's database name
+    const std::wstring& DB() const noexcept;
+    void SetToken(const std::wstring& token) { token_ = token; }
+    const std::wstring& Token() const noexcept { return token_; }
+    /// Rows a page, below 2^31; 0: all rows.
+    void SetPageSize(long rows) { pageSize_ = static_cast<std::int32_t>(rows); }
+    long PageSize() const noexcept { return pageSize_; }
+    /// Page number, from 1 and below 2^31.
+    void SetPageNo(long page) { pageNo_ = static_cast<std::int32_t>(page); }
+    long PageNo() const noexcept { return pageNo_; }
+
+  protected:
+    QXCommandBase() = default;
+    QXCommandBase(const QXCommandBase&) = default;
+    QXCommandBase(QXCommandBase&&) = default;
+    QXCommandBase& operator=(const QXCommandBase&) = default;
+    QXCommandBase& operator=(QXCommandBase&&) = default;
+    ~QXCommandBase() override = default;
+
+    // The stamp travels in front of the statements. These are as toCDR, fromCDR and size.
+    bool WriteStamp(ACE_OutputCDR& out) const;
+    bool ReadStamp(ACE_InputCDR& in);
+    std::size_t StampSize() const;
+
+  private:
+    std::shared_ptr<const QXDataSource> dataSource_;  ///< null stands for a default one
+    std::wstring token_;
+    std::int32_t pageSize_ = 0;
+    std::int32_t pageNo_ = 1;
+};
+
+}  // namespace CQXDB

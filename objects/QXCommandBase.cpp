@@ -1,0 +1,58 @@
+#include <utility>
+
+#include <qxdb/QXCommandBase.h>
+
+#include "objects/encoding/cdr_fields.h"
+
+namespace CQXDB {
+namespace {
+
+const QXDataSource& DefaultDataSource() {
+    static const QXDataSource source;
+    return source;
+}
+
+}  // namespace
+
+void QXCommandBase::SetSysDataSrc(const QXDataSource& dataSource) {
+    dataSource_ = std::make_shared<const QXDataSource>(dataSource);
+}
+
+const QXDataSource& QXCommandBase::SysDataSrc() const noexcept {
+    return dataSource_ ? *dataSource_ : DefaultDataSource();
+}
+
+void QXCommandBase::SetDB(const std::wstring& database) {
+    if (database != DB()) {
+        QXDataSource changed = SysDataSrc();
+        changed.database = database;
+        dataSource_ = std::make_shared<const QXDataSource>(std::move(changed));
+    }
+}
+
+const std::wstring& QXCommandBase::DB() const noexcept {
+    return SysDataSrc().database;
+}
+
+bool QXCommandBase::WriteStamp(ACE_OutputCDR& out) const {
+    return SysDataSrc().toCDR(out) != 0 && CQXBASE::encoding::WriteWide(out, token_) &&
+           CQXBASE::encoding::WriteLong(out, pageSize_) &&
+           CQXBASE::encoding::WriteLong(out, pageNo_);
+}
+
+bool QXCommandBase::ReadStamp(ACE_InputCDR& in) {
+    QXDataSource dataSource;
+    if (dataSource.fromCDR(in) == 0 || !CQXBASE::encoding::ReadWide(in, token_) ||
+        !CQXBASE::encoding::ReadLong(in, pageSize_) || !CQXBASE::encoding::ReadLong(in, pageNo_)) {
+        return false;
+    }
+    dataSource_ = std::make_shared<const QXDataSource>(std::move(dataSource));
+    return true;
+}
+
+std::size_t QXCommandBase::StampSize() const {
+    return QXDataSource(SysDataSrc()).size() + CQXBASE::encoding::WideSize(token_) +
+           2 * CQXBASE::encoding::kNumberSize;
+}
+
+}  // namespace CQXDB
