@@ -1,6 +1,5 @@
 #include "adapter/decimal_text.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -18,16 +17,6 @@ std::string Filled(std::string text, int scale) {
 }
 
 }  // namespace
-
-bool IsDecimal(std::string_view text) noexcept {
-    if (!text.empty() && (text[0] == '-' || text[0] == '+')) {
-        text.remove_prefix(1);
-    }
-    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    const auto digits = std::count_if(text.begin(), text.end(), isDigit);
-    const auto points = std::count(text.begin(), text.end(), '.');
-    return digits > 0 && points <= 1 && static_cast<std::size_t>(digits + points) == text.size();
-}
 
 std::string DecimalOf(std::int64_t number, int scale) {
     return Filled(std::to_string(number), scale);

@@ -3,12 +3,9 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace CQXDB::adapter {
 
-/// True for an optional sign, digits and at most one decimal point with a digit beside it.
-bool IsDecimal(std::string_view text) noexcept;
 /// With `scale` zeros after the point.
 std::string DecimalOf(std::int64_t number, int scale);
 /// The shortest text that reads back as the same double, without an exponent, filled up with zeros

@@ -4,24 +4,23 @@
 
 #include <qxdb/QXDateTime.h>
 
-#include "adapter/decimal_text.h"
-#include "util/number.h"
+#include "util/strict_parse.h"
 
 namespace CQXDB::adapter {
 namespace {
 
 bool AppendBool(QXColumn& column, std::string_view text) {
-    const bool yes = text == "t" || text == "true" || text == "1";
-    if (!yes && text != "f" && text != "false" && text != "0") {
+    bool flag = false;
+    if (!CQXBASE::ParseFlag(text, flag)) {
         return false;
     }
-    column.AppendInt64(yes ? 1 : 0, QXValueType::Bool);
+    column.AppendInt64(flag ? 1 : 0, QXValueType::Bool);
     return true;
 }
 
 bool AppendDouble(QXColumn& column, std::string_view text) {
     double number = 0;
-    if (!CQXBASE::ReadWhole(text, number)) {
+    if (!CQXBASE::ParseWhole(text, number)) {
         return false;
     }
     column.AppendDouble(number);
@@ -33,7 +32,7 @@ bool ReadCount(QXValueType type, std::string_view text, std::int64_t& count) noe
     std::int32_t days = 0;
     switch (type) {
         case QXValueType::Int64:
-            return CQXBASE::ReadWhole(text, count);
+            return CQXBASE::ParseWhole(text, count);
         case QXValueType::Time:
             return QXDateTime::ParseTime(text, count);
         case QXValueType::Timestamp:
@@ -67,7 +66,7 @@ bool TryAppend(QXColumn& column, QXValueType type, std::string_view text) {
             column.AppendInt64(count, type);
             return true;
         case QXValueType::Decimal:
-            if (!IsDecimal(text)) {
+            if (!CQXBASE::IsDecimal(text)) {
                 return false;
             }
             [[fallthrough]];

@@ -1,6 +1,5 @@
 #include "cli/parameters.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <string>
@@ -8,12 +7,13 @@
 #include <qxdb/QXDateTime.h>
 
 #include "cli/exit_status.h"
-#include "util/number.h"
+#include "util/strict_parse.h"
 
 namespace CQXCLI {
 
 using CQXDB::QXDateTime;
 using CQXDB::QXValue;
+using CQXDB::QXValueType;
 
 namespace {
 
@@ -37,104 +37,19 @@ bool IsPlainNumber(std::string_view text) {
 
 QXValue ParsePlain(std::string_view text) {
     QXValue value = QXValue::TextUtf8(text);
-    if (IsPlainNumber(text) && !ParseInt64(text, value)) {
-        ParseDecimal(text, value);
+    if (IsPlainNumber(text) && !ParseAs(QXValueType::Int64, text, value)) {
+        ParseAs(QXValueType::Decimal, text, value);
     }
     return value;
 }
 
-bool ParseHex(std::string_view text, QXValue& value) {
-    return ParseBlob(text.substr(0, 2) == "\\x" ? text : "\\x" + std::string(text), value);
-}
-
-bool ParseText(std::string_view text, QXValue& value) {
-    value = QXValue::TextUtf8(text);
-    return true;
-}
-
-struct Reader {
-    std::string_view type;
-    bool (*read)(std::string_view, QXValue&);
-};
-
-constexpr Reader kReaders[] = {
-    {"int", ParseInt64}, {"double", ParseDouble},       {"decimal", ParseDecimal},
-    {"bool", ParseBool}, {"text", ParseText},           {"date", ParseDate},
-    {"time", ParseTime}, {"timestamp", ParseTimestamp}, {"blob", ParseHex},
-};
-
-}  // namespace
-
-QXValue ParseParameter(std::string_view text) {
-    if (text == "null") {
-        return QXValue::Null();
-    }
-    const std::size_t colon = text.find(':');
-    for (const Reader& reader : kReaders) {
-        if (colon == std::string_view::npos || text.substr(0, colon) != reader.type) {
-            continue;
-        }
-        QXValue value;
-        if (!reader.read(text.substr(colon + 1), value)) {
-            throw CliError(kWrongUsage, "--param " + std::string(text) + ": \"" +
-                                            std::string(text.substr(colon + 1)) +
-                                            "\" is no value of the type " +
-                                            std::string(reader.type));
-        }
-        return value;
-    }
-    return ParsePlain(text);
-}
-
-bool ParseInt64(std::string_view text, QXValue& value) {
-    std::int64_t number = 0;
-    const bool whole = CQXBASE::ReadWhole(text, number);
-    value = whole ? QXValue::Int64(number) : value;
+/// Sets `value` to what `make` makes of what `read` reads.
+template <typename Raw, typename Read, typename Make>
+bool ParseWith(Read read, Make make, std::string_view text, QXValue& value) {
+    Raw raw{};
+    const bool whole = read(text, raw);
+    value = whole ? make(raw) : value;
     return whole;
-}
-
-bool ParseDouble(std::string_view text, QXValue& value) {
-    double number = 0;
-    const bool whole = CQXBASE::ReadWhole(text, number);
-    value = whole ? QXValue::Double(number) : value;
-    return whole;
-}
-
-bool ParseDecimal(std::string_view text, QXValue& value) {
-    const std::string_view number = WithoutSign(text);
-    const auto points = std::count(number.begin(), number.end(), '.');
-    const bool decimal = number.find_first_not_of("0123456789.") == std::string_view::npos &&
-                         number.find_first_of(kDigits) != std::string_view::npos && points <= 1;
-    value = decimal ? QXValue::Decimal(text) : value;
-    return decimal;
-}
-
-bool ParseBool(std::string_view text, QXValue& value) {
-    const bool yes = text == "true" || text == "t" || text == "1";
-    const bool no = text == "false" || text == "f" || text == "0";
-    value = yes || no ? QXValue::Bool(yes) : value;
-    return yes || no;
-}
-
-bool ParseDate(std::string_view text, QXValue& value) {
-    std::int32_t days = 0;
-    const bool date = QXDateTime::ParseDate(text, days);
-    value = date ? QXValue::Date(days) : value;
-    return date;
-}
-
-bool ParseTime(std::string_view text, QXValue& value) {
-    std::int64_t micros = 0;
-    const bool time = QXDateTime::ParseTime(text, micros);
-    value = time ? QXValue::Time(micros) : value;
-    return time;
-}
-
-bool ParseTimestamp(std::string_view text, QXValue& value) {
-    std::int64_t micros = 0;
-    const bool timestamp = QXDateTime::ParseTimestamp(text, micros);
-    value = timestamp ? QXValue::Timestamp(micros) : value;
-    return timestamp;
 }
 
 bool ParseBlob(std::string_view text, QXValue& value) {
@@ -153,6 +68,75 @@ bool ParseBlob(std::string_view text, QXValue& value) {
     }
     value = QXValue::Blob(bytes.data(), bytes.size());
     return true;
+}
+
+struct TypeName {
+    std::string_view name;
+    QXValueType type;
+};
+
+constexpr TypeName kTypes[] = {
+    {"int", QXValueType::Int64},       {"double", QXValueType::Double},
+    {"decimal", QXValueType::Decimal}, {"bool", QXValueType::Bool},
+    {"text", QXValueType::Text},       {"date", QXValueType::Date},
+    {"time", QXValueType::Time},       {"timestamp", QXValueType::Timestamp},
+    {"blob", QXValueType::Blob},
+};
+
+}  // namespace
+
+QXValue ParseParameter(std::string_view text) {
+    if (text == "null") {
+        return QXValue::Null();
+    }
+    const std::size_t colon = text.find(':');
+    for (const TypeName& known : kTypes) {
+        if (colon == std::string_view::npos || text.substr(0, colon) != known.name) {
+            continue;
+        }
+        const std::string written(text.substr(colon + 1));
+        const bool bare = known.type == QXValueType::Blob && written.substr(0, 2) != "\\x";
+        QXValue value;
+        if (!ParseAs(known.type, bare ? "\\x" + written : written, value)) {
+            throw CliError(kWrongUsage, "--param " + std::string(text) + ": \"" + written +
+                                            "\" is no value of the type " +
+                                            std::string(known.name));
+        }
+        return value;
+    }
+    return ParsePlain(text);
+}
+
+bool ParseAs(QXValueType type, std::string_view text, QXValue& value) {
+    switch (type) {
+        case QXValueType::Int64:
+            return ParseWith<std::int64_t>(CQXBASE::ParseWhole<std::int64_t>, QXValue::Int64, text,
+                                           value);
+        case QXValueType::Double:
+            return ParseWith<double>(CQXBASE::ParseWhole<double>, QXValue::Double, text, value);
+        case QXValueType::Bool:
+            return ParseWith<bool>(CQXBASE::ParseFlag, QXValue::Bool, text, value);
+        case QXValueType::Date:
+            return ParseWith<std::int32_t>(QXDateTime::ParseDate, QXValue::Date, text, value);
+        case QXValueType::Time:
+            return ParseWith<std::int64_t>(QXDateTime::ParseTime, QXValue::Time, text, value);
+        case QXValueType::Timestamp:
+            return ParseWith<std::int64_t>(QXDateTime::ParseTimestamp, QXValue::Timestamp, text,
+                                           value);
+        case QXValueType::Blob:
+            return ParseBlob(text, value);
+        case QXValueType::Decimal:
+            if (text.substr(0, 1) == "+" || !CQXBASE::IsDecimal(text)) {
+                return false;
+            }
+            value = QXValue::Decimal(text);
+            return true;
+        case QXValueType::Text:
+            value = QXValue::TextUtf8(text);
+            return true;
+        default:
+            return false;
+    }
 }
 
 }  // namespace CQXCLI

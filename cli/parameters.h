@@ -17,14 +17,8 @@ namespace CQXCLI {
 /// Throws CliError (kWrongUsage) for a value that its type can't hold.
 CQXDB::QXValue ParseParameter(std::string_view text);
 
-/// Each reads the whole text, or returns false and leaves the value alone.
-bool ParseInt64(std::string_view text, CQXDB::QXValue& value);
-bool ParseDouble(std::string_view text, CQXDB::QXValue& value);
-bool ParseDecimal(std::string_view text, CQXDB::QXValue& value);
-bool ParseBool(std::string_view text, CQXDB::QXValue& value);  ///< true, false, t, f, 1, 0
-bool ParseDate(std::string_view text, CQXDB::QXValue& value);
-bool ParseTime(std::string_view text, CQXDB::QXValue& value);
-bool ParseTimestamp(std::string_view text, CQXDB::QXValue& value);
-bool ParseBlob(std::string_view text, CQXDB::QXValue& value);  ///< "\x" and hexadecimal digits
+/// Reads the whole text as a value of the type, or returns false and leaves `value` alone: numbers
+/// without a "+", booleans as true, false, t, f, 1 or 0, blobs as "\x" and hexadecimal digits.
+bool ParseAs(CQXDB::QXValueType type, std::string_view text, CQXDB::QXValue& value);
 
 }  // namespace CQXCLI

@@ -1,7 +1,6 @@
 // Database URLs.
-#include <cctype>
-
 #include <Poco/Exception.h>
+#include <Poco/String.h>
 
 #include <qxdb/QXDataSource.h>
 
@@ -23,13 +22,6 @@ constexpr Scheme kServerSchemes[] = {
     {"mysql", CQXDB_DS_MYSQL},           {"mariadb", CQXDB_DS_MARIADB},
     {"sqlserver", CQXDB_DS_SQLSERVER},   {"oracle", CQXDB_DS_ORACLE},
 };
-
-std::string Lower(std::string text) {
-    for (char& c : text) {
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
-    return text;
-}
 
 /// "sqlite:PATH" takes the path as it stands, "sqlite:///PATH" is a URL of an absolute path.
 QXDataSource FromSqlite(const std::string& rest) {
@@ -65,7 +57,7 @@ QXDataSource Parse(const std::string& url) {
     if (colon == std::string::npos) {
         throw UrlRefused{L"A database URL starts with its kind, as in sqlite:PATH."};
     }
-    const std::string scheme = Lower(url.substr(0, colon));
+    const std::string scheme = Poco::toLower(url.substr(0, colon));
     if (scheme == "sqlite") {
         return FromSqlite(url.substr(colon + 1));
     }

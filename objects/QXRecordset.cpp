@@ -3,6 +3,7 @@
 #include <qxdb/QXRecordset.h>
 
 #include "objects/value_conversion.h"
+#include "util/ascii.h"
 #include "util/double_bits.h"
 #include "util/text.h"
 
@@ -12,22 +13,6 @@ namespace CQXDB {
 constexpr std::size_t QXRecordset::npos;
 
 namespace {
-
-char AsciiLower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
-}
-
-bool SameName(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        if (AsciiLower(a[i]) != AsciiLower(b[i])) {
-            return false;
-        }
-    }
-    return true;
-}
 
 ValueView ViewOf(const QXColumn& column, std::size_t row) {
     const QXValueType type = column.TypeAt(row);
@@ -66,7 +51,7 @@ QXRecordset& QXRecordset::operator=(const QXRecordset& other) {
 std::size_t QXRecordset::FindColumn(std::wstring_view name) const {
     const std::string wanted = CQXBASE::WideToUtf8(name);
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-        if (SameName(Column(i).NameUtf8(), wanted)) {
+        if (CQXBASE::SameAsciiWord(Column(i).NameUtf8(), wanted)) {
             return i;
         }
     }

@@ -4,6 +4,7 @@
 #include <limits>
 #include <system_error>
 
+#include "util/ascii.h"
 #include "util/number.h"
 
 namespace CQXDB {
@@ -24,10 +25,6 @@ Signed SplitSign(std::string_view text) {
     return {negative, text};
 }
 
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 /// Decimal exponent of the first digit that isn't 0, as in 0.1 (-1) or 25.0 (1), without the part
 /// behind "e".
 std::int64_t LeadingExponent(std::string_view digits) {
@@ -37,7 +34,7 @@ std::int64_t LeadingExponent(std::string_view digits) {
     for (const char c : digits) {
         if (c == '.' && !point) {
             point = true;
-        } else if (!IsDigit(c)) {
+        } else if (!CQXBASE::IsAsciiDigit(c)) {
             break;
         } else if (!point && !(leading && c == '0')) {
             leading = false;
@@ -67,7 +64,7 @@ double BeyondRange(std::string_view digits) {
 
 std::int64_t ParseInt64(std::string_view text) noexcept {
     const Signed number = SplitSign(text);
-    if (number.digits.empty() || !IsDigit(number.digits.front())) {
+    if (number.digits.empty() || !CQXBASE::IsAsciiDigit(number.digits.front())) {
         return 0;
     }
     std::uint64_t value = 0;

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "util/ascii.h"
+
 namespace CQXDB {
 
 /// Takes a text apart from its front. A call that returns false takes nothing.
@@ -22,7 +24,7 @@ class TextScanner {
     bool TakeNumber(std::size_t least, std::size_t most, std::int64_t& value) noexcept {
         std::size_t digits = 0;
         std::int64_t read = 0;
-        while (digits < rest_.size() && digits < most && IsDigit(rest_[digits])) {
+        while (digits < rest_.size() && digits < most && CQXBASE::IsAsciiDigit(rest_[digits])) {
             read = read * 10 + (rest_[digits++] - '0');
         }
         if (digits < least) {
@@ -37,7 +39,7 @@ class TextScanner {
     bool TakeFraction(std::size_t digits, std::int64_t& value) noexcept {
         std::size_t taken = 0;
         std::int64_t read = 0;
-        for (; !rest_.empty() && IsDigit(rest_.front()); ++taken) {
+        for (; !rest_.empty() && CQXBASE::IsAsciiDigit(rest_.front()); ++taken) {
             read = taken < digits ? read * 10 + (rest_.front() - '0') : read;
             rest_.remove_prefix(1);
         }
@@ -49,8 +51,6 @@ class TextScanner {
     }
 
   private:
-    static bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
-
     std::string_view rest_;
 };
 

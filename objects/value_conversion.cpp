@@ -6,6 +6,7 @@
 #include <qxdb/QXDateTime.h>
 
 #include "objects/number_text.h"
+#include "util/ascii.h"
 #include "util/double_bits.h"
 
 namespace CQXDB {
@@ -24,16 +25,7 @@ std::int64_t Saturate(double value) noexcept {
 }
 
 bool IsTrueWord(std::string_view text) noexcept {
-    constexpr std::string_view kTrue = "true";
-    if (text.size() != 1 && text.size() != kTrue.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if ((text[i] | 0x20) != kTrue[i]) {
-            return false;
-        }
-    }
-    return true;
+    return CQXBASE::SameAsciiWord(text, "t") || CQXBASE::SameAsciiWord(text, "true");
 }
 
 std::string Hex(std::string_view bytes) {

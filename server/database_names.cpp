@@ -5,14 +5,16 @@
 #include <Poco/String.h>
 #include <Poco/StringTokenizer.h>
 
+#include "util/ascii.h"
+
 namespace CQXSERVER {
 namespace {
 
 constexpr std::size_t kMaxBytes = 64;
 
 bool IsNameByte(char c) noexcept {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-           c == '-' || c == '.';
+    return CQXBASE::IsAsciiLetter(c) || CQXBASE::IsAsciiDigit(c) || c == '_' || c == '-' ||
+           c == '.';
 }
 
 }  // namespace

@@ -24,6 +24,11 @@ inline std::string UpperAscii(std::string_view text) {
     std::transform(upper.begin(), upper.end(), upper.begin(), [](char c) { return UpperAscii(c); });
     return upper;
 }
+/// Whether two texts are the same but for the case of ASCII letters.
+inline bool SameAsciiWord(std::string_view a, std::string_view b) noexcept {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return UpperAscii(x) == UpperAscii(y); });
+}
 /// `text` without the blanks at its ends.
 inline std::string_view TrimAscii(std::string_view text) noexcept {
     while (!text.empty() && IsAsciiBlank(text.front())) {

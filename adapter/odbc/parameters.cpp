@@ -5,6 +5,7 @@
 #include <qxdb/QXDateTime.h>
 
 #include "adapter/odbc/connection.h"
+#include "util/ascii.h"
 
 namespace CQXDB::adapter::odbc {
 namespace {
@@ -122,8 +123,8 @@ void OdbcParameters::AddNull() {
 void OdbcParameters::AddDecimal(std::string_view text) {
     const std::size_t point = text.find('.');
     const std::size_t scale = point == std::string_view::npos ? 0 : text.size() - point - 1;
-    const auto digits = static_cast<SQLULEN>(
-        std::count_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }));
+    const auto digits =
+        static_cast<SQLULEN>(std::count_if(text.begin(), text.end(), CQXBASE::IsAsciiDigit));
     const Buffer& kept = buffers_.emplace_back(std::string(text));
     Bind({SQL_C_CHAR, SQL_NUMERIC, digits, static_cast<SQLSMALLINT>(scale)},
          std::get<std::string>(kept).data(), static_cast<SQLLEN>(text.size()));

@@ -1,12 +1,12 @@
 #include "cli/output/json_writer.h"
 
-#include <cctype>
 #include <set>
 #include <string_view>
 
 #include <Poco/JSONString.h>
 
 #include "cli/output/display_text.h"
+#include "util/ascii.h"
 
 namespace CQXCLI::output {
 
@@ -30,8 +30,7 @@ std::string UniqueName(const std::string& name, std::set<std::string>& taken) {
 std::string JsonNumber(std::string_view text) {
     std::string number(!text.empty() && text[0] == '-' ? "-" : "");
     text.remove_prefix(!text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0);
-    while (text.size() > 1 && text[0] == '0' &&
-           std::isdigit(static_cast<unsigned char>(text[1])) != 0) {
+    while (text.size() > 1 && text[0] == '0' && CQXBASE::IsAsciiDigit(text[1])) {
         text.remove_prefix(1);
     }
     if (text.find_first_not_of("0123456789.eE+-") != std::string_view::npos || text.empty()) {

@@ -8,7 +8,7 @@
 
 namespace CQXCLI::transfer {
 
-using CQXBASE::UpperAscii;
+using CQXBASE::SameAsciiWord;
 
 using CQXDB::QXValue;
 using CQXDB::QXValueType;
@@ -37,36 +37,12 @@ const TargetColumn& FindColumn(const std::vector<TargetColumn>& columns, const s
                                const CsvRow& header) {
     const TargetColumn* column = Find(columns, [&](const auto& each) { return each.name == name; });
     if (column == nullptr) {
-        const std::string upper = UpperAscii(name);
-        column = Find(columns, [&](const auto& each) { return UpperAscii(each.name) == upper; });
+        column = Find(columns, [&](const auto& each) { return SameAsciiWord(each.name, name); });
     }
     if (column == nullptr) {
         Refuse(header, "the table has no column \"" + name + "\"; it has " + NamesOf(columns));
     }
     return *column;
-}
-
-bool Parse(QXValueType type, std::string_view text, QXValue& value) {
-    switch (type) {
-        case QXValueType::Bool:
-            return ParseBool(text, value);
-        case QXValueType::Int64:
-            return ParseInt64(text, value);
-        case QXValueType::Double:
-            return ParseDouble(text, value);
-        case QXValueType::Decimal:
-            return ParseDecimal(text, value);
-        case QXValueType::Blob:
-            return ParseBlob(text, value);
-        case QXValueType::Date:
-            return ParseDate(text, value);
-        case QXValueType::Time:
-            return ParseTime(text, value);
-        case QXValueType::Timestamp:
-            return ParseTimestamp(text, value);
-        default:
-            return false;
-    }
 }
 
 }  // namespace
@@ -94,7 +70,7 @@ std::vector<TargetColumn> NamedColumns(const CQXDB::QXRecordset& table, const Cs
 
 QXValue ToValue(const CsvField& field, QXValueType type) {
     QXValue value;
-    if (!field.null && !Parse(type, field.text, value)) {
+    if (!field.null && !ParseAs(type, field.text, value)) {
         value = QXValue::TextUtf8(field.text);
     }
     return value;
