@@ -6,18 +6,14 @@
 #include "util/ascii.h"
 
 namespace CQXDB::adapter {
+
+using CQXBASE::SameAsciiWord;
+
 namespace {
 
-/// `upper` is in capitals.
-bool Is(std::string_view word, std::string_view upper) noexcept {
-    return word.size() == upper.size() &&
-           std::equal(word.begin(), word.end(), upper.begin(),
-                      [](char a, char b) { return CQXBASE::UpperAscii(a) == b; });
-}
-
-bool IsOneOf(std::string_view word, std::initializer_list<std::string_view> uppers) noexcept {
-    return std::any_of(uppers.begin(), uppers.end(),
-                       [word](std::string_view upper) { return Is(word, upper); });
+bool IsOneOf(std::string_view word, std::initializer_list<std::string_view> words) noexcept {
+    return std::any_of(words.begin(), words.end(),
+                       [word](std::string_view other) { return SameAsciiWord(word, other); });
 }
 
 /// True for what may stand behind the BEGIN of a transaction.
@@ -34,13 +30,13 @@ class BodyWatch {
 
     void Word(std::string_view word) noexcept {
         if (words_ == 0) {
-            create_ = Is(word, "CREATE");
+            create_ = SameAsciiWord(word, "CREATE");
         } else if (create_ && !body_) {
-            body_ = Is(word, "TRIGGER") ||
+            body_ = SameAsciiWord(word, "TRIGGER") ||
                     (nestedBodies_ && IsOneOf(word, {"PROCEDURE", "FUNCTION", "EVENT", "PACKAGE"}));
         }
         ++words_;
-        closing_ = afterSemicolon_ && Is(word, "END");
+        closing_ = afterSemicolon_ && SameAsciiWord(word, "END");
         afterSemicolon_ = false;
     }
     void OtherToken() noexcept { afterSemicolon_ = closing_ = false; }
@@ -123,30 +119,31 @@ bool ControlsTransaction(std::string_view statement, const SqlDialect& dialect) 
     }
     const std::string_view first = lexer.Text();
     SqlToken token = lexer.Next();
-    if (Is(first, "BEGIN")) {
+    if (SameAsciiWord(first, "BEGIN")) {
         // Otherwise it opens a block of statements.
         return token != SqlToken::Word || MayFollowBegin(lexer.Text());
     }
-    if (Is(first, "START")) {
-        return token == SqlToken::Word && Is(lexer.Text(), "TRANSACTION");
+    if (SameAsciiWord(first, "START")) {
+        return token == SqlToken::Word && SameAsciiWord(lexer.Text(), "TRANSACTION");
     }
-    if (Is(first, "COMMIT") || (dialect.endCommits && IsOneOf(first, {"END", "ABORT"}))) {
+    if (SameAsciiWord(first, "COMMIT") ||
+        (dialect.endCommits && IsOneOf(first, {"END", "ABORT"}))) {
         return true;
     }
-    if (!Is(first, "ROLLBACK")) {
+    if (!SameAsciiWord(first, "ROLLBACK")) {
         return false;
     }
     while (token == SqlToken::Word && IsOneOf(lexer.Text(), {"TRANSACTION", "WORK"})) {
         token = lexer.Next();
     }
-    return token != SqlToken::Word || !Is(lexer.Text(), "TO");
+    return token != SqlToken::Word || !SameAsciiWord(lexer.Text(), "TO");
 }
 
-bool HoldsTransactionControl(std::string_view text, const SqlDialect& dialect) {
-    const std::vector<std::string_view> statements = SplitStatements(text, dialect);
-    return std::any_of(
-        statements.begin(), statements.end(),
-        [&dialect](std::string_view statement) { return ControlsTransaction(statement, dialect); });
+bool HoldsTransactionControl(const std::vector<std::string_view>& script,
+                             const SqlDialect& dialect) {
+    return std::any_of(script.begin(), script.end(), [&dialect](std::string_view statement) {
+        return ControlsTransaction(statement, dialect);
+    });
 }
 
 std::string FirstWord(std::string_view statement, const SqlDialect& dialect) {

@@ -30,7 +30,8 @@ std::vector<std::string_view> SplitStatements(std::string_view text, const SqlDi
 bool ControlsTransaction(std::string_view statement, const SqlDialect& dialect);
 
 /// The same for any statement of a script.
-bool HoldsTransactionControl(std::string_view text, const SqlDialect& dialect);
+bool HoldsTransactionControl(const std::vector<std::string_view>& script,
+                             const SqlDialect& dialect);
 
 /// The first word of a statement in capitals; "" when it starts with something else.
 std::string FirstWord(std::string_view statement, const SqlDialect& dialect);

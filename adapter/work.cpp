@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "adapter/database_error.h"
+#include "adapter/statement_checks.h"
 #include "adapter/statement_text.h"
 #include "objects/encoding/command_groups.h"
 
@@ -22,7 +23,7 @@ const std::string& CheckedText(const std::string& text, const SqlDialect& dialec
         token = lexer.Next();
     }
     if (token == SqlToken::End) {
-        throw DatabaseError(DBMGR_EMPTY_STATEMENT, "the text holds no statement");
+        RefuseEmptyStatement();
     }
     return text;
 }
@@ -83,8 +84,9 @@ class ListRun {
 
     Statement& Look(const std::string& text, Preparing prepare) {
         if (&text != text_ || prepare != prepare_) {
-            if (HoldsTransactionControl(CheckedText(text, connection_.Dialect()),
-                                        connection_.Dialect())) {
+            const SqlDialect& dialect = connection_.Dialect();
+            if (HoldsTransactionControl(SplitStatements(CheckedText(text, dialect), dialect),
+                                        dialect)) {
                 throw DatabaseError(DBMGR_TRANSACTION_CONTROL,
                                     "a command list is one transaction and can't hold a statement "
                                     "that begins or ends one");

@@ -7,6 +7,7 @@
 #include "adapter/mysql/errors.h"
 #include "adapter/mysql/script.h"
 #include "adapter/mysql/statement.h"
+#include "adapter/statement_checks.h"
 
 namespace CQXDB::adapter::mysql {
 
@@ -63,9 +64,7 @@ bool MySqlConnection::InTransaction() noexcept {
 }
 
 void MySqlConnection::UseDatabase(const std::string& name) {
-    if (name.find('\0') != std::string::npos) {
-        throw DatabaseError(DBMGR_BAD_DATA_SOURCE, "the data source's database holds a NUL");
-    }
+    RefuseNul(name, "database");
     // The server tells of a USE statement, so that `db` is where the connection stands.
     const char* current = Handle()->db;
     const bool there = name.empty() || (current != nullptr && name == current);

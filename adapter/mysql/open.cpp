@@ -8,6 +8,7 @@
 #include "adapter/mysql/database.h"
 #include "adapter/mysql/errors.h"
 #include "adapter/options.h"
+#include "adapter/statement_checks.h"
 #include "util/text.h"
 
 namespace CQXDB::adapter::mysql {
@@ -31,11 +32,9 @@ struct Settings {
 };
 
 std::string Narrow(const std::wstring& text, const char* what) {
-    if (text.find(L'\0') != std::wstring::npos) {
-        throw DatabaseError(DBMGR_BAD_DATA_SOURCE,
-                            std::string("the data source's ") + what + " holds a NUL");
-    }
-    return CQXBASE::WideToUtf8(text);
+    std::string utf8 = CQXBASE::WideToUtf8(text);
+    RefuseNul(utf8, what);
+    return utf8;
 }
 
 void TakeOptions(Options& options, Settings& settings) {

@@ -54,11 +54,8 @@ MySqlRowReader::MySqlRowReader(MYSQL* connection, MYSQL_STMT* statement, QXRecor
     const unsigned count = mysql_num_fields(result.get());
     const MYSQL_FIELD* fields = mysql_fetch_fields(result.get());
     for (unsigned i = 0; i < count; ++i) {
-        columns_.push_back(ColumnOf(fields[i]));
-        rs.AddColumn({fields[i].name, fields[i].name_length}, columns_.back().type);
-    }
-    for (unsigned i = 0; i < count; ++i) {
-        columns_[i].target = &rs.MutableColumn(i);
+        Column& column = columns_.emplace_back(ColumnOf(fields[i]));
+        column.target = &rs.AddColumn({fields[i].name, fields[i].name_length}, column.type);
     }
     Bind();
 }

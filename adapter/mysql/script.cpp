@@ -1,7 +1,8 @@
 #include "adapter/mysql/script.h"
 
 #include "adapter/mysql/connection.h"
-#include "adapter/parameter_count.h"
+#include "adapter/run_script.h"
+#include "adapter/statement_checks.h"
 #include "adapter/statement_text.h"
 
 namespace CQXDB::adapter::mysql {
@@ -27,15 +28,7 @@ Statement& MySqlScript::Prepared() {
 void MySqlScript::RunText() {
     const SqlDialect& dialect = connection_.Dialect();
     CheckParameterCount(ToNative(text_, dialect, ParameterStyle::QuestionMark).parameters, 0);
-    const bool wrap = !connection_.InTransaction() && SplitStatements(text_, dialect).size() > 1 &&
-                      !HoldsTransactionControl(text_, dialect);
-    if (wrap) {
-        connection_.Begin(TransactionKind::Write);
-    }
-    connection_.RunText(text_);
-    if (wrap) {
-        connection_.Commit();
-    }
+    RunScript(connection_, SplitStatements(text_, dialect), [this] { connection_.RunText(text_); });
 }
 
 }  // namespace CQXDB::adapter::mysql

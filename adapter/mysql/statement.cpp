@@ -7,11 +7,12 @@
 
 #include <Poco/Exception.h>
 
+#include "adapter/fetch_page.h"
 #include "adapter/mysql/connection.h"
 #include "adapter/mysql/errors.h"
 #include "adapter/mysql/parameters.h"
 #include "adapter/mysql/rows.h"
-#include "adapter/parameter_count.h"
+#include "adapter/statement_checks.h"
 #include "adapter/statement_text.h"
 
 namespace CQXDB::adapter::mysql {
@@ -82,21 +83,9 @@ void MySqlStatement::Query(const Parameters& parameters, const Page& page, QXRec
         limit.emplace(connection_, executor_, page);
     }
     Run(parameters);
-    Fetch(page, rs);
-    Finish();
-}
-
-void MySqlStatement::Fetch(const Page& page, QXRecordset& rs) {
     MySqlRowReader reader(connection_.Handle(), executor_, rs);
-    bool row = reader.HasColumns() && reader.Fetch();
-    for (std::int64_t i = 0; row && i < page.first; ++i) {
-        row = reader.Fetch();
-    }
-    for (std::int64_t i = 0; row && i < page.count; ++i) {
-        reader.Append();
-        page.CheckBytes(rs);
-        row = i + 1 < page.count && reader.Fetch();
-    }
+    FetchPage(reader, page, rs);
+    Finish();
 }
 
 void MySqlStatement::Finish() {

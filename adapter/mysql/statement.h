@@ -21,7 +21,6 @@ class MySqlStatement : public Statement {
 
   private:
     void Run(const Parameters& parameters);
-    void Fetch(const Page& page, QXRecordset& rs);
     [[noreturn]] void Fail();
     /// Reads and drops whatever the statement still has to give, such as the results of a
     /// procedure.

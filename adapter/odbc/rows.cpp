@@ -62,10 +62,8 @@ OdbcRowReader::OdbcRowReader(OdbcConnection& connection, SQLHSTMT statement, QXR
     SQLSMALLINT count = 0;
     Check(SQLNumResultCols(statement, &count));
     for (SQLUSMALLINT i = 1; i <= count; ++i) {
-        columns_.push_back({nullptr, AddColumn(i, rs).Type()});
-    }
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-        columns_[i].target = &rs.MutableColumn(i);
+        QXColumn& target = AddColumn(i, rs);
+        columns_.push_back({&target, target.Type()});
     }
 }
 

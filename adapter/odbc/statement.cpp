@@ -1,14 +1,15 @@
 #include "adapter/odbc/statement.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <vector>
 
+#include "adapter/fetch_page.h"
 #include "adapter/odbc/connection.h"
 #include "adapter/odbc/parameters.h"
 #include "adapter/odbc/rows.h"
 #include "adapter/odbc/text.h"
-#include "adapter/parameter_count.h"
+#include "adapter/run_script.h"
+#include "adapter/statement_checks.h"
 #include "adapter/statement_text.h"
 
 namespace CQXDB::adapter::odbc {
@@ -55,15 +56,7 @@ void OdbcStatement::Query(const Parameters& parameters, const Page& page, QXReco
     LimitRows(page);
     Start(parameters);
     OdbcRowReader reader(connection_, handle_, rs);
-    bool row = reader.HasColumns() && reader.Fetch();
-    for (std::int64_t i = 0; row && i < page.first; ++i) {
-        row = reader.Fetch();
-    }
-    for (std::int64_t i = 0; row && i < page.count; ++i) {
-        reader.Append();
-        page.CheckBytes(rs);
-        row = i + 1 < page.count && reader.Fetch();
-    }
+    FetchPage(reader, page, rs);
     Finish();
 }
 
@@ -79,8 +72,7 @@ void OdbcStatement::LimitRows(const Page& page) {
 void OdbcStatement::Prepare() {
     const std::vector<std::string_view> statements = SplitStatements(text_, connection_.Dialect());
     if (statements.size() > 1) {
-        throw DatabaseError(DBMGR_SEVERAL_STATEMENTS,
-                            "the text holds several statements where one is required");
+        RefuseSeveralStatements();
     }
     connection_.Watch(text_);
     // Without what surrounds it, in which some drivers look for more statements and parameters.
@@ -106,22 +98,16 @@ void OdbcStatement::RunText(std::string_view text) {
 
 void OdbcStatement::RunScript() {
     const std::vector<std::string_view> statements = SplitStatements(text_, connection_.Dialect());
-    const bool wrap = statements.size() > 1 && !connection_.InTransaction() &&
-                      !HoldsTransactionControl(text_, connection_.Dialect());
-    connection_.Watch(text_);
-    if (wrap) {
-        connection_.Begin(TransactionKind::Write);
-    }
-    if (connection_.OneStatementATime()) {
-        for (const std::string_view statement : statements) {
-            RunText(statement);
+    adapter::RunScript(connection_, statements, [&] {
+        connection_.Watch(text_);
+        if (connection_.OneStatementATime()) {
+            for (const std::string_view statement : statements) {
+                RunText(statement);
+            }
+        } else {
+            RunText(text_);
         }
-    } else {
-        RunText(text_);
-    }
-    if (wrap) {
-        connection_.Commit();
-    }
+    });
 }
 
 void OdbcStatement::Finish() {

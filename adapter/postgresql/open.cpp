@@ -7,6 +7,7 @@
 #include "adapter/postgresql/connection.h"
 #include "adapter/postgresql/database.h"
 #include "adapter/postgresql/errors.h"
+#include "adapter/statement_checks.h"
 #include "util/text.h"
 
 namespace CQXDB::adapter::postgresql {
@@ -28,11 +29,9 @@ bool KnownToLibpq(const std::string& key) {
 }
 
 void Set(Settings& settings, const std::string& key, const std::wstring& value) {
-    if (value.find(L'\0') != std::wstring::npos) {
-        throw DatabaseError(DBMGR_BAD_DATA_SOURCE, "the data source's " + key + " holds a NUL");
-    }
     if (!value.empty()) {
         settings[key] = CQXBASE::WideToUtf8(value);
+        RefuseNul(settings[key], key);
     }
 }
 

@@ -5,10 +5,10 @@
 #include <functional>
 
 #include "adapter/database_error.h"
-#include "adapter/parameter_count.h"
 #include "adapter/postgresql/connection.h"
 #include "adapter/postgresql/parameters.h"
 #include "adapter/postgresql/rows.h"
+#include "adapter/statement_checks.h"
 
 namespace CQXDB::adapter::postgresql {
 namespace {

@@ -69,26 +69,20 @@ SqliteRowReader::SqliteRowReader(sqlite3_stmt* statement, QXRecordset& rs)
     for (int i = 0; i < count; ++i) {
         const DeclaredType declared =
             ReadDeclaredType(OrEmpty(sqlite3_column_decltype(statement, i)));
-        rs.AddColumn(OrEmpty(sqlite3_column_name(statement, i)), declared.type);
-        columns_.push_back({nullptr, declared});
-    }
-    FindTargets();
-}
-
-void SqliteRowReader::FindTargets() {
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-        columns_[i].target = &rs_.MutableColumn(i);
+        columns_.push_back(
+            {&rs.AddColumn(OrEmpty(sqlite3_column_name(statement, i)), declared.type), declared});
     }
 }
 
 QXRecordset SqliteRowReader::TakePart() {
     QXRecordset part(std::move(rs_));
     rs_.Clear();
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-        const QXColumn& before = part.Column(i);
-        rs_.AddColumn(before.NameUtf8(), columns_[i].declared.type).Reserve(before.RowCount());
+    std::size_t index = 0;
+    for (Column& column : columns_) {
+        const QXColumn& before = part.Column(index++);
+        column.target = &rs_.AddColumn(before.NameUtf8(), column.declared.type);
+        column.target->Reserve(before.RowCount());
     }
-    FindTargets();
     return part;
 }
 

@@ -30,7 +30,6 @@ class SqliteRowReader {
     };
 
     std::size_t AppendCell(int index, const Column& column);
-    void FindTargets();
 
     QXRecordset& rs_;
     sqlite3_stmt* statement_;

@@ -1,10 +1,10 @@
 #include "adapter/sqlite/script.h"
 
-#include <algorithm>
 #include <string>
 #include <utility>
 
 #include "adapter/database_error.h"
+#include "adapter/run_script.h"
 #include "adapter/sqlite/connection.h"
 #include "adapter/statement_text.h"
 
@@ -30,12 +30,7 @@ void SqliteScript::Execute(const Parameters& parameters) {
     if (!parameters.empty()) {
         Refuse();
     }
-    const bool asItStands =
-        connection_.InTransaction() ||
-        std::any_of(statements_.begin(), statements_.end(), [](std::string_view statement) {
-            return ControlsTransaction(statement, kSqliteDialect);
-        });
-    asItStands ? RunFrom(0) : RunAsTransaction();
+    RunsAsItStands(connection_, statements_) ? RunFrom(0) : RunAsTransaction();
 }
 
 void SqliteScript::Query(const Parameters&, const Page&, QXRecordset&) {

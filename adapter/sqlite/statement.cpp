@@ -2,9 +2,9 @@
 
 #include <climits>
 
-#include "adapter/parameter_count.h"
 #include "adapter/sqlite/errors.h"
 #include "adapter/sqlite/rows.h"
+#include "adapter/statement_checks.h"
 #include "adapter/statement_text.h"
 
 namespace CQXDB::adapter::sqlite {
@@ -50,12 +50,11 @@ SqliteStatement::SqliteStatement(sqlite3* db, SqliteTimer& timer, std::string_vi
                                        keep ? SQLITE_PREPARE_PERSISTENT : 0, &handle, &tail));
     handle_.reset(handle);
     if (!handle_) {
-        throw DatabaseError(DBMGR_EMPTY_STATEMENT, "the text holds no statement");
+        RefuseEmptyStatement();
     }
     text.remove_prefix(static_cast<std::size_t>(tail - text.data()));
     if (!SplitStatements(text, kSqliteDialect).empty()) {
-        throw DatabaseError(DBMGR_SEVERAL_STATEMENTS,
-                            "the text holds several statements where one is required");
+        RefuseSeveralStatements();
     }
     binder_.emplace(db, handle);
 }

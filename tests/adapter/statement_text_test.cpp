@@ -69,7 +69,7 @@ TEST(StatementText, TransactionControlIsToldFromBlocksAndSavepoints) {
         EXPECT_FALSE(ControlsTransaction(text, kSqliteDialect)) << text;
     }
     EXPECT_FALSE(ControlsTransaction("END", kOdbcDialect));
-    EXPECT_TRUE(HoldsTransactionControl("INSERT INTO a VALUES (1); COMMIT", kMySqlDialect));
+    EXPECT_TRUE(HoldsTransactionControl({"INSERT INTO a VALUES (1)", "COMMIT"}, kMySqlDialect));
 }
 
 TEST(StatementText, OnlyPlainQueriesLookReadOnly) {
