@@ -14,6 +14,8 @@ const QXDataSource& DefaultDataSource() {
 
 }  // namespace
 
+QXCommandBase::~QXCommandBase() = default;
+
 void QXCommandBase::SetSysDataSrc(const QXDataSource& dataSource) {
     dataSource_ = std::make_shared<const QXDataSource>(dataSource);
 }

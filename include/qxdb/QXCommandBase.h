@@ -33,7 +33,7 @@ class QXDB_OBJECTS_API QXCommandBase : public CQXBASE::QXIOBase {
     QXCommandBase(QXCommandBase&&) = default;
     QXCommandBase& operator=(const QXCommandBase&) = default;
     QXCommandBase& operator=(QXCommandBase&&) = default;
-    ~QXCommandBase() override = default;
+    ~QXCommandBase() override;
 
     // The stamp travels in front of the statements. These are as toCDR, fromCDR and size.
     bool WriteStamp(ACE_OutputCDR& out) const;
