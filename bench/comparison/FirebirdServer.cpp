@@ -1,9 +1,7 @@
 #include "FirebirdServer.h"
 
-#include <chrono>
 #include <filesystem>
 #include <stdexcept>
-#include <thread>
 
 #include "tests/support/FreePort.h"
 
@@ -15,7 +13,6 @@ using qxdb_test::ChildProcess;
 
 const fs::path kInstalled = "/usr/lib/x86_64-linux-gnu/firebird/3.0";
 const fs::path kSecurity = "/var/lib/firebird/3.0/system/security3.fdb";
-constexpr auto kPatience = std::chrono::seconds(30);
 
 }  // namespace
 
@@ -24,12 +21,8 @@ FirebirdServer::FirebirdServer() : port_(qxdb_test::FreePort()) {
     MakeDatabase();
     server_ = std::make_unique<ChildProcess>("/usr/sbin/firebird", std::vector<std::string>{},
                                              ChildProcess::Options{{}, Environment(), {}});
-    const auto until = std::chrono::steady_clock::now() + kPatience;
-    while (!qxdb_test::Listens(port_)) {
-        if (!server_->Running() || std::chrono::steady_clock::now() > until) {
-            throw std::runtime_error("Firebird does not start: " + server_->Errors());
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    if (!server_->WaitUntil([this] { return qxdb_test::Listens(port_); })) {
+        throw std::runtime_error("Firebird does not start: " + server_->Errors());
     }
 }
 

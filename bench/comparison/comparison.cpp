@@ -263,14 +263,10 @@ void Comparison::Sessions() {
     const qxdb_test::QxdbServer& server = servers_.Qxdb();
     for (const int count : {1, 2, 4, 8, 16, 32, 64}) {
         const std::string seconds = plan_.quick ? "0.5" : "2";
-        std::string output;
-        if (qxdb_test::RunProgram(plan_.programs + "/bench_sessions",
-                                  {std::to_string(server.Port()), std::to_string(server.Pid()),
-                                   qxdb_test::QxdbServer::kUser, qxdb_test::QxdbServer::kPassword,
-                                   std::to_string(count), seconds},
-                                  output) != 0) {
-            throw std::runtime_error(output);
-        }
+        const std::string output = qxdb_test::RunToSuccess(
+            {plan_.programs + "/bench_sessions", std::to_string(server.Port()),
+             std::to_string(server.Pid()), qxdb_test::QxdbServer::kUser,
+             qxdb_test::QxdbServer::kPassword, std::to_string(count), seconds});
         double rate = 0;
         double median = 0;
         double slow = 0;

@@ -1,19 +1,12 @@
 #include "servers.h"
 
-#include <stdexcept>
 #include <unistd.h>
 
 namespace qxdb_bench {
 namespace {
 
+using qxdb_test::RunToSuccess;
 using Words = std::vector<std::string>;
-
-void Run(const Words& words) {
-    std::string output;
-    if (qxdb_test::RunProgram(words[0], {words.begin() + 1, words.end()}, output) != 0) {
-        throw std::runtime_error(words[0] + " failed: " + output);
-    }
-}
 
 Words PostgreSqlArguments(const Certificate& certificate) {
     return {"-c", "ssl=on",
@@ -29,12 +22,12 @@ Words MariaDbArguments(const Certificate& certificate) {
 }  // namespace
 
 Certificate::Certificate() {
-    Run({"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj",
+    RunToSuccess({"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj",
          "/CN=127.0.0.1", "-keyout", KeyFile(), "-out", CertificateFile()});
-    Run({"chmod", "600", KeyFile()});
+    RunToSuccess({"chmod", "600", KeyFile()});
     if (geteuid() == 0) {
         // PostgreSQL then runs as this user, and wants the key to be its own.
-        Run({"chown", "-R", "postgres:postgres", folder_.Path().string()});
+        RunToSuccess({"chown", "-R", "postgres:postgres", folder_.Path().string()});
     }
 }
 

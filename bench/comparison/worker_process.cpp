@@ -3,12 +3,10 @@
 #include <chrono>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 
 namespace qxdb_bench {
 namespace {
 
-constexpr auto kPoll = std::chrono::milliseconds(2);
 constexpr auto kPatience = std::chrono::minutes(5);
 
 }  // namespace
@@ -38,24 +36,22 @@ void WorkerProcess::Begin(const std::string& job) {
 }
 
 std::string WorkerProcess::End() {
-    const auto until = std::chrono::steady_clock::now() + kPatience;
-    for (;;) {
-        const bool running = process_.Running();
-        const std::string output = process_.Output();
-        const std::size_t end = output.find('\n', read_);
-        if (end != std::string::npos) {
-            const std::string line = output.substr(read_, end - read_);
-            read_ = end + 1;
-            if (line.compare(0, 5, "error") == 0) {
-                throw std::runtime_error(line);
-            }
-            return line;
-        }
-        if (!running || std::chrono::steady_clock::now() > until) {
-            throw std::runtime_error("a worker gives no answer: " + process_.Errors());
-        }
-        std::this_thread::sleep_for(kPoll);
+    std::string output;
+    std::size_t end = 0;
+    const auto answered = [&] {
+        output = process_.Output();
+        end = output.find('\n', read_);
+        return end != std::string::npos;
+    };
+    if (!process_.WaitUntil(answered, kPatience)) {
+        throw std::runtime_error("a worker gives no answer: " + process_.Errors());
     }
+    const std::string line = output.substr(read_, end - read_);
+    read_ = end + 1;
+    if (line.compare(0, 5, "error") == 0) {
+        throw std::runtime_error(line);
+    }
+    return line;
 }
 
 }  // namespace qxdb_bench

@@ -204,12 +204,8 @@ void ChildProcess::Kill() {
 }
 
 int ChildProcess::Wait(std::chrono::seconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!impl_->Ended()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            throw std::runtime_error("process " + std::to_string(Pid()) + " does not end");
-        }
-        std::this_thread::sleep_for(kPollInterval);
+    if (!WaitUntil([this] { return impl_->Ended(); }, limit)) {
+        throw std::runtime_error("process " + std::to_string(Pid()) + " does not end");
     }
     return *impl_->status;
 }
@@ -222,11 +218,11 @@ std::string ChildProcess::Errors() const {
     return impl_->errors.Text();
 }
 
-bool ChildProcess::WaitForText(const std::string& text, std::chrono::seconds limit) const {
+bool ChildProcess::WaitUntil(const std::function<bool()>& ready, std::chrono::seconds limit) const {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     for (;;) {
         const bool ended = impl_->Ended();
-        if (Output().find(text) != std::string::npos || Errors().find(text) != std::string::npos) {
+        if (ready()) {
             return true;
         }
         if (ended || std::chrono::steady_clock::now() > deadline) {
@@ -236,13 +232,24 @@ bool ChildProcess::WaitForText(const std::string& text, std::chrono::seconds lim
     }
 }
 
-int RunProgram(const std::string& program, const std::vector<std::string>& arguments,
-               std::string& output) {
-    ChildProcess child(program, arguments);
+bool ChildProcess::WaitForText(const std::string& text, std::chrono::seconds limit) const {
+    return WaitUntil(
+        [&] {
+            return Output().find(text) != std::string::npos ||
+                   Errors().find(text) != std::string::npos;
+        },
+        limit);
+}
+
+std::string RunToSuccess(const std::vector<std::string>& words) {
+    ChildProcess child(words[0], {words.begin() + 1, words.end()});
     child.CloseInput();
     const int status = child.Wait(std::chrono::seconds(120));
-    output = child.Output() + child.Errors();
-    return status;
+    const std::string output = child.Output() + child.Errors();
+    if (status != 0) {
+        throw std::runtime_error(words[0] + " failed: " + output);
+    }
+    return output;
 }
 
 }  // namespace qxdb_test

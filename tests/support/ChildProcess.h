@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -42,8 +43,11 @@ class ChildProcess {
     /// Standard output and standard error so far.
     std::string Output() const;
     std::string Errors() const;
-    /// Waits until Output() or Errors() holds `text`; false after `limit` or when the program has
-    /// ended without it.
+    /// Waits until `ready`, which is asked often; false after `limit` or when the program has ended
+    /// without.
+    bool WaitUntil(const std::function<bool()>& ready,
+                   std::chrono::seconds limit = std::chrono::seconds(30)) const;
+    /// The same for Output() or Errors() to hold `text`.
     bool WaitForText(const std::string& text,
                      std::chrono::seconds limit = std::chrono::seconds(30)) const;
 
@@ -54,8 +58,8 @@ class ChildProcess {
     std::unique_ptr<Impl> impl_;
 };
 
-/// Runs a program to its end; gives its exit status, and what it wrote (both streams) in `output`.
-int RunProgram(const std::string& program, const std::vector<std::string>& arguments,
-               std::string& output);
+/// Runs a program with arguments to its end and gives what it wrote to both streams. Throws
+/// std::runtime_error with that for an exit status other than 0.
+std::string RunToSuccess(const std::vector<std::string>& words);
 
 }  // namespace qxdb_test

@@ -1,11 +1,7 @@
 #include "tests/support/MariaDbServer.h"
 
-#include <stdexcept>
+#include <csignal>
 #include <unistd.h>
-#include <utility>
-#include <vector>
-
-#include "tests/support/FreePort.h"
 
 namespace qxdb_test {
 namespace {
@@ -17,56 +13,30 @@ const char* const kSetUp =
 
 }  // namespace
 
-MariaDbServer::MariaDbServer(std::vector<std::string> more)
-    : more_(std::move(more)), port_(FreePort()) {
-    WriteFile(folder_.File("setup.sql"), kSetUp);
-    std::vector<std::string> arguments{"--no-defaults", "--datadir=" + folder_.File("data"),
-                                       // A server that starts removes what it finds of others.
-                                       "--tmpdir=" + folder_.Path().string(),
-                                       "--auth-root-authentication-method=normal",
-                                       "--skip-test-db"};
+MariaDbServer::MariaDbServer(const std::vector<std::string>& more) {
+    WriteFile(Folder().File("setup.sql"), kSetUp);
+    Words common{"--no-defaults", "--datadir=" + Folder().File("data"),
+                 // A server that starts removes what it finds of others.
+                 "--tmpdir=" + Folder().Path().string()};
     if (geteuid() == 0) {
-        arguments.emplace_back("--user=root");
+        common.emplace_back("--user=root");
     }
-    std::string output;
-    if (RunProgram("mariadb-install-db", arguments, output) != 0) {
-        throw std::runtime_error("mariadb-install-db failed: " + output);
-    }
+    Words install{"mariadb-install-db"};
+    install.insert(install.end(), common.begin(), common.end());
+    install.insert(install.end(), {"--auth-root-authentication-method=normal", "--skip-test-db"});
+    RunToSuccess(install);
+    Words server{"mariadbd"};
+    server.insert(server.end(), common.begin(), common.end());
+    server.insert(server.end(),
+                  {"--port=" + std::to_string(Port()), "--bind-address=127.0.0.1",
+                   "--socket=" + Folder().File("socket"), "--pid-file=" + Folder().File("pid"),
+                   "--init-file=" + Folder().File("setup.sql"), "--skip-name-resolve",
+                   "--innodb-flush-log-at-trx-commit=0", "--innodb-flush-method=nosync",
+                   "--sync-frm=0", "--innodb-log-file-size=16M", "--innodb-buffer-pool-size=32M",
+                   "--max-allowed-packet=64M"});
+    server.insert(server.end(), more.begin(), more.end());
+    Set(server, "ready for connections", SIGKILL);
     Start();
-}
-
-MariaDbServer::~MariaDbServer() = default;
-
-void MariaDbServer::Start() {
-    std::vector<std::string> arguments{"--no-defaults",
-                                       "--datadir=" + folder_.File("data"),
-                                       "--tmpdir=" + folder_.Path().string(),
-                                       "--port=" + std::to_string(port_),
-                                       "--bind-address=127.0.0.1",
-                                       "--socket=" + folder_.File("socket"),
-                                       "--pid-file=" + folder_.File("pid"),
-                                       "--init-file=" + folder_.File("setup.sql"),
-                                       "--skip-name-resolve",
-                                       "--innodb-flush-log-at-trx-commit=0",
-                                       "--innodb-flush-method=nosync",
-                                       "--sync-frm=0",
-                                       "--innodb-log-file-size=16M",
-                                       "--innodb-buffer-pool-size=32M",
-                                       "--max-allowed-packet=64M"};
-    if (geteuid() == 0) {
-        arguments.emplace_back("--user=root");
-    }
-    arguments.insert(arguments.end(), more_.begin(), more_.end());
-    server_ = std::make_unique<ChildProcess>("mariadbd", arguments);
-    if (!server_->WaitForText("ready for connections")) {
-        throw std::runtime_error("MariaDB does not start: " + server_->Errors());
-    }
-}
-
-void MariaDbServer::Stop() {
-    server_->Kill();
-    server_->Wait();
-    server_.reset();
 }
 
 }  // namespace qxdb_test

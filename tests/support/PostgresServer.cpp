@@ -1,12 +1,8 @@
 #include "tests/support/PostgresServer.h"
 
+#include <csignal>
 #include <cstdlib>
-#include <stdexcept>
 #include <unistd.h>
-#include <utility>
-#include <vector>
-
-#include "tests/support/FreePort.h"
 
 namespace qxdb_test {
 namespace {
@@ -30,47 +26,24 @@ Words AsServerUser(const std::string& program, const Words& arguments) {
     return words;
 }
 
-void Run(const Words& words) {
-    std::string output;
-    if (RunProgram(words[0], {words.begin() + 1, words.end()}, output) != 0) {
-        throw std::runtime_error(words[0] + " failed: " + output);
-    }
-}
-
 }  // namespace
 
-PostgresServer::PostgresServer(std::vector<std::string> more)
-    : more_(std::move(more)), port_(FreePort()) {
-    const std::string passwordFile = folder_.File("password");
+PostgresServer::PostgresServer(const std::vector<std::string>& more) {
+    const std::string passwordFile = Folder().File("password");
     WriteFile(passwordFile, Password() + "\n");
     if (geteuid() == 0) {
-        Run({"chown", "-R", "postgres:postgres", folder_.Path().string()});
+        RunToSuccess({"chown", "-R", "postgres:postgres", Folder().Path().string()});
     }
-    Run(AsServerUser("initdb", {"--pgdata=" + folder_.File("data"), "--username=" + User(),
-                                "--pwfile=" + passwordFile, "--auth=scram-sha-256", "--no-sync",
-                                "--encoding=UTF8", "--locale=C.UTF-8"}));
-    Start();
-}
-
-PostgresServer::~PostgresServer() = default;
-
-void PostgresServer::Start() {
-    Words arguments = {"-D", folder_.File("data"), "-p", std::to_string(port_),
-                       "-h", "127.0.0.1",          "-k", folder_.Path().string(),
-                       "-F"};
-    arguments.insert(arguments.end(), more_.begin(), more_.end());
-    const Words words = AsServerUser("postgres", arguments);
-    server_ = std::make_unique<ChildProcess>(words[0], Words(words.begin() + 1, words.end()));
-    if (!server_->WaitForText("ready to accept connections")) {
-        throw std::runtime_error("PostgreSQL does not start: " + server_->Errors());
-    }
-}
-
-void PostgresServer::Stop() {
+    RunToSuccess(AsServerUser(
+        "initdb",
+        {"--pgdata=" + Folder().File("data"), "--username=" + User(), "--pwfile=" + passwordFile,
+         "--auth=scram-sha-256", "--no-sync", "--encoding=UTF8", "--locale=C.UTF-8"}));
+    Words server{"-D", Folder().File("data"),    "-p", std::to_string(Port()), "-h", "127.0.0.1",
+                 "-k", Folder().Path().string(), "-F"};
+    server.insert(server.end(), more.begin(), more.end());
     // SIGQUIT makes the server end its sessions without a word, and at once.
-    Run({"kill", "-QUIT", std::to_string(server_->Pid())});
-    server_->Wait();
-    server_.reset();
+    Set(AsServerUser("postgres", server), "ready to accept connections", SIGQUIT);
+    Start();
 }
 
 }  // namespace qxdb_test

@@ -1,10 +1,8 @@
 #include "tests/support/ProxyServers.h"
 
-#include <chrono>
 #include <functional>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/support/ChildProcess.h"
@@ -37,14 +35,7 @@ class RunningProxy : public ProxyServer {
 
     /// False when the proxy has ended, because another program took the port.
     bool AwaitReady() {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (process_->Running() && std::chrono::steady_clock::now() < deadline) {
-            if (Listens(port_)) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return false;
+        return process_->WaitUntil([this] { return process_->Running() && Listens(port_); });
     }
     std::string Report() const { return process_->Output() + process_->Errors(); }
 

@@ -1,17 +1,9 @@
 #include "tests/support/QxdbServer.h"
 
-#include <chrono>
 #include <filesystem>
 #include <stdexcept>
-#include <thread>
 
 namespace qxdb_test {
-namespace {
-
-constexpr auto kPoll = std::chrono::milliseconds(5);
-constexpr auto kPatience = std::chrono::seconds(30);
-
-}  // namespace
 
 QxdbServer::QxdbServer(std::string program, std::vector<std::string> arguments,
                        std::vector<std::string> environment)
@@ -38,12 +30,8 @@ void QxdbServer::Start() {
     ChildProcess::Options options;
     options.environment = environment_;
     process_ = std::make_unique<ChildProcess>(program_, all, options);
-    const auto until = std::chrono::steady_clock::now() + kPatience;
-    while (!std::filesystem::exists(portFile)) {
-        if (!process_->Running() || std::chrono::steady_clock::now() > until) {
-            throw std::runtime_error("qxdbserver did not start: " + process_->Errors());
-        }
-        std::this_thread::sleep_for(kPoll);
+    if (!process_->WaitUntil([&] { return std::filesystem::exists(portFile); })) {
+        throw std::runtime_error("qxdbserver did not start: " + process_->Errors());
     }
     port_ = static_cast<std::uint16_t>(std::stoi(ReadFile(portFile)));
 }
