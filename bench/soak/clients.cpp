@@ -120,11 +120,8 @@ class Worker {
         QXCommand query(L"SELECT COUNT(*) FROM soak WHERE client = ? AND n >= ?");
         query.AddParam(QXValue::Int64(task_.client));
         query.AddParam(QXValue::Int64(first_));
-        QXRecordset rows;
-        long code = 0;
-        std::wstring text;
-        agent_.OpenQuery(code, text, query, rows);
-        if (Succeeded(code) && rows.GetInt64(0, 0) < acknowledged_) {
+        const qxdb_test::Answer answer = qxdb_test::Query(agent_, query);
+        if (Succeeded(answer.code) && answer.rows.GetInt64(0, 0) < acknowledged_) {
             ledger_.Missed();
         }
     }

@@ -97,36 +97,31 @@ void RunAll(std::vector<Event> events, milliseconds length, const std::function<
     std::this_thread::sleep_until(start + length);
 }
 
+void Require(const qxdb_test::Answer& answer) {
+    if (answer.code != 0) {
+        throw std::runtime_error(qxdb_test::Utf8(answer.text));
+    }
+}
+
 void CreateTable(const QxdbServer& server) {
     DBAgent agent;
     qxdb_test::LogIn(agent, server);
-    long code = 0;
-    std::wstring text;
-    QXCommand create(
+    Require(qxdb_test::Execute(
+        agent,
         L"CREATE TABLE soak (client INTEGER, n INTEGER); CREATE INDEX soak_row ON soak "
-        L"(client, n)");
-    agent.Execute(code, text, create);
-    if (code != 0) {
-        throw std::runtime_error(qxdb_test::Utf8(text));
-    }
+        L"(client, n)"));
 }
 
 /// How often each row is in the table.
 std::map<Account::Row, std::int64_t> RowsThere(const QxdbServer& server) {
     DBAgent agent;
     qxdb_test::LogIn(agent, server);
-    QXCommand query(L"SELECT client, n, COUNT(*) FROM soak GROUP BY client, n");
-    QXRecordset rows;
-    long code = 0;
-    std::wstring text;
-    agent.OpenQuery(code, text, query, rows);
-    if (code != 0) {
-        throw std::runtime_error(qxdb_test::Utf8(text));
-    }
+    const qxdb_test::Answer answer =
+        qxdb_test::Query(agent, L"SELECT client, n, COUNT(*) FROM soak GROUP BY client, n");
+    Require(answer);
     std::map<Account::Row, std::int64_t> there;
-    for (std::size_t row = 0; row < rows.RowCount(); ++row) {
-        there[{static_cast<int>(rows.GetInt64(row, 0)), rows.GetInt64(row, 1)}] =
-            rows.GetInt64(row, 2);
+    for (const auto row : answer.rows) {
+        there[{static_cast<int>(row.GetInt64(0)), row.GetInt64(1)}] = row.GetInt64(2);
     }
     return there;
 }

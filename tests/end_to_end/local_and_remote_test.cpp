@@ -1,12 +1,12 @@
 // The same work, done locally and through the server, gives the same rows, types and errors.
 #include <memory>
-#include <ostream>
 
 #include <gtest/gtest.h>
 
 #include <qxdb/QXDateTime.h>
 
 #include "tests/end_to_end/databases.h"
+#include "tests/objects/samples.h"
 #include "tests/support/RemoteAgent.h"
 
 namespace {
@@ -31,44 +31,6 @@ struct World {
     QxdbServer server;
 };
 
-/// What one piece of work left behind.
-struct Outcome {
-    long code = 0;
-    std::wstring text;
-    QXRecordset rows;
-};
-
-bool operator==(const Outcome& a, const Outcome& b) {
-    if (a.code != b.code || a.text != b.text || a.rows.ColumnCount() != b.rows.ColumnCount() ||
-        a.rows.RowCount() != b.rows.RowCount()) {
-        return false;
-    }
-    for (std::size_t column = 0; column < a.rows.ColumnCount(); ++column) {
-        if (a.rows.ColumnName(column) != b.rows.ColumnName(column) ||
-            a.rows.ColumnType(column) != b.rows.ColumnType(column)) {
-            return false;
-        }
-        for (std::size_t row = 0; row < a.rows.RowCount(); ++row) {
-            if (a.rows.GetValue(row, column) != b.rows.GetValue(row, column)) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
-
-std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
-    out << outcome.code << " " << Utf8(outcome.text);
-    for (std::size_t column = 0; column < outcome.rows.ColumnCount(); ++column) {
-        out << "\n  " << outcome.rows.Column(column).NameUtf8() << " "
-            << static_cast<int>(outcome.rows.ColumnType(column)) << ":";
-        for (auto row : outcome.rows) {
-            out << " [" << row.GetTextUtf8(column) << "]";
-        }
-    }
-    return out;
-}
-
 class LocalAndRemote : public testing::TestWithParam<std::size_t> {
   protected:
     static void SetUpTestSuite() { world_ = std::make_unique<World>(); }
@@ -85,35 +47,23 @@ class LocalAndRemote : public testing::TestWithParam<std::size_t> {
         LogIn(remote_, world_->server, {}, Wide(name));
     }
 
-    bool IsSqlite() const { return GetParam() == 0; }
     const char* BlobType() const { return GetParam() == 1 ? "BYTEA" : "BLOB"; }
     const char* DoubleType() const { return GetParam() == 1 ? "DOUBLE PRECISION" : "DOUBLE"; }
     const char* TimestampType() const { return GetParam() == 2 ? "DATETIME(6)" : "TIMESTAMP"; }
     const char* TimeType() const { return GetParam() == 2 ? "TIME(6)" : "TIME"; }
 
-    static Outcome Execute(DBAgent& agent, const std::string& sql,
-                           const std::vector<QXValue>& params = {}) {
-        QXCommand command(Wide(sql));
-        for (const QXValue& each : params) {
-            command.AddParam(each);
-        }
-        Outcome outcome;
-        agent.Execute(outcome.code, outcome.text, command);
-        return outcome;
-    }
-    static Outcome Query(DBAgent& agent, const std::string& sql, long size = 0, long page = 1) {
-        QXCommand command(Wide(sql));
-        Outcome outcome;
-        agent.OpenQuery(outcome.code, outcome.text, command, outcome.rows, size, page);
-        return outcome;
-    }
     /// Runs it locally and remotely; the two must be alike.
     template <typename Work>
-    Outcome Both(const Work& work) {
-        Outcome here = work(local_);
-        const Outcome there = work(remote_);
-        EXPECT_EQ(here, there);
+    Answer Both(const Work& work) {
+        Answer here = work(local_);
+        const Answer there = work(remote_);
+        EXPECT_EQ(here.code, there.code);
+        EXPECT_EQ(here.text, there.text);
+        EXPECT_TRUE(Same(here.rows, there.rows)) << here << "\n" << there;
         return here;
+    }
+    Answer QueryBoth(const wchar_t* sql, long pageSize = 0, long page = 1) {
+        return Both([&](DBAgent& agent) { return Query(agent, QXCommand(sql), pageSize, page); });
     }
 
     static std::unique_ptr<World> world_;
@@ -124,56 +74,50 @@ class LocalAndRemote : public testing::TestWithParam<std::size_t> {
 std::unique_ptr<World> LocalAndRemote::world_;
 
 TEST_P(LocalAndRemote, EveryTypeComesBackAlike) {
-    ASSERT_EQ(Execute(local_, "DROP TABLE IF EXISTS every_type").code, 0);
-    const Outcome made = Execute(
-        remote_, std::string("CREATE TABLE every_type (id BIGINT PRIMARY KEY, yes BOOLEAN, x ") +
-                     DoubleType() + ", price DECIMAL(20,4), name VARCHAR(200), data " + BlobType() +
-                     ", day DATE, clock " + TimeType() + ", moment " + TimestampType() + ")");
+    ASSERT_EQ(Execute(local_, L"DROP TABLE IF EXISTS every_type").code, 0);
+    const std::string columns = std::string("id BIGINT PRIMARY KEY, yes BOOLEAN, x ") +
+                                DoubleType() + ", price DECIMAL(20,4), name VARCHAR(200), data " +
+                                BlobType() + ", day DATE, clock " + TimeType() + ", moment " +
+                                TimestampType();
+    const Answer made =
+        Execute(remote_, QXCommand(Wide("CREATE TABLE every_type (" + columns + ")")));
     ASSERT_EQ(made.code, 0) << made;
-    const std::string insert = "INSERT INTO every_type VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)";
-    const auto row = [](std::int64_t id) {
-        return std::vector<QXValue>{
-            QXValue::Int64(id),
-            QXValue::Bool(true),
-            QXValue::Double(0.1),
-            QXValue::Decimal("-123456789.0125"),
-            QXValue::Text(L"naïve 漢字 \U0001F4DA '\\\""),
-            QXValue::Blob("\0\xff\x01'", 4),
-            QXValue::Date(QXDateTime::DaysFromCivil(1969, 7, 20)),
-            QXValue::Time(3661 * QXDateTime::kMicrosPerSecond + 250000),
-            QXValue::Timestamp(QXDateTime::Timestamp(2026, 11, 22, 23, 59, 59, 999999))};
-    };
-    for (DBAgent* agent : {&local_, &remote_}) {
-        const std::int64_t id = agent == &local_ ? INT64_MAX : INT64_MIN;
-        const Outcome done = Execute(*agent, insert, row(id));
+    const std::vector<QXValue> values{
+        QXValue::Bool(true),
+        QXValue::Double(0.1),
+        QXValue::Decimal("-123456789.0125"),
+        QXValue::Text(L"naïve 漢字 \U0001F4DA '\\\""),
+        QXValue::Blob("\0\xff\x01'", 4),
+        QXValue::Date(QXDateTime::DaysFromCivil(1969, 7, 20)),
+        QXValue::Time(3661 * QXDateTime::kMicrosPerSecond + 250000),
+        QXValue::Timestamp(QXDateTime::Timestamp(2026, 11, 22, 23, 59, 59, 999999))};
+    const auto insert = [&](DBAgent& agent, std::int64_t id) {
+        QXCommand command(L"INSERT INTO every_type VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)");
+        command.AddParam(QXValue::Int64(id));
+        for (const QXValue& value : values) {
+            command.AddParam(id == 0 ? QXValue::Null() : value);
+        }
+        const Answer done = Execute(agent, command);
         ASSERT_EQ(done.code, 0) << done;
-    }
-    const std::vector<QXValue> nulls(8);
-    std::vector<QXValue> nullRow{QXValue::Int64(0)};
-    nullRow.insert(nullRow.end(), nulls.begin(), nulls.end());
-    ASSERT_EQ(Execute(remote_, insert, nullRow).code, 0);
-
-    const Outcome rows =
-        Both([](DBAgent& agent) { return Query(agent, "SELECT * FROM every_type ORDER BY id"); });
+    };
+    insert(local_, INT64_MAX);
+    insert(remote_, INT64_MIN);
+    insert(remote_, 0);
+    const Answer rows = QueryBoth(L"SELECT * FROM every_type ORDER BY id");
     ASSERT_EQ(rows.rows.RowCount(), 3U) << rows;
-    for (std::size_t column = 1; column < rows.rows.ColumnCount(); ++column) {
-        EXPECT_EQ(rows.rows.GetValue(0, column), rows.rows.GetValue(2, column)) << rows;
-        EXPECT_TRUE(rows.rows.IsNull(1, column));
-    }
     EXPECT_EQ(rows.rows.GetInt64(0, 0), INT64_MIN);
-    EXPECT_EQ(rows.rows.GetTextUtf8(0, 3), "-123456789.0125");
-    EXPECT_EQ(rows.rows.GetText(0, 4), L"naïve 漢字 \U0001F4DA '\\\"");
-    EXPECT_EQ(rows.rows.GetBytes(0, 5), std::string_view("\0\xff\x01'", 4));
-    EXPECT_EQ(rows.rows.GetTextUtf8(0, 6), "1969-07-20");
-    EXPECT_EQ(rows.rows.GetTextUtf8(0, 7), "01:01:01.25");
-    EXPECT_EQ(rows.rows.GetTextUtf8(0, 8), "2026-11-22 23:59:59.999999");
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        EXPECT_EQ(rows.rows.GetValue(0, i + 1), values[i]) << rows;
+        EXPECT_TRUE(rows.rows.IsNull(1, i + 1));
+        EXPECT_EQ(rows.rows.GetValue(2, i + 1), values[i]) << rows;
+    }
 }
 
 TEST_P(LocalAndRemote, ErrorsPagesAndListsAreAlike) {
-    ASSERT_EQ(Execute(local_, "DROP TABLE IF EXISTS one").code, 0);
-    ASSERT_EQ(
-        Execute(local_, "CREATE TABLE one (id INTEGER PRIMARY KEY, v VARCHAR(9) NOT NULL)").code,
-        0);
+    ASSERT_EQ(Execute(local_, L"DROP TABLE IF EXISTS one").code, 0);
+    const wchar_t* const table =
+        L"CREATE TABLE one (id INTEGER PRIMARY KEY, v VARCHAR(9) NOT NULL)";
+    ASSERT_EQ(Execute(local_, table).code, 0);
     QXCommandList list;
     for (std::int64_t id = 1; id <= 10; ++id) {
         QXCommand insert(L"INSERT INTO one VALUES (?, ?)");
@@ -181,47 +125,38 @@ TEST_P(LocalAndRemote, ErrorsPagesAndListsAreAlike) {
         insert.AddParam(QXValue::Text(L"v" + std::to_wstring(id)));
         list.Add(insert);
     }
-    long code = 0;
-    std::wstring text;
-    remote_.Execute(code, text, list);
-    ASSERT_EQ(code, 0) << Utf8(text);
+    const Answer filled = Execute(remote_, list);
+    ASSERT_EQ(filled.code, 0) << filled;
 
-    for (const char* bad :
-         {"SELEC 1", "SELECT * FROM no_such_table", "INSERT INTO one VALUES (1, 'x')",
-          "INSERT INTO one VALUES (99, NULL)", "SELECT * FROM one WHERE id = ?", ""}) {
-        const Outcome outcome = Both([&](DBAgent& agent) { return Query(agent, bad); });
-        EXPECT_NE(outcome.code, 0) << bad;
-        EXPECT_NE(outcome.text, L"") << bad;
+    for (const wchar_t* bad :
+         {L"SELEC 1", L"SELECT * FROM no_such_table", L"INSERT INTO one VALUES (1, 'x')",
+          L"INSERT INTO one VALUES (99, NULL)", L"SELECT * FROM one WHERE id = ?", L""}) {
+        const Answer refused = QueryBoth(bad);
+        EXPECT_NE(refused.code, 0) << bad;
+        EXPECT_NE(refused.text, L"") << bad;
     }
-    const Outcome page =
-        Both([](DBAgent& agent) { return Query(agent, "SELECT id FROM one ORDER BY id", 4, 3); });
-    EXPECT_EQ(page.rows.RowCount(), 2U) << page;
+    EXPECT_EQ(QueryBoth(L"SELECT id FROM one ORDER BY id", 4, 3).rows.RowCount(), 2U);
 
-    const auto failingList = [&](DBAgent& agent) {
-        QXCommandList mixed;
-        mixed.Add(QXCommand(L"DELETE FROM one WHERE id = 5"));
-        mixed.Add(QXCommand(L"INSERT INTO one VALUES (1, 'again')"));
-        Outcome outcome;
-        agent.Execute(outcome.code, outcome.text, mixed);
-        return outcome;
-    };
-    EXPECT_NE(Both(failingList).code, 0);
-    const Outcome count =
-        Both([](DBAgent& agent) { return Query(agent, "SELECT COUNT(*) FROM one"); });
-    EXPECT_EQ(count.rows.GetInt64(0, 0), 10);
+    QXCommandList failing;
+    failing.Add(QXCommand(L"DELETE FROM one WHERE id = 5"));
+    failing.Add(QXCommand(L"INSERT INTO one VALUES (1, 'again')"));
+    EXPECT_NE(Both([&](DBAgent& agent) { return Execute(agent, failing); }).code, 0);
+    EXPECT_EQ(QueryBoth(L"SELECT COUNT(*) FROM one").rows.GetInt64(0, 0), 10);
 
     QXCommandList batch;
     batch.Add(QXCommand(L"SELECT MAX(id) FROM one"));
     batch.Add(QXCommand(L"SELECT v FROM one ORDER BY id"));
     QXRsList here;
     QXRsList there;
+    long code = 0;
+    std::wstring text;
     local_.BatchQry(code, text, batch, here);
     remote_.BatchQry(code, text, batch, there);
     ASSERT_EQ(code, 0) << Utf8(text);
     ASSERT_EQ(here.Count(), 2U);
     ASSERT_EQ(there.Count(), 2U);
     for (std::size_t i = 0; i < 2; ++i) {
-        EXPECT_EQ((Outcome{0, L"", here.At(i)}), (Outcome{0, L"", there.At(i)}));
+        EXPECT_TRUE(Same(here.At(i), there.At(i))) << i;
     }
 }
 

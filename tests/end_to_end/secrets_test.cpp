@@ -13,14 +13,10 @@ using namespace qxdb_test;
 std::string ErrorOn(const QxdbServer& server, const std::string& database) {
     DBAgent agent;
     LogIn(agent, server, {}, Wide(database));
-    QXCommand query(L"SELECT 1");
-    QXRecordset rows;
-    long code = 0;
-    std::wstring text;
-    agent.OpenQuery(code, text, query, rows);
-    EXPECT_NE(code, 0) << database;
-    EXPECT_NE(text, L"") << database;
-    return Utf8(text);
+    const Answer answer = Query(agent, L"SELECT 1");
+    EXPECT_NE(answer.code, 0) << database;
+    EXPECT_NE(answer.text, L"") << database;
+    return Utf8(answer.text);
 }
 
 TEST(Secrets, OfDatabasesStayInTheServer) {

@@ -35,6 +35,16 @@ bool AreSeedRows(const QXRecordset& rs) {
            rs.GetInt64(Bench::kSeedRows - 1, 0) == Bench::kSeedRows;
 }
 
+std::string Said(const Answer& answer) {
+    return std::to_string(answer.code) + " " + Utf8(answer.text);
+}
+
+void Require(const Answer& answer) {
+    if (answer.code != 0) {
+        throw std::runtime_error(Said(answer));
+    }
+}
+
 Result ExecuteOne(Bench& bench) {
     QXCommand insert = Insert(bench.NextMark());
     return bench.Try(
@@ -85,28 +95,18 @@ std::vector<Operation> Bench::Operations() const {
 }
 
 std::map<std::int64_t, std::int64_t> Bench::RowsOfMarks() {
-    QXCommand query(L"SELECT n, count(*) FROM t WHERE n >= 1000 GROUP BY n");
-    QXRecordset rs;
-    long code = 0;
-    std::wstring text;
-    agent_->OpenQuery(code, text, query, rs);
-    if (code != 0) {
-        throw std::runtime_error(std::to_string(code) + " " + Utf8(text));
-    }
+    const Answer answer = Query(*agent_, L"SELECT n, count(*) FROM t WHERE n >= 1000 GROUP BY n");
+    Require(answer);
     std::map<std::int64_t, std::int64_t> rows;
-    for (std::size_t row = 0; row < rs.RowCount(); ++row) {
-        rows[rs.GetInt64(row, 0)] = rs.GetInt64(row, 1);
+    for (const auto row : answer.rows) {
+        rows[row.GetInt64(0)] = row.GetInt64(1);
     }
     return rows;
 }
 
 std::string Bench::Complaint() {
-    QXCommand query = Select();
-    QXRecordset rs;
-    long code = 0;
-    std::wstring text;
-    agent_->OpenQuery(code, text, query, rs);
-    return code == 0 && AreSeedRows(rs) ? "" : std::to_string(code) + " " + Utf8(text);
+    const Answer answer = Query(*agent_, Select());
+    return answer.code == 0 && AreSeedRows(answer.rows) ? "" : Said(answer);
 }
 
 Result Bench::Try(const std::function<void(Result&)>& call) {
@@ -123,13 +123,7 @@ Result Bench::Try(const std::function<void(Result&)>& call) {
 }
 
 void Bench::Run(const std::wstring& sql) {
-    QXCommand command(sql);
-    long code = 0;
-    std::wstring text;
-    agent_->Execute(code, text, command);
-    if (code != 0) {
-        throw std::runtime_error(std::to_string(code) + " " + Utf8(text));
-    }
+    Require(Execute(*agent_, QXCommand(sql)));
 }
 
 void Bench::Clean() {

@@ -1,6 +1,7 @@
-// Logging in to the test's server.
+// Logging in to the test's server, and work by an agent.
 #pragma once
 
+#include <ostream>
 #include <stdexcept>
 #include <string>
 
@@ -30,6 +31,45 @@ inline void LogIn(CQXDB::DBAgent& agent, const QxdbServer& server,
     }
     agent.SetIsLocal(false);
     agent.SetDB(database);
+}
+
+/// What one piece of an agent's work left behind.
+struct Answer {
+    long code = 0;
+    std::wstring text;
+    CQXDB::QXRecordset rows;
+};
+
+/// `Work` is a command or a command list.
+template <typename Work>
+Answer Execute(CQXDB::DBAgent& agent, Work work) {
+    Answer answer;
+    agent.Execute(answer.code, answer.text, work);
+    return answer;
+}
+inline Answer Execute(CQXDB::DBAgent& agent, const wchar_t* sql) {
+    return Execute(agent, CQXDB::QXCommand(sql));
+}
+inline Answer Query(CQXDB::DBAgent& agent, CQXDB::QXCommand command, long pageSize = 0,
+                    long page = 1) {
+    Answer answer;
+    agent.OpenQuery(answer.code, answer.text, command, answer.rows, pageSize, page);
+    return answer;
+}
+inline Answer Query(CQXDB::DBAgent& agent, const wchar_t* sql) {
+    return Query(agent, CQXDB::QXCommand(sql));
+}
+
+inline std::ostream& operator<<(std::ostream& out, const Answer& answer) {
+    out << answer.code << " " << Utf8(answer.text);
+    for (std::size_t column = 0; column < answer.rows.ColumnCount(); ++column) {
+        out << "\n  " << answer.rows.Column(column).NameUtf8() << " "
+            << static_cast<int>(answer.rows.ColumnType(column)) << ":";
+        for (const auto row : answer.rows) {
+            out << " [" << row.GetTextUtf8(column) << "]";
+        }
+    }
+    return out;
 }
 
 }  // namespace qxdb_test
