@@ -1,15 +1,11 @@
 #include <Poco/Exception.h>
 
 #include "tests/fuzz/fuzz_input.h"
-#include "transport/frame.h"
-#include "transport/frame_cipher.h"
+#include "tests/support/Frame.h"
 
 namespace {
 
-const CQXBASE::FrameCipher& Cipher() {
-    static const CQXBASE::FrameCipher cipher;
-    return cipher;
-}
+using qxdb_test::Cipher;
 
 void CheckHeader(const std::string& bytes) {
     const CQXBASE::FrameHeader header = CQXBASE::DecodeFrameHeader(bytes.data());

@@ -14,23 +14,18 @@
 #include "messages/type_codes.h"
 #include "tests/fuzz/request_seed.h"
 #include "tests/objects/samples.h"
+#include "tests/support/Frame.h"
 #include "tests/support/TempDir.h"
-#include "transport/frame.h"
-#include "transport/frame_cipher.h"
 
 namespace {
+
+constexpr auto Encode = qxdb_test::EncodeRecord;
 
 std::filesystem::path folder;
 
 void Seed(const std::string& target, const std::string& name, const std::string& bytes) {
     std::filesystem::create_directories(folder / target);
     qxdb_test::WriteFile(folder / target / name, bytes);
-}
-
-std::string Encode(CQXBASE::QXIOBase& object) {
-    ACE_OutputCDR out(object.size(), ACE_CDR::BYTE_ORDER_NATIVE);
-    object.toCDR(out);
-    return {out.buffer(), out.length()};
 }
 
 const char kLittleEndian = 1;
@@ -105,24 +100,14 @@ void SeedHolder() {
 }
 
 void SeedTransport() {
-    const std::string plain = "a plain body that is longer than a block";
-    const std::string body = CQXBASE::FrameCipher().Encipher(plain);
-    CQXBASE::FrameHeader header;
-    header.typeCode = CQXBASE::kQuery;
-    header.bodyLength = static_cast<std::uint32_t>(body.size());
-    header.plainLength = static_cast<std::uint32_t>(plain.size());
-    const CQXBASE::FrameHeaderBytes bytes = CQXBASE::EncodeFrameHeader(header);
-    Seed("frame", "enciphered", std::string(bytes.data(), bytes.size()) + body);
+    Seed("frame", "enciphered",
+         qxdb_test::MakeFrame(CQXBASE::kQuery, "a plain body that is longer than a block"));
     Seed("frame", "big_endian", std::string("\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0\0", 16));
 }
 
 /// A connection's bytes, in pieces of 100: a plain frame of this body.
 std::string Stream(std::uint32_t code, const std::string& body) {
-    CQXBASE::FrameHeader header;
-    header.typeCode = code;
-    header.bodyLength = static_cast<std::uint32_t>(body.size());
-    const CQXBASE::FrameHeaderBytes bytes = CQXBASE::EncodeFrameHeader(header);
-    return static_cast<char>(0x80 + 99) + std::string(bytes.data(), bytes.size()) + body;
+    return static_cast<char>(0x80 + 99) + qxdb_test::MakeFrame(code, body, false);
 }
 
 void SeedRequests() {

@@ -33,15 +33,4 @@ inline void CheckObject(const std::string& bytes, int byteOrder, CQXBASE::QXIOBa
     Require(EncodeWithinEstimate(again) == written, "it is still the same object");
 }
 
-/// A target of one class: the first byte picks the byte order.
-template <class T>
-int CheckClass(const std::uint8_t* data, std::size_t size) {
-    FuzzInput input(data, size);
-    const int byteOrder = input.Byte() & 1;
-    T object;
-    T again;
-    CheckObject(input.Rest(), byteOrder, object, again);
-    return 0;
-}
-
 }  // namespace qxdb_test
