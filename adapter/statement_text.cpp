@@ -1,20 +1,16 @@
 #include "adapter/statement_text.h"
 
 #include <algorithm>
-#include <initializer_list>
 
 #include "util/ascii.h"
+#include "util/sql_words.h"
 
 namespace CQXDB::adapter {
 
+using CQXBASE::IsOneOf;
 using CQXBASE::SameAsciiWord;
 
 namespace {
-
-bool IsOneOf(std::string_view word, std::initializer_list<std::string_view> words) noexcept {
-    return std::any_of(words.begin(), words.end(),
-                       [word](std::string_view other) { return SameAsciiWord(word, other); });
-}
 
 /// True for what may stand behind the BEGIN of a transaction.
 bool MayFollowBegin(std::string_view word) noexcept {
@@ -158,8 +154,7 @@ bool LooksReadOnly(std::string_view statement, const SqlDialect& dialect) {
         return false;
     }
     for (; token != SqlToken::End; token = lexer.Next()) {
-        if (token == SqlToken::Word &&
-            IsOneOf(lexer.Text(), {"INSERT", "UPDATE", "DELETE", "MERGE", "REPLACE", "INTO"})) {
+        if (token == SqlToken::Word && CQXBASE::ChangesData(lexer.Text())) {
             return false;
         }
     }

@@ -1,14 +1,15 @@
 #include "cli/script/statement_kind.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <vector>
 
 #include "util/ascii.h"
 #include "util/sql_scanner.h"
+#include "util/sql_words.h"
 
 namespace CQXCLI::script {
 
+using CQXBASE::IsOneOf;
 using CQXBASE::SqlPiece;
 using CQXBASE::SqlScanner;
 using CQXBASE::UpperAscii;
@@ -35,12 +36,8 @@ Words WordsOf(const Dialect& dialect, std::string_view sql, std::size_t limit) {
     return words;
 }
 
-bool OneOf(const std::string& word, std::initializer_list<std::string_view> words) {
-    return std::find(words.begin(), words.end(), word) != words.end();
-}
-
 bool IsNoise(const std::string& word) {
-    return OneOf(word, {"TRANSACTION", "TRAN", "WORK", "DEFERRED", "IMMEDIATE", "EXCLUSIVE"});
+    return IsOneOf(word, {"TRANSACTION", "TRAN", "WORK", "DEFERRED", "IMMEDIATE", "EXCLUSIVE"});
 }
 
 bool OnlyNoiseFollows(const Words& words) {
@@ -74,7 +71,7 @@ bool IsCommit(const Dialect& dialect, const Words& words) {
 }
 
 bool IsRollback(const Words& words) {
-    return OneOf(words[0], {"ROLLBACK", "ABORT"}) && OnlyNoiseFollows(words);
+    return IsOneOf(words[0], {"ROLLBACK", "ABORT"}) && OnlyNoiseFollows(words);
 }
 
 /// The name that follows USE, as it was written.
@@ -119,11 +116,8 @@ StatementClass Classify(const Dialect& dialect, std::string_view sql) {
 
 bool IsRepeatableQuery(const Dialect& dialect, std::string_view sql) {
     const Words words = WordsOf(dialect, sql, sql.size());
-    const auto changes = [](const std::string& word) {
-        return OneOf(word, {"INSERT", "UPDATE", "DELETE", "MERGE", "REPLACE", "INTO"});
-    };
-    return !words.empty() && OneOf(words[0], {"SELECT", "VALUES", "TABLE", "WITH", "("}) &&
-           std::none_of(words.begin(), words.end(), changes);
+    return !words.empty() && IsOneOf(words[0], {"SELECT", "VALUES", "TABLE", "WITH", "("}) &&
+           std::none_of(words.begin(), words.end(), CQXBASE::ChangesData);
 }
 
 }  // namespace CQXCLI::script

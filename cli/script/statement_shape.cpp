@@ -1,30 +1,21 @@
 #include "cli/script/statement_shape.h"
 
-#include <algorithm>
-#include <initializer_list>
-
 #include "util/ascii.h"
+#include "util/sql_words.h"
 
 namespace CQXCLI::script {
 
-namespace {
-
+using CQXBASE::IsOneOf;
+using CQXBASE::SameAsciiWord;
 using Family = Dialect::Family;
 
-bool OneOf(std::string_view word, std::initializer_list<std::string_view> words) {
-    return std::find(words.begin(), words.end(), word) != words.end();
-}
-
-}  // namespace
-
 void StatementShape::Word(std::string_view word) {
-    const std::string upper = CQXBASE::UpperAscii(word.substr(0, 16));
     if (body_ == Body::Undecided) {
-        body_ = Decide(upper);
+        body_ = Decide(word);
     } else if (body_ == Body::Atomic && parentheses_ == 0) {
-        FollowAtomic(upper);
+        FollowAtomic(word);
     }
-    afterEnd_ = afterSemicolon_ && upper == "END";
+    afterEnd_ = afterSemicolon_ && SameAsciiWord(word, "END");
     afterSemicolon_ = false;
     ++words_;
 }
@@ -50,22 +41,22 @@ bool StatementShape::SemicolonEnds() const noexcept {
 StatementShape::Body StatementShape::Decide(std::string_view word) const {
     const bool oracle = dialect_->Is(Family::Oracle);
     if (words_ == 0) {
-        if (oracle && OneOf(word, {"DECLARE", "BEGIN"})) {
+        if (oracle && IsOneOf(word, {"DECLARE", "BEGIN"})) {
             return Body::UntilEndLine;
         }
-        return OneOf(word, {"CREATE", "ALTER", "EXPLAIN"}) ? Body::Undecided : Body::None;
+        return IsOneOf(word, {"CREATE", "ALTER", "EXPLAIN"}) ? Body::Undecided : Body::None;
     }
-    if (OneOf(word, {"CREATE", "OR", "ALTER", "REPLACE", "TEMP", "TEMPORARY", "CONSTRAINT", "QUERY",
-                     "PLAN", "EDITIONABLE", "NONEDITIONABLE"})) {
+    if (IsOneOf(word, {"CREATE", "OR", "ALTER", "REPLACE", "TEMP", "TEMPORARY", "CONSTRAINT",
+                       "QUERY", "PLAN", "EDITIONABLE", "NONEDITIONABLE"})) {
         return Body::Undecided;
     }
-    if (word == "TRIGGER" && dialect_->Is(Family::Sqlite)) {
+    if (SameAsciiWord(word, "TRIGGER") && dialect_->Is(Family::Sqlite)) {
         return Body::Trigger;
     }
-    if (OneOf(word, {"FUNCTION", "PROCEDURE"})) {
+    if (IsOneOf(word, {"FUNCTION", "PROCEDURE"})) {
         return Routine();
     }
-    const bool untilLine = OneOf(word, {"TRIGGER", "PROC"}) || OneOf(word, {"PACKAGE", "TYPE"});
+    const bool untilLine = IsOneOf(word, {"TRIGGER", "PROC", "PACKAGE", "TYPE"});
     return untilLine && !dialect_->endLine.empty() ? Body::UntilEndLine : Body::None;
 }
 
@@ -77,9 +68,9 @@ StatementShape::Body StatementShape::Routine() const {
 }
 
 void StatementShape::FollowAtomic(std::string_view word) {
-    if (word == "BEGIN" || (word == "CASE" && blocks_ > 0)) {
+    if (SameAsciiWord(word, "BEGIN") || (SameAsciiWord(word, "CASE") && blocks_ > 0)) {
         ++blocks_;
-    } else if (word == "END" && blocks_ > 0) {
+    } else if (SameAsciiWord(word, "END") && blocks_ > 0) {
         --blocks_;
     }
 }
