@@ -8,15 +8,19 @@ namespace {
 
 using namespace CQXDB;
 
-Backend PostgreSql(const std::string& name, std::uint16_t port) {
+template <typename Server>
+Backend On(const Server& server, const std::string& name, CQXDB_DSType_ENUM type) {
+    using CQXBASE::Utf8ToWide;
     Backend backend;
     backend.name = name;
-    backend.dataSource.type = CQXDB_DS_POSTGRESQL;
-    backend.dataSource.server = L"127.0.0.1";
-    backend.dataSource.port = port;
-    backend.dataSource.database = CQXBASE::Utf8ToWide(PostgresServer::Database());
-    backend.dataSource.user = CQXBASE::Utf8ToWide(PostgresServer::User());
-    backend.dataSource.password = CQXBASE::Utf8ToWide(PostgresServer::Password());
+    backend.dataSource.init(L"", type, L"127.0.0.1", server.Port(), Utf8ToWide(Server::Database()),
+                            Utf8ToWide(Server::User()), Utf8ToWide(Server::Password()), false, "",
+                            1);
+    return backend;
+}
+
+Backend PostgreSql(const std::string& name) {
+    Backend backend = On(Postgres(), name, CQXDB_DS_POSTGRESQL);
     backend.blobType = "BYTEA";
     backend.duplicateKey = SqlStateCode("23505");
     backend.syntaxError = SqlStateCode("42601");
@@ -29,20 +33,13 @@ Backend PostgreSql(const std::string& name, std::uint16_t port) {
 }  // namespace
 
 const Backend& PostgreSqlBackend() {
-    static const Backend backend = PostgreSql("PostgreSql", Postgres().Port());
+    static const Backend backend = PostgreSql("PostgreSql");
     return backend;
 }
 
 const Backend& MariaDbBackend() {
     static const Backend backend = [] {
-        Backend made;
-        made.name = "MariaDb";
-        made.dataSource.type = CQXDB_DS_MARIADB;
-        made.dataSource.server = L"127.0.0.1";
-        made.dataSource.port = MariaDb().Port();
-        made.dataSource.database = CQXBASE::Utf8ToWide(MariaDbServer::Database());
-        made.dataSource.user = CQXBASE::Utf8ToWide(MariaDbServer::User());
-        made.dataSource.password = CQXBASE::Utf8ToWide(MariaDbServer::Password());
+        Backend made = On(MariaDb(), "MariaDb", CQXDB_DS_MARIADB);
         made.blobType = "LONGBLOB";
         made.longTextType = "LONGTEXT";
         made.timestampType = "DATETIME(6)";
@@ -59,7 +56,7 @@ const Backend& MariaDbBackend() {
 
 const Backend& OdbcBackend() {
     static const Backend backend = [] {
-        Backend made = PostgreSql("OdbcPostgreSql", Postgres().Port());
+        Backend made = PostgreSql("OdbcPostgreSql");
         made.dataSource.driver = CQXDB_DRIVER_ODBC;
         made.dataSource.driverName = L"/usr/lib/x86_64-linux-gnu/odbc/psqlodbcw.so";
         return made;
@@ -92,6 +89,18 @@ PostgresServer& Postgres() {
 MariaDbServer& MariaDb() {
     static MariaDbServer server;
     return server;
+}
+
+Outcome GoAndComeBack(Client& db, DatabaseServer& server) {
+    EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
+    server.Stop();
+    Outcome gone = db.Execute("SELECT 1");
+    server.Start();
+    EXPECT_EQ(db.Rows("SELECT 2"), "2\n");
+    server.Stop();
+    server.Start();
+    EXPECT_EQ(db.Rows("SELECT 3"), "3\n") << "a connection that broke while it was idle";
+    return gone;
 }
 
 std::vector<BackendParam> StoppingBackends() {

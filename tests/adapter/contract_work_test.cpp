@@ -172,14 +172,6 @@ TEST_P(WorkContract, StatementsFollowAChangedSchema) {
     EXPECT_EQ(db.Rows("SELECT * FROM t"), "");
 }
 
-TEST_P(WorkContract, QueriesThatGiveNoRowsRunAndLeaveNoColumns) {
-    Table("i INTEGER");
-    QXRecordset rs;
-    ASSERT_TRUE(db.Query(rs, "INSERT INTO t (i) VALUES (?)", {QXValue::Int64(4)}).ok());
-    EXPECT_EQ(rs.ColumnCount(), 0U);
-    EXPECT_EQ(db.Rows("SELECT i FROM t"), "4\n");
-}
-
 TEST_P(WorkContract, AListQueryGivesTheRowsOfTheLastCommand) {
     Table("i INTEGER");
     QXRecordset rs;

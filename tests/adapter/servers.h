@@ -16,4 +16,8 @@ const Backend& PostgreSqlBackend();
 const Backend& MariaDbBackend();
 const Backend& OdbcBackend();  ///< PostgreSQL once more
 
+/// Ends the server while `db` works, and once more while it is idle; gives how the call ended that
+/// found nobody.
+Outcome GoAndComeBack(Client& db, DatabaseServer& server);
+
 }  // namespace qxdb_test

@@ -1,6 +1,5 @@
 // What is particular to PostgreSQL.
 #include <string>
-#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
@@ -9,6 +8,7 @@
 
 #include "tests/adapter/contract.h"
 #include "tests/adapter/servers.h"
+#include "tests/support/PeakMemory.h"
 
 namespace qxdb_test {
 namespace {
@@ -95,31 +95,16 @@ TEST_F(PostgreSqlTest, FailedLoginsSayWhy) {
 }
 
 TEST_F(PostgreSqlTest, AServerThatGoesAndComesBackIsMetAgain) {
-    ASSERT_EQ(db.Rows("SELECT 1"), "1\n");
-    Postgres().Stop();
-    const Outcome gone = db.Execute("SELECT 1");
-    EXPECT_EQ(gone.code, SqlStateCode("08001")) << gone;
-    Postgres().Start();
-    EXPECT_EQ(db.Rows("SELECT 2"), "2\n");
-    Postgres().Stop();
-    Postgres().Start();
-    EXPECT_EQ(db.Rows("SELECT 3"), "3\n") << "a connection that broke while it was idle";
+    EXPECT_EQ(GoAndComeBack(db, Postgres()).code, SqlStateCode("08001"));
     EXPECT_EQ(db.Execute({db.Command("SELECT pg_terminate_backend(pg_backend_pid())")}).code,
               SqlStateCode("57P01"));
     EXPECT_EQ(db.Rows("SELECT 4"), "4\n");
 }
 
-/// The most memory that this process has had, in MiB.
-long PeakMemory() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss / 1024;
-}
-
 TEST_F(PostgreSqlTest, RowsThatNobodyWantsTakeNoMemory) {
     const std::string gigabyte =
         "SELECT repeat('x', 1000) FROM generate_series(1, 1000000) WHERE ?::bool";
-    const long before = PeakMemory();
+    const PeakMemory memory;
     EXPECT_TRUE(db.Execute(gigabyte, {QXValue::Bool(true)}).ok());
     EXPECT_TRUE(db.Execute({db.Command(gigabyte, {QXValue::Bool(true)}),
                             db.Command(gigabyte, {QXValue::Bool(true)})})
@@ -130,7 +115,7 @@ TEST_F(PostgreSqlTest, RowsThatNobodyWantsTakeNoMemory) {
     rs.setPageSize(900000);
     EXPECT_EQ(db.Query(rs, gigabyte, {QXValue::Bool(true)}).code, DBMGR_RESULT_TOO_LARGE);
     EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
-    EXPECT_LT(PeakMemory() - before, 600);
+    EXPECT_LT(memory.Growth(), std::size_t{600} << 20);
 }
 
 TEST_F(PostgreSqlTest, ASessionThatChangesHandsHasItsSettingsAgain) {

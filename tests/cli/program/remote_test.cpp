@@ -63,14 +63,4 @@ TEST_F(Remote, PingAndLoginsTellTheirOutcome) {
     EXPECT_EQ(Run({"ping", "--password-file", folder_.File("missing")}).status, 2);
 }
 
-TEST_F(Remote, FilesGoInAndComeOut) {
-    ASSERT_EQ(Run({"-c", "CREATE TABLE t(id INTEGER UNIQUE, note TEXT)"}).status, 0);
-    const std::string csv = "1,\"a\nb\"\r\n2,\r\n3,\"\"\r\n";
-    EXPECT_EQ(Run({"import", "-", "t"}, csv).err, "3 rows imported into t\n");
-    EXPECT_EQ(Run({"export", "SELECT * FROM t ORDER BY id", "-", "--page-size", "2"}).out, csv);
-    EXPECT_THAT(
-        Run({"import", "-", "t"}, "4,x\n5,x\n1,y\n").err,
-        HasSubstr("line 3: error 2067: UNIQUE constraint failed: t.id; no row was imported"));
-}
-
 }  // namespace

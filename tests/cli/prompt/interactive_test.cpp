@@ -37,47 +37,32 @@ class Interactive : public testing::Test {
 
 TEST_F(Interactive, StatementsMayTakeSeveralLines) {
     Terminal terminal(QXDB_PROGRAM, OnDatabase(), Environment());
-    terminal.WaitFor("qxdb> ");
-    terminal.Type("SELECT '漢\n");
-    terminal.WaitFor("   '> ");
-    terminal.Type("字' AS two,\n");
-    terminal.WaitFor("   -> ");
-    terminal.Type("40 + 2; SELECT 7 * 6\n");
+    terminal.Answer("qxdb> ", "SELECT '漢\n");
+    terminal.Answer("   '> ", "字' AS two,\n");
+    terminal.Answer("   -> ", "40 + 2; SELECT 7 * 6\n");
     terminal.WaitFor(" 漢\\n字 |     42");
-    terminal.WaitFor("   -> ");
-    terminal.Type("AS again;\n");
+    terminal.Answer("   -> ", "AS again;\n");
     terminal.WaitFor("    42");
-    terminal.WaitFor("qxdb> ");
-    terminal.Type("/* a\n");
-    terminal.WaitFor("   *> ");
-    terminal.Type("*/ CREATE TABLE t(a);\n");
+    terminal.Answer("qxdb> ", "/* a\n");
+    terminal.Answer("   *> ", "*/ CREATE TABLE t(a);\n");
     terminal.WaitFor("OK\r\n");
-    terminal.WaitFor("qxdb> ");
-    terminal.Type("\\q\n");
+    terminal.Answer("qxdb> ", "\\q\n");
     EXPECT_EQ(terminal.WaitForEnd(), 0);
 }
 
 TEST_F(Interactive, ErrorsAndCtrlCLeaveThePrompt) {
     Terminal terminal(QXDB_PROGRAM, OnDatabase(), Environment());
-    terminal.WaitFor("qxdb> ");
-    terminal.Type("SELEC;\n");
+    terminal.Answer("qxdb> ", "SELEC;\n");
     terminal.WaitFor("syntax error");
-    terminal.WaitFor("qxdb> ");
-    terminal.Type("SELECT 'dropped\n");
-    terminal.WaitFor("   '> ");
-    terminal.Type("half a line\x03");
+    terminal.Answer("qxdb> ", "SELECT 'dropped\n");
+    terminal.Answer("   '> ", "half a line\x03");
     terminal.WaitFor("^C");
-    terminal.WaitFor("qxdb> ");
-    terminal.Type("SELECT 6 * 7 AS kept;\n");
+    terminal.Answer("qxdb> ", "SELECT 6 * 7 AS kept;\n");
     EXPECT_THAT(terminal.WaitFor("   42"), Not(HasSubstr("dropped")));
-    terminal.WaitFor("qxdb> ");
-    terminal.Type("BEGIN;\n");
-    terminal.WaitFor("qxdb*> ");
-    terminal.Type("\\i missing\n");
-    terminal.WaitFor("qxdb!> ");
-    terminal.Type("ROLLBACK; BEGIN;\n");
-    terminal.WaitFor("qxdb*> ");
-    terminal.Type("\x04");
+    terminal.Answer("qxdb> ", "BEGIN;\n");
+    terminal.Answer("qxdb*> ", "\\i missing\n");
+    terminal.Answer("qxdb!> ", "ROLLBACK; BEGIN;\n");
+    terminal.Answer("qxdb*> ", "\x04");
     terminal.WaitFor("without a COMMIT");
     EXPECT_EQ(terminal.WaitForEnd(), 0);
 }
@@ -85,14 +70,11 @@ TEST_F(Interactive, ErrorsAndCtrlCLeaveThePrompt) {
 TEST_F(Interactive, LinesAreRememberedForTheirOwner) {
     {
         Terminal first(QXDB_PROGRAM, OnDatabase(), Environment());
-        first.WaitFor("qxdb> ");
-        first.Type("SELECT 12345 + 1;\n");
+        first.Answer("qxdb> ", "SELECT 12345 + 1;\n");
         first.WaitFor("12346");
-        first.WaitFor("qxdb> ");
-        first.Type("SELECT 'password';\n");
+        first.Answer("qxdb> ", "SELECT 'password';\n");
         first.WaitFor("(1 row)");
-        first.WaitFor("qxdb> ");
-        first.Type("exit\n");
+        first.Answer("qxdb> ", "exit\n");
         EXPECT_EQ(first.WaitForEnd(), 0);
     }
     const auto file = folder_.Path() / "state/qxdb/history";
@@ -101,16 +83,14 @@ TEST_F(Interactive, LinesAreRememberedForTheirOwner) {
     ASSERT_EQ(stat(file.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
     Terminal second(QXDB_PROGRAM, OnDatabase(), Environment());
-    second.WaitFor("qxdb> ");
-    second.Type("\x1b[A\x1b[A\n");
+    second.Answer("qxdb> ", "\x1b[A\x1b[A\n");
     second.WaitFor("12346");
 }
 
 TEST_F(Interactive, PasswordsAreNotShown) {
     Terminal terminal(QXDB_PROGRAM, {"--server", "127.0.0.1:1", "--user", "anna", "ping"},
                       Environment());
-    terminal.WaitFor("Password of anna at 127.0.0.1:1: ");
-    terminal.Type("secret\n");
+    terminal.Answer("Password of anna at 127.0.0.1:1: ", "secret\n");
     EXPECT_THAT(terminal.WaitFor("error 10061"), Not(HasSubstr("secret")));
     EXPECT_EQ(terminal.WaitForEnd(), 3);
 }

@@ -1,13 +1,12 @@
 // The bytes of encodings: the documented example, both byte orders, sizes.
 #include <algorithm>
-#include <cctype>
 #include <fstream>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "tests/objects/cdr_support.h"
 #include "tests/objects/samples.h"
+#include "tests/support/Hex.h"
 
 namespace qxdb_test {
 namespace {
@@ -25,12 +24,8 @@ std::string DocumentedBytes(const std::string& heading) {
     }
     std::string bytes;
     while (std::getline(page, line) && line.rfind("```", 0) != 0) {
-        std::istringstream words(line.substr(0, line.find('|')));
-        std::string word;
-        words >> word;
-        while (words >> word) {
-            bytes += static_cast<char>(std::stoi(word, nullptr, 16));
-        }
+        const std::size_t bytesBegin = line.find_first_of(' ');
+        bytes += FromHex(std::string_view(line).substr(bytesBegin, line.find('|') - bytesBegin));
     }
     return bytes;
 }

@@ -180,12 +180,7 @@ TEST_F(CommandTest, ABigEndianFrameIsRead) {
     for (const char unit : login) {
         body += {'\0', unit};
     }
-    CQXBASE::FrameHeader header;
-    header.littleEndian = false;
-    header.typeCode = kLogin;
-    header.bodyLength = static_cast<std::uint32_t>(body.size());
-    const FrameHeaderBytes bytes = EncodeFrameHeader(header);
-    client_.SendBytes(std::string(bytes.data(), bytes.size()) + body);
+    client_.SendBytes(HeaderClaiming(static_cast<std::uint32_t>(body.size()), false) + body);
     EXPECT_EQ(client_.Receive().Error(), 0);
 }
 
