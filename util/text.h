@@ -22,6 +22,11 @@ std::string ToNarrow(const std::wstring& text, unsigned codePage);
 std::string WideToUtf8(std::wstring_view text);
 std::wstring Utf8ToWide(std::string_view utf8);
 
+/// UTF-8 without the byte order mark that some programs put in front of it.
+constexpr std::string_view WithoutByteOrderMark(std::string_view utf8) noexcept {
+    return utf8.substr(0, 3) == "\xEF\xBB\xBF" ? utf8.substr(3) : utf8;
+}
+
 /// Number of UTF-16 units of a wide text.
 std::size_t Utf16Length(std::wstring_view text) noexcept;
 /// UTF-16 units of a wide text and back; lone surrogates pass through both ways.

@@ -113,6 +113,13 @@ bool OdbcRowReader::GetFixed(SQLUSMALLINT index, SQLSMALLINT cType, Fixed& value
     return length != SQL_NULL_DATA;
 }
 
+template <typename Fixed, typename Take>
+void OdbcRowReader::AppendFixed(SQLUSMALLINT index, SQLSMALLINT cType, QXColumn& target,
+                                Take take) {
+    Fixed value{};
+    GetFixed(index, cType, value) ? take(value) : target.AppendNull();
+}
+
 template <typename Units>
 bool OdbcRowReader::GetLong(SQLUSMALLINT index, SQLSMALLINT cType, Units& value) {
     constexpr std::size_t kUnitBytes = sizeof(typename Units::value_type);
@@ -148,24 +155,19 @@ bool OdbcRowReader::GetLong(SQLUSMALLINT index, SQLSMALLINT cType, Units& value)
 void OdbcRowReader::AppendCell(SQLUSMALLINT index, const Column& column) {
     QXColumn& target = *column.target;
     switch (column.type) {
-        case QXValueType::Bool: {
-            SQLCHAR flag = 0;
-            GetFixed(index, SQL_C_BIT, flag) ? target.AppendInt64(flag, QXValueType::Bool)
-                                             : target.AppendNull();
+        case QXValueType::Bool:
+            AppendFixed<SQLCHAR>(index, SQL_C_BIT, target, [&target](SQLCHAR flag) {
+                target.AppendInt64(flag, QXValueType::Bool);
+            });
             break;
-        }
-        case QXValueType::Int64: {
-            SQLBIGINT number = 0;
-            GetFixed(index, SQL_C_SBIGINT, number) ? target.AppendInt64(number)
-                                                   : target.AppendNull();
+        case QXValueType::Int64:
+            AppendFixed<SQLBIGINT>(index, SQL_C_SBIGINT, target,
+                                   [&target](SQLBIGINT number) { target.AppendInt64(number); });
             break;
-        }
-        case QXValueType::Double: {
-            double number = 0;
-            GetFixed(index, SQL_C_DOUBLE, number) ? target.AppendDouble(number)
-                                                  : target.AppendNull();
+        case QXValueType::Double:
+            AppendFixed<double>(index, SQL_C_DOUBLE, target,
+                                [&target](double number) { target.AppendDouble(number); });
             break;
-        }
         case QXValueType::Blob:
             GetLong(index, SQL_C_BINARY, bytes_) ? target.AppendBytes(bytes_, QXValueType::Blob)
                                                  : target.AppendNull();

@@ -37,6 +37,9 @@ class OdbcRowReader {
     /// False for a null.
     template <typename Fixed>
     bool GetFixed(SQLUSMALLINT index, SQLSMALLINT cType, Fixed& value);
+    /// Has `take` append the value to `target`; appends a null itself.
+    template <typename Fixed, typename Take>
+    void AppendFixed(SQLUSMALLINT index, SQLSMALLINT cType, QXColumn& target, Take take);
     /// Collects a value of any length in `value`; false for a null.
     template <typename Units>
     bool GetLong(SQLUSMALLINT index, SQLSMALLINT cType, Units& value);

@@ -39,20 +39,23 @@ PgStatement::~PgStatement() {
     connection_.Forget(this);
 }
 
-void PgStatement::Execute(const Parameters& parameters) {
+bool PgStatement::RanAsScript(const Parameters& parameters) {
     CheckParameterCount(native_.parameters, parameters.size());
-    if (script_ && parameters.empty()) {
+    const bool runs = script_ && parameters.empty();
+    if (runs) {
         connection_.RunText(native_.sql);
-    } else {
+    }
+    return runs;
+}
+
+void PgStatement::Execute(const Parameters& parameters) {
+    if (!RanAsScript(parameters)) {
         connection_.RunStatement(this, native_.sql, PgParameters(parameters));
     }
 }
 
 void PgStatement::ExecuteSoon(const Parameters& parameters) {
-    CheckParameterCount(native_.parameters, parameters.size());
-    if (script_ && parameters.empty()) {
-        connection_.RunText(native_.sql);
-    } else {
+    if (!RanAsScript(parameters)) {
         connection_.SendStatement(this, native_.sql, PgParameters(parameters));
     }
 }

@@ -21,6 +21,8 @@ class PgStatement : public Statement {
     void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
 
   private:
+    /// Runs what may be a script if it is to run as one; false, and nothing run, otherwise.
+    bool RanAsScript(const Parameters& parameters);
     void QueryAll(const Parameters& parameters, const Page& page, QXRecordset& rs);
     void QueryPage(const Parameters& parameters, const Page& page, QXRecordset& rs);
 

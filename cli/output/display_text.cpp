@@ -26,6 +26,16 @@ Character CharacterAt(std::string_view text, std::size_t at) noexcept {
     return found;
 }
 
+/// Hands `take` each character and its bytes.
+template <typename Take>
+void EachCharacter(std::string_view text, Take take) {
+    Character next;
+    for (std::size_t at = 0; at < text.size(); at += next.bytes) {
+        next = CharacterAt(text, at);
+        take(next.code, text.substr(at, next.bytes));
+    }
+}
+
 bool IsPlainAscii(char c) noexcept {
     return c >= ' ' && c <= '~';
 }
@@ -75,11 +85,9 @@ bool IsUtf8(std::string_view text) noexcept {
 std::string ToValidUtf8(std::string_view text) {
     std::string valid;
     valid.reserve(text.size());
-    Character next;
-    for (std::size_t at = 0; at < text.size(); at += next.bytes) {
-        next = CharacterAt(text, at);
-        valid += next.code < 0 ? kReplacement : text.substr(at, next.bytes);
-    }
+    EachCharacter(text, [&valid](utf8proc_int32_t code, std::string_view bytes) {
+        valid += code < 0 ? kReplacement : bytes;
+    });
     return valid;
 }
 
@@ -88,17 +96,15 @@ std::string EscapeForDisplay(std::string_view text) {
         return std::string(text);
     }
     std::string shown;
-    Character next;
-    for (std::size_t at = 0; at < text.size(); at += next.bytes) {
-        next = CharacterAt(text, at);
-        if (next.code < 0) {
+    EachCharacter(text, [&shown](utf8proc_int32_t code, std::string_view bytes) {
+        if (code < 0) {
             shown += kReplacement;
-        } else if (NeedsEscape(next.code)) {
-            shown += Escape(next.code);
+        } else if (NeedsEscape(code)) {
+            shown += Escape(code);
         } else {
-            shown += text.substr(at, next.bytes);
+            shown += bytes;
         }
-    }
+    });
     return shown;
 }
 
@@ -107,11 +113,9 @@ std::size_t DisplayWidth(std::string_view text) noexcept {
         return text.size();
     }
     std::size_t width = 0;
-    Character next;
-    for (std::size_t at = 0; at < text.size(); at += next.bytes) {
-        next = CharacterAt(text, at);
-        width += WidthOf(next.code);
-    }
+    EachCharacter(text, [&width](utf8proc_int32_t code, std::string_view /*bytes*/) {
+        width += WidthOf(code);
+    });
     return width;
 }
 

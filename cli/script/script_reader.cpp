@@ -2,11 +2,12 @@
 
 #include <string_view>
 
+#include "util/text.h"
+
 namespace CQXCLI::script {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kLongestPiece = 64 * 1024;
 
 }  // namespace
@@ -33,12 +34,9 @@ void ScriptReader::ReadLine() {
     } else if (!ended_) {
         in_.clear();  // a long line: the rest of it comes next
     }
-    std::string_view piece(buffer_.data(), count);
-    if (first_ && piece.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-        piece.remove_prefix(kByteOrderMark.size());
-    }
+    const std::string_view piece(buffer_.data(), count);
+    splitter_.Feed(first_ ? CQXBASE::WithoutByteOrderMark(piece) : piece);
     first_ = false;
-    splitter_.Feed(piece);
     if (ended_) {
         splitter_.Finish();
     }

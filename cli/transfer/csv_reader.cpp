@@ -7,12 +7,12 @@
 
 #include "cli/exit_status.h"
 #include "cli/output/display_text.h"
+#include "util/text.h"
 
 namespace CQXCLI::transfer {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kChunkBytes = 64 * 1024;
 constexpr std::size_t kLongestField = std::size_t{256} * 1024 * 1024;
 
@@ -65,8 +65,8 @@ bool CsvReader::Next(CsvRow& row) {
 void CsvReader::ReadChunk() {
     in_.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
     std::string_view chunk(buffer_.data(), static_cast<std::size_t>(in_.gcount()));
-    if (bytesRead_ == 0 && chunk.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-        chunk.remove_prefix(kByteOrderMark.size());
+    if (bytesRead_ == 0) {
+        chunk = CQXBASE::WithoutByteOrderMark(chunk);
     }
     bytesRead_ += static_cast<std::uint64_t>(in_.gcount());
     ended_ = !in_;

@@ -33,13 +33,6 @@ std::size_t Use(const QXRecordset& rs) {
     }
     return used;
 }
-std::size_t Use(const QXRsList& list) {
-    std::size_t used = 0;
-    for (const QXRecordset& rs : list) {
-        used += Use(rs);
-    }
-    return used;
-}
 std::size_t Use(const QXCommand& command) {
     std::size_t used = sizeof command + command.Text().size() + command.Token().size();
     for (const QXValue& param : command.Params()) {
@@ -47,15 +40,16 @@ std::size_t Use(const QXCommand& command) {
     }
     return used;
 }
-std::size_t Use(const QXCommandList& list) {
-    std::size_t used = 0;
-    for (const QXCommand& command : list) {
-        used += Use(command);
-    }
-    return used;
-}
 std::size_t Use(const QXDataSource& source) {
     return source.name.size() + source.extra.size() + source.options.size();
+}
+template <class List>
+std::size_t Use(const List& list) {
+    std::size_t used = 0;
+    for (const auto& each : list) {
+        used += Use(each);
+    }
+    return used;
 }
 
 template <class T>
