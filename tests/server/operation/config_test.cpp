@@ -11,6 +11,7 @@ namespace {
 using qxdb_test::TempDir;
 using qxdb_test::WriteFile;
 
+using Databases = std::vector<std::pair<std::string, std::string>>;
 using Numbers = std::vector<std::uint64_t>;
 
 Numbers All(const Limits& limits) {
@@ -95,14 +96,11 @@ TEST_F(ConfigTest, DatabasesKeepTheirOrderAndPathsCountFromTheFile) {
         "bee = 'sqlite:/abs.db'\ncat = 'sqlite::memory:'\ndog = 'sqlite:file:d.db?mode=ro'\n"
         "eel = 'sqlite:///a%20b'\n");
     EXPECT_EQ(options.dataDir, folder_.File("d"));
-    ASSERT_EQ(options.databases.size(), 6U);
-    EXPECT_EQ(options.databases[0].first, "zoo");
-    EXPECT_EQ(options.databases[0].second, "sqlite:" + folder_.File("z.db"));
-    EXPECT_EQ(options.databases[1].second, "mysql://h/x");
-    EXPECT_EQ(options.databases[2].second, "sqlite:" + Rooted("abs.db"));
-    EXPECT_EQ(options.databases[3].second, "sqlite::memory:");
-    EXPECT_EQ(options.databases[4].second, "sqlite:file:d.db?mode=ro");
-    EXPECT_EQ(options.databases[5].second, "sqlite:///a%20b");
+    const Databases expected = {
+        {"zoo", "sqlite:" + folder_.File("z.db")}, {"ant", "mysql://h/x"},
+        {"bee", "sqlite:" + Rooted("abs.db")},     {"cat", "sqlite::memory:"},
+        {"dog", "sqlite:file:d.db?mode=ro"},       {"eel", "sqlite:///a%20b"}};
+    EXPECT_EQ(options.databases, expected);
 }
 
 TEST_F(ConfigTest, MistakesAreNamedWithTheirLine) {
@@ -132,7 +130,7 @@ TEST_F(ConfigTest, TheCommandLineWins) {
     EXPECT_EQ(line.action, operation::Action::Serve);
     EXPECT_EQ(line.options.listen, "h:2");
     EXPECT_EQ(line.options.logLevel, "debug");
-    const std::vector<std::pair<std::string, std::string>> expected = {
+    const Databases expected = {
         {"a", "sqlite:/c"}, {"b", "sqlite:" + Rooted("b")}, {"d", "odbc:DSN=x;UID=y"}};
     EXPECT_EQ(line.options.databases, expected);
 }
