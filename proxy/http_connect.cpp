@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <array>
 #include <string>
 #include <string_view>
@@ -36,8 +35,8 @@ void WriteRequest(Buffer& buffer, const ProxyParam& proxy, const std::string& ho
 
 /// The buffer's text, which an answer that fills the buffer leaves without a terminator.
 std::string_view TextOf(const Buffer& buffer) {
-    const auto* end = std::find(buffer.begin(), buffer.end(), '\0');
-    return {buffer.data(), static_cast<std::size_t>(end - buffer.begin())};
+    const std::string_view whole(buffer.data(), buffer.size());
+    return whole.substr(0, whole.find('\0'));
 }
 
 bool Contains(std::string_view text, std::string_view part) {

@@ -20,8 +20,8 @@ struct ProxyParam {
     std::uint32_t type = kProxyNone;  ///< a ProxyType
     std::string host;                 ///< where the socket is connected to
     std::uint16_t port = 0;
-    std::string user;  ///< empty: no credentials are offered
-    std::string password;
+    std::string user;      ///< empty: no credentials are offered
+    std::string password;  ///< sent only with a user
     bool valid = true;
 };
 
@@ -47,9 +47,10 @@ int HttpConnectHandshake(const ProxyParam& proxy, ACE_HANDLE socket, const std::
 /// Sends no user id.
 int Socks4Handshake(const ProxyParam& proxy, ACE_HANDLE socket, const std::string& targetHost,
                     std::uint16_t targetPort);
-/// Offers one method: user and password when there is a user, else none. A name or password longer
-/// than 255 bytes goes out whole behind a length byte that can't hold it, which no proxy takes;
-/// together they may have 509 bytes, and longer ones fail unsent.
+/// Offers one method: user and password when there is a user, else none. A proxy that then chooses
+/// the password method all the same gets both empty. A name or password longer than 255 bytes goes
+/// out whole behind a length byte that can't hold it, which no proxy takes; together they may have
+/// 509 bytes, and longer ones fail unsent.
 int Socks5Handshake(const ProxyParam& proxy, ACE_HANDLE socket, const std::string& targetHost,
                     std::uint16_t targetPort);
 

@@ -54,11 +54,12 @@ constexpr unsigned char kMethodPassword = 2;
 bool Authenticate(const ProxyParam& proxy, ACE_HANDLE socket) {
     constexpr unsigned char kSubnegotiation = 1;
     Buffer request{kSubnegotiation};
-    const std::size_t length = proxy.user.size() + proxy.password.size() + 3;
+    const std::string password = proxy.user.empty() ? std::string() : proxy.password;
+    const std::size_t length = proxy.user.size() + password.size() + 3;
     if (length > request.size()) {
         return false;
     }
-    PutCounted(PutCounted(&request[1], proxy.user), proxy.password);
+    PutCounted(PutCounted(&request[1], proxy.user), password);
     const Buffer answer = Exchange(socket, request, length);
     return answer[0] == kSubnegotiation && answer[1] == 0;
 }

@@ -64,10 +64,10 @@ TEST(Socks5, WithUserAndPassword) {
 }
 
 TEST(Socks5, TheProxysChoiceOfMethodDecides) {
-    const Answered unasked =
-        Ask(Socks5("", ""), {{3, FromHex("05 02")}, {3, FromHex("01 00")}, {10, kGranted5}});
+    const Answered unasked = Ask(Socks5("", std::string(600, 'p')),
+                                 {{3, FromHex("05 02")}, {3, FromHex("01 00")}, {10, kGranted5}});
     EXPECT_EQ(kProxyDone, unasked.result);
-    EXPECT_EQ("05 01 00 01 00 00 " + kRequest5, unasked.sent);
+    EXPECT_EQ("05 01 00 01 00 00 " + kRequest5, unasked.sent) << "no password without a user";
     const Answered waived = Ask(Socks5("user", "pw"), {{3, FromHex("05 00")}, {10, kGranted5}});
     EXPECT_EQ(kProxyDone, waived.result);
     EXPECT_EQ("05 01 02 " + kRequest5, waived.sent);
