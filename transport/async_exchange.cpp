@@ -27,7 +27,8 @@ void QXIO::abandon_pending() noexcept {
         return;
     }
     // The operation's memory is about to go, and cancelling doesn't end what the system has begun.
-    if (peer_ != nullptr) {
+    // On a wrapped stream, which is not ours to end, that is waited for.
+    if (peer_ != nullptr && ownsStream_) {
         ACE_OS::shutdown(peer_->get_handle(), ACE_SHUTDOWN_BOTH);
     }
     if (writer_) {

@@ -6,6 +6,7 @@
 
 #include "errors/caught_exception.h"
 #include "platform/sockets/errors.h"
+#include "platform/sockets/transfer.h"
 #include "transport/frame.h"
 #include "transport/qxio.h"
 #include "transport/result_codes.h"
@@ -30,6 +31,7 @@ int QXIO::Asy_receive_data(char*& data, unsigned& length, std::string& plainText
         if (rxDone_ == 0 || rxReceived_ != rxExpected_ || rxExpected_ == 0) {
             return -1;
         }
+        midExchange_ = false;
         enciphered = rxPlainLength_ > 0;
         return enciphered ? pipe_before_recv(data, length, plainText, typeCode, enciphered)
                           : hand_out_plain(data, length, typeCode);
@@ -115,6 +117,12 @@ void QXIO::handle_read_stream(const ACE_Asynch_Read_Stream::Result& result) {
 }
 
 void QXIO::on_read(const ACE_Asynch_Read_Stream::Result& result) {
+    using platform::sockets::Direction;
+    if (!result.success() &&
+        platform::sockets::ReadyAfter(result.error(), handle(), Direction::Read)) {
+        Asy_receive_block(rxExpected_ == 0 ? kFrameHeaderSize : rxExpected_ - rxReceived_);
+        return;
+    }
     const bool counted = result.success() && result.bytes_transferred() > 0 && count_read(result);
     if (counted && rxReceived_ < rxExpected_) {
         Asy_receive_block(rxExpected_ - rxReceived_);

@@ -7,11 +7,14 @@
 
 #include "errors/caught_exception.h"
 #include "platform/sockets/errors.h"
+#include "platform/sockets/transfer.h"
 #include "transport/outgoing_frame.h"
 #include "transport/qxio.h"
 
 namespace CQXBASE {
 namespace {
+
+using platform::sockets::Direction;
 
 constexpr std::size_t kMostOfHeader = 512;
 
@@ -87,7 +90,9 @@ int QXIO::open_writer() {
     if (peer_ == nullptr) {
         platform::sockets::SetNotConnected();
     } else {
-        SendAtOnce(*peer_);
+        if (ownsStream_) {
+            SendAtOnce(*peer_);
+        }
         platform::sockets::ClearLastError();
         if (writer_->open(*this, handle(), nullptr, proactor_.get()) == 0) {
             return 0;
@@ -128,6 +133,7 @@ int QXIO::start_write(BlockPtr block, std::size_t count) {
     if (writer_->write(*block, count, nullptr, 0, 0) == -1) {
         return -1;
     }
+    midExchange_ = true;
     ++pending_;
     static_cast<void>(block.release());  // the completion's handler takes it
     return 0;
@@ -146,7 +152,11 @@ void QXIO::handle_write_stream(const ACE_Asynch_Write_Stream::Result& result) {
 
 void QXIO::on_written(const ACE_Asynch_Write_Stream::Result& result) {
     if (!result.success()) {
-        sendDone_ = 1;
+        if (platform::sockets::ReadyAfter(result.error(), handle(), Direction::Write)) {
+            resume_write(result.message_block(), result.bytes_to_write());
+        } else {
+            sendDone_ = 1;
+        }
         return;
     }
     const std::size_t transferred = result.bytes_transferred();

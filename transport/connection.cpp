@@ -78,9 +78,11 @@ int QXIO::tunnel_through_proxy() {
     proxy.port = static_cast<std::uint16_t>(proxyPort_);
     proxy.user = ToNarrow(proxyUser_, kCodePageAnsi);
     proxy.password = ToNarrow(proxyPassword_, kCodePageAnsi);
+    midExchange_ = true;
     std::wstring answer;
     if (ProxyHandshake(proxy, peer_->get_handle(), ToNarrow(serverHost_, kCodePageAnsi),
                        static_cast<std::uint16_t>(serverPort_), answer) == kProxyDone) {
+        midExchange_ = false;
         return 0;
     }
     set_last_error(-1, L"连接代理服务器失败, " + answer);
@@ -115,6 +117,7 @@ void QXIO::close_stream() {
     hard_close(*peer_);
     delete peer_;
     peer_ = nullptr;
+    midExchange_ = false;
     ++connection_;
 }
 

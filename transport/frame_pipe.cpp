@@ -118,15 +118,23 @@ int QXIO::pipe_before_send(ACE_OutputCDR& body, ACE_OutputCDR& header, unsigned 
         });
 }
 
+template <class Work>
+void QXIO::do_ahead(const Work& work) {
+    try {
+        work();
+    } catch (const QX_Exception& /*fault*/) {
+        forget_ahead();
+        rxFault_ = std::current_exception();
+    } catch (const std::exception& /*error*/) {
+        forget_ahead();  // all is done again when the body is there, and what fails is told then
+    }
+}
+
 void QXIO::derive_ahead() {
     forget_ahead();
 #if !QXDB_KEEP_FRAME_KEY
     if (std::exchange(encipheredAnswer_, false)) {
-        try {
-            rxCipher_ = std::make_unique<FrameCipher>();
-        } catch (const std::exception& /*error*/) {
-            // Tried again when there is a frame to decipher, and told then.
-        }
+        do_ahead([this] { rxCipher_ = std::make_unique<FrameCipher>(); });
     }
 #endif
 }
@@ -137,18 +145,17 @@ void QXIO::decipher_arrived() {
     }
     const std::string_view arrived(rxBlock_->rd_ptr() + kFrameHeaderSize,
                                    rxBlock_->length() - kFrameHeaderSize);
-    try {
+    do_ahead([&] {
         // No more memory ahead of the bytes than the block has.
         rxBegun_.reserve(std::min<std::size_t>(rxBodyLength_, rxBlock_->capacity()));
         rxCipher_->DecipherOn(arrived, rxBegun_);
-    } catch (const std::exception& /*error*/) {
-        forget_ahead();  // all is done again when the body is there, and what fails is told then
-    }
+    });
 }
 
 void QXIO::forget_ahead() noexcept {
     rxCipher_.reset();
     rxBegun_ = std::string();
+    rxFault_ = nullptr;
 }
 
 int QXIO::pipe_before_recv(char*& data, unsigned& length, std::string& plainText,
@@ -171,6 +178,9 @@ int QXIO::pipe_before_recv(char*& data, unsigned& length, std::string& plainText
         return 0;
     }
     const auto work = [&] {
+        if (rxFault_ != nullptr) {
+            std::rethrow_exception(std::exchange(rxFault_, nullptr));
+        }
         const std::unique_ptr<FrameCipher> cipher = std::move(rxCipher_);
         const std::string_view cipherText(body, header.bodyLength);
         plainText = cipher != nullptr

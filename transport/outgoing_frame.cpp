@@ -41,8 +41,7 @@ OutgoingFrame::OutgoingFrame(QXIOBase& object)
       header_(headerMemory_.data(), headerMemory_.size(), kLittleEndian,
               encoding::CdrMemory::Instance(), encoding::CdrMemory::Instance(),
               encoding::CdrMemory::Instance(), kMemcpyTradeoff, 1, 2) {
-    object.toCDR(body_);
-    if (!body_.good_bit()) {
+    if (object.toCDR(body_) == 0 || !body_.good_bit()) {
         QXDB_THROW(L"object can't be encoded, send error.", L"qxio",
                    L"CQXBASE::OutgoingFrame::OutgoingFrame");
     }

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -114,6 +115,11 @@ class QXIO : public ACE_Handler {
     int LastErrorCode() const noexcept { return lastErrorCode_; }
     const std::wstring& LastErrorText() const noexcept { return lastErrorText_; }
 
+    /// True when another frame must not be sent on the present connection: its proxy has refused
+    /// the tunnel, or a frame was sent, if only in part, whose reply has not arrived as a whole. A
+    /// failure that sent nothing leaves it as it was.
+    bool MidExchange() const noexcept { return midExchange_; }
+
     // Steps of the operations above.
 
     /// Puts header and body of a frame into sendIov_. `header` is empty on entry; it, `body` and
@@ -165,6 +171,9 @@ class QXIO : public ACE_Handler {
     void derive_ahead();
     /// Deciphers what has arrived of a body, if its key is there.
     void decipher_arrived();
+    /// What `work` throws is forgotten with all that was done ahead, a fault is kept in rxFault_.
+    template <class Work>
+    void do_ahead(const Work& work);
     void forget_ahead() noexcept;
     void take_header(const char* bytes);
     int hand_out_plain(char*& data, unsigned& length, unsigned& typeCode) const;
@@ -235,6 +244,9 @@ class QXIO : public ACE_Handler {
     bool encipheredAnswer_ = false;  ///< an enciphered frame was sent, and nothing received since
     std::unique_ptr<FrameCipher> rxCipher_;  ///< of the next frame; null: not derived yet
     std::string rxBegun_;                    ///< what it has made of the body under way
+    std::exception_ptr rxFault_;  ///< met ahead of the body's end, told when that is there
+    /// The connection is not where a frame may begin: no tunnel yet, or a reply is still owed.
+    bool midExchange_ = false;
 
     ACE_SOCK_Stream* peer_ = nullptr;  ///< owned when ownsStream_ is set; null when not connected
     std::unique_ptr<ACE_Handle_Set> handleSet_;

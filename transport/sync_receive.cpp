@@ -101,6 +101,7 @@ int QXIO::Syc_receive_body() {
         remaining -= chunk;
         decipher_arrived();
     }
+    midExchange_ = false;
     log_progress(__LINE__, ACE_TEXT("%D(%i): received from %C, %i bytes \n"),
                  static_cast<int>(rxBodyLength_));
     return 0;

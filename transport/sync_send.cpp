@@ -63,6 +63,7 @@ bool QXIO::write_parts(const iovec* parts, int count, int timeoutMs) {
         platform::sockets::SetNotConnected();
         return false;
     }
+    midExchange_ = true;
     return platform::sockets::SendParts(*peer_, parts, count, timeoutMs);
 }
 

@@ -18,4 +18,11 @@ bool SendParts(ACE_SOCK_Stream& stream, const iovec* parts, int count, int timeo
 /// time-out when the socket's receive time-out passed in silence.
 bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count);
 
+enum class Direction { Read, Write };
+
+/// After an overlapped transfer that failed with `error`: true when all that failed is that the
+/// socket wasn't ready, be it within its own time-out or at once because it doesn't block. The
+/// socket is ready then, however long that took, and the transfer can be made again.
+bool ReadyAfter(unsigned long error, ACE_HANDLE socket, Direction direction);
+
 }  // namespace CQXBASE::platform::sockets

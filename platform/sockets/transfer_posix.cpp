@@ -108,4 +108,9 @@ bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count) {
     return true;
 }
 
+bool ReadyAfter(unsigned long error, ACE_HANDLE socket, Direction direction) {
+    return (error == EAGAIN || error == EWOULDBLOCK) &&
+           WaitFor(socket, direction == Direction::Read ? POLLIN : POLLOUT, kNoTimeout);
+}
+
 }  // namespace CQXBASE::platform::sockets

@@ -21,4 +21,8 @@ bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count) {
     return received == static_cast<ssize_t>(count);
 }
 
+bool ReadyAfter(unsigned long /*error*/, ACE_HANDLE /*socket*/, Direction /*direction*/) {
+    return false;  // overlapped transfers heed neither a time-out of the socket nor its mode
+}
+
 }  // namespace CQXBASE::platform::sockets

@@ -1,6 +1,7 @@
 #include <array>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include <ace/INET_Addr.h>
 #include <ace/SOCK_Acceptor.h>
@@ -8,9 +9,12 @@
 #include <ace/SOCK_Stream.h>
 #include <gtest/gtest.h>
 
+#include <qxdb/QXSvrInfo.h>
+
 #include "proxy/proxy_handshake.h"
 #include "tests/support/FreePort.h"
 #include "tests/support/ProxyServers.h"
+#include "transport/qxio.h"
 
 namespace CQXBASE {
 namespace {
@@ -159,6 +163,26 @@ TEST(Tunnel, Microsocks) {
     ExpectOpen(Open(*locked, kProxySocks5, kRight));
     ExpectRefused(Open(*locked, kProxySocks5, kWrong));
     ExpectRefused(Open(*locked, kProxySocks5));
+}
+
+TEST(Tunnel, CarriesTheAsynchronousExchange) {
+    const auto http = qxdb_test::StartTinyproxy(ProxyAccess::Open);
+    const auto socks = qxdb_test::StartMicrosocks(ProxyAccess::Open);
+    for (const auto& [kind, proxy] :
+         {std::pair(kProxyHttp, http.get()), {kProxySocks5, socks.get()}}) {
+        const EchoPeer peer;
+        QXIO io(L"127.0.0.1", peer.Port(), kind, L"127.0.0.1", proxy->Port(), L"", L"");
+        CQXDB::QXSvrInfo record;
+        record.host = std::wstring(50'000, L'h');
+        ASSERT_EQ(0, io.Asy_sendobj(record, 7, true)) << kind;
+        char* data = nullptr;
+        unsigned length = 0;
+        std::string plain;
+        unsigned typeCode = 0;
+        bool enciphered = false;
+        EXPECT_EQ(0, io.Asy_receive_data(data, length, plain, typeCode, enciphered)) << kind;
+        EXPECT_TRUE(enciphered && typeCode == 7 && plain.size() > 100'000) << kind;
+    }
 }
 
 }  // namespace

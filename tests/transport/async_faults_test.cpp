@@ -250,14 +250,30 @@ TEST_F(AsyncFaults, ExceptionsInTheHandlersAreLogged) {
     EXPECT_EQ(log_.errors, lines);
 }
 
-TEST_F(AsyncFaults, FailedEventLoopLeavesNothingUnderWay) {
+TEST_F(AsyncFaults, FailedEventLoopLeavesNothingUnderWayAndAWrappedStreamOpen) {
     impl_->failsOnce = true;
-    EXPECT_EQ(Send(std::string(1000, 'x')), -1);
+    EXPECT_EQ(Send("x"), -1);
     EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
     EXPECT_EQ(io_.pending_, 0U);
+    EXPECT_EQ(ReadFrame(pair_.farEnd), Frame(1, "x"));
+    Write(pair_.farEnd, Frame(1, "y") + "open");
     impl_->failsOnce = true;
-    EXPECT_EQ(got_.AsyncFrom(io_), -1);  // also one that would wait for ever
+    EXPECT_EQ(got_.AsyncFrom(io_), -1);
     EXPECT_EQ(io_.pending_, 0U);
+    Write(pair_.nearEnd, "open");
+    EXPECT_EQ(Read(pair_.farEnd, 4), "open");
+    EXPECT_EQ(Read(pair_.nearEnd, 4), "open");
+}
+
+TEST_F(AsyncFaults, FailedEventLoopEndsAReceiveOnAConnectionOfItsOwn) {
+    LoopbackPeer peer({[](ACE_SOCK_Stream& stream) { Read(stream, 100); }});
+    OpenQXIO client(peer.Port());
+    Equip(client);
+    Bytes record("x");
+    ASSERT_EQ(client.Asy_sendobj(record, 1, false), 0);
+    impl_->failsOnce = true;
+    EXPECT_EQ(got_.AsyncFrom(client), -1);  // which would wait for ever
+    EXPECT_EQ(client.pending_, 0U);
 }
 
 }  // namespace

@@ -43,9 +43,15 @@ TEST_F(Connection, ErrorsAreNumberedTheSameEverywhere) {
 
 TEST_F(Connection, WrappedStreamStaysTheCallers) {
     StreamPair pair;
-    Write(pair.farEnd, "x");
+    int off = 0;
+    pair.nearEnd.set_option(ACE_IPPROTO_TCP, TCP_NODELAY, &off, sizeof off);
     {
         OpenQXIO io(pair.nearEnd);
+        Bytes record("x");
+        EXPECT_EQ(io.Asy_sendobj(record, 1, false), 0);
+        EXPECT_EQ(ReadFrame(pair.farEnd), Frame(1, "x"));
+        EXPECT_EQ(Option(pair.nearEnd, ACE_IPPROTO_TCP, TCP_NODELAY), 0);
+        Write(pair.farEnd, "x");
         EXPECT_EQ(io.handle(), pair.nearEnd.get_handle());
         EXPECT_EQ(io.open_connection(), 0);
         EXPECT_FALSE(io.probe_connection());

@@ -6,13 +6,16 @@
 
 #include <openssl/evp.h>
 
+#include "errors/qx_exception.h"
 #include "tests/support/Hex.h"
 #include "tests/transport/fixtures.h"
+#include "tests/transport/loopback.h"
 #include "transport/outgoing_frame.h"
 
 namespace {
 
 std::atomic<int> derivations{0};
+std::atomic<bool> faults{false};  ///< the next derivation
 
 }  // namespace
 
@@ -21,6 +24,9 @@ extern "C" __attribute__((visibility("default"))) int EVP_BytesToKey(
     const EVP_CIPHER* type, const EVP_MD* digest, const unsigned char* salt,
     const unsigned char* data, int length, int rounds, unsigned char* key, unsigned char* vector) {
     ++derivations;
+    if (faults.exchange(false)) {
+        QXDB_THROW(L"EXCEPTION_ACCESS_VIOLATION", L"", L"");
+    }
     static const auto real =
         reinterpret_cast<decltype(&EVP_BytesToKey)>(dlsym(RTLD_NEXT, "EVP_BytesToKey"));
     return real(type, digest, salt, data, length, rounds, key, vector);
@@ -66,6 +72,26 @@ TEST(FrameKey, DerivedForEveryFrameUnlessItIsKept) {
     ThereAndBack(qxdb_test::FromHex("07000000 02000000 61006200"));
     EXPECT_EQ(derivations, QXDB_KEEP_FRAME_KEY != 0 ? 1 : 42);
 }
+
+#if !QXDB_KEEP_FRAME_KEY
+TEST(FrameKey, FaultWhileItIsDerivedAheadIsToldAndTheReplyTakenWhole) {
+    const LogCapture log;
+    StreamPair pair;
+    OpenQXIO io(pair.nearEnd);
+    Bytes record("twelve bytes");
+    Received got;
+    for (const bool fault : {true, false}) {
+        ASSERT_EQ(io.Syc_sendobj(record, 1, true, false), 0);
+        Write(pair.farEnd, ReadFrame(pair.farEnd));
+        faults = fault;
+        EXPECT_EQ(got.SyncFrom(io), fault ? -1 : 0);
+        EXPECT_FALSE(io.MidExchange());
+        EXPECT_EQ(io.LastErrorCode(), 1);
+        EXPECT_EQ(io.LastErrorText(), L"解密错误：EXCEPTION_ACCESS_VIOLATION\n");
+    }
+    EXPECT_EQ(got.Body(), "twelve bytes");
+}
+#endif
 
 }  // namespace
 }  // namespace CQXBASE

@@ -3,6 +3,7 @@
 #include <ace/INET_Addr.h>
 #include <ace/OS_NS_sys_socket.h>
 #include <ace/SOCK_Connector.h>
+#include <ace/os_include/netinet/os_tcp.h>
 #include <gtest/gtest.h>
 
 #include "transport/frame.h"
@@ -58,6 +59,10 @@ StreamPair::StreamPair() {
     EXPECT_EQ(ACE_SOCK_Connector().connect(nearEnd, Loopback(Listen(acceptor))), 0);
     EXPECT_EQ(acceptor.accept(farEnd), 0);
     acceptor.close();
+    for (ACE_SOCK_Stream* stream : {&nearEnd, &farEnd}) {
+        int on = 1;
+        stream->set_option(ACE_IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    }
 }
 
 StreamPair::~StreamPair() {

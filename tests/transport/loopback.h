@@ -36,7 +36,7 @@ class LoopbackPeer {
     std::thread thread_;
 };
 
-/// Both ends of a connection.
+/// Both ends of a connection, which send at once.
 struct StreamPair {
     StreamPair();
     ~StreamPair();

@@ -1,4 +1,5 @@
 // Sockets as only POSIX systems have them.
+#include <atomic>
 #include <fcntl.h>
 #include <future>
 #include <netinet/tcp.h>
@@ -7,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/sockets/handshake.h"
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
 
@@ -63,16 +65,26 @@ TEST(PosixSockets, DescriptorsBeyondAHandleSet) {
     EXPECT_EQ(io.handleSet_->num_set(), 0);
 }
 
-/// Tells when a write has come back short.
+/// Tells when a write has come back short, and how often a read came back for nothing.
 class WatchedQXIO : public OpenQXIO {
   public:
     using OpenQXIO::OpenQXIO;
+    void handle_read_stream(const ACE_Asynch_Read_Stream::Result& result) override {
+        failedReads += result.success() != 0 ? 0 : 1;
+        OpenQXIO::handle_read_stream(result);
+    }
+    void AwaitFailedReads(int count) const {
+        while (failedReads < count) {
+            std::this_thread::yield();
+        }
+    }
     void handle_write_stream(const ACE_Asynch_Write_Stream::Result& result) override {
         if (result.bytes_transferred() < result.bytes_to_write() && shortWrites++ == 0) {
             cameShort.set_value();
         }
         OpenQXIO::handle_write_stream(result);
     }
+    std::atomic<int> failedReads{0};
     std::promise<void> cameShort;
     int shortWrites = 0;
 };
@@ -95,6 +107,36 @@ TEST(PosixSockets, WritesCutShortByAFullSendBuffer) {
     reader.join();
     EXPECT_GE(io.shortWrites, 1);
     EXPECT_TRUE(received == Frame(1, Body(16 << 20)));
+}
+
+// A proxy's handshake leaves a receive time-out behind, and a host may wrap a stream of its own
+// that doesn't block: neither ends an asynchronous exchange.
+TEST(PosixSockets, AsynchronousOperationsWaitForTheSocketWithoutLimit) {
+    for (const bool blocking : {true, false}) {
+        StreamPair pair;
+        WatchedQXIO io(pair.nearEnd);
+        if (blocking) {
+            platform::sockets::SetReceiveTimeout(pair.nearEnd.get_handle(), 10);
+        } else {
+            pair.nearEnd.enable(ACE_NONBLOCK);
+        }
+        const std::string frame = Frame(1, Body(16 << 20));
+        std::thread peer([&] {
+            io.AwaitFailedReads(1);
+            Write(pair.farEnd, frame.substr(0, 16));
+            io.AwaitFailedReads(2);
+            Write(pair.farEnd, frame.substr(16));
+            EXPECT_TRUE(ReadFrame(pair.farEnd) == frame);
+        });
+        Received got;
+        EXPECT_EQ(got.AsyncFrom(io), 0);
+        io.failedReads = 2;
+        EXPECT_TRUE(got.data != nullptr && got.Body() == Body(16 << 20));
+        Bytes record(Body(16 << 20));
+        EXPECT_EQ(io.Asy_sendobj(record, 1, false), 0);
+        peer.join();
+        EXPECT_EQ((fcntl(pair.nearEnd.get_handle(), F_GETFL) & O_NONBLOCK) == 0, blocking);
+    }
 }
 
 int TcpOption(const ACE_SOCK_Stream& stream, int option) {

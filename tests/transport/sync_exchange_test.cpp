@@ -191,17 +191,29 @@ class Throwing : public QXIOBase {
     Thrown thrown_;
 };
 
-TEST_F(SyncExchange, ExceptionsBecomeTheLastError) {
+/// Says that it wasn't written, though the stream took every byte.
+class Unwritten : public QXIOBase {
+  public:
+    int toCDR(ACE_OutputCDR& out) const override {
+        out.write_ulong(7);
+        return 0;
+    }
+};
+
+TEST_F(SyncExchange, ObjectsThatCantBeSentLeaveNothingOnTheWire) {
     StreamPair pair;
     OpenQXIO io(pair.nearEnd);
     Bytes liar("four", 3);
     Bytes endless("x", std::numeric_limits<std::size_t>::max());
     Throwing standard(std::runtime_error("no encoding"));
     Throwing unknown(42);
-    const std::pair<QXIOBase*, const wchar_t*> cases[] = {{&liar, L"data too long, send error.\n"},
-                                                          {&endless, L"std::bad_alloc\n"},
-                                                          {&standard, L"no encoding\n"},
-                                                          {&unknown, L"trans data error.\n"}};
+    Unwritten unwritten;
+    const std::pair<QXIOBase*, const wchar_t*> cases[] = {
+        {&liar, L"data too long, send error.\n"},
+        {&endless, L"std::bad_alloc\n"},
+        {&unwritten, L"object can't be encoded, send error.\n"},
+        {&standard, L"no encoding\n"},
+        {&unknown, L"trans data error.\n"}};
     for (const auto& [record, text] : cases) {
         EXPECT_EQ(io.Syc_sendobj(*record, 1, false, true), -5004);
         EXPECT_EQ(io.LastErrorCode(), -5004);
