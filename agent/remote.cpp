@@ -1,10 +1,10 @@
-#include <exception>
 #include <new>
 #include <string>
 
 #include <qxdb/DBAgent.h>
 
 #include "agent/told.h"
+#include "errors/caught_exception.h"
 #include "messages/message_holder.h"
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
@@ -12,7 +12,6 @@
 #include "util/auto_lock.h"
 #include "util/critical_section.h"
 #include "util/split.h"
-#include "util/text.h"
 
 namespace CQXDB {
 namespace {
@@ -21,9 +20,8 @@ using CQXBASE::MessageHolder;
 using CQXBASE::QXSesInfo;
 using CQXBASE::QXSimpleMsg;
 
-constexpr long kNoServer = -1;
+constexpr long kNoExchange = -1;
 constexpr long kBadReply = -5005;
-constexpr int kUndecipherable = -1;  ///< of Syc_receive_data
 
 /// Serialises every exchange of the process, from sending the request to decoding its reply.
 CQXBASE::critical_section exchangeLock;
@@ -39,6 +37,14 @@ int Fail(long& errCode, std::wstring& errText, long code, std::wstring text) {
     return -1;
 }
 
+constexpr const wchar_t* kFile = L"remote";
+constexpr const wchar_t* kRemoteExec = L"CQXDB::DBAgent::RemoteExec";
+
+/// Inside a handler: the text of what was caught.
+std::wstring CaughtText(const CQXBASE::ErrorSite& site) {
+    return CQXBASE::DescribeCurrentException(site).text();
+}
+
 std::wstring Complaint(MessageHolder::State state, unsigned replyCode) {
     const std::wstring code = std::to_wstring(replyCode);
     switch (state) {
@@ -51,22 +57,21 @@ std::wstring Complaint(MessageHolder::State state, unsigned replyCode) {
     }
 }
 
-/// Drops the connection of an exchange that doesn't come to its end: the rest of its reply would be
-/// taken for the answer to the next request.
+/// Drops the connection of an exchange that was begun and doesn't come to its end: the next request
+/// would be answered by the rest of its reply, or go to a proxy that has refused the tunnel.
 class UnfinishedExchange {
   public:
-    explicit UnfinishedExchange(CQXBASE::QXIO& io) : io_(&io) {}
+    explicit UnfinishedExchange(CQXBASE::QXIO& io) : io_(io) {}
     ~UnfinishedExchange() {
-        if (io_ != nullptr) {
-            io_->close_stream();
+        if (io_.MidExchange()) {
+            io_.close_stream();
         }
     }
     UnfinishedExchange(const UnfinishedExchange&) = delete;
     UnfinishedExchange& operator=(const UnfinishedExchange&) = delete;
-    void Over() noexcept { io_ = nullptr; }
 
   private:
-    CQXBASE::QXIO* io_;
+    CQXBASE::QXIO& io_;
 };
 
 template <typename Record>
@@ -80,11 +85,18 @@ int DBAgent::RemoteExec(long& errCode, std::wstring& errText, CQXBASE::QXIOBase&
                         void* result) {
     int outcome = -1;
     Told(errCode, errText, [&] {
-        const CQXBASE::auto_lock<CQXBASE::critical_section> guard(exchangeLock);
-        outcome = io_ == nullptr
-                      ? Fail(errCode, errText, kNoServer,
-                             L"no server: give one with init, Login or VirLogin first.")
-                      : exchange_(errCode, errText, request, static_cast<unsigned>(type), result);
+        try {
+            const CQXBASE::auto_lock<CQXBASE::critical_section> guard(exchangeLock);
+            outcome =
+                io_ == nullptr
+                    ? Fail(errCode, errText, kNoExchange,
+                           L"no server: give one with init, Login or VirLogin first.")
+                    : exchange_(errCode, errText, request, static_cast<unsigned>(type), result);
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (...) {
+            Fail(errCode, errText, kNoExchange, CaughtText(QXDB_SITE(kFile, kRemoteExec)));
+        }
     });
     return outcome;
 }
@@ -97,16 +109,9 @@ int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& 
     unsigned replyCode = 0;
     bool enciphered = false;
     {
-        UnfinishedExchange unfinished(*io_);
-        int failed = io_->Syc_sendobj(request, requestCode, true, true);
-        if (failed == 0) {
-            failed = io_->Syc_receive_data(data, length, plainText, replyCode, enciphered);
-        }
-        // A reply that can't be deciphered has arrived as a whole.
-        if (failed == 0 || failed == kUndecipherable) {
-            unfinished.Over();
-        }
-        if (failed != 0) {
+        const UnfinishedExchange unfinished(*io_);
+        if (io_->Syc_sendobj(request, requestCode, true, true) != 0 ||
+            io_->Syc_receive_data(data, length, plainText, replyCode, enciphered) != 0) {
             return Fail(errCode, errText, io_->LastErrorCode(), io_->LastErrorText());
         }
     }
@@ -119,10 +124,10 @@ int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& 
         return proc_data(errCode, errText, static_cast<int>(replyCode), reply.Object());
     } catch (const std::bad_alloc&) {
         throw;
-    } catch (const std::exception& error) {
+    } catch (...) {
         return Fail(errCode, errText, kBadReply,
                     L"decoding the server's reply failed: " +
-                        CQXBASE::ToWide(error.what(), CQXBASE::kCodePageAnsi));
+                        CaughtText(QXDB_SITE(kFile, L"CQXDB::DBAgent::exchange_")));
     }
 }
 

@@ -1,4 +1,8 @@
+#include <cstdint>
+#include <string>
+
 #include <qxdb/DBAgent.h>
+#include <qxdb/DBMgrErrors.h>
 
 #include "agent/told.h"
 
@@ -22,6 +26,25 @@ template <typename Work>
 void StampPage(Work& work, long pageSize, long pageNo) {
     work.SetPageSize(pageSize);
     work.SetPageNo(pageNo);
+}
+
+/// Pages travel, and are kept, as 32-bit numbers.
+bool TakesPage(long& errCode, std::wstring& errText, long pageSize, long pageNo) {
+    const auto fits = [](long number) { return static_cast<std::int32_t>(number) == number; };
+    if (fits(pageSize) && fits(pageNo)) {
+        return true;
+    }
+    errCode = DBMGR_BAD_PAGE;
+    errText = L"page size and page number have at most 32 bits, unlike " +
+              std::to_wstring(pageSize) + L" and " + std::to_wstring(pageNo) + L".";
+    return false;
+}
+
+/// A query that fails leaves an empty recordset locally, and the caller's as it was remotely.
+void ClearIf(bool local, QXRecordset& rs) {
+    if (local) {
+        rs.Clear();
+    }
 }
 
 }  // namespace
@@ -54,7 +77,9 @@ void DBAgent::OpenQuery(long& errCode, std::wstring& errText, QXCommand& cmd, QX
                         long pageSize, long pageNo, const std::wstring& db) {
     Told(errCode, errText, [&] {
         Stamp(errCode, errText, cmd, *dataSource_, db, token_);
-        if (isLocal_) {
+        if (!TakesPage(errCode, errText, pageSize, pageNo)) {
+            ClearIf(isLocal_, rs);
+        } else if (isLocal_) {
             OpenQueryLocal(errCode, errText, cmd, rs, pageSize, pageNo);
         } else {
             StampPage(cmd, pageSize, pageNo);
@@ -67,7 +92,9 @@ void DBAgent::OpenQuery(long& errCode, std::wstring& errText, QXCommandList& lis
                         long pageSize, long pageNo, const std::wstring& db) {
     Told(errCode, errText, [&] {
         Stamp(errCode, errText, list, *dataSource_, db, token_);
-        if (isLocal_) {
+        if (!TakesPage(errCode, errText, pageSize, pageNo)) {
+            ClearIf(isLocal_, rs);
+        } else if (isLocal_) {
             OpenQueryLocal(errCode, errText, list, rs, pageSize, pageNo);
         } else {
             StampPage(list, pageSize, pageNo);

@@ -1,6 +1,6 @@
 #include <algorithm>
 #include <cwctype>
-#include <memory>
+#include <limits>
 #include <utility>
 
 #include <ace/Init_ACE.h>
@@ -23,6 +23,12 @@ bool EqualIgnoringCase(const std::wstring& a, const std::wstring& b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
 }
 
+/// The transport refuses what is no port; a number that it can't even hold stays one of those.
+unsigned PortNumber(long port) {
+    const auto number = static_cast<unsigned>(port);
+    return static_cast<long>(number) == port ? number : std::numeric_limits<unsigned>::max();
+}
+
 }  // namespace
 
 void DBAgent::newConn_(const std::wstring& host, long port, QXProxyInfo proxy) {
@@ -33,9 +39,8 @@ void DBAgent::newConn_(const std::wstring& host, long port, QXProxyInfo proxy) {
     }
     if (io_ == nullptr) {
         ACE::init();
-        io_ = new CQXBASE::QXIO(host, static_cast<unsigned>(port),
-                                static_cast<unsigned>(proxy.kind), proxy.host,
-                                static_cast<unsigned>(proxy.port), proxy.user, proxy.password);
+        io_ = new CQXBASE::QXIO(host, PortNumber(port), static_cast<unsigned>(proxy.kind),
+                                proxy.host, PortNumber(proxy.port), proxy.user, proxy.password);
     }
     serverName_ = std::move(key);
     proxy_ = std::move(proxy);

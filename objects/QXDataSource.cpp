@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <limits>
+
 #include <qxdb/QXDataSource.h>
 
 #include "objects/encoding/cdr_fields.h"
@@ -12,7 +15,9 @@ void QXDataSource::init(const std::wstring& newName, CQXDB_DSType_ENUM newType,
     name = newName;
     type = newType;
     server = newServer;
-    port = static_cast<std::int32_t>(newPort);
+    port = static_cast<std::int32_t>(std::clamp<long>(newPort,
+                                                      std::numeric_limits<std::int32_t>::min(),
+                                                      std::numeric_limits<std::int32_t>::max()));
     database = newDatabase;
     user = newUser;
     password = newPassword;

@@ -6,6 +6,7 @@
 
 #include "platform/sockets/errors.h"
 #include "platform/sockets/options.h"
+#include "platform/text/error_text.h"
 #include "proxy/proxy_handshake.h"
 #include "transport/qxio.h"
 #include "util/text.h"
@@ -19,7 +20,7 @@ constexpr unsigned kKeepAliveIntervalMs = 15000;
 /// Tries each address of `target`, "host:port", in turn. False leaves the last reason in errno.
 bool Connect(ACE_SOCK_Stream& stream, const std::wstring& target) {
     ACE_INET_Addr address;
-    errno = EINVAL;  // what a port out of range leaves as it is
+    errno = EINVAL;  // what an address that can't be read leaves as it is
     if (address.set(target.c_str(), AF_UNSPEC) == -1) {
         return false;
     }
@@ -49,11 +50,27 @@ int QXIO::open_connection() {
     }
     const bool direct = proxyType_ == kProxyNone;
     const std::wstring& host = direct ? serverHost_ : proxyHost_;
+    if (!check_port(host, serverPort_, L"the server's") ||
+        (!direct && !check_port(host, proxyPort_, L"the proxy's"))) {
+        return -1;
+    }
     if (connect_peer(host + L":" + std::to_wstring(direct ? serverPort_ : proxyPort_)) != 0 ||
         (!direct && tunnel_through_proxy() != 0)) {
         return -1;
     }
     return proactor_ == nullptr ? 0 : open_writer();
+}
+
+bool QXIO::check_port(const std::wstring& host, std::uint32_t port, const std::wstring& whose) {
+    constexpr std::uint32_t kHighest = 65535;
+    if (port <= kHighest) {
+        return true;
+    }
+    constexpr int kCode = platform::sockets::kInvalidArgument;
+    set_last_error(kCode,
+                   L" connect to " + host + L" error, " +
+                       platform::text::CodedText(whose + L" port is not within 0 to 65535", kCode));
+    return false;
 }
 
 int QXIO::connect_peer(const std::wstring& target) {

@@ -42,7 +42,8 @@ class QXIO : public ACE_Handler {
     QXIO(ACE_SOCK_Stream* stream, const ACE_INET_Addr& remote);
 
     /// A client that connects when it first has to send, and again after a failure. `proxyType` is
-    /// a ProxyType; kProxyNone ignores the rest.
+    /// a ProxyType; kProxyNone ignores the rest. A port above 65535 makes every connect fail with
+    /// 10022.
     QXIO(const std::wstring& serverHost, unsigned serverPort, unsigned proxyType,
          const std::wstring& proxyHost, unsigned proxyPort, const std::wstring& proxyUser,
          const std::wstring& proxyPassword);
@@ -148,6 +149,7 @@ class QXIO : public ACE_Handler {
     void ensure_proactor();
 
   protected:
+    bool check_port(const std::wstring& host, std::uint32_t port, const std::wstring& whose);
     int connect_peer(const std::wstring& target);
     int tunnel_through_proxy();
     int open_writer();

@@ -8,6 +8,7 @@
 #include "adapter/mysql/database.h"
 #include "adapter/mysql/errors.h"
 #include "adapter/options.h"
+#include "adapter/port_of.h"
 #include "adapter/statement_checks.h"
 #include "util/text.h"
 
@@ -60,7 +61,7 @@ Settings SettingsOf(const QXDataSource& dataSource, Options& options) {
         // The client library takes "localhost" for the local socket, whatever the port.
         settings.host = dataSource.port == 0 ? "localhost" : "127.0.0.1";
     }
-    settings.port = static_cast<unsigned>(dataSource.port);
+    settings.port = static_cast<unsigned>(PortOf(dataSource));
     if (!dataSource.trusted) {
         settings.user = Narrow(dataSource.user, "user");
         settings.password = Narrow(dataSource.password, "password");

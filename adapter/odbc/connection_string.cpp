@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "adapter/database_error.h"
+#include "adapter/port_of.h"
 #include "util/text.h"
 
 namespace CQXDB::adapter::odbc {
@@ -52,7 +53,8 @@ void AddDriver(Builder& builder, const QXDataSource& dataSource) {
 }
 
 void AddServer(Builder& builder, const QXDataSource& dataSource) {
-    const std::wstring port = dataSource.port == 0 ? L"" : std::to_wstring(dataSource.port);
+    const std::int32_t number = PortOf(dataSource);
+    const std::wstring port = number == 0 ? L"" : std::to_wstring(number);
     switch (dataSource.type) {
         case CQXDB_DS_SQLSERVER:
             builder.Add("Server",

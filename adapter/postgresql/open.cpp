@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "adapter/options.h"
+#include "adapter/port_of.h"
 #include "adapter/postgresql/connection.h"
 #include "adapter/postgresql/database.h"
 #include "adapter/postgresql/errors.h"
@@ -46,8 +47,8 @@ Settings SettingsOf(const QXDataSource& dataSource, const Options& options) {
     }
     Set(settings, "host", dataSource.server);
     Set(settings, "dbname", dataSource.database);
-    if (dataSource.port != 0) {
-        settings["port"] = std::to_string(dataSource.port);
+    if (const std::int32_t port = PortOf(dataSource); port != 0) {
+        settings["port"] = std::to_string(port);
     }
     if (!dataSource.trusted) {
         Set(settings, "user", dataSource.user);

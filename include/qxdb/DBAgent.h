@@ -26,9 +26,11 @@ namespace CQXDB {
 /// Remote exchanges of all agents of a process run one after the other.
 ///
 /// Errors: the work operations set their first two arguments, 0 and "" on success; the session
-/// operations and CanConnect set errCode_ and errText_. No database, server or transport failure
-/// leaves as an exception. Codes are 32-bit signed values: a database's own code, a Winsock number
-/// for a socket error on every platform, or one of this library's.
+/// operations and CanConnect set errCode_ and errText_. No failure of a database, the server or the
+/// transport leaves as an exception, nor does a lack of memory or a failure of the lock that all
+/// remote exchanges share. Codes are 32-bit signed values: a database's own code, a Winsock number
+/// for a socket error on every platform, or one of this library's (DBMgrErrors.h for local work;
+/// -1, 1, 5003, -5004 and -5005 for remote work, docs/transport-notes.md).
 ///
 /// Copies are shallow: copy and original share the data source and the transport, and only one of
 /// them may be destroyed.
@@ -46,7 +48,10 @@ class QXDB_AGENT_API DBAgent {
     // Configuration.
 
     /// `server` is "host:port"; `db`, when not empty, becomes the data source's database name. A
-    /// remote agent gets its transport here, which connects at the first exchange.
+    /// remote agent gets its transport here, which connects at the first exchange; that reports
+    /// what is wrong with host, port or proxy (10022 for a port that is not within 0 to 65535). The
+    /// same host (without regard to case) and port keep the transport an agent has, also when only
+    /// the proxy differs: that one is then used by the next transport.
     void init(const std::wstring& server, QXProxyInfo proxy, const std::wstring& token,
               bool isLocal, const std::wstring& db = std::wstring());
     void init(const QXSvrInfo& server, QXProxyInfo proxy, const std::wstring& token, bool isLocal);
@@ -74,10 +79,14 @@ class QXDB_AGENT_API DBAgent {
     /// All commands in one transaction: all or nothing.
     void Execute(long& errCode, std::wstring& errText, QXCommandList& list,
                  const std::wstring& db = std::wstring());
-    /// Fills `rs` with page `pageNo` (from 1) of `pageSize` rows; page size 0 means all rows.
+    /// Fills `rs` with page `pageNo` (from 1) of `pageSize` rows; page size 0 means all rows. A
+    /// number beyond 32 bits gives DBMGR_BAD_PAGE. After a failure `rs` is empty when the agent
+    /// works locally; remotely it holds the rows that it held, unless the reply's own bytes were
+    /// wrong, which leaves it unspecified.
     void OpenQuery(long& errCode, std::wstring& errText, QXCommand& cmd, QXRecordset& rs,
                    long pageSize = 0, long pageNo = 1, const std::wstring& db = std::wstring());
-    /// Runs the list in one transaction; `rs` takes the rows of its last command.
+    /// Runs the list in one transaction; `rs` takes the rows of its last command. Otherwise the
+    /// same.
     void OpenQuery(long& errCode, std::wstring& errText, QXCommandList& list, QXRecordset& rs,
                    long pageSize = 0, long pageNo = 1, const std::wstring& db = std::wstring());
     /// Runs the list in one transaction, one recordset a command. `out` is emptied first.
@@ -97,8 +106,9 @@ class QXDB_AGENT_API DBAgent {
     void CloseConn();
 
     // Session on the application server. Each uses `host`, `port` (1 to 65535) and `proxy` for the
-    // transport: the same host (without regard to case) and port keep the connection, others
-    // replace it. `login` is "user|~|password", with "|~|database" behind it to choose a database.
+    // transport: the same host (without regard to case) and port keep it and its connection, even
+    // when `proxy` has changed; others replace it. `login` is "user|~|password", with "|~|database"
+    // behind it to choose a database.
 
     /// Logs in. `info` is the server's free text, `token` goes with every later command. True on
     /// success; false sets errCode_ and errText_. The out-arguments are set either way, to what the
@@ -121,9 +131,18 @@ class QXDB_AGENT_API DBAgent {
 
     /// One exchange: sends `request` under a request code and takes the reply. `result` is what the
     /// reply is decoded into: a QXRecordset for codes 3 and 5, a QXRsList for code 7, otherwise
-    /// null. Returns -1, with errCode and errText set, when the transport failed or the reply made
-    /// no sense
-    /// (-5005); otherwise 0 or the status that the server's reply holds.
+    /// null; the caller keeps it.
+    ///
+    /// Returns -1, with errCode and errText set, when there is no server or no lock (-1), the
+    /// transport failed (its code), or the reply made no sense (-5005). Returns 1 for an error
+    /// reply, whose number and text go into errCode and errText; one with the number 0 gives 0.
+    /// Otherwise returns the status that the server's reply holds: its code for logins, which also
+    /// goes into errCode, and for handshake, text and logout, which leave errCode alone; 0 for all
+    /// others.
+    ///
+    /// The connection outlives a call that sent nothing (an object longer than its size(), or one
+    /// that can't be encoded or enciphered) and one whose reply came as a whole. Any other failure
+    /// drops it, and the next call connects anew.
     int RemoteExec(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& request, int type,
                    void* result);
 

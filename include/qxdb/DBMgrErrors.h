@@ -11,10 +11,12 @@ enum DBMgrError : long {
     DBMGR_PARAMETER_COUNT =
         -7003,  ///< the text has another number of "?" than there are parameters
     DBMGR_SEVERAL_STATEMENTS = -7004,  ///< several statements where one is required
-    DBMGR_BAD_PAGE = -7005,            ///< a page number below 1 or a negative page size
-    DBMGR_BAD_VALUE = -7006,           ///< a parameter that this database cannot store as it is
+    DBMGR_BAD_PAGE = -7005,  ///< a page number below 1, a negative page size, or one of them beyond
+                             ///< 32 bits; the last is the agent's own code
+    DBMGR_BAD_VALUE = -7006,         ///< a parameter that this database cannot store as it is
     DBMGR_BAD_OPTION = -7007,        ///< a key or value in QXDataSource::options is not understood
-    DBMGR_BAD_DATA_SOURCE = -7008,   ///< the description is incomplete, or no connector serves it
+    DBMGR_BAD_DATA_SOURCE = -7008,   ///< the description is incomplete or its port is none, or no
+                                     ///< connector serves it
     DBMGR_POOL_TIMEOUT = -7009,      ///< all connections of the pool stayed in use for too long
     DBMGR_OPEN_TRANSACTION = -7010,  ///< the command left a transaction open; it was rolled back
     DBMGR_TRANSACTION_CONTROL = -7011,  ///< BEGIN, COMMIT or the like inside a command list

@@ -28,7 +28,8 @@ class QXDB_OBJECTS_API QXDataSource : public CQXBASE::QXIOBase {
     std::wstring connectionString;  ///< whole connection string; replaces everything else for ODBC
     std::wstring extra;             ///< appended to a connection string that the adapter builds
 
-    /// Sets the description and keeps the driver members as they are.
+    /// Sets the description and keeps the driver members as they are. A port beyond 32 bits becomes
+    /// the outermost number of them, which is no port either and is refused on connecting.
     void init(const std::wstring& newName, CQXDB_DSType_ENUM newType, const std::wstring& newServer,
               long newPort, const std::wstring& newDatabase, const std::wstring& newUser,
               const std::wstring& newPassword, bool newTrusted, const std::string& newOptions,

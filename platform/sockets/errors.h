@@ -7,6 +7,7 @@ namespace CQXBASE::platform::sockets {
 
 // Winsock numbers that the transport and the server treat in a way of their own.
 constexpr int kInterrupted = 10004;
+constexpr int kInvalidArgument = 10022;
 constexpr int kTooManyHandles = 10024;
 constexpr int kWouldBlock = 10035;
 constexpr int kNoBuffers = 10055;

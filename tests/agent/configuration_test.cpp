@@ -73,6 +73,43 @@ TEST(AgentConfiguration, SwitchingToRemoteTargetsTheRememberedServer) {
     EXPECT_EQ(agent.ServerName(), L"srv:81");
 }
 
+// Where an argument is put decides what a database is asked for, so all of them differ.
+TEST(AgentConfiguration, DescriptionsReachTheStampedCommandMemberByMember) {
+    const auto stamped = [](DBAgent& agent) {
+        agent.SetIsLocal(false);
+        long code = 0;
+        std::wstring text;
+        CQXDB::QXCommand command(L"SELECT 1");
+        agent.Execute(code, text, command);
+        EXPECT_NE(code, 0) << "there is no server";
+        return command.SysDataSrc();
+    };
+    const auto common = [](const CQXDB::QXDataSource& source) {
+        return source.server + L" " + std::to_wstring(source.port) + L" " + source.database + L" " +
+               source.user + L" " + source.password + (source.trusted ? L" trusted" : L"");
+    };
+    DBAgent agent;
+    agent.initDB(CQXDB::CQXDB_DS_ORACLE, L"srv", 1521, L"db", L"usr", L"pwd", L"opt=\u00e9", true);
+    CQXDB::QXDataSource source = stamped(agent);
+    EXPECT_EQ(common(source), L"srv 1521 db usr pwd trusted");
+    EXPECT_EQ(source.type, CQXDB::CQXDB_DS_ORACLE);
+    EXPECT_EQ(source.name, L"");
+    EXPECT_EQ(source.version, 1);
+    EXPECT_EQ(source.options.substr(0, 4), "opt=");
+
+    EXPECT_FALSE(agent.CanConnect(CQXDB::CQXDB_DS_EMBEDDED, L"s2", 2, L"/no/such/dir/d2", L"u2",
+                                  L"p2", false, CQXDB::CQXDB_DRIVER_SQLITE, L"name", L"dsn",
+                                  L"string", L"extra"));
+    source = stamped(agent);
+    EXPECT_EQ(common(source), L"s2 2 /no/such/dir/d2 u2 p2");
+    EXPECT_EQ(source.type, CQXDB::CQXDB_DS_EMBEDDED);
+    EXPECT_EQ(source.driver, CQXDB::CQXDB_DRIVER_SQLITE);
+    EXPECT_EQ(source.driverName + L" " + source.dsn + L" " + source.connectionString + L" " +
+                  source.extra,
+              L"name dsn string extra");
+    EXPECT_EQ(source.options, "");
+}
+
 TEST(AgentConfiguration, CopiesShareTheDataSource) {
     DBAgent agent;
     agent.SetDB(L"a");

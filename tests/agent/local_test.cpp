@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <qxdb/DBAgent.h>
+#include <qxdb/DBMgrErrors.h>
 
 #include "tests/support/TempDir.h"
 
@@ -118,6 +119,36 @@ TEST_F(LocalAgent, AFailedConnectionTestTellsWhyAndKeepsTheDescription) {
                                   CQXDB_DRIVER_DEFAULT, L"", L"", L"", L""));
     EXPECT_EQ(agent_.errCode_, 0);
     EXPECT_EQ(agent_.errText_, L"");
+}
+
+// A port or a page of 33 bits would be another one if it was cut.
+TEST_F(LocalAgent, NumbersThatFitNowhereAreRefused) {
+    for (const auto type : {CQXDB_DS_POSTGRESQL, CQXDB_DS_MYSQL, CQXDB_DS_SQLSERVER}) {
+        for (const long long port : {65536LL + 1, -1LL, (1LL << 32) + 1}) {
+            if (static_cast<long>(port) != port) {
+                continue;  // where long has 32 bits
+            }
+            EXPECT_FALSE(agent_.CanConnect(type, L"127.0.0.1", static_cast<long>(port), L"", L"",
+                                           L"", false, CQXDB_DRIVER_DEFAULT, L"", L"", L"", L""));
+            EXPECT_EQ(agent_.errCode_, DBMGR_BAD_DATA_SOURCE) << type << ' ' << port;
+        }
+    }
+    if (sizeof(long) > 4) {
+        UseFile(agent_);
+        const auto beyond = static_cast<long>((1LL << 32) + 1);
+        QXCommand query(L"SELECT id FROM t");
+        QXCommandList list;
+        list.Add(query);
+        QXRecordset rows;
+        agent_.OpenQuery(code_, text_, query, rows);
+        ASSERT_EQ(rows.RowCount(), 5U);
+        agent_.OpenQuery(code_, text_, query, rows, beyond, 1);
+        EXPECT_EQ(code_, DBMGR_BAD_PAGE);
+        EXPECT_NE(text_.find(L"4294967297"), std::wstring::npos);
+        EXPECT_EQ(rows.RowCount(), 0U);
+        agent_.OpenQuery(code_, text_, list, rows, 1, beyond);
+        EXPECT_EQ(code_, DBMGR_BAD_PAGE);
+    }
 }
 
 }  // namespace

@@ -1,9 +1,13 @@
-#include <thread>
+#include <chrono>
+#include <future>
 
+#include <ace/CDR_Stream.h>
+#include <ace/SOCK_Stream.h>
 #include <gtest/gtest.h>
 
 #include <qxdb/DBAgent.h>
 
+#include "errors/qx_exception.h"
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
 #include "scripted_server.h"
@@ -88,9 +92,11 @@ TEST_F(RemoteAgent, OnlyTheSingleCommandOverloadSetsThePageOnTheRecordsetBeforeS
     rs_.setPageSize(1);
     agent_.OpenQuery(code_, text_, list_, rs_, 30, 4);
     EXPECT_EQ(rs_.pageSize(), 1);
+    rs_ = OneCell(6);
     agent_.OpenQuery(code_, text_, command_, rs_, 20, 3);
     EXPECT_EQ(rs_.pageSize(), 20);
     EXPECT_EQ(rs_.currentPage(), 3);
+    EXPECT_EQ(rs_.GetInt64(0, 0), 6) << "what it held, as the query failed";
 }
 
 TEST_F(RemoteAgent, AnErrorReplyReachesTheArguments) {
@@ -130,6 +136,15 @@ TEST_F(RemoteAgent, AReplyThatMakesNoSenseIsAnErrorAndLeavesTheObjectsAlone) {
         EXPECT_EQ(code_, -5005) << c.what;
         EXPECT_NE(text_, L"") << c.what;
     }
+    class Faulty : public QXRecordset {
+        int fromCDR(ACE_InputCDR& /*in*/) override {
+            QXDB_THROW(L"EXCEPTION_ACCESS_VIOLATION", L"", L"");
+        }
+    } faulty;
+    server_.Reply(3, EncodeRecord(good));
+    EXPECT_EQ(agent_.RemoteExec(code_, text_, command_, 3, &faulty), -1);
+    EXPECT_EQ(code_, -5005);
+    EXPECT_EQ(text_, L"decoding the server's reply failed: EXCEPTION_ACCESS_VIOLATION\n");
     server_.Reply(3, std::move(good));
     agent_.OpenQuery(code_, text_, command_, rs_);
     EXPECT_EQ(code_, 0);
@@ -166,33 +181,101 @@ TEST(RemoteAgentAlone, WithoutAServerOrAListenerThereIsAnError) {
     EXPECT_NE(text.find(L"no listener."), std::wstring::npos);
 }
 
-// Each thread's server sees whole frames only: an interleaved one would not decipher.
-TEST(RemoteAgentAlone, TwoThreadsWithTwoAgentsExchangeWholeFrames) {
-    constexpr int kExchanges = 50;
-    ScriptedServer servers[2];
-    long failures[2] = {0, 0};
-    const auto work = [&](int who) {
-        DBAgent agent;
-        agent.init(L"127.0.0.1:" + std::to_wstring(servers[who].Port()), {}, L"", false);
-        for (int i = 0; i < kExchanges; ++i) {
-            long code = 0;
-            std::wstring text;
-            QXCommand command(L"SELECT " + std::to_wstring(i));
-            QXRecordset rs;
-            agent.OpenQuery(code, text, command, rs);
-            failures[who] += code != 0 || rs.GetInt64(0, 0) != who * 1000 + i;
-        }
+/// An object that can't be sent.
+class Unsendable : public CQXBASE::QXIOBase {
+  public:
+    explicit Unsendable(bool tooLong) : tooLong_(tooLong) {}
+    int toCDR(ACE_OutputCDR& out) const override { return out.write_ulong(7) && tooLong_ ? 1 : 0; }
+    std::size_t size() override { return tooLong_ ? 3 : 4; }
+
+  private:
+    bool tooLong_;
+};
+
+TEST(RemoteAgentAlone, KeepsItsConnectionWhenNothingWasSentAndDropsOneThatIsNoGoodAnyMore) {
+    constexpr const char* kOpened = "HTTP/1.1 200 Connection established";
+    ScriptedServer server;
+    QXProxyInfo proxy;
+    proxy.kind = QXPROXY_HTTP;
+    proxy.host = L"127.0.0.1";
+    proxy.port = server.Port();
+    DBAgent agent;
+    agent.init(L"10.0.0.5:9000", proxy, L"", false);
+    long code = 0;
+    std::wstring text;
+    const auto send = [&](CQXBASE::QXIOBase&& request) {
+        return agent.RemoteExec(code, text, request, 6, nullptr);
     };
-    for (int who = 0; who < 2; ++who) {
-        for (int i = 0; i < kExchanges; ++i) {
-            servers[who].Reply(3, OneCell(who * 1000 + i));
-        }
+    const auto connectionOfAnExchange = [&] {
+        server.Reply(6, QXSimpleMsg(L"", 0));
+        EXPECT_EQ(send(QXSimpleMsg(L"", 0)), 0) << QXValue::Text(text).ToUtf8();
+        return server.Requests().back().connection;
+    };
+    server.AnswerConnect(kOpened);
+    EXPECT_EQ(connectionOfAnExchange(), 1);
+    for (const bool tooLong : {true, false}) {
+        EXPECT_EQ(send(Unsendable(tooLong)), -1);
+        EXPECT_EQ(code, -5004);
+        EXPECT_EQ(text, tooLong ? L"data too long, send error.\n"
+                                : L"object can't be encoded, send error.\n");
+        EXPECT_EQ(connectionOfAnExchange(), 1);
     }
-    std::thread other(work, 1);
-    work(0);
-    other.join();
-    EXPECT_EQ(failures[0], 0);
-    EXPECT_EQ(failures[1], 0);
+
+    std::promise<void> dropped;
+    server.Do([&](ACE_SOCK_Stream& peer) {
+        const std::string frame = qxdb_test::MakeFrame(6, "all of the body");
+        peer.send_n(frame.data(), 20);
+        peer.close_writer();
+        char byte = 0;
+        while (peer.recv(&byte, 1) > 0) {
+        }
+        dropped.set_value();
+        return false;
+    });
+    EXPECT_EQ(send(QXSimpleMsg(L"", 0)), -1);
+    EXPECT_EQ(dropped.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+
+    server.AnswerConnect("HTTP/1.0 403 Forbidden");
+    EXPECT_EQ(send(QXSimpleMsg(L"", 0)), -1);
+    EXPECT_EQ(text.substr(0, 30), L"连接代理服务器失败, HTTP/1.0 403 Forbid");
+    server.AnswerConnect(kOpened);
+    EXPECT_EQ(connectionOfAnExchange(), 3) << "went to a proxy that had refused the tunnel";
+}
+
+TEST(RemoteAgentAlone, NumbersThatAreNoPortConnectNowhere) {
+    ScriptedServer server;
+    const long port = server.Port();
+    QXProxyInfo proxy;
+    proxy.host = L"127.0.0.1";
+    std::wstring info;
+    std::wstring token;
+    for (const long long beyond : {65536LL, -65536LL, 4294967296LL}) {
+        const auto wrong = static_cast<long>(port + beyond);
+        if (wrong == port) {
+            continue;  // where long has 32 bits
+        }
+        DBAgent direct;
+        EXPECT_FALSE(direct.Login(L"127.0.0.1", wrong, {}, L"a|~|b", info, token));
+        EXPECT_EQ(direct.errCode_, 10022);
+        EXPECT_EQ(direct.errText_,
+                  L" connect to 127.0.0.1 error, the server's port is not within 0 to "
+                  L"65535(10022).");
+        proxy.kind = QXPROXY_SOCKS4;
+        proxy.port = static_cast<std::int32_t>(port);
+        DBAgent behind;
+        EXPECT_FALSE(behind.Login(L"127.0.0.1", wrong, proxy, L"a|~|b", info, token));
+        EXPECT_EQ(behind.errText_, direct.errText_);
+        DBAgent named;
+        named.init(L"127.0.0.1:" + std::to_wstring(wrong), {}, L"", false);
+        EXPECT_FALSE(named.Shakehand());
+        EXPECT_EQ(named.errText_, direct.errText_);
+    }
+    proxy.port = static_cast<std::int32_t>(port + 65536);
+    DBAgent agent;
+    EXPECT_FALSE(agent.Login(L"127.0.0.1", port, proxy, L"a|~|b", info, token));
+    EXPECT_EQ(agent.errText_,
+              L" connect to 127.0.0.1 error, the proxy's port is not within 0 to 65535(10022).");
+    EXPECT_TRUE(server.Requests().empty());
 }
 
 }  // namespace

@@ -43,13 +43,16 @@ ScriptedServer::~ScriptedServer() {
     acceptor_.close();
 }
 
-void ScriptedServer::Add(Step step) {
+void ScriptedServer::Do(Step step) {
     const std::lock_guard<std::mutex> lock(mutex_);
     script_.push_back(std::move(step));
 }
 
 void ScriptedServer::Reply(std::uint32_t code, const std::string& body, bool encipher) {
-    Add({Frame(code, body, encipher), false});
+    Do([frame = Frame(code, body, encipher)](ACE_SOCK_Stream& peer) {
+        peer.send_n(frame.data(), frame.size());
+        return true;
+    });
 }
 
 void ScriptedServer::Reply(std::uint32_t code, CQXBASE::QXIOBase&& object, bool encipher) {
@@ -57,15 +60,15 @@ void ScriptedServer::Reply(std::uint32_t code, CQXBASE::QXIOBase&& object, bool 
 }
 
 void ScriptedServer::ReplyRaw(std::string bytes) {
-    Add({std::move(bytes), true});
+    Do([bytes = std::move(bytes)](ACE_SOCK_Stream& peer) {
+        peer.send_n(bytes.data(), bytes.size());
+        return false;
+    });
 }
 
-void ScriptedServer::Hangup() {
-    Add({{}, true});
-}
-
-void ScriptedServer::CloseAfterReply(std::uint32_t code, const std::string& body) {
-    Add({Frame(code, body, true), true});
+void ScriptedServer::AnswerConnect(const std::string& statusLine) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    connectAnswers_.push_back(statusLine + "\r\n\r\n");
 }
 
 std::vector<Request> ScriptedServer::Requests() {
@@ -79,6 +82,7 @@ void ScriptedServer::Serve() {
         if (acceptor_.accept(peer) != 0) {
             return;
         }
+        Open(peer);
         while (ServeOne(peer, connection)) {
         }
         peer.close();
@@ -87,6 +91,25 @@ void ScriptedServer::Serve() {
             return;
         }
     }
+}
+
+void ScriptedServer::Open(ACE_SOCK_Stream& peer) {
+    std::string answer;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (connectAnswers_.empty()) {
+            return;
+        }
+        answer = connectAnswers_.front();
+        connectAnswers_.pop_front();
+    }
+    const std::string end = "\r\n\r\n";
+    std::string request;
+    char byte = 0;
+    while (request.find(end) == std::string::npos && peer.recv_n(&byte, 1) == 1) {
+        request += byte;
+    }
+    peer.send_n(answer.data(), answer.size());
 }
 
 bool ScriptedServer::ServeOne(ACE_SOCK_Stream& peer, int connection) {
@@ -113,8 +136,7 @@ bool ScriptedServer::ServeOne(ACE_SOCK_Stream& peer, int connection) {
         step = std::move(script_.front());
         script_.pop_front();
     }
-    peer.send_n(step.frame.data(), step.frame.size());
-    return !step.closeAfter;
+    return step(peer);
 }
 
 }  // namespace qxdb_test

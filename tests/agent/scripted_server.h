@@ -31,29 +31,31 @@ class ScriptedServer {
 
     std::uint16_t Port() const { return port_; }
 
+    /// Answers one request; true keeps the connection.
+    using Step = std::function<bool(ACE_SOCK_Stream&)>;
+
     // The script, one step a request. Without a step left, the connection is closed.
+    void Do(Step step);
     void Reply(std::uint32_t code, const std::string& body, bool encipher = true);
     void Reply(std::uint32_t code, CQXBASE::QXIOBase&& object, bool encipher = true);
     void ReplyRaw(std::string bytes);  ///< these bytes, then an orderly close
-    void Hangup();                     ///< closes instead of answering
-    void CloseAfterReply(std::uint32_t code, const std::string& body);
+    void Hangup() { ReplyRaw({}); }    ///< closes instead of answering
+    /// Plays an HTTP proxy in front of itself: answers the CONNECT of the next new connection.
+    void AnswerConnect(const std::string& statusLine);
 
     /// All requests so far.
     std::vector<Request> Requests();
 
   private:
-    struct Step {
-        std::string frame;
-        bool closeAfter = false;
-    };
-    void Add(Step step);
     void Serve();
+    void Open(ACE_SOCK_Stream& peer);
     bool ServeOne(ACE_SOCK_Stream& peer, int connection);
 
     ACE_SOCK_Acceptor acceptor_;
     std::uint16_t port_ = 0;
     std::mutex mutex_;
     std::deque<Step> script_;
+    std::deque<std::string> connectAnswers_;
     std::vector<Request> requests_;
     bool stopping_ = false;
     std::thread thread_;
