@@ -124,6 +124,11 @@ TEST(MessageHolder, ErrorsAreTakenForEveryRequest) {
 }
 
 TEST(MessageHolder, UnknownCodesAreMarked) {
+    std::string requests;
+    for (std::uint32_t code = 0; code < 300; ++code) {
+        requests += IsRequest(code) ? " " + std::to_string(code) : "";
+    }
+    EXPECT_EQ(" 1 2 3 4 5 6 7 8 20 28 29 30", requests);
     for (const std::uint32_t code : {9U, 27U, 35U, 40U, 0xFFFFFFFFU}) {
         for (const MessageHolder& holder :
              {Reply(kExecute, code, kStatus), MessageHolder::Request(code, Raw(kStatus))}) {

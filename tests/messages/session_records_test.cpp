@@ -44,15 +44,6 @@ TEST(SessionRecords, TravelAsTheDocumentShows) {
     EXPECT_EQ("02 00 00 00 03 00 00 00 61 62 63 00 01 00 00 00 64", ToHex(Encode(otp)));
 }
 
-TEST(SessionRecords, SizeEstimates) {
-    EXPECT_EQ(4U, QXOneString(L"").size());
-    EXPECT_EQ(16U, QXOneString(L"\U0001F600").size()) << "in UTF-16 units";
-    EXPECT_EQ(20U, QXSimpleMsg(L"ab", 7).size());
-    EXPECT_EQ(16U, QXSesInfo().size());
-    EXPECT_EQ(4U + 14 + 4 + 18, Session(L"a", L"", L"abc").size());
-    EXPECT_EQ(4U + 15 + 4, OtpData(0, "abc", "").size());
-}
-
 TEST(SessionRecords, ComeBackWithinTheirEstimates) {
     for (unsigned mix = 0; mix < 64; ++mix) {
         QXSesInfo sent = Session(std::wstring(mix % 4, L'x'), std::wstring(mix / 4 % 4, L'\u4e2d'),

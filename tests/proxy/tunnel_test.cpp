@@ -1,10 +1,8 @@
 #include <array>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include <ace/INET_Addr.h>
-#include <ace/SOCK_Acceptor.h>
 #include <ace/SOCK_Connector.h>
 #include <ace/SOCK_Stream.h>
 #include <gtest/gtest.h>
@@ -14,6 +12,7 @@
 #include "proxy/proxy_handshake.h"
 #include "tests/support/FreePort.h"
 #include "tests/support/ProxyServers.h"
+#include "tests/transport/loopback.h"
 #include "transport/qxio.h"
 
 namespace CQXBASE {
@@ -22,44 +21,14 @@ namespace {
 using qxdb_test::ProxyAccess;
 using qxdb_test::ProxyServer;
 
-/// The server at the tunnel's far end: returns what the first client sends, until that hangs up.
-class EchoPeer {
-  public:
-    EchoPeer() {
-        ACE_INET_Addr address(static_cast<unsigned short>(0), "127.0.0.1");
-        EXPECT_EQ(0, acceptor_.open(address));
-        EXPECT_EQ(0, acceptor_.get_local_addr(address));
-        port_ = address.get_port_number();
-        thread_ = std::thread([this] { Echo(); });
+/// A script of the server at the tunnel's far end: sends back what comes.
+void EchoBytes(ACE_SOCK_Stream& client) {
+    std::array<char, 65536> piece{};
+    ssize_t count = 0;
+    while ((count = client.recv(piece.data(), piece.size())) > 0) {
+        client.send_n(piece.data(), static_cast<std::size_t>(count));
     }
-    ~EchoPeer() {
-        // Ends a wait for a client that never came.
-        ACE_SOCK_Stream stream;
-        ACE_SOCK_Connector().connect(stream, ACE_INET_Addr(port_, "127.0.0.1"));
-        stream.close();
-        thread_.join();
-        acceptor_.close();
-    }
-    EchoPeer(const EchoPeer&) = delete;
-    EchoPeer& operator=(const EchoPeer&) = delete;
-    std::uint16_t Port() const { return port_; }
-
-  private:
-    void Echo() {
-        ACE_SOCK_Stream client;
-        acceptor_.accept(client);
-        std::array<char, 65536> piece{};
-        ssize_t count = 0;
-        while ((count = client.recv(piece.data(), piece.size())) > 0) {
-            client.send_n(piece.data(), static_cast<std::size_t>(count));
-        }
-        client.close();
-    }
-
-    ACE_SOCK_Acceptor acceptor_;
-    std::uint16_t port_ = 0;
-    std::thread thread_;
-};
+}
 
 struct Tunnel {
     int result = -1;
@@ -96,7 +65,7 @@ Tunnel Ask(const ProxyServer& proxy, std::uint32_t kind, const Login& login, std
 }
 
 Tunnel Open(const ProxyServer& proxy, std::uint32_t kind, const Login& login = {}) {
-    const EchoPeer peer;
+    const LoopbackPeer peer({EchoBytes});
     return Ask(proxy, kind, login, peer.Port());
 }
 
@@ -170,7 +139,7 @@ TEST(Tunnel, CarriesTheAsynchronousExchange) {
     const auto socks = qxdb_test::StartMicrosocks(ProxyAccess::Open);
     for (const auto& [kind, proxy] :
          {std::pair(kProxyHttp, http.get()), {kProxySocks5, socks.get()}}) {
-        const EchoPeer peer;
+        const LoopbackPeer peer({EchoBytes});
         QXIO io(L"127.0.0.1", peer.Port(), kind, L"127.0.0.1", proxy->Port(), L"", L"");
         CQXDB::QXSvrInfo record;
         record.host = std::wstring(50'000, L'h');
