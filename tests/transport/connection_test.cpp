@@ -3,6 +3,7 @@
 
 #include <ace/os_include/netinet/os_tcp.h>
 
+#include "tests/support/FreePort.h"
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
 
@@ -77,7 +78,7 @@ TEST_F(Connection, CloseStreamTakesAWrappedOneAway) {
 }
 
 TEST_F(Connection, RefusedOnesNameTheirTarget) {
-    const unsigned short port = ClosedPort();
+    const unsigned short port = qxdb_test::FreePort();
     const std::wstring text =
         L" connect to 127.0.0.1:" + std::to_wstring(port) + L" error, no listener.(10061).";
     OpenQXIO direct(port);

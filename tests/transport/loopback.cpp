@@ -70,13 +70,6 @@ StreamPair::~StreamPair() {
     farEnd.close();
 }
 
-unsigned short ClosedPort() {
-    ACE_SOCK_Acceptor acceptor;
-    const unsigned short port = Listen(acceptor);
-    acceptor.close();
-    return port;
-}
-
 void Write(ACE_SOCK_Stream& stream, const std::string& bytes) {
     EXPECT_EQ(stream.send_n(bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
 }

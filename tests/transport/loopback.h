@@ -47,9 +47,6 @@ struct StreamPair {
     ACE_SOCK_Stream farEnd;
 };
 
-/// A port on which nobody listens.
-unsigned short ClosedPort();
-
 void Write(ACE_SOCK_Stream& stream, const std::string& bytes);
 /// Exactly `count` bytes; fewer when the other side closes.
 std::string Read(ACE_SOCK_Stream& stream, std::size_t count);

@@ -1,5 +1,6 @@
 #include <thread>
 
+#include "tests/support/FreePort.h"
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
 
@@ -58,7 +59,7 @@ TEST_F(StringFrames, CutFrames) {
 }
 
 TEST_F(StringFrames, OfAConnectionOfItsOwn) {
-    OpenQXIO refused(ClosedPort());
+    OpenQXIO refused(qxdb_test::FreePort());
     text_ = L"as it was";
     EXPECT_EQ(refused.Syc_ReceiveFmImServer(text_), 0);
     EXPECT_EQ(text_, L"as it was");

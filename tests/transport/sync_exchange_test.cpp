@@ -30,22 +30,6 @@ class SyncExchange : public TransportTest {
     }
 };
 
-TEST_F(SyncExchange, FramesOfAllSizesRoundTrip) {
-    LoopbackPeer peer({Echo});
-    OpenQXIO io(peer.Port());
-    for (const std::size_t size : {1U, 16U, 496U, 497U, 1048577U, 3145728U, 41943041U}) {
-        for (const bool encipher : {false, true}) {
-            Bytes record(Body(size));
-            ASSERT_EQ(io.Syc_sendobj(record, 7, encipher, true), 0);
-            ASSERT_EQ(got_.SyncFrom(io), 0);
-            EXPECT_EQ(got_.enciphered, encipher && size <= 41943040);
-            EXPECT_EQ(got_.typeCode, 7U);
-            EXPECT_TRUE(got_.Body() == Body(size));
-        }
-    }
-    EXPECT_TRUE(log_.progress.empty());  // the peer has no address to name
-}
-
 TEST_F(SyncExchange, RepliesInPiecesAreWhole) {
     StreamPair pair;
     OpenQXIO io(pair.nearEnd);
