@@ -18,7 +18,7 @@ const std::string kBody = "twelve bytes";
 class FramePipe : public TransportTest {
   protected:
     int Send(OutgoingFrame& frame, bool encipher, int limit) {
-        return io_.pipe_before_send(frame.Body(), frame.Header(), 0x090A0B06, limit, encipher,
+        return io_.pipe_before_send(frame.Body(), frame.Header(), 6, limit, encipher,
                                     frame.CipherText());
     }
     int Send(OutgoingFrame& frame, bool encipher) {
@@ -42,12 +42,12 @@ TEST_F(FramePipe, PlainAndEncipheredBodies) {
     Bytes record(kBody);
     OutgoingFrame plain(record);
     ASSERT_EQ(Send(plain, false), 0);
-    EXPECT_EQ(ToHex(Part(0)), "01 00 00 00 06 0b 0a 09 0c 00 00 00 00 00 00 00");
+    EXPECT_EQ(ToHex(Part(0)), "01 00 00 00 06 00 00 00 0c 00 00 00 00 00 00 00");
     EXPECT_EQ(io_.sendIov_[1].iov_base, plain.Body().begin()->rd_ptr());  // not copied
     EXPECT_EQ(Part(1), kBody);
     OutgoingFrame enciphered(record);
     ASSERT_EQ(Send(enciphered, true), 0);
-    EXPECT_EQ(ToHex(Part(0)), "01 00 00 00 06 0b 0a 09 10 00 00 00 0c 00 00 00");
+    EXPECT_EQ(ToHex(Part(0)), "01 00 00 00 06 00 00 00 10 00 00 00 0c 00 00 00");
     EXPECT_EQ(FrameCipher().Decipher(Part(1)), kBody);
 }
 

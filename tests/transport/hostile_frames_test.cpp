@@ -58,10 +58,10 @@ TEST_P(HostileFrame, UndecipherableBodies) {
 }
 
 TEST_P(HostileFrame, EveryFlagIsAByteOrder) {
-    for (const char* frame : {"00 ffffff 00000022 00000002 00000000 6162",
-                              "07 ffffff 22000000 02000000 00000000 6162"}) {
+    for (const char* frame : {"00 ffffff 01020322 00000002 00000000 6162",
+                              "07 ffffff 22030201 02000000 00000000 6162"}) {
         EXPECT_EQ(Receive(FromHex(frame)), 0);
-        EXPECT_EQ(got_.typeCode, 34U);
+        EXPECT_EQ(got_.typeCode, 0x01020322U);
         EXPECT_EQ(got_.Body(), "ab");
     }
     EXPECT_EQ(Receive(FromHex("00 000000 00000001 00000010 0000000c"
