@@ -14,10 +14,9 @@ namespace CQXDB::adapter {
 /// client library may take it modulo 65536.
 inline std::int32_t PortOf(const QXDataSource& dataSource) {
     if (dataSource.port < 0 || dataSource.port > 65535) {
-        throw DatabaseError(DBMGR_BAD_DATA_SOURCE,
-                            "the data source's port is not within 0 to "
-                            "65535: " +
-                                std::to_string(dataSource.port));
+        throw DatabaseError(
+            DBMGR_BAD_DATA_SOURCE,
+            "the data source's port is not within 0 to 65535: " + std::to_string(dataSource.port));
     }
     return dataSource.port;
 }
