@@ -60,7 +60,7 @@ bool ReadHiddenLine(const std::string& prompt, std::string& line) {
     if (!console.Ready()) {
         return false;
     }
-    WriteConsoleText(Widen(prompt.c_str(), CP_UTF8));
+    WriteConsoleText(text::Widen(prompt.c_str(), CP_UTF8));
     const BOOL read = ReadConsoleW(console.Get(), buffer.data(), static_cast<DWORD>(buffer.size()),
                                    &count, nullptr);
     WriteConsoleText(L"\n");
@@ -72,7 +72,7 @@ bool ReadHiddenLine(const std::string& prompt, std::string& line) {
     while (!typed.empty() && (typed.back() == L'\n' || typed.back() == L'\r')) {
         typed.pop_back();
     }
-    line = Narrow(typed.c_str(), CP_UTF8);
+    line = text::Narrow(typed.c_str(), CP_UTF8);
     return true;
 }
 

@@ -27,7 +27,7 @@ std::vector<std::string> PrepareConsole(int /*argc*/, char** /*argv*/) {
     LPWSTR* const wide = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i) {
-        arguments.push_back(Narrow(wide[i], CP_UTF8));
+        arguments.push_back(text::Narrow(wide[i], CP_UTF8));
     }
     LocalFree(wide);
     return arguments;

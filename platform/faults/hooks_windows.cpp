@@ -153,5 +153,5 @@ bool InFaultRegion() noexcept {
 }  // namespace CQXBASE::platform::faults
 
 extern "C" void QXDBThrowFault() {
-    CQXBASE::platform::ThrowFault();
+    CQXBASE::platform::faults::ThrowFault();
 }
