@@ -5,7 +5,7 @@
 
 #include <qxdb/DBAgent.h>
 
-#include "errors/protected_region.h"
+#include "errors/caught_exception.h"
 #include "transport/qxio.h"
 #include "util/split.h"
 #include "util/text.h"
@@ -30,16 +30,17 @@ DBAgent::DBAgent(const DBAgent& other) = default;
 DBAgent& DBAgent::operator=(const DBAgent& other) = default;
 
 DBAgent::~DBAgent() {
-    const CQXBASE::ProtectedRegion region;
-    try {
+    const auto release = [this] {
         delete std::exchange(dataSource_, nullptr);
         if (sock_ != nullptr) {
             CloseAbortively(*sock_);
             delete std::exchange(sock_, nullptr);
         }
         delete std::exchange(io_, nullptr);
-    } catch (...) {  // a destructor lets nothing out
-    }
+    };
+    // A destructor lets nothing out.
+    CQXBASE::RunProtected(QXDB_SITE(L"agent", L"CQXDB::DBAgent::~DBAgent"), release,
+                          [](const CQXBASE::CaughtException& /*caught*/) {});
 }
 
 void DBAgent::init(const std::wstring& server, QXProxyInfo proxy, const std::wstring& token,

@@ -1,6 +1,8 @@
 // The one catch boundary of every operation that lets no exception out.
 #pragma once
 
+#include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "errors/protected_region.h"
@@ -26,19 +28,38 @@ constexpr const wchar_t* kUnexpectedErrorText = L"Unexpected error.";
 CaughtException DescribeCurrentException(const ErrorSite& site,
                                          const wchar_t* unknownText = kTransferErrorText);
 
+/// Calls `body` in a function of its own: a fault may cost the objects of the function it is in.
+template <class Body>
+auto CallInRegion(Body& body) -> decltype(body()) {
+    using Result = decltype(body());
+    using Kept = std::conditional_t<std::is_void_v<Result>, bool, Result>;
+    struct Call {
+        Body& body;
+        std::optional<Kept> result;
+    } call{body, std::nullopt};
+    platform::faults::CallInRegion(
+        [](void* object) {
+            auto& each = *static_cast<Call*>(object);
+            if constexpr (std::is_void_v<Result>) {
+                each.body();
+            } else {
+                each.result.emplace(each.body());
+            }
+        },
+        &call);
+    if constexpr (!std::is_void_v<Result>) {
+        return std::move(*call.result);
+    }
+}
+
 /// Runs `body` in a protected region and gives its result. When it throws or faults, the result is
 /// that of `onError(CaughtException)`.
 template <class Body, class OnError>
 auto RunProtected(const ErrorSite& site, const wchar_t* unknownText, Body&& body, OnError&& onError)
     -> decltype(std::forward<Body>(body)()) {
-    // Not inlined: a fault may cost its function's objects, which must not be those of this one.
-    using Result = decltype(std::forward<Body>(body)());
-    Result (*volatile run)(Body &&) = [](Body&& each) -> Result {
-        return std::forward<Body>(each)();
-    };
     const ProtectedRegion region;
     try {
-        return run(std::forward<Body>(body));
+        return CallInRegion(body);
     } catch (...) {
         return std::forward<OnError>(onError)(DescribeCurrentException(site, unknownText));
     }

@@ -55,6 +55,11 @@ class FaultRegion {
     const FaultRegion* outer_;
 };
 
+/// Calls `body(object)` in a function of its own, from the function that holds the region. On
+/// Windows what programs raise, and what foreign frames might have handled and didn't, becomes the
+/// region's only out of this call.
+void CallInRegion(void (*body)(void*), void* object);
+
 /// Whether the calling thread is inside a region.
 bool InFaultRegion() noexcept;
 

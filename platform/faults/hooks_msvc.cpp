@@ -48,6 +48,10 @@ FaultRegion::~FaultRegion() {
     }
 }
 
+void CallInRegion(void (*body)(void*), void* object) {
+    body(object);
+}
+
 bool InFaultRegion() noexcept {
     return tInnermost != nullptr;
 }

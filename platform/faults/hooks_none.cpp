@@ -17,6 +17,10 @@ FaultRegion::~FaultRegion() {
     static_cast<void>(outer_);
 }
 
+void CallInRegion(void (*body)(void*), void* object) {
+    body(object);
+}
+
 bool InFaultRegion() noexcept {
     return false;
 }

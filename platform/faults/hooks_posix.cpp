@@ -85,6 +85,10 @@ FaultRegion::~FaultRegion() {
     }
 }
 
+void CallInRegion(void (*body)(void*), void* object) {
+    body(object);
+}
+
 bool InFaultRegion() noexcept {
     return CurrentThread().innermost != nullptr;
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <malloc.h>
 #include <stdlib.h>
@@ -8,10 +9,30 @@
 #include "platform/faults/thread_windows.h"
 #include "platform/faults/unwind_windows.h"
 
-// Entered as if the faulting instruction had called it, with whatever alignment the stack had
-// there, which the unwinder finds again through the frame register.
+extern "C" void QXDBCallGuarded(void (*body)(void*), void* object);
 extern "C" void QXDBEnterThrowFault();
+
+// The first calls `body(object)` with the fault handler on its frame: the system asks it after all
+// frames that the body has called, so that each of them may handle what is its own.
+// The second is entered as if the faulting instruction had called it, with whatever alignment the
+// stack had there, which the unwinder finds again through the frame register.
 asm(R"(
+    .text
+    .globl QXDBCallGuarded
+    .seh_proc QXDBCallGuarded
+    .seh_handler QXDBFaultHandler, @except
+QXDBCallGuarded:
+    sub $40, %rsp
+    .seh_stackalloc 40
+    .seh_endprologue
+    mov %rcx, %rax
+    mov %rdx, %rcx
+    call *%rax
+    nop
+    add $40, %rsp
+    ret
+    .seh_endproc
+
     .globl QXDBEnterThrowFault
     .seh_proc QXDBEnterThrowFault
 QXDBEnterThrowFault:
@@ -30,7 +51,16 @@ QXDBEnterThrowFault:
 namespace CQXBASE::platform::faults {
 namespace {
 
-// What the processor raises. Exceptions raised by programs belong to whoever expects them.
+/// The exceptions of a language, which its own frames unwind, and what is said to debuggers (the
+/// severity "informational": printed text, a thread's name, Ctrl+C) and goes on afterwards.
+bool IsNoFault(DWORD code) noexcept {
+    constexpr DWORD kGccFirst = 0x20474343;
+    constexpr DWORD kGccKind = 0x0F000000;  // thrown, unwinding, forced
+    constexpr DWORD kVisualCpp = 0xE06D7363;
+    return code >> 30 == 1 || (code & ~kGccKind) == kGccFirst || code == kVisualCpp;
+}
+
+// The rest is raised by programs, and belongs to whoever expects it, up to the region.
 constexpr DWORD kProcessorFaults[] = {
     EXCEPTION_ACCESS_VIOLATION,      EXCEPTION_ARRAY_BOUNDS_EXCEEDED, EXCEPTION_BREAKPOINT,
     EXCEPTION_DATATYPE_MISALIGNMENT, EXCEPTION_FLT_DENORMAL_OPERAND,  EXCEPTION_FLT_DIVIDE_BY_ZERO,
@@ -66,26 +96,40 @@ void RedirectTo(void (*function)(), CONTEXT& context) {
     context.Rip = reinterpret_cast<DWORD64>(function);
 }
 
+/// Makes the thread that stands at `context`, under the frame `guard`, throw the fault as an
+/// exception.
+void Deliver(ThreadFaults& thread, const EXCEPTION_RECORD& record, CONTEXT& context,
+             const void* guard) {
+    LeaveTerminatingFunction(context, guard);
+    thread.translating = true;
+    thread.overflowed = thread.overflowed || record.ExceptionCode == EXCEPTION_STACK_OVERFLOW;
+    thread.record = record;
+    RedirectTo(QXDBEnterThrowFault, context);
+}
+
+/// The calling thread when a fault of it could be translated, or null.
+ThreadFaults* ReadyThread() {
+    ThreadFaults* thread = ExistingThread();
+    const bool ready = thread != nullptr && thread->innermost != nullptr &&
+                       thread->translator != nullptr && !thread->translating;
+    return ready ? thread : nullptr;
+}
+
+/// Comes first: a fault of ours is no affair of the host's handlers.
 LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
     if (!IsProcessorFault(record.ExceptionCode)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    ThreadFaults* thread = ExistingThread();
-    if (thread == nullptr || thread->innermost == nullptr || thread->translator == nullptr ||
-        thread->translating) {
+    ThreadFaults* thread = ReadyThread();
+    if (thread == nullptr) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    CONTEXT from = *pointers->ContextRecord;
-    LeaveTerminatingFunction(from);
-    if (!CanUnwindTo(from, thread->innermost)) {
+    CONTEXT& context = *pointers->ContextRecord;
+    if (!CanUnwindTo(context, thread->innermost)) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    *pointers->ContextRecord = from;
-    thread->translating = true;
-    thread->overflowed = thread->overflowed || record.ExceptionCode == EXCEPTION_STACK_OVERFLOW;
-    thread->record = record;
-    RedirectTo(QXDBEnterThrowFault, *pointers->ContextRecord);
+    Deliver(*thread, record, context, thread->innermost);
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
@@ -102,6 +146,22 @@ class Registration {
 };
 
 }  // namespace
+
+/// Comes last: neither a vectored handler nor a frame inside the region's call wanted it.
+EXCEPTION_DISPOSITION OnUnhandled(EXCEPTION_RECORD& record, const void* guard, CONTEXT& context) {
+    constexpr DWORD kUnwinding = EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND;
+    if ((record.ExceptionFlags & kUnwinding) != 0 || IsNoFault(record.ExceptionCode)) {
+        return ExceptionContinueSearch;
+    }
+    ThreadFaults* thread = ReadyThread();
+    if (thread == nullptr) {
+        return ExceptionContinueSearch;
+    }
+    Deliver(*thread, record, context, guard);
+    // It is thrown, not continued; the system would refuse that.
+    record.ExceptionFlags &= ~static_cast<DWORD>(EXCEPTION_NONCONTINUABLE);
+    return ExceptionContinueExecution;
+}
 
 void ThrowFault() {
     ThreadFaults& thread = *ExistingThread();
@@ -145,6 +205,10 @@ FaultRegion::~FaultRegion() {
     }
 }
 
+void CallInRegion(void (*body)(void*), void* object) {
+    QXDBCallGuarded(body, object);
+}
+
 bool InFaultRegion() noexcept {
     const ThreadFaults* thread = ExistingThread();
     return thread != nullptr && thread->innermost != nullptr;
@@ -154,4 +218,9 @@ bool InFaultRegion() noexcept {
 
 extern "C" void QXDBThrowFault() {
     CQXBASE::platform::faults::ThrowFault();
+}
+
+extern "C" EXCEPTION_DISPOSITION QXDBFaultHandler(EXCEPTION_RECORD* record, void* guard,
+                                                  CONTEXT* context, DISPATCHER_CONTEXT*) {
+    return CQXBASE::platform::faults::OnUnhandled(*record, guard, *context);
 }

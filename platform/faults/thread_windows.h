@@ -1,4 +1,4 @@
-// What the exception handler has to know about its thread.
+// What the fault handlers have to know about its thread.
 #pragma once
 
 #include <windows.h>

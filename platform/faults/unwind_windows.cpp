@@ -32,6 +32,8 @@ const void* Address(Function* function) {
     return BehindJumps(address);
 }
 
+/// Whether the frame is one of C++ or C, whose handler runs destructors and catches exceptions
+/// only.
 bool IsOurPersonality(EXCEPTION_ROUTINE* handler) {
     const void* address = Address(handler);
     return address == Address(&__gxx_personality_seh0) ||
@@ -78,23 +80,24 @@ bool CanUnwindTo(const CONTEXT& fault, const void* object) noexcept {
     for (bool first = true; frame.Rsp <= place; first = false) {
         const Step step = LeaveFunction(frame);
         if ((!step.known && !first) ||
-            (step.handler != nullptr && !IsOurPersonality(step.handler))) {
+            (step.handler != nullptr && !IsOurPersonality(step.handler) &&
+             Address(step.handler) != Address(&QXDBFaultHandler))) {
             return false;
         }
     }
     return true;
 }
 
-void LeaveTerminatingFunction(CONTEXT& fault) noexcept {
+void LeaveTerminatingFunction(CONTEXT& fault, const void* guard) noexcept {
     CONTEXT frame = fault;
-    for (bool first = true;; first = false) {
+    const auto end = reinterpret_cast<std::uintptr_t>(guard);
+    for (bool first = true; frame.Rsp < end; first = false) {
         const Step step = LeaveFunction(frame);
-        if ((!step.known && !first) ||
-            (step.handler != nullptr && !IsOurPersonality(step.handler))) {
+        if (!step.known && !first) {
             return;
         }
         --frame.Rip;  // into the call
-        if (step.handler != nullptr) {
+        if (step.handler != nullptr && IsOurPersonality(step.handler)) {
             if (!Covers(step.table, step.offset)) {
                 fault = frame;
             }
