@@ -1,10 +1,13 @@
 #include "adapter/options.h"
 
+#include <algorithm>
 #include <charconv>
+#include <system_error>
 #include <utility>
 
 #include "adapter/database_error.h"
 #include "util/ascii.h"
+#include "util/text.h"
 
 namespace CQXDB::adapter {
 
@@ -27,6 +30,10 @@ std::string Lower(std::string_view text) {
 }  // namespace
 
 Options::Options(std::string_view text) {
+    if (CQXBASE::WideToUtf8(CQXBASE::Utf8ToWide(text)) != text ||
+        text.find('\0') != std::string_view::npos) {
+        Refuse("the options are no UTF-8 text");
+    }
     while (!text.empty()) {
         const std::size_t end = std::min(text.find(';'), text.size());
         const std::string_view pair = TrimAscii(text.substr(0, end));

@@ -11,8 +11,8 @@
 
 namespace CQXDB::adapter {
 
-/// "key=value;key=value": keys without regard to ASCII case, blanks around keys and values dropped.
-/// Whoever knows a key takes it out; what is left over was misspelt. Throws DatabaseError.
+/// UTF-8 "key=value;key=value": keys without regard to ASCII case, blanks around keys and values
+/// dropped. Whoever knows a key takes it out; what is left over was misspelt. Throws DatabaseError.
 class Options {
   public:
     explicit Options(std::string_view text);

@@ -4,6 +4,7 @@
 #include <qxdb/QXDataSource.h>
 
 #include "objects/encoding/cdr_fields.h"
+#include "util/text.h"
 
 namespace CQXDB {
 
@@ -22,7 +23,7 @@ void QXDataSource::init(const std::wstring& newName, CQXDB_DSType_ENUM newType,
     user = newUser;
     password = newPassword;
     trusted = newTrusted;
-    options = newOptions;
+    options = CQXBASE::WideToUtf8(CQXBASE::ToWide(newOptions, CQXBASE::kCodePageAnsi));
     version = newVersion;
 }
 

@@ -55,11 +55,13 @@ class QXDB_AGENT_API DBAgent {
     void init(const std::wstring& server, QXProxyInfo proxy, const std::wstring& token,
               bool isLocal, const std::wstring& db = std::wstring());
     void init(const QXSvrInfo& server, QXProxyInfo proxy, const std::wstring& token, bool isLocal);
-    /// Describes the database; the arguments go to QXDataSource::init, `options` in the active ANSI
-    /// code page (UTF-8 on Linux).
+    /// Describes the database; the arguments go to QXDataSource::init, `options` as narrow text in
+    /// the active ANSI code page (UTF-8 on Linux): on Windows a character outside that code page
+    /// becomes its replacement character, "?" as a rule. The form below takes every character.
     void initDB(CQXDB_DSType_ENUM type, const std::wstring& server, long port,
                 const std::wstring& database, const std::wstring& user,
                 const std::wstring& password, const std::wstring& options, bool trusted);
+    /// Copies the description as it stands; its `options` are UTF-8.
     void initDB(const QXDataSource& dataSource);
     /// Changes the data source's database name; an empty name changes nothing.
     void SetDB(const std::wstring& db);

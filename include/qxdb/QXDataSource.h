@@ -20,7 +20,10 @@ class QXDB_OBJECTS_API QXDataSource : public CQXBASE::QXIOBase {
     std::wstring user;
     std::wstring password;
     bool trusted = false;  ///< log in as the operating system's user, without user and password
-    std::string options;   ///< UTF-8 "key=value;key=value" handed to the connector
+    /// "key=value;key=value" for the connector, always UTF-8: here, on the wire and at the
+    /// database, whatever code pages the two ends have. Bytes that are no UTF-8 are refused when
+    /// the database is opened.
+    std::string options;
     std::int32_t version = 1;
     CQXDB_DriverType_ENUM driver = CQXDB_DRIVER_DEFAULT;
     std::wstring driverName;        ///< ODBC driver name, for "Driver={...}"
@@ -30,6 +33,9 @@ class QXDB_OBJECTS_API QXDataSource : public CQXBASE::QXIOBase {
 
     /// Sets the description and keeps the driver members as they are. A port beyond 32 bits becomes
     /// the outermost number of them, which is no port either and is refused on connecting.
+    /// `newOptions` is narrow text in this process's active ANSI code page (UTF-8 on Linux), up to
+    /// its first NUL; the member `options` gets it as UTF-8. Text that this code page lacks goes
+    /// straight into the member.
     void init(const std::wstring& newName, CQXDB_DSType_ENUM newType, const std::wstring& newServer,
               long newPort, const std::wstring& newDatabase, const std::wstring& newUser,
               const std::wstring& newPassword, bool newTrusted, const std::string& newOptions,

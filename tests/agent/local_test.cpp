@@ -93,6 +93,22 @@ TEST_F(LocalAgent, ADatabaseNamedInTheCallIsForThatCallOnly) {
     EXPECT_EQ(code_, 0);
 }
 
+TEST_F(LocalAgent, OptionsReachTheDatabaseAsTheTextTheyWere) {
+    QXCommand query(L"SELECT 1");
+    agent_.initDB(CQXDB_DS_EMBEDDED, L"", 0, Path(), L"", L"", L"mode=gr\u00FC\u00DFe", false);
+    agent_.Execute(code_, text_, query);
+    EXPECT_EQ(code_, DBMGR_BAD_OPTION);
+    EXPECT_NE(text_.find(L"\"gr\u00FC\u00DFe\""), std::wstring::npos)
+        << QXValue::Text(text_).ToUtf8();
+    QXDataSource source;
+    source.database = Path();
+    source.options = QXValue::Text(L"mode=gr\u00FC\u4E2D").ToUtf8();
+    agent_.initDB(source);
+    agent_.Execute(code_, text_, query);
+    EXPECT_NE(text_.find(L"\"gr\u00FC\u4E2D\""), std::wstring::npos)
+        << QXValue::Text(text_).ToUtf8();
+}
+
 // A data source whose type or driver is not 0 goes to the other manager, which reads the same file.
 TEST_F(LocalAgent, TypeAndDriverChooseTheManagerAnewOnEachCall) {
     QXCommand query(L"SELECT name FROM t ORDER BY id");

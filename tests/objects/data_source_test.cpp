@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/objects/samples.h"
+#include "util/text.h"
 
 namespace qxdb_test {
 namespace {
@@ -55,6 +56,18 @@ TEST(DataSourceUrl, EveryForm) {
         ASSERT_TRUE(QXDataSource::FromUrl(url, source, error)) << url.c_str();
         EXPECT_TRUE(Same(source, expected)) << url.c_str();
     }
+}
+
+TEST(DataSource, OptionsAreUtf8HoweverTheyCame) {
+    const std::string ansi = CQXBASE::ToNarrow(L"a=gr\u00FC\u00DFe", CQXBASE::kCodePageAnsi);
+    const QXDataSource told = Server(CQXDB_DS_POSTGRESQL, L"h", 0, L"", L"", L"", ansi.c_str());
+    EXPECT_EQ(told.options,
+              "a=gr\xC3\xBC\xC3\x9F"
+              "e");
+    QXDataSource fromUrl;
+    std::wstring error;
+    ASSERT_TRUE(QXDataSource::FromUrl(L"postgresql://h?a=gr\u00FC%C3%9Fe", fromUrl, error));
+    EXPECT_EQ(fromUrl.options, told.options);
 }
 
 TEST(DataSourceUrl, RefusalSaysWhyAndChangesNothing) {

@@ -80,6 +80,12 @@ TEST_F(PostgreSqlTest, ATimestampMeansTheSameInstantBothWays) {
               "2026-07-01 03:00:00|elsewhere\n");
 }
 
+TEST_F(PostgreSqlTest, AnOptionBeyondAsciiArrivesAsItIs) {
+    Client labelled(db);
+    labelled.DataSource().options = "options=-c qxdb.label=gr\u00FC\u00DFe\u4E2D";
+    EXPECT_EQ(labelled.Rows("SELECT current_setting('qxdb.label')"), "gr\u00FC\u00DFe\u4E2D\n");
+}
+
 TEST_F(PostgreSqlTest, FailedLoginsSayWhy) {
     Client stranger(db);
     stranger.DataSource().password = L"wrong";

@@ -60,6 +60,11 @@ TEST_P(SqliteTest, PathsThatDontOpenSayWhy) {
     EXPECT_EQ(Open("").Connect().code, DBMGR_BAD_DATA_SOURCE);
     EXPECT_EQ(Open(folder.File("a.db"), "jurnal_mode=wal").Connect().code, DBMGR_BAD_OPTION);
     EXPECT_EQ(Open(folder.File("a.db"), "journal_mode=fast").Connect().code, DBMGR_BAD_OPTION);
+    for (const std::string& options : {std::string("mode=r\xFC"), std::string("mode=ro\0x", 9)}) {
+        const Outcome bytes = Open(folder.File("a.db"), options).Connect();
+        EXPECT_EQ(bytes.code, DBMGR_BAD_OPTION);
+        EXPECT_NE(bytes.text.find(L"UTF-8"), std::wstring::npos) << bytes;
+    }
 }
 
 TEST_P(SqliteTest, AReadOnlyDatabaseIsReadAndNotWritten) {
