@@ -14,6 +14,8 @@ namespace CQXDB {
 /// Copies share the data source until one of them is given another.
 class QXDB_OBJECTS_API QXCommandBase : public CQXBASE::QXIOBase {
   public:
+    ~QXCommandBase() override;
+
     void SetSysDataSrc(const QXDataSource& dataSource);
     const QXDataSource& SysDataSrc() const noexcept;
     void SetDB(const std::wstring& database);  ///< also the stamped data source's database name
@@ -33,7 +35,6 @@ class QXDB_OBJECTS_API QXCommandBase : public CQXBASE::QXIOBase {
     QXCommandBase(QXCommandBase&&) = default;
     QXCommandBase& operator=(const QXCommandBase&) = default;
     QXCommandBase& operator=(QXCommandBase&&) = default;
-    ~QXCommandBase() override;
 
     // The stamp travels in front of the statements. These are as toCDR, fromCDR and size.
     bool WriteStamp(ACE_OutputCDR& out) const;

@@ -22,7 +22,6 @@ std::ostream& operator<<(std::ostream& out, const Outcome& outcome);
 
 /// How one database spells what the cases need.
 struct Backend {
-    std::string name;
     bool poco = true;
     CQXDB::QXDataSource dataSource;
     std::string blobType = "BLOB";

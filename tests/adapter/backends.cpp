@@ -9,18 +9,17 @@ namespace {
 using namespace CQXDB;
 
 template <typename Server>
-Backend On(const Server& server, const std::string& name, CQXDB_DSType_ENUM type) {
+Backend On(const Server& server, CQXDB_DSType_ENUM type) {
     using CQXBASE::Utf8ToWide;
     Backend backend;
-    backend.name = name;
     backend.dataSource.init(L"", type, L"127.0.0.1", server.Port(), Utf8ToWide(Server::Database()),
                             Utf8ToWide(Server::User()), Utf8ToWide(Server::Password()), false, "",
                             1);
     return backend;
 }
 
-Backend PostgreSql(const std::string& name) {
-    Backend backend = On(Postgres(), name, CQXDB_DS_POSTGRESQL);
+Backend PostgreSql() {
+    Backend backend = On(Postgres(), CQXDB_DS_POSTGRESQL);
     backend.blobType = "BYTEA";
     backend.duplicateKey = SqlStateCode("23505");
     backend.syntaxError = SqlStateCode("42601");
@@ -33,13 +32,13 @@ Backend PostgreSql(const std::string& name) {
 }  // namespace
 
 const Backend& PostgreSqlBackend() {
-    static const Backend backend = PostgreSql("PostgreSql");
+    static const Backend backend = PostgreSql();
     return backend;
 }
 
 const Backend& MariaDbBackend() {
     static const Backend backend = [] {
-        Backend made = On(MariaDb(), "MariaDb", CQXDB_DS_MARIADB);
+        Backend made = On(MariaDb(), CQXDB_DS_MARIADB);
         made.blobType = "LONGBLOB";
         made.longTextType = "LONGTEXT";
         made.timestampType = "DATETIME(6)";
@@ -56,7 +55,7 @@ const Backend& MariaDbBackend() {
 
 const Backend& OdbcBackend() {
     static const Backend backend = [] {
-        Backend made = PostgreSql("OdbcPostgreSql");
+        Backend made = PostgreSql();
         made.dataSource.driver = CQXDB_DRIVER_ODBC;
         made.dataSource.driverName = L"/usr/lib/x86_64-linux-gnu/odbc/psqlodbcw.so";
         return made;

@@ -1,5 +1,6 @@
 // Clients that are slow, silent, dead or out of their mind.
 #include <filesystem>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -160,6 +161,25 @@ TEST(HostilePeer, RequestsSentAheadAreServedInOrder) {
         ASSERT_EQ(client.Receive().Recordset().GetInt64(0, 0), i);
     }
     EXPECT_TRUE(client.AtEnd());
+}
+
+TEST(HostilePeer, NonsenseNeverStopsTheServer) {
+    TestServer server;
+    std::mt19937 random(20240611);
+    RawClient client = server.LoggedIn();
+    CQXDB::QXCommandList list = client.List({L"SELECT 1", L"SELECT 2"});
+    const std::string good = MakeFrame(kBatchQuery, EncodeRecord(list), false);
+    for (int i = 0; i < 300; ++i) {
+        std::string bytes = good;
+        for (unsigned flips = 1 + random() % 8; flips > 0; --flips) {
+            bytes[random() % bytes.size()] = static_cast<char>(random());
+        }
+        RawClient mad = server.Connect();
+        mad.SendBytes(i % 3 == 0 ? bytes.substr(random() % bytes.size()) : bytes);
+        mad.FinishSending();
+    }
+    EXPECT_EQ(client.Number(L"SELECT 1"), 1);
+    EXPECT_TRUE(Eventually([&] { return server.Get().Stats().open == 1; }));
 }
 
 /// Reads what the server says until it closes; all of it must be frames.

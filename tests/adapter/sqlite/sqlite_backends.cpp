@@ -10,7 +10,6 @@ using namespace CQXDB;
 Backend Sqlite(const std::string& name, bool poco) {
     static const TempDir folder;
     Backend backend;
-    backend.name = name;
     backend.poco = poco;
     backend.dataSource.database = CQXBASE::Utf8ToWide(folder.File(name + ".db"));
     backend.dataSource.type = poco ? CQXDB_DS_SQLITE : CQXDB_DS_EMBEDDED;
