@@ -23,7 +23,7 @@ Words MariaDbArguments(const Certificate& certificate) {
 
 Certificate::Certificate() {
     RunToSuccess({"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj",
-         "/CN=127.0.0.1", "-keyout", KeyFile(), "-out", CertificateFile()});
+                  "/CN=127.0.0.1", "-keyout", KeyFile(), "-out", CertificateFile()});
     RunToSuccess({"chmod", "600", KeyFile()});
     if (geteuid() == 0) {
         // PostgreSQL then runs as this user, and wants the key to be its own.
