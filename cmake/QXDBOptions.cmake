@@ -29,6 +29,8 @@ target_include_directories(qxdb_options INTERFACE
 
 if(MSVC)
   target_compile_options(qxdb_options INTERFACE /W4 /WX /utf-8 /EHa /permissive- /wd4251)
+  # Its <windows.h> would otherwise make macros of min and max.
+  target_compile_definitions(qxdb_options INTERFACE NOMINMAX _WIN32_WINNT=0x0A00 WINVER=0x0A00)
 else()
   target_compile_options(qxdb_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror

@@ -7,6 +7,7 @@
 #include <locale>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "util/ascii.h"

@@ -2,6 +2,7 @@
 
 #include <aio.h>
 #include <cerrno>
+#include <cstddef>
 #include <mutex>
 
 namespace CQXBASE::platform::sockets {

@@ -1,4 +1,6 @@
 // Every object comes back from its encoding as it was.
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include <qxdb/QXProxyInfo.h>

@@ -1,6 +1,7 @@
 #include <atomic>
 #include <stdexcept>
 #include <thread>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 // What Windows itself reads from the files: versions and the string table.
+#include <string>
 #include <vector>
 #include <windows.h>
 
