@@ -46,7 +46,7 @@ std::string WorkerProcess::End() {
     if (!process_.WaitUntil(answered, kPatience)) {
         throw std::runtime_error("a worker gives no answer: " + process_.Errors());
     }
-    const std::string line = output.substr(read_, end - read_);
+    std::string line = output.substr(read_, end - read_);
     read_ = end + 1;
     if (line.compare(0, 5, "error") == 0) {
         throw std::runtime_error(line);
