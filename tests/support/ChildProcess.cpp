@@ -245,7 +245,7 @@ std::string RunToSuccess(const std::vector<std::string>& words) {
     ChildProcess child(words[0], {words.begin() + 1, words.end()});
     child.CloseInput();
     const int status = child.Wait(std::chrono::seconds(120));
-    const std::string output = child.Output() + child.Errors();
+    std::string output = child.Output() + child.Errors();
     if (status != 0) {
         throw std::runtime_error(words[0] + " failed: " + output);
     }
