@@ -3,6 +3,7 @@
 #include <qxdb/QXCommandBase.h>
 
 #include "objects/encoding/cdr_fields.h"
+#include "objects/page_number.h"
 
 namespace CQXDB {
 namespace {
@@ -34,6 +35,14 @@ void QXCommandBase::SetDB(const std::wstring& database) {
 
 const std::wstring& QXCommandBase::DB() const noexcept {
     return SysDataSrc().database;
+}
+
+void QXCommandBase::SetPageSize(long rows) {
+    pageSize_ = PageNumber(rows);
+}
+
+void QXCommandBase::SetPageNo(long page) {
+    pageNo_ = PageNumber(page);
 }
 
 bool QXCommandBase::WriteStamp(ACE_OutputCDR& out) const {

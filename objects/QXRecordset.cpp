@@ -2,6 +2,7 @@
 
 #include <qxdb/QXRecordset.h>
 
+#include "objects/page_number.h"
 #include "objects/value_conversion.h"
 #include "util/ascii.h"
 #include "util/double_bits.h"
@@ -31,6 +32,14 @@ ValueView ViewOf(const QXColumn& column, std::size_t row) {
 }
 
 }  // namespace
+
+void QXRecordset::setPageSize(long rows) {
+    pageSize_ = PageNumber(rows);
+}
+
+void QXRecordset::setCurrentPage(long page) {
+    currentPage_ = PageNumber(page);
+}
 
 QXRecordset::QXRecordset(const QXRecordset& other)
     : QXIOBase(other),

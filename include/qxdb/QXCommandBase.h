@@ -22,11 +22,12 @@ class QXDB_OBJECTS_API QXCommandBase : public CQXBASE::QXIOBase {
     const std::wstring& DB() const noexcept;
     void SetToken(const std::wstring& token) { token_ = token; }
     const std::wstring& Token() const noexcept { return token_; }
-    /// Rows a page, below 2^31; 0: all rows.
-    void SetPageSize(long rows) { pageSize_ = static_cast<std::int32_t>(rows); }
+    /// Rows a page, below 2^31; 0: all rows. A number beyond 32 bits becomes -1, which the query
+    /// refuses.
+    void SetPageSize(long rows);
     long PageSize() const noexcept { return pageSize_; }
-    /// Page number, from 1 and below 2^31.
-    void SetPageNo(long page) { pageNo_ = static_cast<std::int32_t>(page); }
+    /// Page number, from 1 and below 2^31; beyond that as above.
+    void SetPageNo(long page);
     long PageNo() const noexcept { return pageNo_; }
 
   protected:

@@ -28,10 +28,10 @@ class QXDB_OBJECTS_API QXRecordset : public CQXBASE::QXIOBase {
     ~QXRecordset() override = default;
 
     // Page. Set before a query, it says which rows to fetch; 0 rows a page means all of them. Both
-    // numbers are below 2^31.
-    void setPageSize(long rows) { pageSize_ = static_cast<std::int32_t>(rows); }
+    // numbers are below 2^31; one beyond 32 bits becomes -1, which the query refuses.
+    void setPageSize(long rows);
     long pageSize() const noexcept { return pageSize_; }
-    void setCurrentPage(long page) { currentPage_ = static_cast<std::int32_t>(page); }
+    void setCurrentPage(long page);
     long currentPage() const noexcept { return currentPage_; }  ///< from 1
 
     std::size_t ColumnCount() const noexcept { return columns_.size(); }

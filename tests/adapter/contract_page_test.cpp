@@ -81,6 +81,11 @@ TEST_P(PageContract, BadPagesAreRefused) {
     EXPECT_EQ(Page(rs, 10, 0, "SELECT i FROM t").code, DBMGR_BAD_PAGE);
     EXPECT_EQ(Page(rs, 10, -1, "SELECT i FROM t").code, DBMGR_BAD_PAGE);
     EXPECT_EQ(Page(rs, -5, 1, "SELECT i FROM t").code, DBMGR_BAD_PAGE);
+    const std::int64_t beyond = (std::int64_t{1} << 32) + 1;  // cut to 32 bits, page 1
+    if (sizeof(long) == sizeof beyond) {
+        const auto page = static_cast<long>(beyond);
+        EXPECT_EQ(Page(rs, 10, page, "SELECT i FROM t").code, DBMGR_BAD_PAGE);
+    }
     EXPECT_TRUE(Page(rs, 10, 2147483647, "SELECT i FROM t").ok());
     EXPECT_EQ(rs.RowCount(), 0U);
 }
