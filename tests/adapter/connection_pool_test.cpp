@@ -56,17 +56,6 @@ class ConnectionPoolTest : public testing::Test {
     bool refuse = false;
 };
 
-TEST_F(ConnectionPoolTest, OneConnectionServesCallAfterCall) {
-    const auto pool = Pool(8, 0);
-    for (int i = 0; i < 10; ++i) {
-        pool->Take();
-    }
-    EXPECT_EQ(opened, 1);
-    pool->CloseIdle();
-    EXPECT_EQ(alive, 0);
-    EXPECT_TRUE(pool->Empty());
-}
-
 TEST_F(ConnectionPoolTest, ConnectionsThatDiedAreReplaced) {
     const auto pool = Pool(1, 0);
     Of(pool->Take()).usable = false;

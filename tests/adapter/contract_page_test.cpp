@@ -51,6 +51,12 @@ TEST_P(PageContract, PagesFollowEachOther) {
     EXPECT_EQ(FirstColumn(10, 4, text), "");
     EXPECT_EQ(FirstColumn(25, 1, text).size(), FirstColumn(0, 1, text).size());
     EXPECT_EQ(FirstColumn(0, 7, "SELECT i FROM t WHERE i < 3 ORDER BY i"), "0 1 2 ");
+    const std::string all = "SELECT COUNT(*) FROM (SELECT i FROM t) x";
+    QXRecordset rs;
+    EXPECT_TRUE(Page(rs, 2, 1, text).ok());
+    EXPECT_EQ(db.Rows(all), "25\n") << "the page's limit ends with its query";
+    EXPECT_FALSE(Page(rs, 2, 1, "SELECT nothing FROM t").ok());
+    EXPECT_EQ(db.Rows(all), "25\n") << "and with one that failed";
 }
 
 TEST_P(PageContract, PagesWorkWithParametersLimitsAndTrailingText) {

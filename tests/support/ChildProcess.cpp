@@ -128,9 +128,6 @@ struct ChildProcess::Impl {
     }
 };
 
-ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments)
-    : ChildProcess(program, arguments, Options{}) {}
-
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
                            const Options& options)
     : impl_(std::make_unique<Impl>()) {
@@ -241,15 +238,12 @@ bool ChildProcess::WaitForText(const std::string& text, std::chrono::seconds lim
         limit);
 }
 
-std::string RunToSuccess(const std::vector<std::string>& words) {
+void RunToSuccess(const std::vector<std::string>& words) {
     ChildProcess child(words[0], {words.begin() + 1, words.end()});
     child.CloseInput();
-    const int status = child.Wait(std::chrono::seconds(120));
-    std::string output = child.Output() + child.Errors();
-    if (status != 0) {
-        throw std::runtime_error(words[0] + " failed: " + output);
+    if (child.Wait(std::chrono::seconds(120)) != 0) {
+        throw std::runtime_error(words[0] + " failed: " + child.Output() + child.Errors());
     }
-    return output;
 }
 
 }  // namespace qxdb_test

@@ -20,9 +20,8 @@ class ChildProcess {
 
     /// Starts `program` with `arguments`. On Linux it is killed when the calling thread ends,
     /// however that happens. One that doesn't exist ends at once, with a status that isn't 0.
-    ChildProcess(const std::string& program, const std::vector<std::string>& arguments);
     ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
-                 const Options& options);
+                 const Options& options = {});
     /// Asks the program to end, and kills it when it does not in 10 seconds.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
@@ -58,8 +57,8 @@ class ChildProcess {
     std::unique_ptr<Impl> impl_;
 };
 
-/// Runs a program with arguments to its end and gives what it wrote to both streams. Throws
-/// std::runtime_error with that for an exit status other than 0.
-std::string RunToSuccess(const std::vector<std::string>& words);
+/// Runs a program with arguments to its end. Throws std::runtime_error with what it wrote for an
+/// exit status other than 0.
+void RunToSuccess(const std::vector<std::string>& words);
 
 }  // namespace qxdb_test

@@ -68,20 +68,6 @@ TEST_F(MariaDbTest, DecimalsAreComparedAsDecimals) {
               "12345678901234567890123456789012345679\n");
 }
 
-TEST_F(MariaDbTest, LongValuesFollowShortOnesInTheSameColumn) {
-    ASSERT_TRUE(db.Execute("CREATE TABLE m (i INT, s LONGTEXT, b LONGBLOB)").ok());
-    ASSERT_TRUE(db.Execute("INSERT INTO m VALUES (1, 'a', 'b'), (2, REPEAT('é', 100000), "
-                           "REPEAT(x'00', 70000)), (3, NULL, ''), (4, 'z', REPEAT('y', 300))")
-                    .ok());
-    QXRecordset rs;
-    ASSERT_TRUE(db.Query(rs, "SELECT s, b FROM m ORDER BY i").ok());
-    EXPECT_EQ(rs.GetBytes(1, 0).size(), 200000U);
-    EXPECT_EQ(rs.GetBytes(1, 1), std::string(70000, '\0'));
-    EXPECT_TRUE(rs.IsNull(2, 0));
-    EXPECT_EQ(rs.GetTextUtf8(3, 0), "z");
-    EXPECT_EQ(rs.GetBytes(3, 1), std::string(300, 'y'));
-}
-
 TEST_F(MariaDbTest, ProceduresWithSeveralResultsLeaveTheConnectionInOrder) {
     ASSERT_TRUE(db.Execute("DROP PROCEDURE IF EXISTS pr").ok());
     ASSERT_TRUE(db.Execute("CREATE PROCEDURE pr(n INT) BEGIN SELECT n; SELECT n + 1; END").ok());
@@ -92,21 +78,6 @@ TEST_F(MariaDbTest, ProceduresWithSeveralResultsLeaveTheConnectionInOrder) {
     rs.setPageSize(5);
     EXPECT_TRUE(db.Query(rs, "CALL pr(3)").ok());
     EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
-}
-
-TEST_F(MariaDbTest, APageLimitEndsWithItsQuery) {
-    ASSERT_TRUE(db.Execute("CREATE TABLE m AS SELECT seq AS i FROM seq_1_to_50").ok());
-    QXRecordset rs;
-    rs.setPageSize(10);
-    rs.setCurrentPage(2);
-    ASSERT_TRUE(db.Query(rs, "SELECT i FROM m ORDER BY i LIMIT 45").ok());
-    EXPECT_EQ(rs.GetInt64(0, 0), 11);
-    EXPECT_EQ(rs.RowCount(), 10U);
-    EXPECT_FALSE(db.Query(rs, "SELECT nothing FROM m").ok());
-    EXPECT_EQ(db.Rows("SELECT COUNT(*) FROM (SELECT i FROM m) x"), "50\n");
-    rs.setPageSize(0);
-    ASSERT_TRUE(db.Query(rs, "SELECT i FROM m").ok());
-    EXPECT_EQ(rs.RowCount(), 50U);
 }
 
 TEST_F(MariaDbTest, AnAutocommitLeftOffIsSetRight) {

@@ -18,24 +18,6 @@ class OdbcTest : public testing::Test {
     Client db{OdbcBackend()};
 };
 
-TEST_F(OdbcTest, LongValuesOfEveryKindComeWhole) {
-    std::string text;
-    for (int i = 0; text.size() < 200000; ++i) {
-        text += "žluťoučký 🐎 " + std::to_string(i) + " ";
-    }
-    QXRecordset rs;
-    const Outcome outcome = db.Query(
-        rs, "SELECT ?::text, repeat('x', 1023), repeat('y', 1024), ?::bytea, ''::text, NULL::text",
-        {QXValue::TextUtf8(text), QXValue::Blob(text.data(), text.size())});
-    ASSERT_TRUE(outcome.ok()) << outcome;
-    EXPECT_EQ(rs.GetTextUtf8(0, 0), text);
-    EXPECT_EQ(rs.GetTextUtf8(0, 1), std::string(1023, 'x'));
-    EXPECT_EQ(rs.GetTextUtf8(0, 2), std::string(1024, 'y'));
-    EXPECT_EQ(rs.GetBytes(0, 3), text);
-    EXPECT_EQ(rs.GetTextUtf8(0, 4), "");
-    EXPECT_TRUE(rs.IsNull(0, 5));
-}
-
 TEST_F(OdbcTest, AWholeConnectionStringIsTakenAsItIs) {
     const QXDataSource& built = db.DataSource();
     QXDataSource whole;

@@ -40,17 +40,6 @@ TEST_F(PostgreSqlTest, ValuesOutsideOfATypesRangeStayReadable) {
     EXPECT_EQ(rs.TypeAt(0, 8), QXValueType::Timestamp);
 }
 
-TEST_F(PostgreSqlTest, QuestionMarksAndDollarsMeanWhatTheySay) {
-    EXPECT_EQ(db.Rows("SELECT '{\"a\": 1}'::jsonb ?? ?, '$1 costs $5', $$ ? $1 $$, E'\\'?'",
-                      {QXValue::TextUtf8("a")}),
-              "true|$1 costs $5| ? $1 |'?\n");
-    EXPECT_EQ(db.Rows("SELECT ?::bigint + ?", {QXValue::Int64(40), QXValue::Int64(2)}), "42\n");
-    ASSERT_TRUE(db.Execute("CREATE OR REPLACE FUNCTION twice(int) RETURNS int LANGUAGE sql AS "
-                           "$f$ SELECT $1 * 2; $f$")
-                    .ok());
-    EXPECT_EQ(db.Rows("SELECT twice(?)", {QXValue::Int64(21)}), "42\n");
-}
-
 TEST_F(PostgreSqlTest, WhatTheServerCannotTakeIsRefusedInWords) {
     const Outcome nul = db.Execute("SELECT ?::text", {QXValue::TextUtf8(std::string("a\0b", 3))});
     EXPECT_EQ(nul.code, DBMGR_BAD_VALUE);
@@ -71,19 +60,14 @@ TEST_F(PostgreSqlTest, AConstraintThatFailsAtTheEndRollsTheListBack) {
     EXPECT_TRUE(db.Execute({bad, db.Command("INSERT INTO late VALUES (2, 1)")}).ok());
 }
 
-TEST_F(PostgreSqlTest, ATimestampMeansTheSameInstantBothWays) {
+TEST_F(PostgreSqlTest, OptionsArriveAndATimestampMeansTheSameInstantBothWays) {
     const QXValue at = QXValue::Timestamp(QXDateTime::Timestamp(2026, 7, 1, 12, 0, 0));
     Client elsewhere(db);
-    elsewhere.DataSource().options = "timezone=Asia/Tokyo;application_name=elsewhere";
+    elsewhere.DataSource().options =
+        "timezone=Asia/Tokyo;options=-c qxdb.label=gr\u00FC\u00DFe\u4E2D";
     EXPECT_EQ(db.Rows("SELECT ?::timestamptz", {at}), "2026-07-01 12:00:00\n");
-    EXPECT_EQ(elsewhere.Rows("SELECT ?::timestamptz, current_setting('application_name')", {at}),
-              "2026-07-01 03:00:00|elsewhere\n");
-}
-
-TEST_F(PostgreSqlTest, AnOptionBeyondAsciiArrivesAsItIs) {
-    Client labelled(db);
-    labelled.DataSource().options = "options=-c qxdb.label=gr\u00FC\u00DFe\u4E2D";
-    EXPECT_EQ(labelled.Rows("SELECT current_setting('qxdb.label')"), "gr\u00FC\u00DFe\u4E2D\n");
+    EXPECT_EQ(elsewhere.Rows("SELECT ?::timestamptz, current_setting('qxdb.label')", {at}),
+              "2026-07-01 03:00:00|gr\u00FC\u00DFe\u4E2D\n");
 }
 
 TEST_F(PostgreSqlTest, FailedLoginsSayWhy) {

@@ -43,6 +43,7 @@ TEST_F(Program, ExitStatusTellsWhatWentWrong) {
     EXPECT_EQ(Run({"-f", folder_.File("missing.sql")}).status, 2);
     EXPECT_EQ(RunQxdb({"--db", "sqlite:" + folder_.File("no/such/folder/x.db")}).status, 3);
     EXPECT_EQ(RunQxdb({"--db", Db(), "ping"}).status, 0);
+    EXPECT_EQ(Run({"-c", "SELECT ?; SELECT ?", "--param", "5"}).status, 2);
 }
 
 TEST_F(Program, HelpAndVersionAreNoErrors) {
@@ -129,14 +130,6 @@ TEST_F(Program, AScriptCanBeOneTransaction) {
     EXPECT_EQ(Query("SELECT a FROM t"), "1\r\n4\r\n");
 }
 
-TEST_F(Program, ParametersKeepTheirTypes) {
-    const Ended ended = Run({"-c", "SELECT typeof(?), typeof(?), typeof(?), hex(?), ?, ? IS NULL",
-                             "--param", "5", "--param", "text:5", "--param", "double:1", "--param",
-                             "blob:00ff", "--param", "ab'c", "--param", "null"});
-    EXPECT_EQ(ended.out, "integer,text,real,00FF,ab'c,1\r\n");
-    EXPECT_EQ(Run({"-c", "SELECT ?; SELECT ?", "--param", "5"}).status, 2);
-}
-
 TEST_F(Program, PagesAreFetchedByNumber) {
     const std::string five = "VALUES (1), (2), (3), (4), (5)";
     EXPECT_EQ(Run({"-c", five, "--page-size", "2", "--page", "3"}).out, "5\r\n");
@@ -175,7 +168,6 @@ TEST_F(Program, BrokenScriptsAreReportedWhereTheyBreak) {
     EXPECT_THAT(open.err, HasSubstr("standard input:2: the script ends inside a quoted text"));
     EXPECT_THAT(Run({}, "SELECT 'caf\xE9';").err, HasSubstr("not UTF-8"));
     EXPECT_THAT(Run({}, "ROLLBACK;").err, HasSubstr("without BEGIN"));
-    EXPECT_THAT(Run({}, "BEGIN; BEGIN;").err, HasSubstr("already"));
 }
 
 TEST_F(Program, TimingStaysOffStandardOutput) {

@@ -53,7 +53,8 @@ Terminal::~Terminal() {
     close(descriptor_);
 }
 
-void Terminal::Type(const std::string& keys) {
+void Terminal::Answer(const std::string& text, const std::string& keys) {
+    WaitFor(text);
     if (write(descriptor_, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) {
         throw std::runtime_error("the terminal takes no keys");
     }

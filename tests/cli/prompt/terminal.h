@@ -17,16 +17,12 @@ class Terminal {
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    void Type(const std::string& keys);
     /// Reads until `text` has appeared behind what earlier calls waited for, and gives what came up
     /// to it. Throws std::runtime_error with the screen when the program ends, or a minute passes,
     /// without it.
     std::string WaitFor(const std::string& text);
     /// Types the keys once the text has appeared.
-    void Answer(const std::string& text, const std::string& keys) {
-        WaitFor(text);
-        Type(keys);
-    }
+    void Answer(const std::string& text, const std::string& keys);
     /// Waits for the program's end: its exit status, or 128 and the signal's number.
     int WaitForEnd();
 

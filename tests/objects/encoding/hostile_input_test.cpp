@@ -6,9 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <qxdb/QXProxyInfo.h>
-#include <qxdb/QXSvrInfo.h>
-
 #include "tests/objects/cdr_support.h"
 #include "tests/objects/samples.h"
 
