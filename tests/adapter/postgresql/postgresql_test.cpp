@@ -60,6 +60,17 @@ TEST_F(PostgreSqlTest, AConstraintThatFailsAtTheEndRollsTheListBack) {
     EXPECT_TRUE(db.Execute({bad, db.Command("INSERT INTO late VALUES (2, 1)")}).ok());
 }
 
+TEST_F(PostgreSqlTest, QuestionMarksAndDollarsMeanWhatTheySay) {
+    EXPECT_EQ(db.Rows("SELECT '{\"a\": 1}'::jsonb ?? ?, '$1 costs $5', $$ ? $1 $$, E'\\'?'",
+                      {QXValue::TextUtf8("a")}),
+              "true|$1 costs $5| ? $1 |'?\n");
+    EXPECT_EQ(db.Rows("SELECT ?::bigint + ?", {QXValue::Int64(40), QXValue::Int64(2)}), "42\n");
+    ASSERT_TRUE(db.Execute("CREATE OR REPLACE FUNCTION twice(int) RETURNS int LANGUAGE sql AS "
+                           "$f$ SELECT $1 * 2; $f$")
+                    .ok());
+    EXPECT_EQ(db.Rows("SELECT twice(?)", {QXValue::Int64(21)}), "42\n");
+}
+
 TEST_F(PostgreSqlTest, OptionsArriveAndATimestampMeansTheSameInstantBothWays) {
     const QXValue at = QXValue::Timestamp(QXDateTime::Timestamp(2026, 7, 1, 12, 0, 0));
     Client elsewhere(db);
