@@ -49,10 +49,6 @@ TEST_F(ImportExport, EveryValueComesBack) {
     EXPECT_EQ(Query("SELECT (SELECT count(*) FROM (SELECT * FROM a EXCEPT SELECT * FROM b)), "
                     "count(*) FROM b"),
               "0\t4\n");
-    EXPECT_EQ(
-        Query("SELECT DISTINCT typeof(a.price) = typeof(b.price), typeof(a.raw) = typeof(b.raw) "
-              "FROM a JOIN b ON a.id = b.id"),
-        "1\t1\n");
 }
 
 TEST_F(ImportExport, HeadersNameColumnsInAnyOrder) {

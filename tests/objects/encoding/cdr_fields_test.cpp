@@ -21,19 +21,6 @@ TEST(CdrFields, BytesOfStringsAndNumbers) {
     EXPECT_EQ(BytesOf(out), "\7\0\0\0\2\0\0\0a\0b\0\0\0\0\0\xFE\xFF\xFF\xFF\3\0\0\0xyz"s);
 }
 
-TEST(CdrFields, BigEndianPeerIsUnderstood) {
-    Input input("\0\0\0\2\0a\xD8\x3D\0\0\0\1z\0\0\0\xFF\xFF\xFF\xFE"s, 0);
-    std::wstring wide;
-    std::string narrow;
-    std::int32_t number = 0;
-    ASSERT_TRUE(encoding::ReadWide(input.Stream(), wide) &&
-                encoding::ReadNarrow(input.Stream(), narrow) &&
-                encoding::ReadLong(input.Stream(), number));
-    EXPECT_EQ(wide.front(), L'a');
-    EXPECT_EQ(narrow, "z");
-    EXPECT_EQ(number, -2);
-}
-
 TEST(CdrFields, CountBeyondTheStreamClearsTheGoodBit) {
     Input narrow("\x05\0\0\0abcd"s);
     std::string text;
