@@ -1,10 +1,11 @@
 #include <atomic>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
 
-#include "errors/caught_exception.h"
+#include "fault_library.h"
 #include "faults.h"
 
 namespace CQXBASE::test {
@@ -63,39 +64,11 @@ TEST(FaultTranslation, ShowsTheLow32BitsOfTheFaultingInstruction) {
 }
 
 TEST(FaultTranslation, StaysInItsInnermostRegion) {
-    const std::wstring outer = RunProtected(
-        QXDB_SITE(L"f", L"outer"),
-        [] {
-            std::wstring inner = Report(DivideByZero);
-            EXPECT_THAT(inner, StartsWith(L"EXCEPTION_INT_DIVIDE_BY_ZERO"));
-            WriteToNull();
-            return inner;
-        },
-        [](const CaughtException& caught) { return caught.text(); });
+    const std::wstring outer = Report([] {
+        EXPECT_THAT(Report(DivideByZero), StartsWith(L"EXCEPTION_INT_DIVIDE_BY_ZERO"));
+        WriteToNull();
+    });
     EXPECT_THAT(outer, StartsWith(L"EXCEPTION_ACCESS_VIOLATION"));
-}
-
-TEST(FaultTranslation, UnwindsTheFramesBetween) {
-    struct Count {
-        explicit Count(int& value) : value_(value) { ++value_; }
-        ~Count() { --value_; }
-        int& value_;
-    };
-    int live = 0;
-    const std::wstring text = RunProtected(
-        QXDB_SITE(L"f", L"g"),
-        [&live] {
-            const Count first(live);
-            const auto inner = [&live] {
-                const Count second(live);
-                WriteToNull();
-            };
-            inner();
-            return std::wstring();
-        },
-        [](const CaughtException& caught) { return caught.text(); });
-    EXPECT_THAT(text, StartsWith(L"EXCEPTION_ACCESS_VIOLATION"));
-    EXPECT_EQ(live, 0);
 }
 
 TEST(FaultTranslation, ServesThreadsAtOnce) {
@@ -114,6 +87,40 @@ TEST(FaultTranslation, ServesThreadsAtOnce) {
         thread.join();
     }
     EXPECT_EQ(right, 8 * 500 * 2);
+}
+
+std::wstring Of(LibraryFault fault) {
+    wchar_t text[200];
+    ReportOfLibrary(fault, text, std::size(text));
+    return text;
+}
+
+TEST(FaultInSharedLibrary, IsReportedByItsBoundary) {
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_THAT(Of(LibraryFault::WriteToNull), StartsWith(L"EXCEPTION_ACCESS_VIOLATION\n"));
+        EXPECT_EQ(Of(LibraryFault::CallPureVirtual), L"In _purecall_handler.\n");
+    }
+    std::thread([] {
+        EXPECT_THAT(Of(LibraryFault::WriteToNull), StartsWith(L"EXCEPTION_ACCESS_VIOLATION\n"));
+    }).join();
+}
+
+TEST(FaultInSharedLibrary, NestsWithTheRegionsOfTheProgram) {
+    // The program and the library each have a translator; the innermost region counts.
+    wchar_t text[200];
+    ReportOfCallback(
+        [] {
+            EXPECT_THAT(Report(DivideByZero), StartsWith(L"EXCEPTION_INT_DIVIDE_BY_ZERO\n"));
+            DivideByZero();
+        },
+        text, std::size(text));
+    EXPECT_THAT(std::wstring(text), StartsWith(L"EXCEPTION_INT_DIVIDE_BY_ZERO\n"));
+    EXPECT_THAT(Report([] {
+                    EXPECT_THAT(Of(LibraryFault::WriteToNull),
+                                StartsWith(L"EXCEPTION_ACCESS_VIOLATION\n"));
+                    DivideByZero();
+                }),
+                StartsWith(L"EXCEPTION_INT_DIVIDE_BY_ZERO\n"));
 }
 
 }  // namespace

@@ -36,13 +36,6 @@ volatile bool gAlways = true;
 void (*volatile gFunction)() = nullptr;
 thread_local int tLiveOwners = 0;
 
-struct Owner {
-    Owner() { ++tLiveOwners; }
-    ~Owner() { --tLiveOwners; }
-    Owner(const Owner&) = delete;
-    Owner& operator=(const Owner&) = delete;
-};
-
 int Descend(int depth) {
     volatile char frame[512];
     frame[0] = static_cast<char>(depth);
@@ -119,6 +112,13 @@ void OverflowStack() {
 }
 void OverflowStackOfOwners() {
     gSink = DescendOwning(1, 2, 3, 4);
+}
+
+Owner::Owner() {
+    ++tLiveOwners;
+}
+Owner::~Owner() {
+    --tLiveOwners;
 }
 
 int LiveOwners() noexcept {

@@ -25,7 +25,15 @@ void OverflowStack();
 /// The same in frames that own objects.
 void OverflowStackOfOwners();
 
-/// How many of the objects in OverflowStackOfOwners() live on this thread.
+/// Counted while it lives.
+struct Owner {
+    Owner();
+    ~Owner();
+    Owner(const Owner&) = delete;
+    Owner& operator=(const Owner&) = delete;
+};
+
+/// How many of them live on this thread.
 int LiveOwners() noexcept;
 
 /// Runs `fault` in a protected region; gives the text that the catch boundary would report, or ""

@@ -4,16 +4,21 @@
 #include <dlfcn.h>
 #include <malloc.h>
 #include <pthread.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 
-#include "errors/protected_region.h"
+#include "errors/caught_exception.h"
 #include "faults.h"
 
 namespace CQXBASE::test {
 namespace {
 
+using testing::KilledBySignal;
 using testing::StartsWith;
 
 sigjmp_buf gBackInHost;
@@ -24,11 +29,6 @@ struct sigaction gUnderHost {};
 void HostHandler(int, siginfo_t* info, void*) {
     ++gHostCalls;
     gHostAddress = info->si_addr;
-    siglongjmp(gBackInHost, 1);
-}
-
-void PlainHostHandler(int) {
-    ++gHostCalls;
     siglongjmp(gBackInHost, 1);
 }
 
@@ -45,24 +45,15 @@ class HostSegv {
         struct sigaction action {};
         action.sa_sigaction = handler;
         action.sa_flags = flags;
-        Set(action);
-    }
-    explicit HostSegv(void (*plain)(int)) {
-        struct sigaction action {};
-        action.sa_handler = plain;
-        Set(action);
+        sigaction(SIGSEGV, &action, &before_);
+        gUnderHost = before_;
+        gHostCalls = 0;
     }
     ~HostSegv() { sigaction(SIGSEGV, &before_, nullptr); }
     HostSegv(const HostSegv&) = delete;
     HostSegv& operator=(const HostSegv&) = delete;
 
   private:
-    void Set(const struct sigaction& action) {
-        sigaction(SIGSEGV, &action, &before_);
-        gUnderHost = before_;
-        gHostCalls = 0;
-    }
-
     struct sigaction before_ {};
 };
 
@@ -105,13 +96,6 @@ TEST(HostHandler, SetWhileAnotherThreadIsInARegionGetsItsFaults) {
         EXPECT_EQ(gHostCalls, 2);
     }).join();
     EXPECT_THAT(Report(WriteToNull), StartsWith(L"EXCEPTION_ACCESS_VIOLATION\n"));
-}
-
-TEST(HostHandler, OfThreadsThatNeverEnterKeepsItsFaults) {
-    const HostSegv host(PlainHostHandler);
-    const ProtectedRegion busy;
-    std::thread(FaultInHost).join();
-    EXPECT_EQ(gHostCalls, 1);
 }
 
 TEST(HostHandler, MayCallTheOneItReplaced) {
@@ -172,6 +156,129 @@ TEST(PureCall, OfTheHostsOwnLibrariesIsLeftAlone) {
     Dl_info info{};
     ASSERT_NE(dladdr(dlsym(RTLD_DEFAULT, "__cxa_pure_virtual"), &info), 0);
     EXPECT_THAT(info.dli_fname, testing::HasSubstr("libstdc++"));
+}
+
+// What ends the process without the library has to end it with the library.
+
+class DefaultAction : public testing::Test {
+  protected:
+    void SetUp() override { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
+};
+
+/// In the dying child: no core files in the build tree.
+void NoCoreFile() {
+    const rlimit none{0, 0};
+    setrlimit(RLIMIT_CORE, &none);
+}
+
+void UseTheLibrary() {
+    static_cast<void>(Report(WriteToNull));
+}
+
+/// Runs `fault` on a thread that has entered no region, while another one is in one.
+void FaultBesideARegion(void (*fault)()) {
+    NoCoreFile();
+    UseTheLibrary();
+    const ProtectedRegion busy;
+    std::thread(fault).join();
+}
+
+TEST_F(DefaultAction, EndsTheProcessByTheFaultsOwnSignal) {
+    EXPECT_EXIT(FaultBesideARegion(WriteToNull), KilledBySignal(SIGSEGV), "");
+    EXPECT_EXIT(FaultBesideARegion(DivideByZero), KilledBySignal(SIGFPE), "");
+    EXPECT_EXIT(FaultBesideARegion(ExecuteIllegalInstruction), KilledBySignal(SIGILL), "");
+    EXPECT_EXIT(FaultBesideARegion(HitBreakpoint), KilledBySignal(SIGTRAP), "");
+    EXPECT_EXIT(FaultBesideARegion([] { raise(SIGSEGV); }), KilledBySignal(SIGSEGV), "");
+}
+
+TEST_F(DefaultAction, AppliesToAnIgnoredFaultButNotToAnIgnoredSignal) {
+    const auto run = [](void (*fault)()) {
+        signal(SIGSEGV, SIG_IGN);
+        FaultBesideARegion(fault);
+        _exit(3);
+    };
+    EXPECT_EXIT(run(WriteToNull), KilledBySignal(SIGSEGV), "");
+    EXPECT_EXIT(run([] { raise(SIGSEGV); }), testing::ExitedWithCode(3), "");
+}
+
+TEST_F(DefaultAction, FollowsAOneShotHandler) {
+    const auto run = [] {
+        struct sigaction action {};
+        action.sa_handler = [](int) { static_cast<void>(write(2, "once ", 5)); };
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
+        sigaction(SIGSEGV, &action, nullptr);
+        FaultBesideARegion(WriteToNull);
+    };
+    EXPECT_EXIT(run(), KilledBySignal(SIGSEGV), "^once $");
+}
+
+/// A function without unwind data that faults: what is behind it can't be reached by an exception.
+void FaultBehindUnknownFrame() {
+    // push rbp; mov rbp, rsp; sub rsp, 64; mov dword [0], eax
+    constexpr unsigned char code[] = {0x55, 0x48, 0x89, 0xE5, 0x48, 0x83, 0xEC, 0x40,
+                                      0x89, 0x04, 0x25, 0x00, 0x00, 0x00, 0x00};
+    void* page =
+        mmap(nullptr, 4096, PROT_READ | PROT_WRITE | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    __builtin_memcpy(page, code, sizeof code);
+    void (*function)() = nullptr;
+    __builtin_memcpy(&function, &page, sizeof page);
+    function();
+}
+
+TEST_F(DefaultAction, AppliesToAFaultThatNoExceptionCouldLeave) {
+    const auto run = [] {
+        NoCoreFile();
+        static_cast<void>(Report(FaultBehindUnknownFrame));
+    };
+    EXPECT_EXIT(run(), KilledBySignal(SIGSEGV), "");
+}
+
+TEST_F(DefaultAction, OfAPureCallOutsideRegionsIsTheRuntimesOwn) {
+    const auto run = [] {
+        NoCoreFile();
+        UseTheLibrary();
+        CallPureVirtual();
+    };
+    EXPECT_EXIT(run(), KilledBySignal(SIGABRT), "pure virtual method called");
+}
+
+TEST(ForkedChild, TranslatesItsFaults) {
+    const ProtectedRegion busy;
+    const pid_t child = fork();
+    if (child == 0) {
+        std::wstring text;
+        std::thread([&text] { text = Report(WriteToNull); }).join();
+        _exit(text.rfind(L"EXCEPTION_ACCESS_VIOLATION", 0) == 0 ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
+
+TEST(CancelledThread, UnwindsThroughTheBoundary) {
+    std::atomic<int> handled{0};
+    const auto run = [](void* argument) -> void* {
+        RunProtected(
+            QXDB_SITE(L"f", L"g"),
+            [] {
+                for (;;) {
+                    pause();
+                }
+                return 0;
+            },
+            [argument](const CaughtException&) {
+                ++*static_cast<std::atomic<int>*>(argument);
+                return -1;
+            });
+        return nullptr;
+    };
+    pthread_t thread{};
+    ASSERT_EQ(pthread_create(&thread, nullptr, run, &handled), 0);
+    pthread_cancel(thread);
+    void* result = nullptr;
+    pthread_join(thread, &result);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_EQ(handled, 0);
 }
 
 }  // namespace

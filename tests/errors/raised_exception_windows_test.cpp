@@ -35,16 +35,8 @@ using testing::StartsWith;
 
 thread_local DWORD tCode = 0;
 thread_local DWORD tFlags = 0;
-thread_local int tLive = 0;
 thread_local int tAsked = 0;
 thread_local bool tFrameGoesOn = false;
-
-struct Owner {
-    Owner() { ++tLive; }
-    ~Owner() { --tLive; }
-    Owner(const Owner&) = delete;
-    Owner& operator=(const Owner&) = delete;
-};
 
 void RaiseCode() {
     const Owner owner;
@@ -73,7 +65,7 @@ TEST(FaultRaisedByAProgram, ArrivesWithItsNameAddressAndCode) {
             const std::wstring text = ReportOf(code, flags);
             EXPECT_THAT(text, testing::AllOf(StartsWith(start), testing::EndsWith(end)));
             EXPECT_EQ(text.size(), start.size() + 8 + end.size()) << code;
-            EXPECT_EQ(tLive, 0) << "the frame that raised " << code << " is unwound";
+            EXPECT_EQ(LiveOwners(), 0) << "the frame that raised " << code << " is unwound";
         }
     }
 }
@@ -152,7 +144,7 @@ TEST_P(FramedFault, IsTheRegionsWhenTheFrameDeclines) {
         });
         EXPECT_THAT(text, testing::HasSubstr(L"\n address:\t0x"));
         EXPECT_EQ(tAsked, i);
-        EXPECT_EQ(tLive, 0);
+        EXPECT_EQ(LiveOwners(), 0);
     }
 }
 

@@ -108,10 +108,6 @@ class Sweep {
         } else {
             ++refusals;
             EXPECT_FALSE(result.text.empty()) << result.code;
-            if (std::getenv("QXDB_SHOW_REFUSALS") != nullptr) {
-                std::printf("%s, call %ld: %ld %s\n", operation.name, first_, result.code,
-                            Utf8(result.text).c_str());
-            }
         }
     }
 

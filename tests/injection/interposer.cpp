@@ -67,6 +67,7 @@ int ThreadNumber() {
 }
 
 constexpr bool kOnce = true;
+constexpr bool kParts = true;
 
 /// Counts a call; true when it is one that fails. Not inlined: the place for a breakpoint.
 __attribute__((noinline)) bool Fails(Calls calls, bool once = false) {
@@ -99,10 +100,11 @@ int Fail() {
 }
 
 /// The next definition of a function, which is the C library's.
-template <class Function>
-Function* Next(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
+#define NEXT(name)                                                                              \
+    [] {                                                                                        \
+        static auto* const next = reinterpret_cast<decltype(&(name))>(dlsym(RTLD_NEXT, #name)); \
+        return next;                                                                            \
+    }()
 
 bool IsKind(int descriptor, mode_t kind) {
     const int error = errno;
@@ -122,23 +124,15 @@ void* OutOfMemory() {
     return nullptr;
 }
 
-/// A transfer of `count` bytes that may fail or come back short; `call` takes the count.
+/// A transfer of `count` bytes, or of as many parts, that may fail or come back short, with half of
+/// the bytes or the first part alone; `call` takes the count.
 template <class Call>
-ssize_t Transfer(Calls calls, std::size_t count, Call call) {
+ssize_t Transfer(Calls calls, std::size_t count, Call call, bool parts = false) {
     if (!Fails(calls)) {
         return call(count);
     }
     // One byte can't be halved: the call succeeds.
-    return IsShort() ? call(count > 1 ? count / 2 : count) : Fail();
-}
-
-/// The same for a gathered one, of which the first part alone is transferred when it is short.
-template <class Call>
-ssize_t TransferParts(Calls calls, std::size_t count, Call call) {
-    if (!Fails(calls)) {
-        return call(count);
-    }
-    return IsShort() ? call(count > 1 ? 1 : count) : Fail();
+    return IsShort() ? call(count > 1 ? (parts ? 1 : count / 2) : count) : Fail();
 }
 
 /// A call that transfers nothing; being short means nothing to it.
@@ -200,121 +194,106 @@ INTERPOSED void free(void* block) {
 }
 
 INTERPOSED int socket(int domain, int type, int protocol) {
-    static auto* const next = Next<decltype(socket)>("socket");
-    return Plain(Calls::Sockets, [&] { return next(domain, type, protocol); });
+    return Plain(Calls::Sockets, [&] { return NEXT(socket)(domain, type, protocol); });
 }
 INTERPOSED int connect(int descriptor, const sockaddr* address, socklen_t length) {
-    static auto* const next = Next<decltype(connect)>("connect");
-    return Plain(Calls::Sockets, [&] { return next(descriptor, address, length); });
+    return Plain(Calls::Sockets, [&] { return NEXT(connect)(descriptor, address, length); });
 }
 INTERPOSED int accept(int descriptor, sockaddr* address, socklen_t* length) {
-    static auto* const next = Next<decltype(accept)>("accept");
     // While accepting fails nobody can be answered: it fails for a moment only.
     return Plain(
-        Calls::Sockets, [&] { return next(descriptor, address, length); }, kOnce);
+        Calls::Sockets, [&] { return NEXT(accept)(descriptor, address, length); }, kOnce);
 }
 INTERPOSED int epoll_ctl(int set, int operation, int descriptor, epoll_event* event) noexcept {
-    static auto* const next = Next<decltype(epoll_ctl)>("epoll_ctl");
     // The other operations only change what is there.
     const Calls kind = operation == EPOLL_CTL_ADD ? KindOf(descriptor) : Calls::None;
-    return Plain(kind, [&] { return next(set, operation, descriptor, event); });
+    return Plain(kind, [&] { return NEXT(epoll_ctl)(set, operation, descriptor, event); });
 }
 INTERPOSED int setsockopt(int descriptor, int level, int name, const void* value,
                           socklen_t length) noexcept {
-    static auto* const next = Next<decltype(setsockopt)>("setsockopt");
-    return Plain(Calls::Sockets, [&] { return next(descriptor, level, name, value, length); });
+    return Plain(Calls::Sockets,
+                 [&] { return NEXT(setsockopt)(descriptor, level, name, value, length); });
 }
 INTERPOSED int getsockopt(int descriptor, int level, int name, void* value,
                           socklen_t* length) noexcept {
-    static auto* const next = Next<decltype(getsockopt)>("getsockopt");
-    return Plain(Calls::Sockets, [&] { return next(descriptor, level, name, value, length); });
+    return Plain(Calls::Sockets,
+                 [&] { return NEXT(getsockopt)(descriptor, level, name, value, length); });
 }
 INTERPOSED int shutdown(int descriptor, int how) noexcept {
-    static auto* const next = Next<decltype(shutdown)>("shutdown");
-    return Plain(Calls::Sockets, [&] { return next(descriptor, how); });
+    return Plain(Calls::Sockets, [&] { return NEXT(shutdown)(descriptor, how); });
 }
 INTERPOSED int poll(pollfd* entries, nfds_t count, int timeout) {
-    static auto* const next = Next<decltype(poll)>("poll");
-    return Plain(Calls::Sockets, [&] { return next(entries, count, timeout); });
+    return Plain(Calls::Sockets, [&] { return NEXT(poll)(entries, count, timeout); });
 }
 INTERPOSED int select(int count, fd_set* reads, fd_set* writes, fd_set* errors, timeval* timeout) {
-    static auto* const next = Next<decltype(select)>("select");
-    return Plain(Calls::Sockets, [&] { return next(count, reads, writes, errors, timeout); });
+    return Plain(Calls::Sockets,
+                 [&] { return NEXT(select)(count, reads, writes, errors, timeout); });
 }
 INTERPOSED ssize_t send(int descriptor, const void* bytes, std::size_t count, int flags) {
-    static auto* const next = Next<decltype(send)>("send");
     return Transfer(Calls::Sockets, count,
-                    [&](std::size_t some) { return next(descriptor, bytes, some, flags); });
+                    [&](std::size_t some) { return NEXT(send)(descriptor, bytes, some, flags); });
 }
 INTERPOSED ssize_t sendmsg(int descriptor, const msghdr* message, int flags) {
-    static auto* const next = Next<decltype(sendmsg)>("sendmsg");
-    return TransferParts(Calls::Sockets, message->msg_iovlen, [&](std::size_t some) {
-        msghdr shorter = *message;
-        shorter.msg_iovlen = some;
-        return next(descriptor, &shorter, flags);
-    });
+    return Transfer(
+        Calls::Sockets, message->msg_iovlen,
+        [&](std::size_t some) {
+            msghdr shorter = *message;
+            shorter.msg_iovlen = some;
+            return NEXT(sendmsg)(descriptor, &shorter, flags);
+        },
+        kParts);
 }
 INTERPOSED ssize_t recv(int descriptor, void* bytes, std::size_t count, int flags) {
-    static auto* const next = Next<decltype(recv)>("recv");
     return Transfer(Calls::Sockets, count,
-                    [&](std::size_t some) { return next(descriptor, bytes, some, flags); });
+                    [&](std::size_t some) { return NEXT(recv)(descriptor, bytes, some, flags); });
 }
 INTERPOSED ssize_t read(int descriptor, void* bytes, std::size_t count) {
-    static auto* const next = Next<decltype(read)>("read");
     const Calls kind = KindOf(descriptor);
     return kind == Calls::Sockets
                ? Transfer(kind, count,
-                          [&](std::size_t some) { return next(descriptor, bytes, some); })
-               : next(descriptor, bytes, count);
+                          [&](std::size_t some) { return NEXT(read)(descriptor, bytes, some); })
+               : NEXT(read)(descriptor, bytes, count);
 }
 INTERPOSED ssize_t write(int descriptor, const void* bytes, std::size_t count) {
-    static auto* const next = Next<decltype(write)>("write");
     return Transfer(KindOf(descriptor), count,
-                    [&](std::size_t some) { return next(descriptor, bytes, some); });
+                    [&](std::size_t some) { return NEXT(write)(descriptor, bytes, some); });
 }
 INTERPOSED ssize_t writev(int descriptor, const iovec* parts, int count) {
-    static auto* const next = Next<decltype(writev)>("writev");
-    return TransferParts(
+    return Transfer(
         KindOf(descriptor), static_cast<std::size_t>(count),
-        [&](std::size_t some) { return next(descriptor, parts, static_cast<int>(some)); });
+        [&](std::size_t some) { return NEXT(writev)(descriptor, parts, static_cast<int>(some)); },
+        kParts);
 }
 INTERPOSED ssize_t pwrite64(int descriptor, const void* bytes, std::size_t count, off64_t at) {
-    static auto* const next = Next<decltype(pwrite64)>("pwrite64");
     return Transfer(Calls::Disk, count,
-                    [&](std::size_t some) { return next(descriptor, bytes, some, at); });
+                    [&](std::size_t some) { return NEXT(pwrite64)(descriptor, bytes, some, at); });
 }
 INTERPOSED int ftruncate64(int descriptor, off64_t length) noexcept {
-    static auto* const next = Next<decltype(ftruncate64)>("ftruncate64");
-    return Plain(Calls::Disk, [&] { return next(descriptor, length); });
+    return Plain(Calls::Disk, [&] { return NEXT(ftruncate64)(descriptor, length); });
 }
 INTERPOSED int fdatasync(int descriptor) {
-    static auto* const next = Next<decltype(fdatasync)>("fdatasync");
-    return Plain(Calls::Disk, [&] { return next(descriptor); });
+    return Plain(Calls::Disk, [&] { return NEXT(fdatasync)(descriptor); });
 }
 INTERPOSED int fsync(int descriptor) {
-    static auto* const next = Next<decltype(fsync)>("fsync");
-    return Plain(Calls::Disk, [&] { return next(descriptor); });
+    return Plain(Calls::Disk, [&] { return NEXT(fsync)(descriptor); });
 }
 INTERPOSED int open64(const char* path, int flags, ...) {
-    static auto* const next = Next<int(const char*, int, ...)>("open64");
     std::va_list rest;
     va_start(rest, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
     va_end(rest);
     // Only a file that is made takes space.
     return (flags & O_CREAT) != 0 && access(path, F_OK) != 0
-               ? Plain(Calls::Disk, [&] { return next(path, flags, mode); })
-               : next(path, flags, mode);
+               ? Plain(Calls::Disk, [&] { return NEXT(open64)(path, flags, mode); })
+               : NEXT(open64)(path, flags, mode);
 }
 
 INTERPOSED int EVP_BytesToKey(const void* cipher, const void* digest, const unsigned char* salt,
                               const unsigned char* bytes, int count, int rounds, unsigned char* key,
                               unsigned char* vector) {
-    using Function = int(const void*, const void*, const unsigned char*, const unsigned char*, int,
-                         int, unsigned char*, unsigned char*);
-    static auto* const next = Next<Function>("EVP_BytesToKey");
     derivationCalls = 0;
-    const int length = next(cipher, digest, salt, bytes, count, rounds, key, vector);
+    const int length =
+        NEXT(EVP_BytesToKey)(cipher, digest, salt, bytes, count, rounds, key, vector);
     derivationCalls = -1;
     return length;
 }

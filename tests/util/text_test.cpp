@@ -52,7 +52,9 @@ TEST(Utf16, PairsAndLoneSurrogatesSurvive) {
     EXPECT_EQ(ToUtf16(FromUtf16(lone)), lone);
 }
 
-TEST(CodePage, EmptyAndNullGiveEmpty) {
+TEST(CodePage, EmptyNullAndUnknownPagesGiveEmpty) {
+    EXPECT_EQ(ToWide("text", 4242), L"");
+    EXPECT_EQ(ToNarrow(L"text", 1200), "");
     EXPECT_EQ(ToWide(std::string(), kCodePageAnsi), L"");
     EXPECT_EQ(ToWide(static_cast<const char*>(nullptr), kCodePageAnsi), L"");
     EXPECT_EQ(ToNarrow(L"", kCodePageAnsi), "");
@@ -75,11 +77,6 @@ TEST(CodePage, SingleAndDoubleBytePages) {
     EXPECT_EQ(ToNarrow(L"caf\u4e2d!", 1252), "caf?!");
     const std::wstring manyChunks(5000, L'\u4e2d');
     EXPECT_TRUE(ToWide(ToNarrow(manyChunks, 936), 936) == manyChunks);
-}
-
-TEST(CodePage, UnknownOneGivesEmpty) {
-    EXPECT_EQ(ToWide("text", 4242), L"");
-    EXPECT_EQ(ToNarrow(L"text", 1200), "");
 }
 
 }  // namespace

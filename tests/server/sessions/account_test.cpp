@@ -43,31 +43,7 @@ class AccountStoreTest : public testing::Test {
   protected:
     TempDir folder_;
     sessions::AccountStore store_{folder_.File("accounts.db")};
-    sessions::AccountStore other_{folder_.File("accounts.db")};  ///< stands for another process
 };
-
-TEST_F(AccountStoreTest, SeesAtOnceWhatAnotherProcessChanges) {
-    store_.Add("ann", "hash-1", {"main", "sales"});
-    const std::optional<sessions::Account> added = other_.Find("ann");
-    ASSERT_TRUE(added);
-    EXPECT_EQ(added->passwordHash, "hash-1");
-    EXPECT_TRUE(added->MayUse("sales"));
-    EXPECT_FALSE(added->MayUse("other"));
-
-    store_.SetPassword("ann", "hash-2");
-    const std::optional<sessions::Account> changed = other_.Find("ann");
-    EXPECT_EQ(changed->passwordHash, "hash-2");
-    EXPECT_NE(changed->revision, added->revision);
-
-    store_.SetDatabases("ann", {});
-    EXPECT_TRUE(other_.Find("ann")->MayUse("other"));
-    EXPECT_EQ(other_.Find("ann")->revision, changed->revision);
-
-    store_.Remove("ann");
-    EXPECT_FALSE(other_.Find("ann"));
-    store_.Add("ann", "hash-2", {});
-    EXPECT_NE(other_.Find("ann")->revision, changed->revision);
-}
 
 TEST_F(AccountStoreTest, TakesNamesAsTheyAreAndRefusesWhatCanBeNone) {
     for (const char* name : {"zoë", "O'Brien", "a b", "%", "\"; DROP TABLE account; --"}) {

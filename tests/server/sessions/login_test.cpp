@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "messages/type_codes.h"
+#include "server/sessions/account_store.h"
 #include "server/sessions/login_throttle.h"
 #include "server/sessions/password_hash.h"
 #include "tests/server/test_server.h"
@@ -82,28 +83,42 @@ TEST(Session, EveryRequestNeedsALiveToken) {
     TestServer server([](CQXSERVER::ServerOptions& options) { options.limits.sessionIdle = 10s; },
                       clock);
     RawClient client = server.Connect();
+    EXPECT_EQ(client.Handshake().Error(), 0);
     EXPECT_EQ(client.Execute(L"SELECT 1").Error(), Number(ServerError::NotLoggedIn));
+    EXPECT_EQ(client.CallString(kSendText, L"hello").Error(), Number(ServerError::NotLoggedIn));
     client.token = std::wstring(32, L'0');
     EXPECT_EQ(client.Execute(L"SELECT 1").Error(), Number(ServerError::UnknownToken));
     client.Login(L"ann", L"secret");
-    EXPECT_EQ(client.Execute(L"SELECT 1").Error(), 0);
+    for (int i = 0; i < 3; ++i) {
+        clock.Advance(6s);
+        EXPECT_EQ(client.Handshake().Error(), 0) << "a handshake keeps a session alive";
+    }
+    const Reply taken = client.CallString(kSendText, std::wstring(100000, L'x'));
+    EXPECT_EQ(taken.code, kSendText);
+    EXPECT_EQ(taken.Status().code, 0U);
     clock.Advance(11s);
-    const Reply expired = client.Execute(L"SELECT 1");
+    const Reply expired = client.Handshake();
     EXPECT_EQ(expired.Error(), Number(ServerError::SessionExpired));
     EXPECT_NE(expired.Status().text.find(L"expired"), std::wstring::npos);
     client.Login(L"ann", L"secret");
     EXPECT_EQ(client.Execute(L"SELECT 1").Error(), 0);
 }
 
-TEST(Session, EndsWithTheAccountOrItsPassword) {
+TEST(Session, EndsWhenAnotherProcessChangesItsAccountOrThePassword) {
     TestServer server;
+    CQXSERVER::sessions::AccountStore other(server.Folder().File("data/accounts.db"));
     RawClient client = server.LoggedIn();
-    server.Get().Accounts().SetPassword("ann", CQXSERVER::sessions::HashPassword("new", {2, 1, 1}));
+    other.SetPassword("ann", CQXSERVER::sessions::HashPassword("new", {2, 1, 1}));
     EXPECT_EQ(client.Execute(L"SELECT 1").Error(), Number(ServerError::AccountChanged));
     client.Login(L"ann", L"new");
-    server.Get().Accounts().Remove("ann");
+    RawClient second = server.Connect();
+    second.Login(L"ann", L"new");
+    other.Remove("ann");
     EXPECT_EQ(client.Handshake().Error(), Number(ServerError::AccountChanged));
     EXPECT_EQ(client.Execute(L"SELECT 1").Error(), Number(ServerError::UnknownToken));
+    server.AddUser("ann", "new");
+    EXPECT_EQ(second.Execute(L"SELECT 1").Error(), Number(ServerError::AccountChanged))
+        << "the new account has the old one's session";
 }
 
 TEST(Session, OutlivesItsConnectionAndEndsWithALogoutOfItsOwnAccount) {
@@ -125,25 +140,6 @@ TEST(Session, OutlivesItsConnectionAndEndsWithALogoutOfItsOwnAccount) {
     EXPECT_EQ(client.CallString(kVirtualLogout, L"ann|~|secret").Error(),
               Number(ServerError::NotLoggedIn));
     EXPECT_EQ(other.Execute(L"SELECT 1").Error(), 0);
-}
-
-TEST(Session, HandshakeAndTextMessages) {
-    HandClock clock;
-    TestServer server([](CQXSERVER::ServerOptions& options) { options.limits.sessionIdle = 10s; },
-                      clock);
-    RawClient client = server.Connect();
-    EXPECT_EQ(client.Handshake().code, CQXBASE::kHandshake);
-    EXPECT_EQ(client.CallString(kSendText, L"hello").Error(), Number(ServerError::NotLoggedIn));
-    client.Login(L"ann", L"secret");
-    for (int i = 0; i < 3; ++i) {
-        clock.Advance(6s);
-        EXPECT_EQ(client.Handshake().Error(), 0) << "a handshake keeps a session alive";
-    }
-    const Reply taken = client.CallString(kSendText, std::wstring(100000, L'x'));
-    EXPECT_EQ(taken.code, kSendText);
-    EXPECT_EQ(taken.Status().code, 0U);
-    clock.Advance(11s);
-    EXPECT_EQ(client.Handshake().Error(), Number(ServerError::SessionExpired));
 }
 
 TEST(Throttle, DelaysWhoeverGuessesAndNobodyElse) {
