@@ -8,15 +8,6 @@ namespace {
 
 using CQXDB::DBAgent;
 
-TEST(AgentConfiguration, ANewAgentIsLocalAndBlank) {
-    const DBAgent agent;
-    EXPECT_TRUE(agent.isLocal());
-    EXPECT_EQ(agent.token(), L"");
-    EXPECT_EQ(agent.ServerName(), L"");
-    EXPECT_EQ(agent.DefaultDB(), L"");
-    EXPECT_EQ(agent.errCode_, 0);
-}
-
 TEST(AgentConfiguration, AnEmptyDatabaseNameChangesNothing) {
     DBAgent agent;
     agent.SetDB(L"first");
@@ -49,6 +40,13 @@ TEST(AgentConfiguration, ServerNameIsKeptAsGivenLocallyAndRebuiltRemotely) {
         EXPECT_EQ(agent.ServerName(), c.key) << c.given;
         EXPECT_FALSE(agent.isLocal());
         EXPECT_EQ(agent.token(), L"tok");
+        DBAgent switched;
+        switched.init(c.given, {}, L"", true);
+        switched.SetIsLocal(false);
+        EXPECT_EQ(switched.ServerName(), c.key) << c.given;
+        switched.SetIsLocal(true);
+        EXPECT_TRUE(switched.isLocal());
+        EXPECT_EQ(switched.ServerName(), c.key);
     }
 }
 
@@ -61,16 +59,6 @@ TEST(AgentConfiguration, ServerInfoCarriesHostPortAndDatabase) {
     agent.init(server, {}, L"tok", false);
     EXPECT_EQ(agent.ServerName(), L"srv:9000");
     EXPECT_EQ(agent.DefaultDB(), L"db1");
-}
-
-TEST(AgentConfiguration, SwitchingToRemoteTargetsTheRememberedServer) {
-    DBAgent agent;
-    agent.init(L"srv:0081", {}, L"", true);
-    agent.SetIsLocal(false);
-    EXPECT_EQ(agent.ServerName(), L"srv:81");
-    agent.SetIsLocal(true);
-    EXPECT_TRUE(agent.isLocal());
-    EXPECT_EQ(agent.ServerName(), L"srv:81");
 }
 
 // Where an argument is put decides what a database is asked for, so all of them differ.

@@ -43,7 +43,7 @@ class AgentSession : public testing::Test {
     CQXDB_DriverType_ENUM driver_ = CQXDB_DRIVER_DEFAULT;
 };
 
-TEST_F(AgentSession, LoginFillsTokenAndInfo) {
+TEST_F(AgentSession, LoginFillsTokenAndInfoAndARefusalEmptiesThem) {
     server_.Reply(30, Session(0, L"", L"t0k", L"welcome"));
     EXPECT_TRUE(Login());
     EXPECT_EQ(token_, L"t0k");
@@ -53,11 +53,12 @@ TEST_F(AgentSession, LoginFillsTokenAndInfo) {
     EXPECT_EQ(request.code, 30U);
     CQXBASE::QXOneString login(L"ada|~|secret");
     EXPECT_EQ(request.body, EncodeRecord(login));
-}
-
-TEST_F(AgentSession, ARefusedLoginTellsWhyAndEmptiesTheToken) {
-    server_.Reply(30, Session(0, L"", L"t0k", L"welcome"));
-    ASSERT_TRUE(Login());
+    server_.Hangup();
+    info_ = token_ = L"stale";
+    EXPECT_FALSE(Login());
+    EXPECT_NE(agent_.errCode_, 0);
+    EXPECT_EQ(token_, L"t0k") << "as it stood";
+    EXPECT_EQ(info_, L"welcome");
     server_.Reply(30, Session(12, L"wrong password", L"", L""));
     EXPECT_FALSE(Login());
     EXPECT_EQ(agent_.errCode_, 12);
@@ -67,17 +68,6 @@ TEST_F(AgentSession, ARefusedLoginTellsWhyAndEmptiesTheToken) {
     server_.Reply(0, QXSimpleMsg(L"full", 7));
     EXPECT_FALSE(VirLogin());
     EXPECT_EQ(agent_.errCode_, 7);
-}
-
-TEST_F(AgentSession, AFailedExchangeHandsOutTheFieldsAsTheyStand) {
-    server_.Reply(30, Session(0, L"", L"t0k", L"welcome"));
-    ASSERT_TRUE(Login());
-    server_.Hangup();
-    info_ = token_ = L"stale";
-    EXPECT_FALSE(Login());
-    EXPECT_NE(agent_.errCode_, 0);
-    EXPECT_EQ(token_, L"t0k");
-    EXPECT_EQ(info_, L"welcome");
 }
 
 TEST_F(AgentSession, VirtualLoginTellsKindAndDriver) {

@@ -142,22 +142,6 @@ TEST_P(LocalAndRemote, ErrorsPagesAndListsAreAlike) {
     failing.Add(QXCommand(L"INSERT INTO one VALUES (1, 'again')"));
     EXPECT_NE(Both([&](DBAgent& agent) { return Execute(agent, failing); }).code, 0);
     EXPECT_EQ(QueryBoth(L"SELECT COUNT(*) FROM one").rows.GetInt64(0, 0), 10);
-
-    QXCommandList batch;
-    batch.Add(QXCommand(L"SELECT MAX(id) FROM one"));
-    batch.Add(QXCommand(L"SELECT v FROM one ORDER BY id"));
-    QXRsList here;
-    QXRsList there;
-    long code = 0;
-    std::wstring text;
-    local_.BatchQry(code, text, batch, here);
-    remote_.BatchQry(code, text, batch, there);
-    ASSERT_EQ(code, 0) << Utf8(text);
-    ASSERT_EQ(here.Count(), 2U);
-    ASSERT_EQ(there.Count(), 2U);
-    for (std::size_t i = 0; i < 2; ++i) {
-        EXPECT_TRUE(Same(here.At(i), there.At(i))) << i;
-    }
 }
 
 std::string NameOf(const testing::TestParamInfo<std::size_t>& chosen) {

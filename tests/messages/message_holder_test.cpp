@@ -113,16 +113,6 @@ TEST(MessageHolder, ReplyOfAnotherClassIsRefusedUndecoded) {
     EXPECT_EQ(2U, list.Count());
 }
 
-TEST(MessageHolder, ErrorsAreTakenForEveryRequest) {
-    QXRecordset recordset = OneCell(5);
-    for (const std::uint32_t request : {1U, 3U, 7U, 30U, 1000U}) {
-        const MessageHolder holder = Reply(request, kErrorReply, kStatus, &recordset);
-        ASSERT_EQ(State::Good, holder.GetState()) << request;
-        EXPECT_EQ(7U, holder.As<QXSimpleMsg>()->code);
-    }
-    EXPECT_EQ(5, recordset.GetInt64(0, 0));
-}
-
 TEST(MessageHolder, UnknownCodesAreMarked) {
     std::string requests;
     for (std::uint32_t code = 0; code < 300; ++code) {
@@ -198,19 +188,6 @@ TEST(MessageHolder, FramesAreReadInTheByteOrderTheyName) {
         EXPECT_EQ(7U, holder.As<QXSimpleMsg>()->code);
         EXPECT_EQ(L"ab", holder.As<QXSimpleMsg>()->text);
         EXPECT_EQ(frame.size(), block->length()) << "the block is not consumed";
-    }
-}
-
-TEST(MessageHolder, FramesThatEndEarlyAreBroken) {
-    const std::string frame = kHeader + kStatus;
-    for (std::size_t length = 0; length < frame.size(); ++length) {
-        const auto block = BlockOf(frame.substr(0, length));
-        const ReceivedBody body = ReceivedBody::Frame(*block);
-        EXPECT_EQ(State::Undecodable,
-                  MessageHolder::Reply(kHandshake, 6, body, nullptr).GetState());
-        EXPECT_EQ(length == kHeader.size() ? State::Good : State::Undecodable,
-                  MessageHolder::Reply(kExecute, kExecute, body, nullptr).GetState())
-            << length;
     }
 }
 

@@ -72,8 +72,8 @@ TEST(AsyncResources, FramesAndTransportsLeaveNothingBehind) {
     });
 }
 
-TEST(AsyncResources, ManyTransportsAtOnce) {
-    const LogCapture log;
+TEST(AsyncResources, ManyTransportsAtOnceSayNothing) {
+    testing::internal::CaptureStderr();
     std::list<StreamPair> pairs(30);
     std::list<OpenQXIO> nears;
     std::list<OpenQXIO> fars;
@@ -83,17 +83,8 @@ TEST(AsyncResources, ManyTransportsAtOnce) {
         Exchange(nears.back(), fars.back(), 1000);
     }
     Exchange(nears.front(), fars.front(), 1000);
-}
-
-TEST(AsyncResources, ProactorsSayNothing) {
-    testing::internal::CaptureStderr();
-    {
-        StreamPair pair;
-        OpenQXIO near(pair.nearEnd);
-        OpenQXIO far(pair.farEnd);
-        near.ensure_proactor();
-        far.ensure_proactor();
-    }
+    nears.clear();
+    fars.clear();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 

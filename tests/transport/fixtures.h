@@ -8,6 +8,7 @@
 #include <ace/Log_Msg.h>
 #include <ace/Log_Msg_Callback.h>
 #include <ace/Log_Record.h>
+#include <ace/SOCK_Stream.h>
 #include <gtest/gtest.h>
 
 #include <qxdb/QXIOBase.h>
@@ -120,6 +121,13 @@ class TransportTest : public testing::Test {
     LogCapture log_;
     Received got_;
 };
+
+inline int Option(const ACE_SOCK_Stream& stream, int level, int option) {
+    int value = 0;  // Windows may set one byte of it
+    int size = sizeof value;
+    EXPECT_EQ(stream.get_option(level, option, &value, &size), 0);
+    return value;
+}
 
 using Lines = std::vector<std::string>;
 

@@ -1,10 +1,10 @@
 // Sockets as only POSIX systems have them.
 #include <atomic>
 #include <fcntl.h>
+#include <fstream>
 #include <future>
 #include <netinet/tcp.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -15,37 +15,15 @@
 namespace CQXBASE {
 namespace {
 
-/// Takes up all descriptors below the 1,024 that a handle set holds.
-class CrowdedProcess {
-  public:
-    CrowdedProcess() {
-        getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit wide{std::max<rlim_t>(before_.rlim_cur, 2048), before_.rlim_max};
-        EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &wide), 0);
-        while (taken_.empty() || taken_.back() < 1024) {
-            taken_.push_back(open("/dev/null", O_RDONLY));
-            if (taken_.back() < 0) {
-                ADD_FAILURE() << "no descriptor above 1,023";
-                break;
-            }
-        }
-    }
-    ~CrowdedProcess() {
-        for (const int descriptor : taken_) {
-            close(descriptor);
-        }
-        setrlimit(RLIMIT_NOFILE, &before_);
-    }
-    CrowdedProcess(const CrowdedProcess&) = delete;
-    CrowdedProcess& operator=(const CrowdedProcess&) = delete;
-
-  private:
-    rlimit before_{};
-    std::vector<int> taken_;
-};
-
 TEST(PosixSockets, DescriptorsBeyondAHandleSet) {
-    const CrowdedProcess crowd;
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = std::max<rlim_t>(limit.rlim_cur, 2048);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    std::vector<std::ifstream> crowd;
+    while (crowd.size() < 1024) {  // as many as a handle set holds
+        crowd.emplace_back("/dev/null");
+    }
     std::promise<void> closed;
     LoopbackPeer peer({[&closed](ACE_SOCK_Stream& stream) {
                            Write(stream, ReadFrame(stream));
@@ -127,19 +105,12 @@ TEST(PosixSockets, AsynchronousOperationsWaitForTheSocketWithoutLimit) {
     }
 }
 
-int TcpOption(const ACE_SOCK_Stream& stream, int option) {
-    int value = -1;
-    int size = sizeof value;
-    stream.get_option(IPPROTO_TCP, option, &value, &size);
-    return value;
-}
-
 TEST(PosixSockets, KeepAliveProbesAfterFiveSecondsAndEveryFifteen) {
     StreamPair pair;
     OpenQXIO io(pair.nearEnd);
     io.set_keepalive(pair.nearEnd);
-    EXPECT_EQ(TcpOption(pair.nearEnd, TCP_KEEPIDLE), 5);
-    EXPECT_EQ(TcpOption(pair.nearEnd, TCP_KEEPINTVL), 15);
+    EXPECT_EQ(Option(pair.nearEnd, IPPROTO_TCP, TCP_KEEPIDLE), 5);
+    EXPECT_EQ(Option(pair.nearEnd, IPPROTO_TCP, TCP_KEEPINTVL), 15);
 }
 
 }  // namespace
