@@ -1,5 +1,6 @@
 // Clients that are many, slow, silent, dead or out of their mind.
 #include <filesystem>
+#include <random>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -230,6 +231,43 @@ TEST(HostilePeer, CompressedRequestsAreRefusedBeforeTheyTakeTheMemory) {
     ExpectLittleGrowth(memory);
     client.SendBytes(list(1000));
     EXPECT_EQ(client.Receive().code, kExecuteList) << "one that fits is served";
+}
+
+TEST(HostilePeer, NonsenseNeverStopsTheServer) {
+    TestServer server;
+    std::mt19937 random(20240611);
+    RawClient client = server.LoggedIn();
+    CQXDB::QXCommandList list = client.List({L"SELECT 1", L"SELECT 2"});
+    const std::string good = MakeFrame(kBatchQuery, EncodeRecord(list), false);
+    for (int i = 0; i < 300; ++i) {
+        std::string bytes = good;
+        for (unsigned flips = 1 + random() % 8; flips > 0; --flips) {
+            bytes[random() % bytes.size()] = static_cast<char>(random());
+        }
+        RawClient mad = server.Connect();
+        mad.SendBytes(i % 3 == 0 ? bytes.substr(random() % bytes.size()) : bytes);
+        mad.FinishSending();
+    }
+    EXPECT_EQ(client.Number(L"SELECT 1"), 1);
+    EXPECT_TRUE(Eventually([&] { return server.Get().Stats().open == 1; }));
+}
+
+/// Reads what the server says until it closes; all of it must be frames.
+void HearOut(RawClient& client) {
+    client.FinishSending();
+    std::string said;
+    try {
+        said = client.ReadAll();
+    } catch (const std::runtime_error&) {
+        return;  // reset, since it had not read all
+    }
+    for (std::size_t at = 0; at < said.size();) {
+        ASSERT_LE(at + kFrameHeaderSize, said.size());
+        const FrameHeader header = DecodeFrameHeader(said.data() + at);
+        ASSERT_TRUE(header.typeCode == kErrorReply || IsRequest(header.typeCode));
+        at += kFrameHeaderSize + header.bodyLength;
+        ASSERT_LE(at, said.size());
+    }
 }
 
 TEST(Limits, AnAgentHearsWhyItIsRefusedAndConnectsAgain) {
