@@ -171,14 +171,10 @@ void NoCoreFile() {
     setrlimit(RLIMIT_CORE, &none);
 }
 
-void UseTheLibrary() {
-    static_cast<void>(Report(WriteToNull));
-}
-
 /// Runs `fault` on a thread that has entered no region, while another one is in one.
 void FaultBesideARegion(void (*fault)()) {
     NoCoreFile();
-    UseTheLibrary();
+    static_cast<void>(Report(WriteToNull));
     const ProtectedRegion busy;
     std::thread(fault).join();
 }
@@ -236,7 +232,7 @@ TEST_F(DefaultAction, AppliesToAFaultThatNoExceptionCouldLeave) {
 TEST_F(DefaultAction, OfAPureCallOutsideRegionsIsTheRuntimesOwn) {
     const auto run = [] {
         NoCoreFile();
-        UseTheLibrary();
+        static_cast<void>(Report(WriteToNull));
         CallPureVirtual();
     };
     EXPECT_EXIT(run(), KilledBySignal(SIGABRT), "pure virtual method called");

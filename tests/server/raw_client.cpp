@@ -55,9 +55,6 @@ QXSesInfo Reply::SessionInfo() const {
 CQXDB::QXRecordset Reply::Recordset() const {
     return Decode(body, CQXDB::QXRecordset());
 }
-CQXDB::QXRsList Reply::ResultList() const {
-    return Decode(body, CQXDB::QXRsList());
-}
 
 std::int32_t Reply::Error() const {
     if (code == kLogin || code == kVirtualLogin) {

@@ -9,7 +9,7 @@
 #include <ace/SOCK_Stream.h>
 
 #include <qxdb/QXCommandList.h>
-#include <qxdb/QXRsList.h>
+#include <qxdb/QXRecordset.h>
 
 #include "messages/session_records.h"
 #include "tests/support/Frame.h"
@@ -28,7 +28,6 @@ struct Reply {
     CQXBASE::QXSimpleMsg Status() const;
     CQXBASE::QXSesInfo SessionInfo() const;
     CQXDB::QXRecordset Recordset() const;
-    CQXDB::QXRsList ResultList() const;
     /// The number of an error reply, or of a session reply; 0 for any other.
     std::int32_t Error() const;
 };

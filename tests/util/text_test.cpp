@@ -1,5 +1,7 @@
 #include "util/text.h"
 
+#include <utility>
+
 #include <gtest/gtest.h>
 
 namespace CQXBASE {
@@ -7,11 +9,6 @@ namespace {
 
 const std::wstring kMixed = L"a\u00e9\u4e2d\U0001F600z";
 const std::string kMixedUtf8 = "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80z";
-
-struct Malformed {
-    const char* bytes;
-    const wchar_t* text;
-};
 
 TEST(Utf8, RoundTripsEveryLengthAndNul) {
     const std::wstring ends = L"\x7f\u0080\u07ff\u0800\ud7ff\ue000\uffff\U00010000\U0010ffff";
@@ -23,7 +20,7 @@ TEST(Utf8, RoundTripsEveryLengthAndNul) {
 }
 
 TEST(Utf8, MalformedSequencesBecomeReplacements) {
-    const Malformed cases[] = {
+    const std::pair<const char*, const wchar_t*> cases[] = {
         {"\x80x", L"\ufffdx"},                              // a continuation byte alone
         {"\xC0\xAF", L"\ufffd\ufffd"},                      // overlong slash
         {"\xE0\x80\xAF", L"\ufffd\ufffd\ufffd"},            // overlong slash
@@ -33,8 +30,8 @@ TEST(Utf8, MalformedSequencesBecomeReplacements) {
         {"\xE4\xB8z", L"\ufffdz"},                          // cut short by a letter
         {"\xFF\xC3\xA9\x80\x80\x80", L"\ufffd\u00e9\ufffd\ufffd\ufffd"},
     };
-    for (const Malformed& row : cases) {
-        EXPECT_EQ(Utf8ToWide(row.bytes), row.text);
+    for (const auto& [bytes, text] : cases) {
+        EXPECT_EQ(Utf8ToWide(bytes), text);
     }
 }
 

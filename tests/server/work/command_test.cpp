@@ -30,15 +30,6 @@ TEST_F(CommandTest, AListsQueryIsAnsweredByItsLastRows) {
     EXPECT_EQ(last.Recordset().GetInt64(0, 0), 30);
 }
 
-TEST_F(CommandTest, TheReplyIsEncipheredWhenTheRequestWas) {
-    QXCommand select = client_.Command(L"SELECT 7");
-    QXCommand broken = client_.Command(L"SELEKT 7");
-    for (const bool encipher : {true, false}) {
-        EXPECT_EQ(client_.Call(kQuery, select, encipher).enciphered, encipher);
-        EXPECT_EQ(client_.Call(kQuery, broken, encipher).enciphered, encipher);
-    }
-}
-
 /// Enough rows for a reply that is made while they are read. A null stands in every third one, and
 /// the type of n changes behind the first part.
 constexpr wchar_t kManyRows[] =
@@ -46,11 +37,15 @@ constexpr wchar_t kManyRows[] =
     L"SELECT i, CASE WHEN i < 20000 THEN NULL ELSE 'row ' || i END AS n, "
     L"CASE WHEN i % 3 = 0 THEN NULL ELSE i * 0.5 END AS h FROM c";
 
-TEST_F(CommandTest, ALargeResultArrivesWhole) {
+TEST_F(CommandTest, ALargeResultArrivesWholeAndEveryReplyIsEncipheredWhenItsRequestWas) {
     QXCommand many = client_.Command(kManyRows);
+    QXCommand few = client_.Command(L"SELECT 7");
+    QXCommand broken = client_.Command(L"SELEKT 7");
     for (const bool encipher : {true, false}) {
         const Reply reply = client_.Call(kQuery, many, encipher);
         EXPECT_EQ(reply.enciphered, encipher);
+        EXPECT_EQ(client_.Call(kQuery, few, encipher).enciphered, encipher);
+        EXPECT_EQ(client_.Call(kQuery, broken, encipher).enciphered, encipher);
         const QXRecordset rows = reply.Recordset();
         ASSERT_EQ(rows.RowCount(), 50000U);
         for (std::size_t row = 0; row < rows.RowCount(); ++row) {
@@ -102,11 +97,9 @@ TEST_F(CommandTest, AnEndlessStatementIsInterrupted) {
         options.limits.statementTimeout = std::chrono::milliseconds(50);
     });
     RawClient client = hurried.LoggedIn();
-    EXPECT_GT(client
-                  .Execute(L"WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n FROM c) "
-                           L"SELECT count(*) FROM c")
-                  .Error(),
-              0);
+    const wchar_t* const endless =
+        L"WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n FROM c) SELECT count(*) FROM c";
+    EXPECT_GT(client.Execute(endless).Error(), 0);
     EXPECT_EQ(client.Number(L"SELECT 1"), 1);
 }
 
@@ -160,6 +153,14 @@ TEST_F(CommandTest, ABigEndianFrameIsRead) {
     EXPECT_EQ(client_.Receive().Error(), 0);
 }
 
+/// The error of a statement stamped with `dataSource`.
+std::int32_t ErrorWith(RawClient& client, const CQXDB::QXDataSource& dataSource,
+                       const std::wstring& sql = L"SELECT 1") {
+    QXCommand command = client.Command(sql);
+    command.SetSysDataSrc(dataSource);
+    return client.Call(kExecute, command).Error();
+}
+
 class DatabaseChoiceTest : public testing::TestWithParam<bool> {
   protected:
     static void Configure(CQXSERVER::ServerOptions& options) {
@@ -167,14 +168,6 @@ class DatabaseChoiceTest : public testing::TestWithParam<bool> {
         options.databases = {{"sales", "sqlite:" + options.dataDir + "/sales.db"},
                              {"stock", "sqlite:" + options.dataDir + "/stock.db"}};
     }
-    /// The error of a query stamped with `dataSource`.
-    std::int32_t ErrorWith(const CQXDB::QXDataSource& dataSource) {
-        QXCommand command(L"SELECT 1");
-        command.SetToken(client_.token);
-        command.SetSysDataSrc(dataSource);
-        return client_.Call(kQuery, command).Error();
-    }
-
     TestServer server_{Configure};
     RawClient client_ = server_.LoggedIn();
 };
@@ -193,15 +186,17 @@ TEST_P(DatabaseChoiceTest, AClientsOwnDescriptionNeedsLeave) {
     CQXDB::QXDataSource own;
     own.database = CQXBASE::Utf8ToWide(server_.Folder().File("clients.db"));
     const std::int32_t expected = GetParam() ? 0 : Number(ServerError::UnknownDatabase);
-    EXPECT_EQ(ErrorWith(own), expected);
+    EXPECT_EQ(ErrorWith(client_, own), expected);
     CQXDB::QXDataSource elsewhere;
     elsewhere.type = CQXDB::CQXDB_DS_POSTGRESQL;
     elsewhere.port = 1;
     elsewhere.database = L"sales";
-    EXPECT_EQ(ErrorWith(elsewhere) == 0, !GetParam()) << "a known name is the server's own";
+    EXPECT_EQ(ErrorWith(client_, elsewhere) == 0, !GetParam())
+        << "a known name is the server's own";
     server_.AddUser("bob", "hunter2", {"sales"});
     client_.Login(L"bob", L"hunter2");
-    EXPECT_EQ(ErrorWith(own), GetParam() ? Number(ServerError::ForbiddenDatabase) : expected);
+    EXPECT_EQ(ErrorWith(client_, own),
+              GetParam() ? Number(ServerError::ForbiddenDatabase) : expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(WithAndWithoutLeave, DatabaseChoiceTest, testing::Bool());
@@ -214,13 +209,6 @@ TEST(ClientDataSources, AreKeptToTheirKindsAndFolder) {
         options.clientDataSources = {true, {"sqlite"}, folder.Path().string() + "/"};
     });
     RawClient client = server.LoggedIn();
-    const auto error = [&](const CQXDB::QXDataSource& dataSource,
-                           const wchar_t* sql = L"SELECT 1") {
-        QXCommand command(sql);
-        command.SetToken(client.token);
-        command.SetSysDataSrc(dataSource);
-        return client.Call(kExecute, command).Error();
-    };
     CQXDB::QXDataSource own;
     own.type = CQXDB::CQXDB_DS_SQLITE;
     std::vector<std::string> paths = {outside.File("x.db"), "../x.db", ".",
@@ -233,15 +221,15 @@ TEST(ClientDataSources, AreKeptToTheirKindsAndFolder) {
     }
     for (const std::string& path : paths) {
         own.database = CQXBASE::Utf8ToWide(path);
-        EXPECT_EQ(error(own), Number(ServerError::ForbiddenDatabase)) << path;
+        EXPECT_EQ(ErrorWith(client, own), Number(ServerError::ForbiddenDatabase)) << path;
     }
     own.database = L"own.db";
-    EXPECT_EQ(error(own), 0);
+    EXPECT_EQ(ErrorWith(client, own), 0);
     EXPECT_TRUE(fs::exists(folder.Path() / "own.db"));
     const std::wstring elsewhere = CQXBASE::Utf8ToWide(outside.File("x.db"));
-    EXPECT_GT(error(own, (L"ATTACH '" + elsewhere + L"' AS x").c_str()), 0);
+    EXPECT_GT(ErrorWith(client, own, L"ATTACH '" + elsewhere + L"' AS x"), 0);
     own.driver = CQXDB::CQXDB_DRIVER_ODBC;
-    EXPECT_EQ(error(own), Number(ServerError::ForbiddenDatabase));
+    EXPECT_EQ(ErrorWith(client, own), Number(ServerError::ForbiddenDatabase));
 }
 
 TEST(Accounts, DontMeetEachOthersTemporaryTables) {
