@@ -250,24 +250,6 @@ TEST(HostilePeer, NonsenseNeverStopsTheServer) {
     EXPECT_TRUE(Eventually([&] { return server.Get().Stats().open == 1; }));
 }
 
-/// Reads what the server says until it closes; all of it must be frames.
-void HearOut(RawClient& client) {
-    client.FinishSending();
-    std::string said;
-    try {
-        said = client.ReadAll();
-    } catch (const std::runtime_error&) {
-        return;  // reset, since it had not read all
-    }
-    for (std::size_t at = 0; at < said.size();) {
-        ASSERT_LE(at + kFrameHeaderSize, said.size());
-        const FrameHeader header = DecodeFrameHeader(said.data() + at);
-        ASSERT_TRUE(header.typeCode == kErrorReply || IsRequest(header.typeCode));
-        at += kFrameHeaderSize + header.bodyLength;
-        ASSERT_LE(at, said.size());
-    }
-}
-
 TEST(Limits, AnAgentHearsWhyItIsRefusedAndConnectsAgain) {
     TestServer server([](ServerOptions& options) {
         options.limits.maxFrameBytes = kMiB;

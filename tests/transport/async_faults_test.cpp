@@ -169,6 +169,12 @@ TEST_F(AsyncFaults, HeaderCutShortFailsTheSend) {
     }
 }
 
+TEST_F(AsyncFaults, ShortWritesAreContinued) {
+    fates_ = {{Fate::Done}, {Fate::Short, 5}, {Fate::Short, 1}};
+    EXPECT_EQ(Send("twelve bytes"), 0);
+    EXPECT_EQ(ReadFrame(pair_.farEnd), Frame(1, "twelve bytes"));
+}
+
 TEST_F(AsyncFaults, ShortWriteThatCantBeContinued) {
     fates_ = {{Fate::Done}, {Fate::Short, 5}, {Fate::Refused}};
     EXPECT_EQ(Send("twelve bytes"), -1);

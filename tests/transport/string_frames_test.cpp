@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "tests/support/FreePort.h"
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
@@ -68,6 +70,17 @@ TEST_F(StringFrames, OfAConnectionOfItsOwn) {
     ASSERT_EQ(io.Syc_SendStrToImServer(L""), 0);
     EXPECT_EQ(io.Syc_ReceiveFmImServer(text_), -5007);
     EXPECT_EQ(io.peer_, nullptr);
+}
+
+TEST_F(StringFrames, FailedWriteIsToldByTheLastErrorAlone) {
+    std::thread peer([this] {
+        Read(pair_.farEnd, 32);
+        Reset(pair_.farEnd);
+    });
+    EXPECT_EQ(io_.Syc_SendStrToImServer(std::wstring(4 << 20, L'x')), 0);
+    peer.join();
+    EXPECT_EQ(io_.LastErrorCode(), 10054);
+    EXPECT_EQ(io_.LastErrorText().substr(0, 20), L"send message error, ");
 }
 
 TEST_F(StringFrames, PeerThatTakesNothingEndsAWrite) {
