@@ -43,99 +43,86 @@ struct Kind {
     bool enciphered;
 };
 
-class HostileServer : public testing::TestWithParam<Kind> {
-  protected:
-    enum class Outcome { Success, ServersOwn, Error };
+enum class Outcome { Success, ServersOwn, Error };
 
-    /// Asks the server for what GetParam() is. A record that says of itself that something failed
-    /// is an answer, too.
-    Outcome Ask() {
+class LyingServer : public testing::Test {
+  protected:
+    /// Sends a request of that code, which the server answers with `reply`. A record that says of
+    /// itself that something failed is an answer, too.
+    Outcome Ask(int request, const std::string& reply) {
+        server_.ReplyRaw(reply);
         DBAgent agent;
         agent.init(L"127.0.0.1:" + std::to_wstring(server_.Port()), {}, L"token", false);
         QXCommand command(L"SELECT 1");
         QXRecordset rows;
         QXRsList list;
-        void* const result = GetParam().code == CQXBASE::kQuery ? static_cast<void*>(&rows)
-                                                                : static_cast<void*>(&list);
+        void* const result =
+            request == CQXBASE::kQuery ? static_cast<void*>(&rows) : static_cast<void*>(&list);
         long code = 0;
         std::wstring text;
-        const int done = agent.RemoteExec(code, text, command, GetParam().code, result);
+        const int done = agent.RemoteExec(code, text, command, request, result);
+        rows_ = rows.RowCount() + (list.Count() == 1 ? list.At(0).RowCount() : 0);
         if (done == 0 && code == 0) {
             return Outcome::Success;
         }
         return done == -1 && code != 0 && !text.empty() ? Outcome::Error : Outcome::ServersOwn;
     }
 
+    std::size_t rows_ = 0;  ///< in the last reply
+
+  private:
     qxdb_test::ScriptedServer server_;
 };
+using CompressedRows = LyingServer;
+class HostileServer : public LyingServer, public testing::WithParamInterface<Kind> {};
 
 TEST_P(HostileServer, NoLieHangsOrCostsMemory) {
     const std::string honest = MakeFrame(static_cast<std::uint32_t>(GetParam().code),
                                          GetParam().body, GetParam().enciphered);
-    server_.ReplyRaw(honest);
-    ASSERT_EQ(Ask(), Outcome::Success);
+    ASSERT_EQ(Ask(GetParam().code, honest), Outcome::Success);
     const qxdb_test::PeakMemory memory;
     for (const std::string& lie : qxdb_test::Lies(honest)) {
-        server_.ReplyRaw(lie);
-        const Outcome outcome = Ask();
+        const Outcome outcome = Ask(GetParam().code, lie);
         EXPECT_TRUE(outcome == Outcome::Error || lie.size() == honest.size())
             << lie.size() << " bytes were enough";
     }
     if (QXDB_MEASURES_MEMORY != 0) {
         EXPECT_LT(memory.Growth(), kMostMemory);
     }
-    server_.ReplyRaw(honest);
-    EXPECT_EQ(Ask(), Outcome::Success);
+    EXPECT_EQ(Ask(GetParam().code, honest), Outcome::Success);
 }
 
 /// Rows that fill 256 KiB once they are compressed, and many times that in memory. When the frame
 /// ends early, or claims more rows than its bytes allow, they cost nothing.
-TEST(CompressedRows, TakeMemoryInProportionToTheirFrame) {
+TEST_F(CompressedRows, TakeMemoryInProportionToTheirFrame) {
     constexpr std::size_t kRows = std::size_t{128} * 256 * 1024 / 10 - 2000;
     const std::string rows = qxdb_test::RecordsetBomb(kRows);
     const std::string list = qxdb_test::RsListBomb(kRows);
     std::string claiming = rows;
     claiming.replace(16, 4, qxdb_test::WireNumber(kRows * 4 / 3));
-    const std::string frame = MakeFrame(CQXBASE::kQueryList, rows, false);
+    const std::string frame = MakeFrame(CQXBASE::kQuery, rows, false);
     ASSERT_LT(rows.size(), std::size_t{256} << 10);
     struct Case {
         const char* name;
-        std::string frame;
         int request;
+        std::string frame;
         bool good;
         std::size_t mostMemory;
     };
     const Case cases[] = {
-        {"cut", frame.substr(0, frame.size() - 1), CQXBASE::kQueryList, false, kMostMemory / 16},
-        {"claiming", MakeFrame(CQXBASE::kQueryList, claiming, false), CQXBASE::kQueryList, false,
+        {"cut", CQXBASE::kQuery, frame.substr(0, frame.size() - 1), false, kMostMemory / 16},
+        {"claiming", CQXBASE::kQuery, MakeFrame(CQXBASE::kQuery, claiming, false), false,
          kMostMemory},
-        {"rows", frame, CQXBASE::kQueryList, true, kMostMemory},
-        {"enciphered", MakeFrame(CQXBASE::kQueryList, rows, true), CQXBASE::kQueryList, true,
-         kMostMemory},
-        {"list", MakeFrame(CQXBASE::kBatchQuery, list, false), CQXBASE::kBatchQuery, true,
+        {"rows", CQXBASE::kQuery, frame, true, kMostMemory},
+        {"enciphered", CQXBASE::kQuery, MakeFrame(CQXBASE::kQuery, rows, true), true, kMostMemory},
+        {"list", CQXBASE::kBatchQuery, MakeFrame(CQXBASE::kBatchQuery, list, false), true,
          kMostMemory},
     };
     for (const Case& each : cases) {
-        qxdb_test::ScriptedServer server;
-        server.ReplyRaw(each.frame);
-        DBAgent agent;
-        agent.init(L"127.0.0.1:" + std::to_wstring(server.Port()), {}, L"token", false);
-        QXCommandList commands;
-        commands.Add(QXCommand(L"SELECT 1"));
-        QXRecordset got;
-        QXRsList sets;
-        long code = 0;
-        std::wstring text;
         const qxdb_test::PeakMemory memory;
-        if (each.request == CQXBASE::kQueryList) {
-            agent.OpenQuery(code, text, commands, got);
-        } else {
-            agent.BatchQry(code, text, commands, sets);
-        }
-        EXPECT_EQ(code == 0, each.good) << each.name;
-        EXPECT_EQ(got.RowCount() + (sets.Count() == 1 ? sets.At(0).RowCount() : 0),
-                  each.good ? kRows : 0)
-            << each.name;
+        const Outcome outcome = Ask(each.request, each.frame);
+        EXPECT_EQ(outcome == Outcome::Success, each.good) << each.name;
+        EXPECT_EQ(rows_, each.good ? kRows : 0) << each.name;
         const std::size_t growth = memory.Growth();
         RecordProperty(std::string(each.name) + "_kib", static_cast<int>(growth / 1024));
         if (QXDB_MEASURES_MEMORY != 0) {

@@ -15,15 +15,11 @@ namespace {
 
 std::atomic<int> signals{0};
 
-void Count(int /*signal*/) {
-    ++signals;
-}
-
 // A host's profiler or timer signals its threads all the time.
 TEST(SocketIo, SignalsDoNotEndAReceive) {
     struct sigaction action {};
     struct sigaction before {};
-    action.sa_handler = Count;  // without SA_RESTART
+    action.sa_handler = [](int) { ++signals; };  // without SA_RESTART
     ASSERT_EQ(0, sigaction(SIGUSR1, &action, &before));
     ScriptedPeer peer({{1, "answer"}});
     std::array<char, 7> buffer{};

@@ -28,15 +28,10 @@ TEST(ProxyHandshake, UnknownKindsFailButLeaveTheSocketBlocking) {
     }
 }
 
-struct GivenUp {
-    int result;
-    std::wstring errText;
-};
-
 /// Asks a proxy that takes every request and never answers.
-GivenUp AskSilentProxy(std::uint32_t kind) {
+Answered AskSilentProxy(std::uint32_t kind) {
     ScriptedPeer peer({});
-    GivenUp outcome{-1, L"old text"};
+    Answered outcome{-1, L"old text", ""};
     outcome.result =
         ProxyHandshake({kind, "", 0, "", ""}, peer.Socket(), "10.0.0.5", 9000, outcome.errText);
     if (kind == kProxyNone) {
@@ -47,14 +42,14 @@ GivenUp AskSilentProxy(std::uint32_t kind) {
 }
 
 TEST(ProxyHandshake, SilenceEndsEveryHandshakeAndEveryLaterRead) {
-    std::array<std::future<GivenUp>, 4> all;
+    std::array<std::future<Answered>, 4> all;
     for (std::uint32_t kind = 0; kind < all.size(); ++kind) {
         all[kind] = std::async(std::launch::async, AskSilentProxy, kind);
     }
     const std::wstring request =
         L"CONNECT 10.0.0.5:9000 HTTP/1.1\r\nUser-Agent: QXClient/0.1\r\n\r\n";
     for (std::uint32_t kind = 0; kind < all.size(); ++kind) {
-        const GivenUp outcome = all[kind].get();
+        const Answered outcome = all[kind].get();
         EXPECT_EQ(kProxyFailed, outcome.result) << kind;
         EXPECT_EQ(kind == kProxyHttp ? request : L"old text", outcome.errText) << kind;
     }
@@ -75,13 +70,11 @@ TEST(ProxyHandshake, APeerThatHangsUpFailsWithoutASignal) {
     }
 }
 
-/// A proxy that gives these answers, each to a request of so many bytes, and hangs up.
+/// A proxy that hangs up after its answers.
 int AskLiar(const ProxyParam& proxy, const std::vector<ScriptedPeer::Step>& script) {
-    ScriptedPeer peer(script, ScriptedPeer::End::HangUp);
-    std::wstring errText;
-    const int result = ProxyHandshake(proxy, peer.Socket(), "10.0.0.5", 9000, errText);
-    EXPECT_LE(errText.size(), 512U);
-    return result;
+    const Answered outcome = Ask(proxy, script, "10.1.2.3", ScriptedPeer::End::HangUp);
+    EXPECT_LE(outcome.errText.size(), 512U);
+    return outcome.result;
 }
 
 /// Answers cut at each byte, with other bytes at each place, and with a flood behind them.
@@ -129,22 +122,6 @@ TEST(SocketIo, SendAllSendsMoreThanTheSocketBuffers) {
     ScriptedPeer peer({});
     EXPECT_TRUE(SendAll(peer.Socket(), bytes.data(), static_cast<int>(bytes.size())));
     EXPECT_TRUE(peer.Received() == bytes);
-}
-
-TEST(SocketIo, RecvOnceKeepsWithinItsCapacityAndLeavesTheRest) {
-    ScriptedPeer peer({{0, "abcdef"}});
-    std::array<char, 4> buffer{'-', '-', '-', '-'};
-    std::size_t waiting = 0;
-    while (waiting < 6) {
-        std::array<char, 6> peek{};
-        waiting = static_cast<std::size_t>(peer.Stream().recv(peek.data(), peek.size(), MSG_PEEK));
-    }
-    RecvOnce(peer.Socket(), buffer.data(), 3);
-    EXPECT_EQ("abc-", std::string(buffer.data(), buffer.size()));
-    RecvOnce(peer.Socket(), buffer.data(), 0);
-    EXPECT_EQ('a', buffer[0]);
-    RecvOnce(peer.Socket(), buffer.data(), 4);
-    EXPECT_EQ("def-", std::string(buffer.data(), buffer.size()));
 }
 
 }  // namespace

@@ -7,13 +7,12 @@
 #include <utility>
 #include <vector>
 
-#include <ace/INET_Addr.h>
-#include <ace/SOCK_Acceptor.h>
-#include <ace/SOCK_Connector.h>
 #include <ace/SOCK_Stream.h>
 #include <gtest/gtest.h>
 
+#include "proxy/proxy_handshake.h"
 #include "proxy/socket_io.h"
+#include "tests/transport/loopback.h"
 
 class ScriptedPeer {
   public:
@@ -27,13 +26,6 @@ class ScriptedPeer {
     /// Connects a socket to the peer, which plays its steps and then listens until the socket
     /// closes, or closes its side at once.
     explicit ScriptedPeer(std::vector<Step> script, End end = End::Listen) {
-        ACE_SOCK_Acceptor acceptor;
-        ACE_INET_Addr address(static_cast<unsigned short>(0), "127.0.0.1");
-        EXPECT_EQ(0, acceptor.open(address));
-        EXPECT_EQ(0, acceptor.get_local_addr(address));
-        EXPECT_EQ(0, ACE_SOCK_Connector().connect(client_, address));
-        EXPECT_EQ(0, acceptor.accept(peer_));
-        acceptor.close();
         thread_ = std::thread([this, script = std::move(script), end] { Play(script, end); });
     }
     ~ScriptedPeer() { Received(); }
@@ -74,8 +66,26 @@ class ScriptedPeer {
         return count > 0;
     }
 
-    ACE_SOCK_Stream client_;
-    ACE_SOCK_Stream peer_;
+    CQXBASE::StreamPair pair_;
+    ACE_SOCK_Stream& client_ = pair_.nearEnd;
+    ACE_SOCK_Stream& peer_ = pair_.farEnd;
     std::string received_;
     std::thread thread_;
 };
+
+struct Answered {
+    int result;
+    std::wstring errText;
+    std::string sent;
+};
+
+/// Runs the handshake against a proxy that awaits requests of these lengths and answers each.
+inline Answered Ask(const CQXBASE::ProxyParam& proxy, const std::vector<ScriptedPeer::Step>& script,
+                    const std::string& host = "10.1.2.3",
+                    ScriptedPeer::End end = ScriptedPeer::End::Listen) {
+    ScriptedPeer peer(script, end);
+    Answered outcome{-1, L"old text", ""};
+    outcome.result = CQXBASE::ProxyHandshake(proxy, peer.Socket(), host, 8080, outcome.errText);
+    outcome.sent = peer.Received();
+    return outcome;
+}

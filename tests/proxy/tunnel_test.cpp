@@ -36,10 +36,7 @@ struct Tunnel {
     std::string echoed;  ///< what came back through it, once it stands
 };
 
-const std::string& Data() {
-    static const std::string data(100'000, 'q');
-    return data;
-}
+const std::string kData(100'000, 'q');
 
 struct Login {
     std::string user;
@@ -56,8 +53,8 @@ Tunnel Ask(const ProxyServer& proxy, std::uint32_t kind, const Login& login, std
     tunnel.result = ProxyHandshake({kind, "127.0.0.1", proxy.Port(), login.user, login.password},
                                    stream.get_handle(), "127.0.0.1", port, tunnel.errText);
     if (tunnel.result == kProxyDone) {
-        stream.send_n(Data().data(), Data().size());
-        tunnel.echoed.resize(Data().size());
+        stream.send_n(kData.data(), kData.size());
+        tunnel.echoed.resize(kData.size());
         stream.recv_n(tunnel.echoed.data(), tunnel.echoed.size());
     }
     stream.close();
@@ -76,7 +73,7 @@ Tunnel OpenNowhere(const ProxyServer& proxy, std::uint32_t kind, const Login& lo
 
 void ExpectOpen(const Tunnel& tunnel) {
     EXPECT_EQ(kProxyDone, tunnel.result) << testing::PrintToString(tunnel.errText);
-    EXPECT_TRUE(tunnel.echoed == Data()) << "the tunnel carries other bytes";
+    EXPECT_TRUE(tunnel.echoed == kData) << "the tunnel carries other bytes";
 }
 
 void ExpectRefused(const Tunnel& tunnel, const std::wstring& answer = L"") {

@@ -85,17 +85,5 @@ TEST(FrameCipher, PaddingTellsTheLength) {
     EXPECT_EQ(cipher.Decipher(cipher.Encipher(blocks)), blocks);  // still usable
 }
 
-TEST(FrameCipher, PiecesMakeOneBody) {
-    const FrameCipher cipher;
-    const std::string plain = Pattern(1000);
-    for (const std::size_t piece : {1U, 15U, 16U, 17U, 333U}) {
-        FrameCipher::Stream stream(cipher);
-        for (std::size_t start = 0; start < plain.size(); start += piece) {
-            stream.Add(std::string_view(plain).substr(start, piece));
-        }
-        EXPECT_EQ(stream.Finish(), cipher.Encipher(plain));
-    }
-}
-
 }  // namespace
 }  // namespace CQXBASE
