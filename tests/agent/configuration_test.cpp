@@ -17,6 +17,13 @@ TEST(AgentConfiguration, AnEmptyDatabaseNameChangesNothing) {
     EXPECT_EQ(agent.DefaultDB(), L"first");
     agent.init(L"srv:1", {}, L"t", true, L"second");
     EXPECT_EQ(agent.DefaultDB(), L"second");
+    CQXDB::QXSvrInfo server;
+    server.host = L"srv";
+    server.port = 9000;
+    server.database = L"db1";
+    agent.init(server, {}, L"tok", false);
+    EXPECT_EQ(agent.ServerName(), L"srv:9000");
+    EXPECT_EQ(agent.DefaultDB(), L"db1");
 }
 
 TEST(AgentConfiguration, ServerNameIsKeptAsGivenLocallyAndRebuiltRemotely) {
@@ -48,17 +55,6 @@ TEST(AgentConfiguration, ServerNameIsKeptAsGivenLocallyAndRebuiltRemotely) {
         EXPECT_TRUE(switched.isLocal());
         EXPECT_EQ(switched.ServerName(), c.key);
     }
-}
-
-TEST(AgentConfiguration, ServerInfoCarriesHostPortAndDatabase) {
-    CQXDB::QXSvrInfo server;
-    server.host = L"srv";
-    server.port = 9000;
-    server.database = L"db1";
-    DBAgent agent;
-    agent.init(server, {}, L"tok", false);
-    EXPECT_EQ(agent.ServerName(), L"srv:9000");
-    EXPECT_EQ(agent.DefaultDB(), L"db1");
 }
 
 // Where an argument is put decides what a database is asked for, so all of them differ.

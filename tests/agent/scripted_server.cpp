@@ -8,16 +8,9 @@
 #include "tests/support/Frame.h"
 
 namespace qxdb_test {
-namespace {
 
 using CQXBASE::FrameHeader;
 using CQXBASE::kFrameHeaderSize;
-
-std::string Frame(std::uint32_t code, const std::string& body, bool encipher) {
-    return MakeFrame(code, body, encipher && !body.empty());
-}
-
-}  // namespace
 
 ScriptedServer::ScriptedServer() {
     if (acceptor_.open(ACE_INET_Addr(static_cast<u_short>(0), "127.0.0.1"), 1) != 0) {
@@ -49,7 +42,7 @@ void ScriptedServer::Do(Step step) {
 }
 
 void ScriptedServer::Reply(std::uint32_t code, const std::string& body, bool encipher) {
-    Do([frame = Frame(code, body, encipher)](ACE_SOCK_Stream& peer) {
+    Do([frame = MakeFrame(code, body, encipher && !body.empty())](ACE_SOCK_Stream& peer) {
         peer.send_n(frame.data(), frame.size());
         return true;
     });

@@ -81,27 +81,26 @@ void ExpectRefused(const Tunnel& tunnel, const std::wstring& answer = L"") {
     EXPECT_EQ(answer, tunnel.errText.substr(0, answer.size()));
 }
 
-TEST(Tunnel, Tinyproxy) {
-    const auto open = qxdb_test::StartTinyproxy(ProxyAccess::Open);
-    ExpectOpen(Open(*open, kProxyHttp));
-    ExpectOpen(Open(*open, kProxyHttp, kWrong));
-    ExpectRefused(OpenNowhere(*open, kProxyHttp), L"HTTP/1.1 500 Unable to connect");
-    const auto locked = qxdb_test::StartTinyproxy(ProxyAccess::Password);
-    ExpectOpen(Open(*locked, kProxyHttp, kRight));
-    ExpectRefused(Open(*locked, kProxyHttp, kWrong), L"HTTP/1.0 401 Unauthorized");
-    ExpectRefused(Open(*locked, kProxyHttp), L"HTTP/1.0 407 Proxy Authentication Required");
+/// A proxy for everybody and one with a password, and how they say no.
+void ExpectHttpTunnels(const ProxyServer& open, const ProxyServer& locked,
+                       const std::wstring& nobody, const std::wstring& wrong,
+                       const std::wstring& missing) {
+    ExpectOpen(Open(open, kProxyHttp));
+    ExpectRefused(OpenNowhere(open, kProxyHttp), nobody);
+    ExpectOpen(Open(locked, kProxyHttp, kRight));
+    ExpectRefused(Open(locked, kProxyHttp, kWrong), wrong);
+    ExpectRefused(Open(locked, kProxyHttp), missing);
 }
 
-TEST(Tunnel, Squid) {
-    const auto open = qxdb_test::StartSquid(ProxyAccess::Open);
-    ExpectOpen(Open(*open, kProxyHttp));
-    ExpectOpen(Open(*open, kProxyHttp, kWrong));
-    ExpectRefused(OpenNowhere(*open, kProxyHttp), L"HTTP/1.1 503 Service Unavailable");
-    const auto locked = qxdb_test::StartSquid(ProxyAccess::Password);
-    ExpectOpen(Open(*locked, kProxyHttp, kRight));
-    const std::wstring refusal = L"HTTP/1.1 407 Proxy Authentication Required";
-    ExpectRefused(Open(*locked, kProxyHttp, kWrong), refusal);
-    ExpectRefused(Open(*locked, kProxyHttp), refusal);
+TEST(Tunnel, TinyproxyAndSquid) {
+    const std::wstring missing = L" 407 Proxy Authentication Required";
+    ExpectHttpTunnels(*qxdb_test::StartTinyproxy(ProxyAccess::Open),
+                      *qxdb_test::StartTinyproxy(ProxyAccess::Password),
+                      L"HTTP/1.1 500 Unable to connect", L"HTTP/1.0 401 Unauthorized",
+                      L"HTTP/1.0" + missing);
+    ExpectHttpTunnels(
+        *qxdb_test::StartSquid(ProxyAccess::Open), *qxdb_test::StartSquid(ProxyAccess::Password),
+        L"HTTP/1.1 503 Service Unavailable", L"HTTP/1.1" + missing, L"HTTP/1.1" + missing);
 }
 
 TEST(Tunnel, Dante) {

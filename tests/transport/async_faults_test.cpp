@@ -169,20 +169,12 @@ TEST_F(AsyncFaults, HeaderCutShortFailsTheSend) {
     }
 }
 
-TEST_F(AsyncFaults, ShortWritesAreContinued) {
-    fates_ = {{Fate::Done}, {Fate::Short, 5}, {Fate::Short, 1}};
-    EXPECT_EQ(Send("twelve bytes"), 0);
-    EXPECT_EQ(ReadFrame(pair_.farEnd), Frame(1, "twelve bytes"));
-}
-
-TEST_F(AsyncFaults, ShortWriteThatCantBeContinued) {
+TEST_F(AsyncFaults, WritesThatCantBeStartedOrContinued) {
     fates_ = {{Fate::Done}, {Fate::Short, 5}, {Fate::Refused}};
     EXPECT_EQ(Send("twelve bytes"), -1);
     EXPECT_EQ(io_.LastErrorText(), L"发送数据失败。");
     EXPECT_EQ(log_.errors, Lines{"ACE_Asynch_Write_Stream::write: Input/output error\n"});
-}
-
-TEST_F(AsyncFaults, WritesThatCantBeStarted) {
+    io_.set_last_error(0, L"");
     fates_ = {{Fate::Refused}};
     EXPECT_EQ(Send("x"), -1);
     EXPECT_EQ(io_.LastErrorText(), L"Asynch_Write_Stream::write, Input/output error(5).");

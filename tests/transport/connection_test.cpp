@@ -93,23 +93,12 @@ TEST_F(Connection, RefusedOnesNameTheirTarget) {
     EXPECT_EQ(direct.GetClientIp(ip), L"0.0.0.0");
 }
 
-TEST_F(Connection, ThroughAProxy) {
-    const std::string request =
-        "CONNECT 10.0.0.5:9000 HTTP/1.1\r\nUser-Agent: QXClient/0.1\r\n\r\n";
-    LoopbackPeer proxy({[&](ACE_SOCK_Stream& stream) {
-                            EXPECT_EQ(Read(stream, request.size()), request);
-                            Write(stream, "HTTP/1.1 200 Connection established\r\n\r\n");
-                            EXPECT_EQ(ReadFrame(stream), Frame(6, "through"));
-                        },
-                        [](ACE_SOCK_Stream& stream) {
-                            Read(stream, 9);
-                            Write(stream, std::string("\0\x5B\0\0\0\0\0\0", 8));
-                            Read(stream, 1);
-                        }});
-    QXIO io(L"10.0.0.5", 9000, 1, L"127.0.0.1", proxy.Port(), L"", L"");
-    Bytes record("through");
-    EXPECT_EQ(io.Syc_sendobj(record, 6, false, false), 0);
-
+TEST_F(Connection, ARefusedTunnelKeepsItsSocket) {
+    LoopbackPeer proxy({[](ACE_SOCK_Stream& stream) {
+        Read(stream, 9);
+        Write(stream, std::string("\0\x5B\0\0\0\0\0\0", 8));
+        Read(stream, 1);
+    }});
     QXIO refused(L"10.1.2.3", 8080, 2, L"127.0.0.1", proxy.Port(), L"", L"");
     EXPECT_EQ(refused.open_connection(), -1);
     EXPECT_EQ(refused.LastErrorCode(), -1);
@@ -118,10 +107,7 @@ TEST_F(Connection, ThroughAProxy) {
     EXPECT_EQ(refused.open_connection(), 0);  // an idle socket passes the probe
 }
 
-TEST_F(Connection, Names) {
-    LoopbackPeer peer({AwaitEnd});
-    QXIO named(L"localhost", peer.Port(), 0, L"", 0, L"", L"");
-    EXPECT_EQ(named.open_connection(), 0) << named.LastErrorCode();
+TEST_F(Connection, UnknownNames) {
     // A label of more than 63 letters fails without a question to any name server.
     QXIO unknown(std::wstring(70, L'a') + L".invalid", 80, 0, L"", 0, L"", L"");
     EXPECT_EQ(unknown.open_connection(), -1);
