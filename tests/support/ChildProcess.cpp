@@ -238,12 +238,15 @@ bool ChildProcess::WaitForText(const std::string& text, std::chrono::seconds lim
         limit);
 }
 
-void RunToSuccess(const std::vector<std::string>& words) {
+std::string RunToSuccess(const std::vector<std::string>& words) {
     ChildProcess child(words[0], {words.begin() + 1, words.end()});
     child.CloseInput();
-    if (child.Wait(std::chrono::seconds(120)) != 0) {
-        throw std::runtime_error(words[0] + " failed: " + child.Output() + child.Errors());
+    const int status = child.Wait(std::chrono::seconds(120));
+    std::string output = child.Output() + child.Errors();
+    if (status != 0) {
+        throw std::runtime_error(words[0] + " failed: " + output);
     }
+    return output;
 }
 
 }  // namespace qxdb_test

@@ -57,8 +57,8 @@ class ChildProcess {
     std::unique_ptr<Impl> impl_;
 };
 
-/// Runs a program with arguments to its end. Throws std::runtime_error with what it wrote for an
-/// exit status other than 0.
-void RunToSuccess(const std::vector<std::string>& words);
+/// Runs a program with arguments to its end and gives what it wrote to both streams. Throws
+/// std::runtime_error with that for an exit status other than 0.
+std::string RunToSuccess(const std::vector<std::string>& words);
 
 }  // namespace qxdb_test
