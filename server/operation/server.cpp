@@ -9,7 +9,7 @@
 #include "platform/console/stop_signals.h"
 #include "platform/sockets/server_reactor.h"
 #include "server/log.h"
-#include "server/work/request_handler.h"
+#include "server/requests/request_handler.h"
 
 namespace CQXSERVER::operation {
 namespace {
@@ -95,7 +95,8 @@ void Server::Submit(network::Request request) {
     underWay_.push_back({std::move(request), {}, {}});
     const auto work = std::prev(underWay_.end());
     try {
-        Hand(work, work::RequestHandler::IsLogin(work->request.Code()) ? loginWorkers_ : workers_);
+        Hand(work,
+             requests::RequestHandler::IsLogin(work->request.Code()) ? loginWorkers_ : workers_);
     } catch (...) {
         underWay_.erase(work);
         throw;
@@ -117,7 +118,7 @@ network::ReplyBody::Wake Server::Waker(network::ConnectionId id) {
 }
 
 /// Lets a worker serve the request, or go on with what was put off.
-void Server::Hand(Place work, work::WorkerPool& pool) {
+void Server::Hand(Place work, requests::WorkerPool& pool) {
     if (work->delivery.empty()) {
         work->delivery.emplace_back([this, work] { Complete(work); });
     }

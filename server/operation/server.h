@@ -16,8 +16,8 @@
 #include "server/network/listener.h"
 #include "server/operation/server_stats.h"
 #include "server/operation/services.h"
+#include "server/requests/worker_pool.h"
 #include "server/server_options.h"
-#include "server/work/worker_pool.h"
 
 namespace CQXSERVER::operation {
 
@@ -69,7 +69,7 @@ class Server : private network::ConnectionHost {
     void Accept(const ACE_SOCK_Stream& peer, const std::string& address);
     void Enlist(std::unique_ptr<network::Connection> connection, network::ConnectionId id,
                 bool full);
-    void Hand(Place work, work::WorkerPool& pool);
+    void Hand(Place work, requests::WorkerPool& pool);
     void Complete(Place work);
     bool Postpone(Place work);
     void Tick();
@@ -96,8 +96,8 @@ class Server : private network::ConnectionHost {
     std::unique_ptr<network::Listener> listener_;
     std::uint16_t port_ = 0;
     // The last members, so that their threads end before what they use.
-    work::WorkerPool workers_;
-    work::WorkerPool loginWorkers_;
+    requests::WorkerPool workers_;
+    requests::WorkerPool loginWorkers_;
 };
 
 }  // namespace CQXSERVER::operation

@@ -4,8 +4,8 @@
 #include <system_error>
 
 #include "server/log.h"
+#include "server/requests/database_work.h"
 #include "server/server_error.h"
-#include "server/work/database_work.h"
 #include "util/text.h"
 
 namespace CQXSERVER::operation {
@@ -31,7 +31,7 @@ void MakeDataDir(const std::string& dataDir) {
     }
 }
 
-void AddDatabases(work::DatabaseRegistry& registry, const ServerOptions& options) {
+void AddDatabases(requests::DatabaseRegistry& registry, const ServerOptions& options) {
     for (const auto& [name, url] : options.databases) {
         registry.Add(name, url);
     }
@@ -39,7 +39,7 @@ void AddDatabases(work::DatabaseRegistry& registry, const ServerOptions& options
         registry.Add("main", "sqlite:" + (fs::u8path(options.dataDir) / "main.db").u8string());
     }
     for (const auto& [name, dataSource] : registry.All()) {
-        const work::DatabaseAnswer answer = work::Probe(dataSource);
+        const requests::DatabaseAnswer answer = requests::Probe(dataSource);
         if (answer.code != 0) {
             LogWarning("database '", name,
                        "' can't be reached now: ", Printable(CQXBASE::WideToUtf8(answer.text)),

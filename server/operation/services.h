@@ -4,14 +4,14 @@
 #include "server/byte_budget.h"
 #include "server/clock.h"
 #include "server/network/reply_frame.h"
+#include "server/requests/command_service.h"
+#include "server/requests/database_registry.h"
+#include "server/requests/request_handler.h"
 #include "server/server_options.h"
 #include "server/sessions/account_store.h"
 #include "server/sessions/login_service.h"
 #include "server/sessions/login_throttle.h"
 #include "server/sessions/session_table.h"
-#include "server/work/command_service.h"
-#include "server/work/database_registry.h"
-#include "server/work/request_handler.h"
 
 namespace CQXSERVER::operation {
 
@@ -25,12 +25,12 @@ struct Services {
     ByteBudget buffers;
     network::ReplyEncoder encoder;
     sessions::AccountStore accounts;
-    work::DatabaseRegistry databases;
+    requests::DatabaseRegistry databases;
     sessions::SessionTable sessions;
     sessions::LoginThrottle throttle;
     sessions::LoginService logins;
-    work::CommandService commands;
-    work::RequestHandler handler;
+    requests::CommandService commands;
+    requests::RequestHandler handler;
 };
 
 /// The path of the account store in a data folder, which is made, for its owner only, when missing.

@@ -65,7 +65,7 @@ class Fixture {
   private:
     /// True for a login that would have a password hashed at full cost: too slow to try many.
     bool IsSlow(const network::Request& request) const {
-        if (!work::RequestHandler::IsLogin(request.Code())) {
+        if (!requests::RequestHandler::IsLogin(request.Code())) {
             return false;
         }
         std::string bytes = request.frame.bytes;
@@ -148,7 +148,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FrameHeader header;
     header.typeCode = input.Byte();
     std::string body = WithToken(input.Rest(), fixture.Token());
-    if ((kind & 1) != 0 && !body.empty() && !work::RequestHandler::IsLogin(header.typeCode)) {
+    if ((kind & 1) != 0 && !body.empty() && !requests::RequestHandler::IsLogin(header.typeCode)) {
         header.plainLength = static_cast<std::uint32_t>(body.size());
         body = fixture.Cipher().Encipher(body);
     }

@@ -7,12 +7,12 @@
 
 #include "messages/message_holder.h"
 #include "server/network/request.h"
+#include "server/requests/database_registry.h"
+#include "server/requests/database_work.h"
 #include "server/sessions/login_service.h"
 #include "server/sessions/session_table.h"
-#include "server/work/database_registry.h"
-#include "server/work/database_work.h"
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 
 /// Thread-safe; everything it is given is borrowed.
 class CommandService {
@@ -43,4 +43,4 @@ class CommandService {
     const std::size_t maxResultBytes_;
 };
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

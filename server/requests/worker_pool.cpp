@@ -1,8 +1,8 @@
-#include "server/work/worker_pool.h"
+#include "server/requests/worker_pool.h"
 
 #include <utility>
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 
 WorkerPool::WorkerPool(unsigned threads) {
     for (unsigned i = 0; i < threads; ++i) {
@@ -46,4 +46,4 @@ void WorkerPool::Work() {
     }
 }
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

@@ -7,12 +7,12 @@
 
 #include "messages/message_holder.h"
 #include "server/network/request.h"
+#include "server/requests/command_service.h"
+#include "server/requests/request_memory.h"
 #include "server/sessions/login_service.h"
 #include "server/sessions/session_table.h"
-#include "server/work/command_service.h"
-#include "server/work/request_memory.h"
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 
 /// Called by the workers, many at once; everything it is given is borrowed.
 class RequestHandler {
@@ -51,4 +51,4 @@ class RequestHandler {
     const std::size_t mostMemory_;
 };
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

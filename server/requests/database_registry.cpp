@@ -1,4 +1,4 @@
-#include "server/work/database_registry.h"
+#include "server/requests/database_registry.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -8,7 +8,7 @@
 #include "server/server_error.h"
 #include "util/text.h"
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 namespace {
 
 using CQXDB::QXDataSource;
@@ -180,4 +180,4 @@ const QXDataSource* DatabaseRegistry::Find(const std::string& name) const noexce
     return found == databases_.end() ? nullptr : &found->second;
 }
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

@@ -7,7 +7,7 @@
 #include "objects/encoding/bounded_input.h"
 #include "server/byte_budget.h"
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 
 /// Takes it out of the budget of the buffers, up to `most` bytes, and gives it back at its end.
 class RequestMemory : public CQXBASE::encoding::DecodeMemory {
@@ -31,4 +31,4 @@ class RequestMemory : public CQXBASE::encoding::DecodeMemory {
     bool usedUp_ = false;
 };
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

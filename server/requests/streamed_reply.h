@@ -14,7 +14,7 @@
 
 #include "server/network/reply_frame.h"
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 
 /// Encodes the parts of a result on a thread of its own, which starts with the first part, and has
 /// them enciphered on a further one; a small result has neither. To be used by one thread.
@@ -63,4 +63,4 @@ class StreamedReply {
     bool first_ = true;
 };
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

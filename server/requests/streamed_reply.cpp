@@ -1,4 +1,4 @@
-#include "server/work/streamed_reply.h"
+#include "server/requests/streamed_reply.h"
 
 #include <algorithm>
 #include <string>
@@ -9,7 +9,7 @@
 
 #include "objects/encoding/cdr_memory.h"
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 namespace {
 
 /// Enough rows for a column's bytes to compress well, and few enough to keep all threads busy.
@@ -134,4 +134,4 @@ network::ReplyFrame StreamedReply::Finish(std::uint32_t code, CQXDB::QXRecordset
     return {CQXBASE::EncodeFrameHeader(header), {}, std::move(lease_), std::move(body_)};
 }
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

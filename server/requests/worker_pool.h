@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 
 /// The queue needs no bound of its own: a connection has one request under way at a time.
 class WorkerPool {
@@ -33,4 +33,4 @@ class WorkerPool {
     std::vector<std::thread> threads_;
 };
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

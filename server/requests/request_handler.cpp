@@ -1,4 +1,4 @@
-#include "server/work/request_handler.h"
+#include "server/requests/request_handler.h"
 
 #include <new>
 #include <string_view>
@@ -13,7 +13,7 @@
 #include "util/split.h"
 #include "util/text.h"
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 namespace {
 
 using CQXBASE::MessageHolder;
@@ -183,4 +183,4 @@ network::Outcome RequestHandler::Done(const network::Request& request,
     return outcome;
 }
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

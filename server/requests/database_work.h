@@ -8,7 +8,7 @@
 #include <qxdb/QXRsList.h>
 #include <qxdb/RowSink.h>
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 
 /// What the database said; code 0 is success.
 struct DatabaseAnswer {
@@ -33,4 +33,4 @@ DatabaseAnswer Batch(const std::string& account, CQXDB::QXCommandList& list, CQX
 
 DatabaseAnswer Probe(const CQXDB::QXDataSource& dataSource);
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

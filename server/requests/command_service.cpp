@@ -1,4 +1,4 @@
-#include "server/work/command_service.h"
+#include "server/requests/command_service.h"
 
 #include <utility>
 
@@ -6,11 +6,11 @@
 
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
+#include "server/requests/streamed_reply.h"
 #include "server/server_error.h"
-#include "server/work/streamed_reply.h"
 #include "util/text.h"
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 using namespace CQXDB;
 
 CommandService::CommandService(sessions::LoginService& logins, sessions::SessionTable& sessions,
@@ -58,7 +58,7 @@ network::Outcome CommandService::ServeAny(const network::Request& request, Comma
 network::Outcome CommandService::Batch(const network::Request& request, QXCommandList& list) {
     const std::string account = Authorize(list);
     QXRsList results;
-    const DatabaseAnswer answer = work::Batch(account, list, results, maxResultBytes_);
+    const DatabaseAnswer answer = requests::Batch(account, list, results, maxResultBytes_);
     return Reply(request, answer, results, list.Token());
 }
 
@@ -84,4 +84,4 @@ network::Outcome CommandService::Reply(const network::Request& request,
     return outcome;
 }
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

@@ -11,7 +11,7 @@
 #include "server/server_options.h"
 #include "server/sessions/account_store.h"
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 
 /// Filled before the server starts; after that every thread may read it.
 class DatabaseRegistry {
@@ -55,4 +55,4 @@ class DatabaseRegistry {
     std::vector<std::pair<std::string, CQXDB::QXDataSource>> databases_;
 };
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests

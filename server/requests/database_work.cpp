@@ -1,9 +1,9 @@
-#include "server/work/database_work.h"
+#include "server/requests/database_work.h"
 
 #include <qxdb/DBMgr.h>
 #include <qxdb/DBMgrWithPOCO.h>
 
-namespace CQXSERVER::work {
+namespace CQXSERVER::requests {
 namespace {
 
 using namespace CQXDB;
@@ -68,4 +68,4 @@ DatabaseAnswer Probe(const QXDataSource& dataSource) {
     return Run({}, dataSource, [&](auto& manager) { manager.CanConnect(&copy); });
 }
 
-}  // namespace CQXSERVER::work
+}  // namespace CQXSERVER::requests
