@@ -16,7 +16,8 @@ const QXDataSource* DataSourceOf(const Commands* commands) {
 
 void DBMgrBase::Run(const QXDataSource* dataSource,
                     const std::function<void(adapter::Connection&)>& work) {
-    adapter::CallResult result = adapter::CallManager(pools_(), dataSource, sessionUser_, work);
+    adapter::CallResult result =
+        adapter::CallManager(pools_(), dataSource, sessionUser_, cancellation_, work);
     errNumber_ = result.code;
     errDesc_ = std::move(result.text);
 }

@@ -89,6 +89,10 @@ class Connection {
 
     /// Asks, after a time unused, whether the database is still there and still the same one.
     virtual bool Alive() noexcept = 0;
+    /// Asks the database to end what is running, from any thread and while another one uses the
+    /// connection; a statement that begins just now may miss it. A connection that a late request
+    /// could still reach is not Usable afterwards.
+    virtual void Cancel() noexcept {}
     /// False once a call has shown that the connection is lost.
     virtual bool Usable() noexcept { return true; }
     /// Brings the session back to what it was when the connection was opened: settings, temporary

@@ -3,6 +3,7 @@
 #include <exception>
 #include <new>
 
+#include "adapter/cancellable_work.h"
 #include "adapter/database_error.h"
 #include "util/out_of_memory.h"
 #include "util/text.h"
@@ -10,9 +11,15 @@
 namespace CQXDB::adapter {
 namespace {
 
-void RunAndSettle(Connection& connection, const std::function<void(Connection&)>& work) {
+void RunAndSettle(Connection& connection, Cancellation* cancellation,
+                  const std::function<void(Connection&)>& work) {
     try {
+        const CancellableWork running(cancellation, connection);
         work(connection);
+    } catch (const std::exception&) {
+        connection.Rollback();
+        CancellableWork::Check(cancellation);  // which is why the work failed, most likely
+        throw;
     } catch (...) {
         connection.Rollback();
         throw;
@@ -43,13 +50,13 @@ CallResult Describe() {
 }  // namespace
 
 CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource, const std::string& user,
-                       const std::function<void(Connection&)>& work) {
+                       Cancellation* cancellation, const std::function<void(Connection&)>& work) {
     return Guarded([&] {
         if (dataSource == nullptr) {
             throw DatabaseError(DBMGR_NO_COMMAND, "no command or data source was given");
         }
         const Lease lease = pools.Take(*dataSource, user);
-        RunAndSettle(*lease, work);
+        RunAndSettle(*lease, cancellation, work);
     });
 }
 

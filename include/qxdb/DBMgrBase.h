@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include <qxdb/Cancellation.h>
 #include <qxdb/DBMgrErrors.h>
 #include <qxdb/Export.h>
 #include <qxdb/QXCommandList.h>
@@ -64,6 +65,10 @@ class QXDB_ADAPTER_API DBMgrBase {
     /// the start, is one user like any other.
     void SetSessionUser(std::string user) { sessionUser_ = std::move(user); }
 
+    /// What may end the calls from another thread. `cancellation` is borrowed until the next call
+    /// of SetCancellation; null, as at the start, is nothing.
+    void SetCancellation(Cancellation* cancellation) noexcept { cancellation_ = cancellation; }
+
     /// The database's own code of the last call's error, or a DBMgrError; 0 is success.
     long errNumber() const noexcept { return errNumber_; }
     /// Its text, for people; "" after a success.
@@ -83,6 +88,7 @@ class QXDB_ADAPTER_API DBMgrBase {
     std::size_t maxResultBytes_ = 0;
     const RowSink* rowSink_ = nullptr;
     std::string sessionUser_;
+    Cancellation* cancellation_ = nullptr;
 };
 
 }  // namespace CQXDB

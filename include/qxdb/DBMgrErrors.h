@@ -23,6 +23,7 @@ enum DBMgrError : long {
     DBMGR_UNEXPECTED = -7012,           ///< a fault outside the database; the text tells what
     DBMGR_RESULT_TOO_LARGE = -7013,     ///< the rows take up more memory than was allowed
     DBMGR_OUT_OF_MEMORY = -7014,        ///< the process got no memory; also the agent's own code
+    DBMGR_CANCELLED = -7015,            ///< ended by Cancellation::Cancel
 };
 
 /// The number that errNumber() gives for an SQLSTATE, which PostgreSQL has for every error and ODBC
