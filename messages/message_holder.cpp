@@ -1,9 +1,7 @@
 #include "messages/message_holder.h"
 
 #include <cstdint>
-#include <cstring>
 #include <string>
-#include <vector>
 
 #include <ace/Message_Block.h>
 
@@ -11,8 +9,8 @@
 #include <qxdb/QXOtpAuth.h>
 #include <qxdb/QXRsList.h>
 
+#include "messages/body_stream.h"
 #include "messages/session_records.h"
-#include "objects/encoding/bounded_input.h"
 #include "objects/encoding/cdr_fields.h"
 
 namespace CQXBASE {
@@ -61,38 +59,6 @@ QXIOBase* CallersObject(BodyClass expected, void* result) {
     }
     return nullptr;
 }
-
-/// CDR alignment counts from the first byte while the decoder aligns addresses, so bytes that start
-/// at an odd address are decoded from a copy.
-class AlignedBytes {
-  public:
-    AlignedBytes(const void* bytes, std::size_t length) : begin_(bytes) {
-        if (reinterpret_cast<std::uintptr_t>(bytes) % ACE_CDR::MAX_ALIGNMENT != 0) {
-            copy_.resize(length / sizeof(std::uint64_t) + 1);
-            begin_ = std::memcpy(copy_.data(), bytes, length);
-        }
-    }
-    const char* Begin() const { return static_cast<const char*>(begin_); }
-
-  private:
-    const void* begin_;
-    std::vector<std::uint64_t> copy_;
-};
-
-/// A stream over bytes that stay where they are. Unlike ACE's own way to make one it needs no
-/// memory, of which a stream would take a lack for granted bytes.
-class BorrowedStream {
-  public:
-    BorrowedStream(const char* bytes, std::size_t length)
-        : block_(length, ACE_Message_Block::MB_DATA, bytes, nullptr, nullptr,
-                 ACE_Message_Block::DONT_DELETE, nullptr),
-          stream_(&block_, ACE_Message_Block::DONT_DELETE, 0, length, kLittleEndian, 1, 2) {}
-    encoding::BoundedInput& Get() noexcept { return stream_; }
-
-  private:
-    ACE_Data_Block block_;
-    encoding::BoundedInput stream_;
-};
 
 }  // namespace
 

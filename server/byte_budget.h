@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <utility>
 
 namespace CQXSERVER {
 
@@ -23,6 +24,7 @@ class ByteBudget {
         }
         return false;
     }
+    std::size_t Left() const noexcept { return left_.load(std::memory_order_relaxed); }
     void Give(std::size_t bytes) noexcept { left_.fetch_add(bytes, std::memory_order_relaxed); }
 
   private:
@@ -35,22 +37,25 @@ class ByteLease {
   public:
     static constexpr std::size_t kUncounted = 16384;
 
-    explicit ByteLease(ByteBudget& budget) noexcept : budget_(&budget) {}
-    ByteLease(ByteLease&& other) noexcept : budget_(other.budget_), bytes_(other.bytes_) {
+    /// Up to `uncounted` bytes are free.
+    explicit ByteLease(ByteBudget& budget, std::size_t uncounted = kUncounted) noexcept
+        : budget_(&budget), uncounted_(uncounted) {}
+    ByteLease(ByteLease&& other) noexcept
+        : budget_(other.budget_), uncounted_(other.uncounted_), bytes_(other.bytes_) {
         other.bytes_ = 0;
     }
     ByteLease& operator=(ByteLease&& other) noexcept {
         Release();
         budget_ = other.budget_;
-        bytes_ = other.bytes_;
-        other.bytes_ = 0;
+        uncounted_ = other.uncounted_;
+        bytes_ = std::exchange(other.bytes_, 0);
         return *this;
     }
     ~ByteLease() { Release(); }
 
     /// Brings the lease to `bytes`, or returns false and leaves it as it was.
     bool GrowTo(std::size_t bytes) noexcept {
-        if (bytes > kUncounted && bytes > bytes_) {
+        if (bytes > uncounted_ && bytes > bytes_) {
             if (!budget_->Take(bytes - bytes_)) {
                 return false;
             }
@@ -58,6 +63,8 @@ class ByteLease {
         }
         return true;
     }
+    std::size_t Bytes() const noexcept { return bytes_; }
+    const ByteBudget& Budget() const noexcept { return *budget_; }
     void Release() noexcept {
         budget_->Give(bytes_);
         bytes_ = 0;
@@ -65,6 +72,7 @@ class ByteLease {
 
   private:
     ByteBudget* budget_;  ///< borrowed; outlives every lease
+    std::size_t uncounted_;
     std::size_t bytes_ = 0;
 };
 

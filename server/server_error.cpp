@@ -46,6 +46,8 @@ const wchar_t* Text(ServerError error) noexcept {
             return L"the server has as many sessions as it allows: try again later";
         case ServerError::OutOfBuffers:
             return L"the server's request buffers are full: try again";
+        case ServerError::TooManyWaiting:
+            return L"too many logins of this address are under way: try again";
         case ServerError::Internal:
             break;
     }

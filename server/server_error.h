@@ -30,8 +30,9 @@ enum class ServerError : std::int32_t {
     ResultTooLarge = -6030,      ///< the rows are over the limit; page or narrow the query
     TooManyConnections = -6031,  ///< the connection closes
     TooManySessions = -6032,
-    OutOfBuffers = -6033,  ///< all connections together hold too much; try again
-    Internal = -6099,      ///< a fault of the server; its log says more
+    OutOfBuffers = -6033,    ///< all connections together hold too much; try again
+    TooManyWaiting = -6034,  ///< this address has too many logins under way; try again
+    Internal = -6099,        ///< a fault of the server; its log says more
 };
 
 /// The sentence for people that goes with a number.

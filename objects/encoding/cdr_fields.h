@@ -10,6 +10,7 @@
 
 #include <ace/CDR_Stream.h>
 
+#include "objects/encoding/bounded_input.h"
 #include "util/text.h"
 
 namespace CQXBASE::encoding {
@@ -61,6 +62,16 @@ inline bool ReadCount(ACE_InputCDR& in, std::uint32_t& count, std::size_t width)
     return ReadULong(in, count) && (count <= in.length() / width || Refuse(in));
 }
 
+/// Asks for what `bytes` of text take once they are read; short ones are not worth it.
+inline bool TakeText(ACE_InputCDR& in, std::uint64_t bytes) {
+    constexpr std::uint64_t kShort = 16384;
+    if (bytes <= kShort) {
+        return true;
+    }
+    DecodeMemory* const memory = MemoryOf(in);
+    return memory == nullptr || memory->Take(bytes) || Refuse(in);
+}
+
 /// A count of UTF-16 units, then the units; no terminator.
 inline bool WriteWide(ACE_OutputCDR& out, std::wstring_view text) {
     const std::u16string units = ToUtf16(text);
@@ -74,6 +85,9 @@ inline bool ReadWide(ACE_InputCDR& in, std::wstring& text) {
     std::uint32_t count = 0;
     if (!ReadCount(in, count, sizeof(char16_t)) || count == 0) {
         return in.good_bit();
+    }
+    if (!TakeText(in, (sizeof(char16_t) + sizeof(wchar_t)) * std::uint64_t{count})) {
+        return false;
     }
     std::u16string units(count, u'\0');
     if (!in.read_ushort_array(reinterpret_cast<ACE_CDR::UShort*>(units.data()), count)) {
@@ -94,6 +108,9 @@ inline bool ReadNarrow(ACE_InputCDR& in, std::string& text) {
     std::uint32_t count = 0;
     if (!ReadCount(in, count, 1) || count == 0) {
         return in.good_bit();
+    }
+    if (!TakeText(in, count)) {
+        return false;
     }
     text.resize(count);
     return in.read_char_array(text.data(), count);

@@ -16,6 +16,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kDrainTime{5000};
+/// A peer that sends no more may yet read, but most such peers are gone.
+constexpr milliseconds kFinishedTime{5000};
 
 }  // namespace
 
@@ -32,7 +34,9 @@ Connection::Connection(ConnectionId id, const ACE_SOCK_Stream& peer, std::string
       address_(std::move(address)),
       host_(host),
       since_(host.Now()),
-      reader_(host.GetLimits().maxFrameBytes, host.Buffers()) {}
+      lastMove_(since_),
+      reader_(host.GetLimits().maxFrameBytes, host.Buffers(), host.StrangersBuffers()),
+      finished_(since_) {}
 
 Connection::~Connection() {
     peer_.close();
@@ -126,6 +130,7 @@ void Connection::TakeInput() {
         Receive(static_cast<std::size_t>(count));
     } else if (count == 0) {
         peerFinished_ = true;
+        finished_ = host_.Now();
         if (state_ == State::Working || state_ == State::Writing) {
             UpdateMask();
         } else {
@@ -152,6 +157,7 @@ int Connection::handle_close(ACE_HANDLE, ACE_Reactor_Mask) {
 void Connection::Enter(State state) {
     state_ = state;
     since_ = host_.Now();
+    lastMove_ = since_;
     moved_ = 0;
 }
 
@@ -178,21 +184,37 @@ TimePoint Connection::Deadline() const {
     const auto travel = [&](std::size_t bytes) {
         return limits.requestTimeout + milliseconds(1000 * bytes / limits.minBytesPerSecond);
     };
+    // Speed earned early doesn't pay for silence.
+    const TimePoint silence = lastMove_ + limits.requestTimeout;
     switch (state_) {
         case State::Reading:
             if (reader_.Begun()) {
-                return since_ + travel(reader_.BytesTaken());
+                return std::min(silence, since_ + travel(reader_.BytesTaken()));
             }
             return since_ + (token_.empty() ? limits.loginTimeout : limits.idleTimeout);
         case State::Writing:
-            return since_ + travel(moved_);
+            return std::min(silence, since_ + travel(moved_));
         case State::Draining:
-            return since_ + kDrainTime;
+            return std::min(lastMove_ + kDrainTime, since_ + travel(moved_));
         case State::Working:
+            return peerFinished_ ? std::max(since_, finished_) + kFinishedTime : TimePoint::max();
         case State::Closed:
             break;
     }
     return TimePoint::max();
+}
+
+std::optional<TimePoint> Connection::IdleSince() const noexcept {
+    const bool idle = state_ == State::Reading && !reader_.Begun();
+    return idle ? std::optional<TimePoint>(since_) : std::nullopt;
+}
+
+std::optional<Connection::Held> Connection::HoldsBuffers() const noexcept {
+    const ByteLease* const lease = state_ == State::Reading             ? &reader_.Lease()
+                                   : state_ == State::Writing && reply_ ? &reply_->lease
+                                                                        : nullptr;
+    return lease != nullptr ? std::optional<Held>({&lease->Budget(), lease->Bytes(), lastMove_})
+                            : std::nullopt;
 }
 
 }  // namespace CQXSERVER::network

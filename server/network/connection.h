@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <ace/Event_Handler.h>
 #include <ace/SOCK_Stream.h>
@@ -30,6 +31,14 @@ class ConnectionHost {
     virtual TimePoint Now() const = 0;
     virtual const Limits& GetLimits() const = 0;
     virtual ByteBudget& Buffers() = 0;
+    /// For what connections send before a login.
+    virtual ByteBudget& StrangersBuffers() = 0;
+    /// Whether the rest of a large frame is taken, of which `frame` has the beginning, from a
+    /// connection with `token`: ServerError::None, or why it is not.
+    virtual ServerError Admit(const FrameReader& frame, const std::string& token) = 0;
+    /// Closes another connection that holds buffers and makes no use of them, so that `asking` can
+    /// go on; false when there is none.
+    virtual bool FreeBuffers(const Connection& asking) = 0;
     /// Receive buffer for the length of one event.
     virtual std::string& Scratch() = 0;
     virtual bool Stopping() const = 0;
@@ -64,8 +73,22 @@ class Connection : public ACE_Event_Handler {
     void CloseUnlessBusy();
     void Close();
 
+    ConnectionId Id() const noexcept { return id_; }
     const std::string& Address() const noexcept { return address_; }
     const std::string& Token() const noexcept { return token_; }
+    /// Whose session the token is, as far as the host has told; "" before a login.
+    const std::string& Account() const noexcept { return account_; }
+    void SetAccount(std::string account) noexcept { account_ = std::move(account); }
+    /// Since when nothing has been asked or is being sent; nothing while something is.
+    std::optional<TimePoint> IdleSince() const noexcept;
+
+    /// What the buffers of a half-received frame or a half-sent reply come out of.
+    struct Held {
+        const ByteBudget* budget;
+        std::size_t bytes;
+        TimePoint since;  ///< when the peer last moved a byte of them
+    };
+    std::optional<Held> HoldsBuffers() const noexcept;
 
     ACE_HANDLE get_handle() const override { return peer_.get_handle(); }
     int handle_input(ACE_HANDLE) override;
@@ -91,8 +114,10 @@ class Connection : public ACE_Event_Handler {
     void Enter(State state);
     void Receive(std::size_t count);
     void Consume(std::string_view bytes);
+    void Read(std::string_view bytes);
+    bool ReadOn();
     void Submit();
-    void RejectFrame();
+    void RejectFrame(ServerError error);
     void Send(ReplyFrame reply);
     void Flush();
     bool FlushSome();
@@ -108,15 +133,18 @@ class Connection : public ACE_Event_Handler {
     ConnectionHost& host_;
 
     State state_ = State::Reading;
-    TimePoint since_;        ///< when the state began, or the frame, or the last event of the peer
+    TimePoint since_;        ///< when the state began, or the frame
+    TimePoint lastMove_;     ///< when bytes of the frame, or of the reply, travelled last
     std::size_t moved_ = 0;  ///< bytes written, or dropped, in this state
     FrameReader reader_;
     std::string ahead_;          ///< bytes that came before their turn
     bool peerFinished_ = false;  ///< the peer has shut its sending side down
+    TimePoint finished_;         ///< when it did
     bool closing_ = false;       ///< no further request is taken
     std::optional<ReplyFrame> reply_;
     bool starved_ = false;  ///< nothing of the reply is ready to be sent
     std::string token_;     ///< accepted last; "" before a login
+    std::string account_;
     ACE_Reactor_Mask mask_ = ACE_Event_Handler::NULL_MASK;
 };
 

@@ -7,6 +7,7 @@ namespace CQXSERVER::network {
 void Connection::Receive(std::size_t count) {
     if (state_ == State::Draining) {
         moved_ += count;
+        lastMove_ = host_.Now();
         return;
     }
     Consume(std::string_view(host_.Scratch()).substr(0, count));
@@ -16,16 +17,7 @@ void Connection::Receive(std::size_t count) {
 /// here.
 void Connection::Consume(std::string_view bytes) {
     if (state_ == State::Reading && !bytes.empty()) {
-        if (!reader_.Begun()) {
-            since_ = host_.Now();
-        }
-        bytes.remove_prefix(reader_.Feed(bytes.data(), bytes.size()));
-        ahead_ = bytes;
-        if (reader_.GetState() == FrameReader::State::Complete) {
-            Submit();
-        } else if (reader_.GetState() != FrameReader::State::Partial) {
-            RejectFrame();
-        }
+        Read(bytes);
     } else {
         ahead_ = bytes;
     }
@@ -35,20 +27,62 @@ void Connection::Consume(std::string_view bytes) {
     UpdateMask();
 }
 
-void Connection::Submit() {
-    Enter(State::Working);
-    host_.Submit({id_, address_, token_, reader_.Take()});
+void Connection::Read(std::string_view bytes) {
+    lastMove_ = host_.Now();
+    if (!reader_.Begun()) {
+        since_ = lastMove_;
+        reader_.SetStrange(token_.empty());
+    }
+    do {
+        bytes.remove_prefix(reader_.Feed(bytes.data(), bytes.size()));
+    } while (state_ == State::Reading && ReadOn());
+    if (state_ == State::Reading && reader_.GetState() == FrameReader::State::Complete) {
+        ahead_ = bytes;
+        Submit();
+    }
 }
 
-void Connection::RejectFrame() {
-    if (reader_.GetState() == FrameReader::State::Broken) {
-        Close();
-        return;
+/// True when the reader can take more of what is there.
+bool Connection::ReadOn() {
+    switch (reader_.GetState()) {
+        case FrameReader::State::Partial:
+        case FrameReader::State::Complete:
+            return false;
+        case FrameReader::State::Unadmitted: {
+            const ServerError error = host_.Admit(reader_, token_);
+            if (error != ServerError::None) {
+                RejectFrame(error);
+                return false;
+            }
+            reader_.Admit();
+            return true;
+        }
+        case FrameReader::State::OutOfBuffers:
+            if (!host_.FreeBuffers(*this)) {
+                RejectFrame(ServerError::OutOfBuffers);
+                return false;
+            }
+            reader_.Retry();
+            return true;
+        case FrameReader::State::TooLarge:
+            RejectFrame(ServerError::FrameTooLarge);
+            return false;
+        case FrameReader::State::Broken:
+            break;
     }
+    Close();
+    return false;
+}
+
+void Connection::Submit() {
+    Enter(State::Working);
+    host_.Submit({id_, address_, token_, reader_.Take(), nullptr});
+}
+
+void Connection::RejectFrame(ServerError error) {
     closing_ = true;
-    const bool tooLarge = reader_.GetState() == FrameReader::State::TooLarge;
-    Send(host_.ErrorReply(tooLarge ? ServerError::FrameTooLarge : ServerError::OutOfBuffers,
-                          reader_.Header().plainLength != 0));
+    const bool enciphered = reader_.Take().header.plainLength != 0;  // and its buffer is given back
+    Send(host_.ErrorReply(error, enciphered));
 }
 
 }  // namespace CQXSERVER::network

@@ -60,6 +60,7 @@ bool Connection::WriteSome(std::string_view body) {
     }
     const auto written = static_cast<std::size_t>(count);
     moved_ += written;
+    lastMove_ = host_.Now();
     if (reply_->streamed) {
         reply_->streamed->Skip(written - std::min(written, headerLeft));
     }

@@ -7,10 +7,17 @@ namespace CQXSERVER::network {
 
 using CQXBASE::kFrameHeaderSize;
 
-FrameReader::FrameReader(std::size_t maxBodyBytes, ByteBudget& budget)
-    : maxBodyBytes_(maxBodyBytes), budget_(&budget), frame_{{}, {}, ByteLease(budget)} {}
+FrameReader::FrameReader(std::size_t maxBodyBytes, ByteBudget& budget, ByteBudget& strangers)
+    : maxBodyBytes_(maxBodyBytes),
+      budget_(&budget),
+      strangers_(&strangers),
+      frame_{{}, {}, ByteLease(budget)} {}
 
 std::size_t FrameReader::Feed(const char* bytes, std::size_t count) {
+    if (state_ == State::Partial && !Begun()) {
+        admitted_ = false;
+        frame_.lease = strange_ ? ByteLease(*strangers_, 0) : ByteLease(*budget_);
+    }
     std::size_t taken = 0;
     if (state_ == State::Partial && frame_.bytes.size() < kFrameHeaderSize) {
         taken = Append(bytes, count, kFrameHeaderSize);
@@ -19,18 +26,30 @@ std::size_t FrameReader::Feed(const char* bytes, std::size_t count) {
         }
     }
     if (state_ == State::Partial && frame_.bytes.size() >= kFrameHeaderSize) {
-        const std::size_t target = kFrameHeaderSize + frame_.header.bodyLength;
-        taken += Append(bytes + taken, count - taken, target);
-        if (state_ == State::Partial && frame_.bytes.size() == target) {
-            state_ = State::Complete;
+        taken += Append(bytes + taken, count - taken, Target());
+        if (state_ == State::Partial && frame_.bytes.size() == Target()) {
+            const bool whole = frame_.bytes.size() == kFrameHeaderSize + frame_.header.bodyLength;
+            state_ = whole ? State::Complete : State::Unadmitted;
         }
     }
     return taken;
 }
 
+void FrameReader::Admit() noexcept {
+    admitted_ = true;
+    frame_.lease = ByteLease(*budget_);
+    state_ = State::Partial;
+}
+
 ReceivedFrame FrameReader::Take() {
     state_ = State::Partial;
     return std::exchange(frame_, ReceivedFrame{{}, {}, ByteLease(*budget_)});
+}
+
+/// Where the frame ends, or the part of it that needs nobody's leave.
+std::size_t FrameReader::Target() const noexcept {
+    const std::size_t body = frame_.header.bodyLength;
+    return kFrameHeaderSize + (admitted_ ? body : std::min(body, kSmallBody));
 }
 
 std::size_t FrameReader::Append(const char* bytes, std::size_t count, std::size_t target) {

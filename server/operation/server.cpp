@@ -1,8 +1,6 @@
 #include "server/operation/server.h"
 
 #include <algorithm>
-#include <iterator>
-#include <new>
 #include <thread>
 #include <utility>
 
@@ -17,10 +15,17 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::size_t kScratchBytes = 64 * kKiB;
-constexpr std::size_t kRejectedAtOnce = 64;  ///< connections beyond these are closed without a word
 /// Descriptors for the listener, files, database connections and connections being rejected.
 constexpr std::size_t kOtherHandles = 512;
 constexpr unsigned kFewestWorkers = 8;
+constexpr unsigned kStrangersWorkers = 1;
+/// Logins that wait in one lane: about 25 s for one worker.
+constexpr std::size_t kWaitingLogins = 256;
+
+/// Some of the beginnings of frames that fill all places of connections.
+std::size_t StrangersBytes(const Limits& limits) {
+    return std::max(kMiB, limits.maxBufferedBytes / 64);
+}
 
 unsigned WorkerCount(unsigned wanted) {
     return wanted != 0 ? wanted : std::max(kFewestWorkers, 2 * std::thread::hardware_concurrency());
@@ -53,8 +58,10 @@ Server::Server(ServerOptions options, Clock clock)
       services_(options_, clock_),
       loop_(options_.limits.maxConnections + kOtherHandles),
       scratch_(kScratchBytes, '\0'),
-      workers_(WorkerCount(options_.workers)),
-      loginWorkers_(std::max(1U, options_.loginWorkers)) {
+      strangersBuffers_(StrangersBytes(options_.limits)),
+      strangersWorkers_(kStrangersWorkers, options_.limits.maxConnections),
+      loginWorkers_(std::max(1U, options_.loginWorkers), kWaitingLogins),
+      workers_(WorkerCount(options_.workers), options_.limits.maxConnections) {
     CQXBASE::platform::console::IgnoreBrokenPipes();
     stop_.emplace_back([this] { BeginStop(); });
     listener_ = std::make_unique<network::Listener>(
@@ -87,146 +94,9 @@ void Server::Stop() {
 void Server::LogStatistics() const {
     LogAt(Poco::Message::PRIO_NOTICE, "connections: ", stats_.open, " open, ", stats_.accepted,
           " accepted, ", stats_.refused, " refused, ", stats_.displaced, " displaced, ",
-          stats_.timedOut, " timed out; sessions: ", services_.sessions.Count(),
-          "; requests: ", stats_.running, " running, ", stats_.requests, " in all");
-}
-
-void Server::Submit(network::Request request) {
-    underWay_.push_back({std::move(request), {}, {}});
-    const auto work = std::prev(underWay_.end());
-    try {
-        Hand(work,
-             requests::RequestHandler::IsLogin(work->request.Code()) ? loginWorkers_ : workers_);
-    } catch (...) {
-        underWay_.erase(work);
-        throw;
-    }
-    ++stats_.requests;
-    ++stats_.running;
-}
-
-/// Prepared now, so that the call can't fail.
-network::ReplyBody::Wake Server::Waker(network::ConnectionId id) {
-    const auto tasks = std::make_shared<network::EventLoop::Tasks>();
-    tasks->emplace_back([this, id] {
-        const auto found = connections_.find(id);
-        if (found != connections_.end()) {
-            found->second->Continue();
-        }
-    });
-    return [this, tasks] { loop_.Post(*tasks); };
-}
-
-/// Lets a worker serve the request, or go on with what was put off.
-void Server::Hand(Place work, requests::WorkerPool& pool) {
-    if (work->delivery.empty()) {
-        work->delivery.emplace_back([this, work] { Complete(work); });
-    }
-    pool.Submit([this, work] {
-        const auto later = std::exchange(work->outcome.later, {});
-        work->outcome = later ? services_.handler.Resume(work->request, later)
-                              : services_.handler.Handle(work->request);
-        loop_.Post(work->delivery);
-    });
-}
-
-void Server::Complete(Place work) {
-    if (work->outcome.later && Postpone(work)) {
-        return;
-    }
-    std::list<UnderWay> done;
-    done.splice(done.end(), underWay_, work);
-    --stats_.running;
-    const network::ConnectionId id = work->request.connection;
-    const auto found = connections_.find(id);
-    if (found != connections_.end()) {
-        if (!work->outcome.token.empty()) {
-            newcomers_.erase(id);
-        }
-        found->second->Finish(std::move(work->outcome));
-    }
-}
-
-/// Has the rest of the work done when its time has come; false when there is no memory for that.
-bool Server::Postpone(Place work) {
-    try {
-        loop_.At(SteadyNow() + work->outcome.wait, [this, work] { Hand(work, loginWorkers_); });
-        return true;
-    } catch (const std::bad_alloc&) {
-        LogError("connection ", work->request.connection, ": out of memory");
-        return false;
-    }
-}
-
-/// Makes room by closing the oldest connection that has neither logged in nor asked for anything
-/// now, so that a crowd of strangers does not keep users out. False when there is none.
-bool Server::DisplaceNewcomer() {
-    const auto found =
-        std::find_if(newcomers_.begin(), newcomers_.end(),
-                     [this](network::ConnectionId id) { return connections_.at(id)->Waits(); });
-    if (found == newcomers_.end()) {
-        return false;
-    }
-    ++stats_.displaced;
-    connections_.at(*found)->Close();
-    return true;
-}
-
-void Server::Retire(network::ConnectionId id) {
-    newcomers_.erase(id);
-    for (Connections* const each : {&connections_, &rejected_}) {
-        const auto found = each->find(id);
-        if (found != each->end()) {
-            LogDebug("connection ", id, ": closed");
-            retired_.push_back(std::move(found->second));
-            each->erase(found);
-        }
-    }
-    stats_.open = connections_.size();
-}
-
-network::ReplyFrame Server::ErrorReply(ServerError error, bool enciphered) const {
-    return services_.encoder.EncodeError(error, enciphered);
-}
-
-void Server::Accept(const ACE_SOCK_Stream& peer, const std::string& address) {
-    const network::ConnectionId id = ++lastId_;
-    const bool full = connections_.size() >= options_.limits.maxConnections && !DisplaceNewcomer();
-    network::ConnectionHost& host = *this;
-    std::unique_ptr<network::Connection> connection;
-    try {
-        // So that Retire can't fail.
-        retired_.reserve(retired_.size() + connections_.size() + rejected_.size() + 1);
-        connection = std::make_unique<network::Connection>(id, peer, address, host);
-    } catch (const std::bad_alloc&) {
-        ACE_SOCK_Stream(peer).close();
-        throw;
-    }
-    network::Connection& opened = *connection;
-    ++stats_.accepted;
-    stats_.refused += full ? 1 : 0;
-    if (full && rejected_.size() >= kRejectedAtOnce) {
-        return;
-    }
-    LogDebug("connection ", id, ": from ", address, full ? ", one too many" : "");
-    Enlist(std::move(connection), id, full);
-    if (opened.Open(loop_.Reactor()) && full) {
-        opened.Reject(ServerError::TooManyConnections);
-    }
-    stats_.open = connections_.size();
-}
-
-void Server::Enlist(std::unique_ptr<network::Connection> connection, network::ConnectionId id,
-                    bool full) {
-    if (!full) {
-        newcomers_.insert(id);
-    }
-    try {
-        (full ? rejected_ : connections_).emplace(id, std::move(connection));
-    } catch (...) {
-        newcomers_.erase(id);
-        throw;
-    }
+          stats_.timedOut, " timed out, ", stats_.stalled,
+          " stalled; sessions: ", services_.sessions.Count(), "; requests: ", stats_.running,
+          " running, ", stats_.requests, " in all");
 }
 
 void Server::Tick() {
@@ -236,6 +106,7 @@ void Server::Tick() {
             ++stats_.timedOut;
         }
     }
+    KeepBuffersFree();
     if (listener_ != nullptr) {
         listener_->Resume();
     }
@@ -259,16 +130,6 @@ void Server::BeginStop() {
 bool Server::Finished() const {
     const bool idle = connections_.empty() && stats_.running == 0;
     return stopping_ && (idle || SteadyNow() >= graceEnd_);
-}
-
-std::vector<network::Connection*> Server::AllConnections() const {
-    std::vector<network::Connection*> all;
-    for (const Connections* const table : {&connections_, &rejected_}) {
-        for (const auto& [id, connection] : *table) {
-            all.push_back(connection.get());
-        }
-    }
-    return all;
 }
 
 }  // namespace CQXSERVER::operation

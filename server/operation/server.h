@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <list>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -16,6 +17,7 @@
 #include "server/network/listener.h"
 #include "server/operation/server_stats.h"
 #include "server/operation/services.h"
+#include "server/requests/canceller.h"
 #include "server/requests/worker_pool.h"
 #include "server/server_options.h"
 
@@ -42,6 +44,7 @@ class Server : private network::ConnectionHost {
     void Stop();
     void LogStatistics() const;
     const ServerStats& Stats() const noexcept { return stats_; }
+    std::size_t Sessions() const { return services_.sessions.Count(); }
     sessions::AccountStore& Accounts() noexcept { return services_.accounts; }
 
   private:
@@ -51,10 +54,14 @@ class Server : private network::ConnectionHost {
         network::Request request;
         network::Outcome outcome;
         network::EventLoop::Tasks delivery;
+        requests::WorkerPool* pool = nullptr;  ///< where it was handed to last
+        requests::WorkerPool::Ticket ticket;
+        bool gone = false;  ///< the client is, so that nobody awaits the outcome
     };
     using Place = std::list<UnderWay>::iterator;
     using Connections =
         std::unordered_map<network::ConnectionId, std::unique_ptr<network::Connection>>;
+    using Groups = std::map<std::string, std::set<network::ConnectionId>>;
 
     void Submit(network::Request request) override;
     void Retire(network::ConnectionId id) override;
@@ -62,21 +69,32 @@ class Server : private network::ConnectionHost {
     TimePoint Now() const override { return clock_(); }
     const Limits& GetLimits() const override { return options_.limits; }
     ByteBudget& Buffers() override { return services_.buffers; }
+    ByteBudget& StrangersBuffers() override { return strangersBuffers_; }
+    ServerError Admit(const network::FrameReader& frame, const std::string& token) override;
+    bool FreeBuffers(const network::Connection& asking) override;
     std::string& Scratch() override { return scratch_; }
     bool Stopping() const override { return stopping_; }
     network::ReplyBody::Wake Waker(network::ConnectionId id) override;
 
     void Accept(const ACE_SOCK_Stream& peer, const std::string& address);
-    void Enlist(std::unique_ptr<network::Connection> connection, network::ConnectionId id,
-                bool full);
-    void Hand(Place work, requests::WorkerPool& pool);
+    void Enlist(std::unique_ptr<network::Connection> connection, bool full);
+    static void Remove(Groups& groups, const std::string& name, network::ConnectionId id) noexcept;
+    static Groups::const_iterator Largest(const Groups& groups) noexcept;
+    void NoteAccount(network::Connection& connection, const std::string& token) noexcept;
+    void Hand(Place work, const network::Lane& lane);
+    requests::WorkerPool& PoolOf(network::Crew crew) noexcept;
+    network::Lane FirstLane(const network::Request& request) const;
     void Complete(Place work);
-    bool Postpone(Place work);
+    bool GoOn(Place work);
+    void Abandon(Place work) noexcept;
     void Tick();
     void BeginStop();
     bool Finished() const;
     std::vector<network::Connection*> AllConnections() const;
+    bool FreeBuffers(const ByteBudget& budget, const network::Connection* besides);
+    void KeepBuffersFree();
     bool DisplaceNewcomer();
+    bool DisplaceIdleUser();
 
     const ServerOptions options_;
     const Clock clock_;
@@ -84,11 +102,15 @@ class Server : private network::ConnectionHost {
     Services services_;
     network::EventLoop loop_;
     std::string scratch_;
+    ByteBudget strangersBuffers_;
     Connections connections_;
-    std::set<network::ConnectionId> newcomers_;  ///< of connections_: those without a login yet
-    Connections rejected_;                       ///< over the limit, being told so
+    // Of connections_:
+    Groups newcomers_;      ///< those without a login, by their address
+    Groups users_;          ///< the others, by their account
+    Connections rejected_;  ///< over the limit, being told so
     std::vector<std::unique_ptr<network::Connection>> retired_;
-    std::list<UnderWay> underWay_;    ///< an element belongs to its worker until it is delivered
+    std::list<UnderWay> underWay_;  ///< an element belongs to its worker until it is delivered
+    std::unordered_map<network::ConnectionId, Place> working_;  ///< of connections_, in underWay_
     network::EventLoop::Tasks stop_;  ///< what Stop posts, made in time as well
     network::ConnectionId lastId_ = 0;
     bool stopping_ = false;
@@ -96,8 +118,10 @@ class Server : private network::ConnectionHost {
     std::unique_ptr<network::Listener> listener_;
     std::uint16_t port_ = 0;
     // The last members, so that their threads end before what they use.
-    requests::WorkerPool workers_;
+    requests::Canceller canceller_;
+    requests::WorkerPool strangersWorkers_;
     requests::WorkerPool loginWorkers_;
+    requests::WorkerPool workers_;
 };
 
 }  // namespace CQXSERVER::operation

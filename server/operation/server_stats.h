@@ -15,6 +15,7 @@ struct ServerStats {
     std::atomic<std::uint64_t> requests{0};
     std::atomic<std::uint64_t> running{0};   ///< requests at the moment
     std::atomic<std::uint64_t> timedOut{0};  ///< connections closed for silence or slowness
+    std::atomic<std::uint64_t> stalled{0};   ///< those closed since others needed their buffers
 };
 
 }  // namespace CQXSERVER::operation

@@ -37,14 +37,14 @@ network::Outcome CommandService::Serve(const network::Request& request,
 
 template <class Commands>
 network::Outcome CommandService::ServeAny(const network::Request& request, Commands& commands) {
-    const std::string account = Authorize(commands);
+    const Caller caller = Authorize(request, commands);
     if (request.Code() == CQXBASE::kExecute || request.Code() == CQXBASE::kExecuteList) {
         CQXBASE::QXSimpleMsg status(std::wstring(), 0);
-        return Reply(request, Execute(account, commands), status, commands.Token());
+        return Reply(request, Execute(caller, commands), status, commands.Token());
     }
     QXRecordset rs;
     StreamedReply streamed(encoder_, request.Enciphered());
-    const DatabaseAnswer answer = Query(account, commands, rs, maxResultBytes_, streamed.Sink());
+    const DatabaseAnswer answer = Query(caller, commands, rs, maxResultBytes_, streamed.Sink());
     if (streamed.Begun() && answer.code == 0) {
         network::Outcome outcome;
         outcome.token = CQXBASE::WideToUtf8(commands.Token());
@@ -56,18 +56,18 @@ network::Outcome CommandService::ServeAny(const network::Request& request, Comma
 }
 
 network::Outcome CommandService::Batch(const network::Request& request, QXCommandList& list) {
-    const std::string account = Authorize(list);
+    const Caller caller = Authorize(request, list);
     QXRsList results;
-    const DatabaseAnswer answer = requests::Batch(account, list, results, maxResultBytes_);
+    const DatabaseAnswer answer = requests::Batch(caller, list, results, maxResultBytes_);
     return Reply(request, answer, results, list.Token());
 }
 
 template <class Commands>
-std::string CommandService::Authorize(Commands& commands) {
+Caller CommandService::Authorize(const network::Request& request, Commands& commands) {
     const sessions::Session session = sessions_.Require(CQXBASE::WideToUtf8(commands.Token()));
     const sessions::Account account = logins_.AccountOf(session);
     commands.SetSysDataSrc(databases_.Resolve(commands.SysDataSrc(), account, session.database));
-    return account.name;
+    return {account.name, request.cancellation.get()};
 }
 
 network::Outcome CommandService::Reply(const network::Request& request,

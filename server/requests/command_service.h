@@ -29,9 +29,9 @@ class CommandService {
     template <class Commands>
     network::Outcome ServeAny(const network::Request& request, Commands& commands);
     /// Checks the token that the commands carry, puts the data source to use in the place of
-    /// theirs, and gives the name of the account.
+    /// theirs, and tells for whom they run.
     template <class Commands>
-    std::string Authorize(Commands& commands);
+    Caller Authorize(const network::Request& request, Commands& commands);
     network::Outcome Batch(const network::Request& request, CQXDB::QXCommandList& list);
     network::Outcome Reply(const network::Request& request, const DatabaseAnswer& answer,
                            CQXBASE::QXIOBase& record, const std::wstring& token) const;

@@ -9,31 +9,32 @@ namespace {
 using namespace CQXDB;
 
 template <class Manager, class Work>
-DatabaseAnswer RunOn(const std::string& account, Work work) {
+DatabaseAnswer RunOn(const Caller& caller, Work work) {
     Manager manager;
-    manager.SetSessionUser(account);
+    manager.SetSessionUser(caller.account);
+    manager.SetCancellation(caller.cancellation);
     work(manager);
     return {manager.errNumber(), manager.errDesc()};
 }
 
 template <class Work>
-DatabaseAnswer Run(const std::string& account, const QXDataSource& dataSource, Work work) {
+DatabaseAnswer Run(const Caller& caller, const QXDataSource& dataSource, Work work) {
     const bool embedded =
         dataSource.type == CQXDB_DS_EMBEDDED && dataSource.driver == CQXDB_DRIVER_DEFAULT;
-    return embedded ? RunOn<DBMgr>(account, work) : RunOn<DBMgrWithPOCO>(account, work);
+    return embedded ? RunOn<DBMgr>(caller, work) : RunOn<DBMgrWithPOCO>(caller, work);
 }
 
 template <class Commands>
-DatabaseAnswer ExecuteAny(const std::string& account, Commands& commands) {
-    return Run(account, commands.SysDataSrc(), [&](auto& manager) { manager.Execute(&commands); });
+DatabaseAnswer ExecuteAny(const Caller& caller, Commands& commands) {
+    return Run(caller, commands.SysDataSrc(), [&](auto& manager) { manager.Execute(&commands); });
 }
 
 template <class Commands>
-DatabaseAnswer QueryAny(const std::string& account, Commands& commands, QXRecordset& rs,
+DatabaseAnswer QueryAny(const Caller& caller, Commands& commands, QXRecordset& rs,
                         std::size_t maxBytes, const RowSink& sink) {
     rs.setPageSize(commands.PageSize());
     rs.setCurrentPage(commands.PageNo());
-    return Run(account, commands.SysDataSrc(), [&](auto& manager) {
+    return Run(caller, commands.SysDataSrc(), [&](auto& manager) {
         manager.SetMaxResultBytes(maxBytes);
         manager.SetRowSink(&sink);
         manager.OpenQuery(&commands, rs);
@@ -42,23 +43,23 @@ DatabaseAnswer QueryAny(const std::string& account, Commands& commands, QXRecord
 
 }  // namespace
 
-DatabaseAnswer Execute(const std::string& account, QXCommand& command) {
-    return ExecuteAny(account, command);
+DatabaseAnswer Execute(const Caller& caller, QXCommand& command) {
+    return ExecuteAny(caller, command);
 }
-DatabaseAnswer Execute(const std::string& account, QXCommandList& list) {
-    return ExecuteAny(account, list);
+DatabaseAnswer Execute(const Caller& caller, QXCommandList& list) {
+    return ExecuteAny(caller, list);
 }
-DatabaseAnswer Query(const std::string& account, QXCommand& command, QXRecordset& rs,
+DatabaseAnswer Query(const Caller& caller, QXCommand& command, QXRecordset& rs,
                      std::size_t maxBytes, const RowSink& sink) {
-    return QueryAny(account, command, rs, maxBytes, sink);
+    return QueryAny(caller, command, rs, maxBytes, sink);
 }
-DatabaseAnswer Query(const std::string& account, QXCommandList& list, QXRecordset& rs,
+DatabaseAnswer Query(const Caller& caller, QXCommandList& list, QXRecordset& rs,
                      std::size_t maxBytes, const RowSink& sink) {
-    return QueryAny(account, list, rs, maxBytes, sink);
+    return QueryAny(caller, list, rs, maxBytes, sink);
 }
-DatabaseAnswer Batch(const std::string& account, QXCommandList& list, QXRsList& out,
+DatabaseAnswer Batch(const Caller& caller, QXCommandList& list, QXRsList& out,
                      std::size_t maxBytes) {
-    return Run(account, list.SysDataSrc(), [&](auto& manager) {
+    return Run(caller, list.SysDataSrc(), [&](auto& manager) {
         manager.SetMaxResultBytes(maxBytes);
         manager.BatchQry(&list, out);
     });

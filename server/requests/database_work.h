@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include <qxdb/Cancellation.h>
 #include <qxdb/QXCommandList.h>
 #include <qxdb/QXDataSource.h>
 #include <qxdb/QXRsList.h>
@@ -16,19 +17,24 @@ struct DatabaseAnswer {
     std::wstring text;
 };
 
-// The commands carry the data source they run on. What they leave in the session of a connection is
-// for `account` alone. Any thread.
-DatabaseAnswer Execute(const std::string& account, CQXDB::QXCommand& command);
-DatabaseAnswer Execute(const std::string& account, CQXDB::QXCommandList& list);
+/// For whom commands run.
+struct Caller {
+    std::string account;  ///< what they leave in the session of a connection is for it alone
+    CQXDB::Cancellation* cancellation = nullptr;  ///< borrowed; null where nobody cancels
+};
+
+// The commands carry the data source they run on. Any thread.
+DatabaseAnswer Execute(const Caller& caller, CQXDB::QXCommand& command);
+DatabaseAnswer Execute(const Caller& caller, CQXDB::QXCommandList& list);
 
 // `maxBytes` bounds the memory of the rows; beyond it the answer is DBMGR_RESULT_TOO_LARGE.
 /// Both set the recordset's page by the command's. `sink` gets the first rows of a large result,
 /// where the database hands them out one by one; `rs` the others.
-DatabaseAnswer Query(const std::string& account, CQXDB::QXCommand& command, CQXDB::QXRecordset& rs,
+DatabaseAnswer Query(const Caller& caller, CQXDB::QXCommand& command, CQXDB::QXRecordset& rs,
                      std::size_t maxBytes, const CQXDB::RowSink& sink);
-DatabaseAnswer Query(const std::string& account, CQXDB::QXCommandList& list, CQXDB::QXRecordset& rs,
+DatabaseAnswer Query(const Caller& caller, CQXDB::QXCommandList& list, CQXDB::QXRecordset& rs,
                      std::size_t maxBytes, const CQXDB::RowSink& sink);
-DatabaseAnswer Batch(const std::string& account, CQXDB::QXCommandList& list, CQXDB::QXRsList& out,
+DatabaseAnswer Batch(const Caller& caller, CQXDB::QXCommandList& list, CQXDB::QXRsList& out,
                      std::size_t maxBytes);
 
 DatabaseAnswer Probe(const CQXDB::QXDataSource& dataSource);

@@ -7,6 +7,7 @@
 #include <Poco/Exception.h>
 #include <ace/Message_Block.h>
 
+#include "messages/command_token.h"
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
 #include "server/log.h"
@@ -21,6 +22,20 @@ using CQXBASE::QXOneString;
 using CQXBASE::ReceivedBody;
 
 constexpr std::size_t kLongestLoggedText = 200;  ///< characters
+
+/// Throws RequestRefused.
+void CheckServed(std::uint32_t code) {
+    if (!CQXBASE::IsRequest(code)) {
+        throw RequestRefused(ServerError::UnknownRequest);
+    }
+    if (code == CQXBASE::kOtpData || code == CQXBASE::kOneString) {
+        throw RequestRefused(ServerError::NotSupported);
+    }
+}
+
+std::string_view BodyOf(const network::Request& request) noexcept {
+    return std::string_view(request.frame.bytes).substr(CQXBASE::kFrameHeaderSize);
+}
 
 /// A block that wraps a frame without copying it.
 class FrameBlock {
@@ -45,8 +60,39 @@ RequestHandler::RequestHandler(sessions::LoginService& logins, CommandService& c
       encoder_(encoder),
       mostMemory_(mostMemory) {}
 
-bool RequestHandler::IsLogin(std::uint32_t code) noexcept {
-    return code == CQXBASE::kLogin || code == CQXBASE::kVirtualLogin;
+bool RequestHandler::IsCommand(std::uint32_t code) noexcept {
+    const CQXBASE::BodyClass body = CQXBASE::BodyOf(code);
+    return body == CQXBASE::BodyClass::Command || body == CQXBASE::BodyClass::CommandList;
+}
+
+ServerError RequestHandler::Admit(const network::FrameReader& frame,
+                                  const std::string& token) const noexcept {
+    const CQXBASE::FrameHeader& header = frame.Header();
+    try {
+        if (IsCommand(header.typeCode) && sessions_.AccountOf(token).empty()) {
+            std::string plain;
+            if (header.plainLength != 0) {
+                encoder_.Cipher().DecipherOn(frame.Body(), plain);
+            }
+            const std::string_view body = header.plainLength != 0 ? plain : frame.Body();
+            RequireSession(CQXBASE::CommandToken(body.data(), body.size(),
+                                                 header.plainLength != 0 || header.littleEndian));
+        } else if (header.typeCode == CQXBASE::kSendText) {
+            sessions_.Require(token);
+        } else if (!IsCommand(header.typeCode)) {
+            CheckServed(header.typeCode);
+            const bool login =
+                CQXBASE::ExpectedReply(header.typeCode) == CQXBASE::BodyClass::SesInfo;
+            return login ? ServerError::MalformedLogin : ServerError::FrameTooLarge;
+        }
+        return ServerError::None;
+    } catch (const RequestRefused& e) {
+        return e.Error();
+    } catch (const std::bad_alloc&) {
+        return ServerError::OutOfBuffers;
+    } catch (const std::exception&) {
+        return ServerError::UndecipherableBody;
+    }
 }
 
 network::Outcome RequestHandler::Handle(network::Request& request) noexcept {
@@ -92,42 +138,92 @@ network::Outcome RequestHandler::Guarded(const network::Request& request, Serve 
 
 network::Outcome RequestHandler::Dispatch(network::Request& request) {
     const std::uint32_t code = request.Code();
-    if (!CQXBASE::IsRequest(code)) {
-        throw RequestRefused(ServerError::UnknownRequest);
+    CheckServed(code);
+    if (IsCommand(code)) {
+        return Command(request);
     }
-    if (code == CQXBASE::kOtpData || code == CQXBASE::kOneString) {
-        throw RequestRefused(ServerError::NotSupported);
+    // Who may ask at all is known before the body is looked at.
+    if (code == CQXBASE::kSendText) {
+        logins_.AccountOf(sessions_.Require(request.token));
+    } else if (code == CQXBASE::kVirtualLogout && sessions_.AccountOf(request.token).empty()) {
+        throw RequestRefused(ServerError::NotLoggedIn);
     }
     RequestMemory memory(encoder_.Budget(), mostMemory_);
-    const MessageHolder message = Decode(request, memory);
+    const std::string plain = Plain(request, memory);
+    const MessageHolder message = Decode(request, plain, memory);
     if (code == CQXBASE::kHandshake) {
         return Shake(request);
     }
-    const auto* const one = message.As<QXOneString>();
-    if (one == nullptr) {
-        return commands_.Serve(request, message);
-    }
+    const std::wstring& text = message.As<QXOneString>()->value;
     if (code == CQXBASE::kSendText) {
-        return TakeText(request, one->value);
+        return TakeText(request, text);
     }
-    return IsLogin(code) ? logins_.Login(request, one->value) : Logout(request, one->value);
+    return code == CQXBASE::kVirtualLogout ? Logout(request, text) : logins_.Login(request, text);
 }
 
-MessageHolder RequestHandler::Decode(network::Request& request, RequestMemory& memory) const {
-    const std::string bytes = std::move(request.frame.bytes);
+/// On a connection without a login a command is only looked at, and runs where those of its account
+/// do.
+network::Outcome RequestHandler::Command(network::Request& request) {
+    if (!request.token.empty()) {
+        return RunCommand(request);
+    }
     std::string plain;
     if (request.Enciphered()) {
+        encoder_.Cipher().DecipherOn(BodyOf(request).substr(0, network::FrameReader::kSmallBody),
+                                     plain);
+    }
+    const std::string_view body = request.Enciphered() ? std::string_view(plain) : BodyOf(request);
+    const std::optional<std::wstring> token = CQXBASE::CommandToken(
+        body.data(), body.size(), request.Enciphered() || request.frame.header.littleEndian);
+    RequireSession(token);
+    return {std::nullopt,
+            request.token,
+            [this, &request] { return RunCommand(request); },
+            {network::Crew::Databases, sessions_.AccountOf(CQXBASE::WideToUtf8(*token)), false}};
+}
+
+network::Outcome RequestHandler::RunCommand(network::Request& request) {
+    RequestMemory memory(encoder_.Budget(), mostMemory_);
+    const std::string plain = Plain(request, memory);
+    const std::string_view body = request.Enciphered() ? std::string_view(plain) : BodyOf(request);
+    RequireSession(CQXBASE::CommandToken(
+        body.data(), body.size(), request.Enciphered() || request.frame.header.littleEndian));
+    const MessageHolder message = Decode(request, plain, memory);
+    return commands_.Serve(request, message);
+}
+
+/// Nothing is decoded for whoever has no session.
+void RequestHandler::RequireSession(const std::optional<std::wstring>& token) const {
+    if (!token) {
+        throw RequestRefused(ServerError::UndecodableBody);
+    }
+    sessions_.Require(CQXBASE::WideToUtf8(*token));
+}
+
+/// The deciphered body, for which the frame's bytes are given up; "" for one that came plain.
+std::string RequestHandler::Plain(network::Request& request, RequestMemory& memory) const {
+    std::string plain;
+    if (request.Enciphered()) {
+        if (!memory.TakeBesides(BodyOf(request).size())) {
+            throw RequestRefused(ServerError::OutOfBuffers);
+        }
         try {
-            plain = encoder_.Cipher().Decipher(
-                std::string_view(bytes).substr(CQXBASE::kFrameHeaderSize));
+            plain = encoder_.Cipher().Decipher(BodyOf(request));
         } catch (const Poco::Exception&) {
             throw RequestRefused(ServerError::UndecipherableBody);
         }
         if (plain.size() != request.frame.header.plainLength) {
             throw RequestRefused(ServerError::UndecipherableBody);
         }
+        request.frame.bytes = std::string();
+        request.frame.lease.Release();
     }
-    const FrameBlock block(bytes);
+    return plain;
+}
+
+MessageHolder RequestHandler::Decode(const network::Request& request, const std::string& plain,
+                                     RequestMemory& memory) const {
+    const FrameBlock block(request.frame.bytes);
     MessageHolder message =
         MessageHolder::Request(request.Code(),
                                request.Enciphered() ? ReceivedBody::Raw(plain.data(), plain.size())

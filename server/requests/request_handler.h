@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "messages/message_holder.h"
@@ -22,23 +23,33 @@ class RequestHandler {
                    sessions::SessionTable& sessions, const network::ReplyEncoder& encoder,
                    std::size_t mostMemory);
 
-    /// Lets no exception out: what goes wrong becomes an error reply. Uses the frame's bytes up.
+    /// Whether the rest of a large frame is taken from a connection with `token`, for which the
+    /// session has to be known: ServerError::None, or why it is not.
+    ServerError Admit(const network::FrameReader& frame, const std::string& token) const noexcept;
+
+    /// Lets no exception out: what goes wrong becomes an error reply. May use the frame's bytes up,
+    /// unless the outcome is to be gone on with: then `request` has to stay where it is.
     network::Outcome Handle(network::Request& request) noexcept;
     /// Runs what an earlier outcome left for later, in the same way.
     network::Outcome Resume(const network::Request& request,
                             const std::function<network::Outcome()>& later) noexcept;
 
+    /// True for commands, queries and batches.
+    static bool IsCommand(std::uint32_t code) noexcept;
+
     /// An error reply; no reply at all when there is no memory for one.
     network::Outcome Refuse(const network::Request& request, ServerError error) const noexcept;
-
-    /// True for the requests that check a password, which is slow and needs no database.
-    static bool IsLogin(std::uint32_t code) noexcept;
 
   private:
     template <class Serve>
     network::Outcome Guarded(const network::Request& request, Serve serve) noexcept;
     network::Outcome Dispatch(network::Request& request);
-    CQXBASE::MessageHolder Decode(network::Request& request, RequestMemory& memory) const;
+    network::Outcome Command(network::Request& request);
+    network::Outcome RunCommand(network::Request& request);
+    std::string Plain(network::Request& request, RequestMemory& memory) const;
+    CQXBASE::MessageHolder Decode(const network::Request& request, const std::string& plain,
+                                  RequestMemory& memory) const;
+    void RequireSession(const std::optional<std::wstring>& token) const;
     network::Outcome TakeText(const network::Request& request, const std::wstring& text);
     network::Outcome Shake(const network::Request& request);
     network::Outcome Logout(const network::Request& request, const std::wstring& login);

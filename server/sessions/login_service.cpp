@@ -72,16 +72,20 @@ network::Outcome LoginService::Login(const network::Request& request, const std:
     if (!credentials) {
         return Refuse(attempt, ServerError::MalformedLogin);
     }
-    std::chrono::milliseconds wait(0);
+    LoginThrottle::Turn turn{};
     try {
-        wait = throttle_.Admit(attempt.credentials.user, attempt.address);
+        turn = throttle_.Admit(attempt.credentials.user, attempt.address);
     } catch (const RequestRefused& e) {
         return Refuse(attempt, e.Error());
     }
-    if (wait.count() == 0) {
-        return Check(attempt);
-    }
-    return {std::nullopt, request.token, wait, [this, attempt] { return Check(attempt); }};
+    // An account that is known at an address has a lane of its own: strangers there don't fill it.
+    const std::string lane =
+        turn.known ? attempt.address + '\n' + attempt.credentials.user : attempt.address;
+    return {std::nullopt,
+            request.token,
+            [this, attempt] { return Check(attempt); },
+            {network::Crew::Logins, lane, turn.known},
+            turn.wait};
 }
 
 Account LoginService::AccountOf(const Session& session) {

@@ -40,7 +40,8 @@ class LoginService {
     LoginService(AccountStore& accounts, SessionTable& sessions, LoginThrottle& throttle,
                  DatabaseOfLogin databaseOf, const network::ReplyEncoder& encoder);
 
-    /// A session reply under the request's own code, a refused login's too, maybe after a wait.
+    /// A session reply under the request's own code, a refused login's too. Where a password is to
+    /// be checked it is left for later, to be done by Crew::Logins.
     network::Outcome Login(const network::Request& request, const std::wstring& login);
 
     /// The account of a session. Throws RequestRefused when it is no longer what logged in.

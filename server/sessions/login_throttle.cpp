@@ -1,7 +1,11 @@
 #include "server/sessions/login_throttle.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
+
+#include <ace/OS_NS_arpa_inet.h>
+#include <ace/os_include/sys/os_socket.h>
 
 #include "server/server_error.h"
 
@@ -11,10 +15,24 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::size_t kTidyAbove = 10000;  ///< records; a table this small is not worth the walk
+/// Failures beyond the free ones are counted up to here, so that an address is free again so many
+/// times kFade after an attack.
+constexpr unsigned kMostCounted = 15;
 
-/// An address has no line break, so the two kinds of key never meet.
-std::string PairKey(const std::string& account, const std::string& address) {
-    return address + '\n' + account;
+/// A host has as many IPv6 addresses as it likes within its network.
+std::string NetworkOf(const std::string& address) {
+    constexpr std::size_t kNetworkBytes = 8;
+    std::array<char, 16> bytes{};
+    if (address.find('.') != std::string::npos ||
+        ACE_OS::inet_pton(AF_INET6, address.c_str(), bytes.data()) != 1) {
+        return address;
+    }
+    return std::string(bytes.data(), kNetworkBytes);
+}
+
+/// A network has no line break at its end, and an account's name has none at all.
+std::string PairKey(const std::string& account, const std::string& network) {
+    return account + '\n' + network;
 }
 
 milliseconds Spacing(unsigned failures, unsigned freeFailures) {
@@ -25,74 +43,123 @@ milliseconds Spacing(unsigned failures, unsigned freeFailures) {
     return std::min(milliseconds(1000U << doublings), LoginThrottle::kMaxWait);
 }
 
+/// The turns that an attempt waits for.
+class Turns {
+  public:
+    explicit Turns(TimePoint now) : now_(now), turn_(now) {}
+
+    template <class Record>
+    void Add(Record* record, unsigned freeFailures) {
+        const milliseconds spacing =
+            record != nullptr ? Spacing(record->failures, freeFailures) : milliseconds(0);
+        if (spacing > milliseconds(0)) {
+            turn_ = std::max(turn_, std::max(record->nextTurn, now_) + spacing);
+            taken_[count_++] = &record->nextTurn;
+        }
+    }
+    /// How long until then. Throws RequestRefused when that is too long.
+    milliseconds Take() {
+        if (turn_ - now_ > LoginThrottle::kMaxWait) {
+            throw RequestRefused(ServerError::TooManyFailures);
+        }
+        std::for_each_n(taken_.begin(), count_, [this](TimePoint* each) { *each = turn_; });
+        return std::chrono::duration_cast<milliseconds>(turn_ - now_);
+    }
+
+  private:
+    const TimePoint now_;
+    TimePoint turn_;
+    std::array<TimePoint*, 3> taken_{};
+    std::size_t count_ = 0;
+};
+
 }  // namespace
 
 LoginThrottle::LoginThrottle(Clock clock) : clock_(std::move(clock)) {}
 
-milliseconds LoginThrottle::Admit(const std::string& account, const std::string& address) {
+LoginThrottle::Turn LoginThrottle::Admit(const std::string& account, const std::string& address) {
     const TimePoint now = clock_();
+    const std::string network = NetworkOf(address);
     const std::lock_guard<std::mutex> lock(mutex_);
-    Record* const records[] = {Find(PairKey(account, address), now), Find(address, now)};
-    const milliseconds spacings[] = {
-        records[0] != nullptr ? Spacing(records[0]->failures, kFreeFailures) : milliseconds(0),
-        records[1] != nullptr ? Spacing(records[1]->failures, kFreeAddressFailures)
-                              : milliseconds(0)};
-    TimePoint turn = now;
-    for (int i = 0; i < 2; ++i) {
-        if (spacings[i] > milliseconds(0)) {
-            turn = std::max(turn, std::max(records[i]->nextTurn, now) + spacings[i]);
-        }
+    Pair* const pair = Find(PairKey(account, network), now);
+    const bool known = pair != nullptr && now < pair->knownUntil;
+    Turns turns(now);
+    turns.Add(pair, kFreeFailures);
+    if (!known) {
+        turns.Add(Find(addresses_, network, now), kFreeAddressFailures);
+        turns.Add(Find(accounts_, account, now), kFreeAccountFailures);
     }
-    if (turn - now > kMaxWait) {
-        throw RequestRefused(ServerError::TooManyFailures);
-    }
-    for (int i = 0; i < 2; ++i) {
-        if (spacings[i] > milliseconds(0)) {
-            records[i]->nextTurn = turn;
-        }
-    }
-    return std::chrono::duration_cast<milliseconds>(turn - now);
+    return {turns.Take(), known};
 }
 
 void LoginThrottle::Failed(const std::string& account, const std::string& address) {
     const TimePoint now = clock_();
+    const std::string network = NetworkOf(address);
     const std::lock_guard<std::mutex> lock(mutex_);
     ForgetOld(now);
-    Count(PairKey(account, address), now);
-    Count(address, now);
+    const std::string key = PairKey(account, network);
+    Pair* const old = Find(key, now);
+    Pair& pair = old != nullptr ? *old : pairs_[key];
+    ++pair.failures;
+    pair.lastFailure = now;
+    Count(addresses_, network, kFreeAddressFailures, now);
+    Count(accounts_, account, kFreeAccountFailures, now);
 }
 
 void LoginThrottle::Succeeded(const std::string& account, const std::string& address) {
+    const TimePoint now = clock_();
+    const std::string network = NetworkOf(address);
     const std::lock_guard<std::mutex> lock(mutex_);
-    records_.erase(PairKey(account, address));
-    records_.erase(address);
+    ForgetOld(now);
+    pairs_[PairKey(account, network)] = {0, now, now, now + kKnown};
 }
 
-LoginThrottle::Record* LoginThrottle::Find(const std::string& key, TimePoint now) {
-    const auto found = records_.find(key);
-    if (found == records_.end()) {
+LoginThrottle::Pair* LoginThrottle::Find(const std::string& key, TimePoint now) {
+    const auto found = pairs_.find(key);
+    if (found == pairs_.end()) {
         return nullptr;
     }
     if (now - found->second.lastFailure > kMemory) {
-        records_.erase(found);
-        return nullptr;
+        found->second.failures = 0;
     }
     return &found->second;
 }
 
-void LoginThrottle::Count(const std::string& key, TimePoint now) {
-    Record* const old = Find(key, now);
-    Record& record = old != nullptr ? *old : records_[key];
-    ++record.failures;
-    record.lastFailure = now;
+LoginThrottle::Total* LoginThrottle::Find(Totals& totals, const std::string& key, TimePoint now) {
+    const auto found = totals.find(key);
+    if (found == totals.end()) {
+        return nullptr;
+    }
+    Total& total = found->second;
+    const auto fades = static_cast<std::uint64_t>((now - total.faded) / kFade);
+    total.failures -= static_cast<unsigned>(std::min<std::uint64_t>(fades, total.failures));
+    total.faded += fades * kFade;
+    return &total;
+}
+
+void LoginThrottle::Count(Totals& totals, const std::string& key, unsigned freeFailures,
+                          TimePoint now) {
+    Total* total = Find(totals, key, now);
+    if (total == nullptr) {
+        total = &totals[key];
+        total->faded = now;
+    }
+    total->failures = std::min(total->failures + 1, freeFailures + kMostCounted);
 }
 
 void LoginThrottle::ForgetOld(TimePoint now) {
-    if (records_.size() < kTidyAbove) {
+    if (pairs_.size() + addresses_.size() + accounts_.size() < kTidyAbove) {
         return;
     }
-    for (auto each = records_.begin(); each != records_.end();) {
-        each = now - each->second.lastFailure > kMemory ? records_.erase(each) : std::next(each);
+    for (auto each = pairs_.begin(); each != pairs_.end();) {
+        const bool old = now - each->second.lastFailure > kMemory && now >= each->second.knownUntil;
+        each = old ? pairs_.erase(each) : std::next(each);
+    }
+    for (Totals* const totals : {&addresses_, &accounts_}) {
+        for (auto each = totals->begin(); each != totals->end();) {
+            const bool old = Find(*totals, each->first, now)->failures == 0;
+            each = old ? totals->erase(each) : std::next(each);
+        }
     }
 }
 

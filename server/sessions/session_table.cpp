@@ -73,6 +73,12 @@ std::optional<Session> SessionTable::Peek(const std::string& token) const {
     return found == byToken_.end() ? std::nullopt : std::optional<Session>(*found->second);
 }
 
+std::string SessionTable::AccountOf(const std::string& token) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = byToken_.find(token);
+    return found == byToken_.end() ? std::string() : found->second->account;
+}
+
 std::size_t SessionTable::Count() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return sessions_.size();
@@ -99,13 +105,20 @@ void SessionTable::MakeRoom(const std::string& account, TimePoint now) {
     if (sessions_.size() < limits_.maxSessions) {
         return;
     }
-    const auto longestUnused =
-        std::find_if(sessions_.begin(), sessions_.end(),
-                     [&account](const Session& each) { return each.account == account; });
-    if (longestUnused == sessions_.end()) {
+    std::unordered_map<std::string, std::size_t> counts;
+    for (const Session& each : sessions_) {
+        ++counts[each.account];
+    }
+    const std::size_t own = counts[account];
+    const auto most = std::max_element(
+        counts.begin(), counts.end(),
+        [](const auto& one, const auto& other) { return one.second < other.second; });
+    if (own == 0 && most->second == 1) {
         throw RequestRefused(ServerError::TooManySessions);
     }
-    Drop(longestUnused);
+    const std::string& loser = most->second > own ? most->first : account;
+    Drop(std::find_if(sessions_.begin(), sessions_.end(),
+                      [&loser](const Session& each) { return each.account == loser; }));
 }
 
 }  // namespace CQXSERVER::sessions

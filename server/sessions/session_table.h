@@ -29,8 +29,9 @@ class SessionTable {
   public:
     SessionTable(const Limits& limits, Clock clock);
 
-    /// Opens a session and returns its token. A full table gives up its expired sessions, then the
-    /// one of the same account that was unused the longest; with none of these, RequestRefused.
+    /// Opens a session and returns its token. A full table gives up its expired sessions; else the
+    /// account with the most sessions loses the one that was unused the longest, or, when others
+    /// have no more than it, the same account. With none of these, RequestRefused.
     std::string Open(const Account& account, const std::string& database);
 
     /// The session of `token`, its idle time starting anew. Throws RequestRefused, for an empty, an
@@ -43,6 +44,9 @@ class SessionTable {
 
     /// The session of `token`, which stays as idle as it was.
     std::optional<Session> Peek(const std::string& token) const;
+
+    /// The account of a session; "" when there is none of that token.
+    std::string AccountOf(const std::string& token) const;
 
     std::size_t Count() const;
 

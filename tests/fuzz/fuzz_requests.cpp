@@ -36,6 +36,10 @@ ServerOptions Options(const qxdb_test::TempDir& folder) {
     return options;
 }
 
+bool IsLogin(std::uint32_t code) {
+    return ExpectedReply(code) == BodyClass::SesInfo;
+}
+
 /// A server without sockets: what a connection and a worker do between them.
 class Fixture {
   public:
@@ -48,16 +52,21 @@ class Fixture {
     /// A new session on a new connection.
     void Connect() {
         token_ = services_.sessions.Open(*services_.accounts.Find("ann"), "");
-        reader_.emplace(Options(folder_).limits.maxFrameBytes, services_.buffers);
+        reader_.emplace(Options(folder_).limits.maxFrameBytes, services_.buffers, strangers_);
     }
     const std::string& Token() const { return token_; }
     const FrameCipher& Cipher() const { return services_.encoder.Cipher(); }
 
     void Feed(std::string_view bytes, std::size_t piece) {
-        while (!bytes.empty() && reader_->GetState() == network::FrameReader::State::Partial) {
+        using State = network::FrameReader::State;
+        while (!bytes.empty() && reader_->GetState() == State::Partial) {
             bytes.remove_prefix(reader_->Feed(bytes.data(), std::min(piece, bytes.size())));
-            if (reader_->GetState() == network::FrameReader::State::Complete) {
-                Serve({1, "127.0.0.1", token_, reader_->Take()});
+            if (reader_->GetState() == State::Unadmitted &&
+                services_.handler.Admit(*reader_, token_) == ServerError::None) {
+                reader_->Admit();
+            }
+            if (reader_->GetState() == State::Complete) {
+                Serve({1, "127.0.0.1", token_, reader_->Take(), nullptr});
             }
         }
     }
@@ -65,7 +74,7 @@ class Fixture {
   private:
     /// True for a login that would have a password hashed at full cost: too slow to try many.
     bool IsSlow(const network::Request& request) const {
-        if (!requests::RequestHandler::IsLogin(request.Code())) {
+        if (!IsLogin(request.Code())) {
             return false;
         }
         std::string bytes = request.frame.bytes;
@@ -83,8 +92,8 @@ class Fixture {
             return;
         }
         network::Outcome outcome = services_.handler.Handle(request);
-        if (outcome.later) {
-            outcome = services_.handler.Resume(request, outcome.later);
+        if (const auto later = std::exchange(outcome.later, nullptr)) {
+            outcome = services_.handler.Resume(request, later);
         }
         Require(outcome.reply.has_value(), "every request is answered");
         CheckReply(request.Code(), *outcome.reply);
@@ -112,6 +121,7 @@ class Fixture {
 
     qxdb_test::TempDir folder_;
     operation::Services services_;
+    ByteBudget strangers_{kMiB};
     std::optional<network::FrameReader> reader_;
     std::string token_;
 };
@@ -148,7 +158,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FrameHeader header;
     header.typeCode = input.Byte();
     std::string body = WithToken(input.Rest(), fixture.Token());
-    if ((kind & 1) != 0 && !body.empty() && !requests::RequestHandler::IsLogin(header.typeCode)) {
+    if ((kind & 1) != 0 && !body.empty() && !IsLogin(header.typeCode)) {
         header.plainLength = static_cast<std::uint32_t>(body.size());
         body = fixture.Cipher().Encipher(body);
     }

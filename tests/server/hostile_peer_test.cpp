@@ -1,4 +1,5 @@
 // Clients that are many, slow, silent, dead or out of their mind.
+#include <algorithm>
 #include <filesystem>
 #include <random>
 #include <thread>
@@ -8,6 +9,7 @@
 #include <qxdb/DBAgent.h>
 
 #include "messages/type_codes.h"
+#include "server/sessions/password_hash.h"
 #include "tests/server/test_server.h"
 #include "tests/support/Lies.h"
 #include "tests/support/PeakMemory.h"
@@ -79,20 +81,60 @@ TEST(HostilePeer, DeathInTheMiddleOfAFrameLeavesNothingBehind) {
     EXPECT_TRUE(Eventually([&] { return OpenDescriptors() == before; }));
 }
 
-TEST(HostilePeer, DeathDuringARequestLetsTheRequestEnd) {
+TEST(HostilePeer, AClientThatOnlyStopsSendingHasItsRequestServed) {
     TestServer server;
     RawClient client = server.LoggedIn();
     client.Execute(L"CREATE TABLE t(n)");
-    for (const bool hard : {true, false}) {
-        RawClient dying = server.LoggedIn();
-        const std::uint64_t before = server.Get().Stats().requests;
-        CQXDB::QXCommand insert = dying.Command(L"INSERT INTO t VALUES (1)");
-        dying.Send(kExecute, insert);
-        ASSERT_TRUE(Eventually([&] { return server.Get().Stats().requests > before; }));
-        dying.Close(hard);
+    RawClient dying = server.LoggedIn();
+    CQXDB::QXCommand insert = dying.Command(L"INSERT INTO t VALUES (1)");
+    dying.Send(kExecute, insert);
+    dying.FinishSending();
+    EXPECT_EQ(dying.Receive().Error(), 0);
+    EXPECT_EQ(client.Number(L"SELECT count(*) FROM t"), 1);
+}
+
+constexpr wchar_t kEndless[] =
+    L"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT count(*) FROM n";
+
+TEST(HostilePeer, WorkWhoseClientIsGoneIsCancelledOrNeverBegun) {
+    HandClock clock;
+    TestServer server([](ServerOptions& options) { options.workers = 4; }, clock);
+    server.AddUser("bob", "hunter2");
+    RawClient bob = server.Connect();
+    bob.Login(L"bob", L"hunter2");
+    const RawClient ann = server.LoggedIn();
+    CQXDB::QXCommand endless = ann.Command(kEndless);
+    std::vector<RawClient> crowd;
+    for (int i = 0; i < 40; ++i) {
+        crowd.push_back(server.Connect());
+        crowd.back().Send(kQuery, endless);
     }
+    ASSERT_TRUE(Eventually([&] { return server.Get().Stats().running == crowd.size(); }));
+    EXPECT_EQ(bob.Number(L"SELECT 1"), 1) << "one account holds all workers";
+    for (std::size_t i = 0; i < crowd.size(); ++i) {
+        crowd[i].Close(i % 2 == 0);
+    }
+    ASSERT_TRUE(Eventually([&] { return server.Get().Stats().running <= crowd.size() / 2; }));
+    EXPECT_TRUE(Eventually([&] {
+        clock.Advance(1s);  // those who might still be reading
+        return server.Get().Stats().running == 0;
+    }));
+    EXPECT_EQ(bob.Number(L"SELECT 1"), 1);
+}
+
+TEST(HostilePeer, LoginsWhoseClientIsGoneOpenNoSession) {
+    constexpr std::size_t kCrowd = 40;
+    TestServer server;
+    server.Get().Accounts().Add("slow", sessions::HashPassword("secret"), {});
+    QXOneString login(L"slow|~|secret");
+    for (std::size_t i = 0; i < kCrowd; ++i) {
+        RawClient gone = server.Connect();
+        gone.Send(kLogin, login);
+        gone.Close(true);
+    }
+    server.LoggedIn();
     EXPECT_TRUE(Eventually([&] { return server.Get().Stats().running == 0; }));
-    EXPECT_EQ(client.Number(L"SELECT count(*) FROM t"), 2);
+    EXPECT_LT(server.Get().Sessions(), kCrowd / 2) << "gone clients have sessions";
 }
 
 TEST(HostilePeer, AnOversizedBodyIsRefusedBeforeItIsRead) {
@@ -313,17 +355,105 @@ TEST(Limits, LeaveRoomForAThousandIdleSessionsAndSixtyFourBusyOnes) {
     }
 }
 
-TEST(Limits, AllConnectionsShareOneBoundOnBuffers) {
-    TestServer server([](ServerOptions& options) { options.limits.maxBufferedBytes = 8 * kMiB; });
-    const std::string half = HeaderClaiming(20 * kMiB) + std::string(5 * kMiB, 'x');
-    RawClient first = server.Connect();
-    RawClient second = server.Connect();
-    first.SendBytes(half);
-    second.SendBytes(half);
-    ASSERT_TRUE(Eventually([&] { return first.Readable() || second.Readable(); }));
-    RawClient& refused = first.Readable() ? first : second;
-    EXPECT_EQ(refused.Receive().Error(), Number(ServerError::OutOfBuffers));
-    EXPECT_EQ(server.LoggedIn().Number(L"SELECT 1"), 1) << "small requests go on";
+/// A plain insert of a session, of `length` bytes, header and all.
+std::string BigInsert(const RawClient& client, std::size_t length) {
+    CQXDB::QXCommand insert = client.Command(L"INSERT INTO t VALUES (?)");
+    std::mt19937 random(1);
+    std::string bytes(length, '\0');
+    for (char& each : bytes) {
+        each = static_cast<char>(random());
+    }
+    insert.AddParam(CQXDB::QXValue::Blob(bytes.data(), bytes.size()));
+    return MakeFrame(kExecute, EncodeRecord(insert), false);
+}
+
+TEST(Limits, StrangersTakeNoneOfTheUsersBuffers) {
+    TestServer server([](ServerOptions& options) { options.limits.maxBufferedBytes = 16 * kMiB; });
+    RawClient user = server.LoggedIn();
+    user.Execute(L"CREATE TABLE t(n)");
+    const std::string big = BigInsert(user, 6 * kMiB);
+    std::vector<RawClient> strangers;
+    for (const std::uint32_t code :
+         {kLogin, kVirtualLogin, kVirtualLogout, kHandshake, kSendText, kOneString, kOtpData,
+          kExecute, kQuery, kExecuteList, kQueryList, kBatchQuery, TypeCode{99}}) {
+        strangers.push_back(server.Connect());
+        std::string claim = MakeFrame(code, std::string(16, '\0'), false).substr(0, 8) +
+                            HeaderClaiming(12 * kMiB).substr(8) + std::string(20 * kKiB, 'x');
+        strangers.back().SendBytes(claim);
+        EXPECT_LT(strangers.back().Receive().Error(), -6000) << code;
+    }
+    for (int i = 0; i < 300; ++i) {  // more than a stranger's budget has room for
+        strangers.push_back(server.Connect());
+        strangers.back().SendBytes(HeaderClaiming(8 * kKiB) + std::string(8 * kKiB - 1, 'x'));
+    }
+    user.SendBytes(big);
+    EXPECT_EQ(user.Receive().Error(), 0);
+    EXPECT_EQ(server.LoggedIn().Number(L"SELECT 1"), 1) << "a new user finds no way in";
+    EXPECT_GT(server.Get().Stats().stalled, 0U);
+    RawClient known = server.Connect();
+    known.SendBytes(big);
+    EXPECT_EQ(known.Receive().Error(), 0) << "a session's large request on a new connection";
+}
+
+TEST(Limits, WhoStallsMakesRoomAndWhoSendsIsRefused) {
+    HandClock clock;
+    TestServer server([](ServerOptions& options) { options.limits.maxBufferedBytes = 12 * kMiB; },
+                      clock);
+    RawClient client = server.LoggedIn();
+    client.Execute(L"CREATE TABLE t(n)");
+    const std::string insert = BigInsert(client, 5 * kMiB);
+    std::vector<RawClient> senders;
+    const auto refused = [&senders] {
+        return std::find_if(senders.begin(), senders.end(),
+                            [](RawClient& each) { return each.Readable(); });
+    };
+    for (int i = 0; i < 3; ++i) {
+        senders.push_back(server.LoggedIn());
+        senders.back().SendBytes(std::string_view(insert).substr(0, insert.size() - 1));
+    }
+    ASSERT_TRUE(Eventually([&] { return refused() != senders.end(); }));
+    EXPECT_EQ(refused()->Receive().Error(), Number(ServerError::OutOfBuffers));
+    EXPECT_EQ(client.Number(L"SELECT 1"), 1) << "small requests go on";
+    clock.Advance(3s);
+    EXPECT_TRUE(Eventually([&] {
+        RawClient next = server.LoggedIn();
+        next.SendBytes(insert);
+        return next.Receive().Error() == 0;
+    }));
+    EXPECT_GE(server.Get().Stats().stalled, 1U);
+}
+
+/// Decoded, split and copied, such a request took many times its length.
+TEST(Limits, HoldForWhatRequestsOfAnyCodeTakeInMemory) {
+    TestServer server([](ServerOptions& options) {
+        options.limits.maxBufferedBytes = 64 * kMiB;
+        options.limits.maxFrameBytes = 24 * kMiB;
+    });
+    RawClient user = server.LoggedIn();
+    std::wstring separators;
+    for (std::size_t i = 0; i < 3 * kMiB; ++i) {
+        separators += L"|~|";
+    }
+    QXOneString text(separators);
+    const PeakMemory memory;
+    for (const std::uint32_t code :
+         {kLogin, kVirtualLogin, kVirtualLogout, kSendText, kOneString}) {
+        for (const bool encipher : {false, true}) {
+            std::vector<RawClient> crowd;
+            for (int i = 0; i < 4; ++i) {
+                crowd.push_back(code == kSendText ? server.LoggedIn() : server.Connect());
+                try {
+                    crowd.back().Send(code, text, encipher);
+                } catch (const std::runtime_error&) {
+                    // The server has refused its beginning.
+                }
+            }
+            EXPECT_EQ(user.Number(L"SELECT 1"), 1);
+        }
+    }
+    if (QXDB_MEASURES_MEMORY != 0) {
+        EXPECT_LT(memory.Growth(), 128 * kMiB);
+    }
 }
 
 TEST(Limits, AResultOverTheLimitIsAnErrorWithoutEffect) {

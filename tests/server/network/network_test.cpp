@@ -116,7 +116,7 @@ TEST(FrameReader, CutsAStreamIntoFramesWhereverItIsTorn) {
     const std::string stream = first + second;
     for (std::size_t cut = 0; cut <= stream.size(); ++cut) {
         ByteBudget budget(kMiB);
-        network::FrameReader reader(1000, budget);
+        network::FrameReader reader(1000, budget, budget);
         std::vector<std::string> frames;
         for (std::string piece : {stream.substr(0, cut), stream.substr(cut)}) {
             while (!piece.empty()) {
@@ -135,7 +135,7 @@ TEST(FrameReader, CutsAStreamIntoFramesWhereverItIsTorn) {
 TEST(FrameReader, JudgesAFrameByItsHeader) {
     ByteBudget budget(kMiB);
     const auto judge = [&](std::string header) {
-        network::FrameReader reader(1000, budget);
+        network::FrameReader reader(1000, budget, budget);
         header += "body";
         reader.Feed(header.data(), header.size());
         return reader.GetState();
@@ -151,20 +151,47 @@ TEST(FrameReader, JudgesAFrameByItsHeader) {
 
 TEST(FrameReader, BytesThatArriveTakeFromTheBudgetAndAClaimDoesNot) {
     ByteBudget budget(100 * kKiB);
+    ByteBudget strangers(kMiB);
     const std::string header = HeaderClaiming(kMiB);
     const std::string piece(10 * kKiB, 'x');
     for (int i = 0; i < 3; ++i) {
-        network::FrameReader reader(kMiB, budget);
+        network::FrameReader reader(kMiB, budget, strangers);
         reader.Feed(header.data(), header.size());
         ASSERT_TRUE(budget.Take(100 * kKiB)) << "a claim was believed, or bytes not given back";
         budget.Give(100 * kKiB);
         std::size_t arrived = 0;
         while (reader.GetState() == State::Partial && arrived < kMiB) {
             arrived += reader.Feed(piece.data(), piece.size());
+            if (reader.GetState() == State::Unadmitted) {
+                reader.Admit();
+            }
         }
         EXPECT_EQ(reader.GetState(), State::OutOfBuffers);
         EXPECT_LE(arrived, 100 * kKiB);
     }
+}
+
+TEST(FrameReader, AStrangersLargeFrameWaitsToBeAdmittedAndCostsUsersNothing) {
+    constexpr std::size_t kSmall = network::FrameReader::kSmallBody;
+    ByteBudget budget(3 * kSmall);
+    ByteBudget strangers(2 * kSmall);
+    network::FrameReader reader(kMiB, budget, strangers);
+    const std::string frame = HeaderClaiming(2 * kSmall) + std::string(2 * kSmall, 'x');
+    EXPECT_EQ(reader.Feed(frame.data(), frame.size()), CQXBASE::kFrameHeaderSize + kSmall);
+    EXPECT_EQ(reader.GetState(), State::Unadmitted);
+    EXPECT_EQ(reader.Body(), std::string(kSmall, 'x'));
+    EXPECT_FALSE(strangers.Take(kSmall)) << "a stranger's bytes were not counted";
+    ASSERT_TRUE(budget.Take(3 * kSmall)) << "they were taken out of the users' buffers";
+    reader.Admit();
+    reader.Feed(frame.data(), 1);
+    EXPECT_EQ(reader.GetState(), State::OutOfBuffers);
+    budget.Give(3 * kSmall);
+    reader.Retry();
+    const std::size_t left = kSmall;
+    EXPECT_EQ(reader.Feed(frame.data() + frame.size() - left, left), left);
+    ASSERT_EQ(reader.GetState(), State::Complete);
+    EXPECT_EQ(reader.Take().bytes, frame);
+    EXPECT_TRUE(strangers.Take(2 * kSmall)) << "not given back";
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ TEST(Login, ARefusalGivesNoTokenAndNoHint) {
     EXPECT_EQ(client.CallString(kLogin, L"nobody|~|secret").body, wrong.body);
     for (const std::wstring& login :
          {std::wstring(), std::wstring(L"ann"), std::wstring(L"|~|secret"), std::wstring(L"ann|~|"),
-          std::wstring(L"ann|~|secret|~|main|~|more"), L"ann|~|" + std::wstring(5000, L'x')}) {
+          std::wstring(L"ann|~|secret|~|main|~|more"), L"ann|~|" + std::wstring(4100, L'x')}) {
         const Reply reply = client.CallString(kVirtualLogin, login);
         EXPECT_EQ(reply.Error(), Number(ServerError::MalformedLogin));
         EXPECT_TRUE(reply.SessionInfo().token.empty());
@@ -108,7 +108,9 @@ TEST(Session, EndsWhenAnotherProcessChangesItsAccountOrThePassword) {
     TestServer server;
     CQXSERVER::sessions::AccountStore other(server.Folder().File("data/accounts.db"));
     RawClient client = server.LoggedIn();
+    RawClient talker = server.LoggedIn();
     other.SetPassword("ann", CQXSERVER::sessions::HashPassword("new", {2, 1, 1}));
+    EXPECT_EQ(talker.CallString(kSendText, L"hello").Error(), Number(ServerError::AccountChanged));
     EXPECT_EQ(client.Execute(L"SELECT 1").Error(), Number(ServerError::AccountChanged));
     client.Login(L"ann", L"new");
     RawClient second = server.Connect();

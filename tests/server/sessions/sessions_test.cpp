@@ -86,7 +86,7 @@ class LoginThrottleTest : public testing::Test {
     }
     std::chrono::milliseconds Admit(const std::string& account = "ann",
                                     const std::string& address = "10.0.0.1") {
-        return throttle_.Admit(account, address);
+        return throttle_.Admit(account, address).wait;
     }
 
     qxdb_test::HandClock clock_;
@@ -123,13 +123,44 @@ TEST_F(LoginThrottleTest, TimeForgets) {
     EXPECT_EQ(Admit(), 0ms) << "forgotten failures were counted again";
 }
 
-TEST_F(LoginThrottleTest, SlowsAnAddressThatTriesManyAccounts) {
-    for (unsigned i = 0; i < sessions::LoginThrottle::kFreeAddressFailures; ++i) {
+TEST_F(LoginThrottleTest, SlowsAnAddressThatTriesManyAccountsAndNoLoginOfItsOwnClearsIt) {
+    using sessions::LoginThrottle;
+    for (unsigned i = 0; i < LoginThrottle::kFreeAddressFailures; ++i) {
         EXPECT_EQ(Admit("user" + std::to_string(i)), 0ms);
         Fail(1, "user" + std::to_string(i));
+        throttle_.Succeeded("attacker", "10.0.0.1");
     }
     EXPECT_EQ(Admit("one more"), 1s);
     EXPECT_EQ(Admit("one more", "10.0.0.2"), 0ms);
+    clock_.Advance(LoginThrottle::kFade);
+    EXPECT_EQ(Admit("one more"), 0ms) << "no failure was forgotten";
+}
+
+TEST_F(LoginThrottleTest, LeavesTheWayOpenToWhoIsKnownThere) {
+    using sessions::LoginThrottle;
+    throttle_.Succeeded("ann", "10.0.0.1");
+    for (unsigned i = 0; i < 2 * LoginThrottle::kFreeAccountFailures; ++i) {
+        Fail(1, "user" + std::to_string(i));
+        throttle_.Failed("ann", "10.1.0." + std::to_string(i));
+    }
+    EXPECT_THROW(
+        for (int i = 0; i < 2; ++i) { Admit("stranger"); }, RequestRefused);
+    EXPECT_EQ(Admit("ann", "10.9.9.9"), 4s) << "guesses from many addresses add up";
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_EQ(Admit("ann"), 0ms);
+    }
+    EXPECT_TRUE(throttle_.Admit("ann", "10.0.0.1").known);
+    EXPECT_FALSE(throttle_.Admit("bob", "10.0.0.2").known);
+    Fail(LoginThrottle::kFreeFailures);
+    EXPECT_EQ(Admit("ann"), 1s) << "guesses at an account where it is known are still slowed";
+}
+
+TEST_F(LoginThrottleTest, CountsAnIPv6NetworkAsOneAddress) {
+    for (unsigned i = 0; i < sessions::LoginThrottle::kFreeAddressFailures; ++i) {
+        throttle_.Failed("user" + std::to_string(i), "2001:db8::" + std::to_string(i));
+    }
+    EXPECT_EQ(Admit("one more", "2001:db8::ffff:1"), 1s);
+    EXPECT_EQ(Admit("one more", "2001:db8:0:1::1"), 0ms);
 }
 
 class SessionTableTest : public testing::Test {
@@ -181,7 +212,10 @@ TEST_F(SessionTableTest, AFullTableGivesUpWhatIsLeastNeeded) {
     EXPECT_EQ(Use(ann2), ServerError::UnknownToken);
     EXPECT_EQ(Use(ann1), ServerError::None);
     EXPECT_EQ(Use(bob), ServerError::None);
-    EXPECT_THROW(Open("eve"), RequestRefused);
+    Open("eve");  // at the cost of who has most
+    EXPECT_EQ(table_.AccountOf(ann1), "ann");
+    EXPECT_EQ(Use(bob), ServerError::None);
+    EXPECT_THROW(Open("zoe"), RequestRefused);
     clock_.Advance(11s);
     EXPECT_NO_THROW(Open("eve"));
     EXPECT_EQ(table_.Count(), 1U);
