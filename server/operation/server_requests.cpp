@@ -2,7 +2,6 @@
 #include <new>
 #include <utility>
 
-#include "messages/type_codes.h"
 #include "server/log.h"
 #include "server/operation/server.h"
 #include "server/requests/request_handler.h"
