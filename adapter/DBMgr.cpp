@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <qxdb/DBMgr.h>
 
 #include "adapter/database.h"
@@ -16,5 +18,12 @@ adapter::PoolRegistry& Pools() {
 }  // namespace
 
 DBMgr::DBMgr() noexcept : DBMgrBase(Pools) {}
+
+bool DBMgr::LimitMemory(std::size_t bytes) noexcept {
+    const auto& databases = adapter::Databases();
+    return std::any_of(databases.begin(), databases.end(), [bytes](const auto* each) {
+        return each->limitMemory != nullptr && each->limitMemory(bytes);
+    });
+}
 
 }  // namespace CQXDB

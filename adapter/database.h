@@ -1,6 +1,7 @@
 // What a database's folder offers to the managers.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -23,6 +24,8 @@ struct Database {
     bool changesDatabase = false;
     /// Opens files in this process, without a connector; null for all but the embedded database.
     PoolMaker makeEmbeddedPool = nullptr;
+    /// See DBMgr::LimitMemory; null for all but the embedded database.
+    bool (*limitMemory)(std::size_t bytes) noexcept = nullptr;
 };
 
 /// Those that this build has, in the order of the list in this folder's CMakeLists.txt.

@@ -19,6 +19,7 @@ struct Limits {
     std::size_t maxFrameBytes = 64 * kMiB;       ///< body of one request, as it travels
     std::size_t maxResultBytes = 256 * kMiB;     ///< rows of one reply, as they lie in memory
     std::size_t maxBufferedBytes = 1024 * kMiB;  ///< request and reply frames of all connections
+    std::size_t sqliteBytes = 1024 * kMiB;       ///< what statements on SQLite hold together
     std::size_t maxConnections = 4096;
     std::size_t maxSessions = 10000;
 

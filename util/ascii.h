@@ -24,6 +24,14 @@ inline std::string UpperAscii(std::string_view text) {
     std::transform(upper.begin(), upper.end(), upper.begin(), [](char c) { return UpperAscii(c); });
     return upper;
 }
+constexpr char LowerAscii(char c) noexcept {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+inline std::string LowerAscii(std::string_view text) {
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) { return LowerAscii(c); });
+    return lower;
+}
 /// Whether two texts are the same but for the case of ASCII letters.
 inline bool SameAsciiWord(std::string_view a, std::string_view b) noexcept {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),

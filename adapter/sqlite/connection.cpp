@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "adapter/sqlite/errors.h"
+#include "adapter/sqlite/guard.h"
 #include "adapter/sqlite/script.h"
 #include "adapter/statement_text.h"
 
@@ -11,24 +12,29 @@ namespace CQXDB::adapter::sqlite {
 namespace {
 
 constexpr std::size_t kCachedStatements = 64;
+constexpr std::size_t kCachedBytes = std::size_t{8} << 20;
 
 }  // namespace
 
 SqliteConnection::SqliteConnection(sqlite3* db, std::shared_ptr<void> owner,
-                                   std::chrono::milliseconds statementTimeout, bool confined)
+                                   const SqliteSettings& settings)
     : owner_(std::move(owner)),
-      db_(db),
-      timer_(db, statementTimeout),
-      cache_(kCachedStatements),
-      confined_(confined) {}
+      resettable_(settings.confined && settings.Private()),
+      session_(db, settings.statementTimeout, settings.confined),
+      cache_(kCachedStatements, kCachedBytes) {
+    if (settings.confined) {
+        ConfineSqlite(session_, settings.confinement);
+    }
+}
 
 std::shared_ptr<Statement> SqliteConnection::Prepare(const std::string& text) {
-    std::shared_ptr<Statement> statement = cache_.Find(text);
-    if (!statement) {
-        statement = std::make_shared<SqliteStatement>(db_, timer_, text, true);
-        cache_.Add(text, statement);
+    std::shared_ptr<Statement> cached = cache_.Find(text);
+    if (!cached) {
+        const auto made = std::make_shared<SqliteStatement>(session_, text, true);
+        cache_.Add(text, made, text.size() + made->MemoryBytes());
+        cached = made;
     }
-    return statement;
+    return cached;
 }
 
 std::shared_ptr<Statement> SqliteConnection::PrepareScript(const std::string& text) {
@@ -43,7 +49,7 @@ std::shared_ptr<Statement> SqliteConnection::PrepareScript(const std::string& te
 }
 
 void SqliteConnection::RunOnce(std::string_view statement) {
-    SqliteStatement(db_, timer_, statement, false).Execute({});
+    SqliteStatement(session_, statement, false).Execute({});
 }
 
 void SqliteConnection::Begin(TransactionKind kind) {
@@ -57,30 +63,42 @@ void SqliteConnection::Commit() {
 }
 
 void SqliteConnection::Rollback() noexcept {
+    session_.timer.EndCall();  // or it would be cancelled too
     if (InTransaction()) {
-        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+        const SqliteHeap::Scope scope(session_.Heap());
+        sqlite3_exec(session_.db, "ROLLBACK", nullptr, nullptr, nullptr);
     }
 }
 
 bool SqliteConnection::InTransaction() noexcept {
-    return sqlite3_get_autocommit(db_) == 0;
+    return sqlite3_get_autocommit(session_.db) == 0;
 }
 
 bool SqliteConnection::Alive() noexcept {
     // A file that was deleted or replaced would take further changes and lose them.
     int moved = 0;
-    const int code = sqlite3_file_control(db_, "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+    const int code = sqlite3_file_control(session_.db, "main", SQLITE_FCNTL_HAS_MOVED, &moved);
     return code != SQLITE_OK || moved == 0;
 }
 
 bool SqliteConnection::Reset() noexcept {
+    if (!resettable_) {
+        return false;
+    }
     try {
+        cache_.Clear();
         DropTemporaryObjects();
-        sqlite3_set_last_insert_rowid(db_, 0);
-        return confined_;
+        cache_.Clear();
+        sqlite3_set_last_insert_rowid(session_.db, 0);
+        return true;
     } catch (...) {
         return false;
     }
+}
+
+bool SqliteConnection::Usable() noexcept {
+    session_.timer.EndCall();
+    return !InTransaction();  // else a rollback has failed
 }
 
 void SqliteConnection::DropTemporaryObjects() {

@@ -8,7 +8,8 @@
 #include <sqlite3.h>
 
 #include "adapter/connection.h"
-#include "adapter/sqlite/guard.h"
+#include "adapter/sqlite/open.h"
+#include "adapter/sqlite/session.h"
 #include "adapter/sqlite/statement.h"
 #include "adapter/sqlite/statement_cache.h"
 
@@ -16,10 +17,8 @@ namespace CQXDB::adapter::sqlite {
 
 class SqliteConnection : public Connection {
   public:
-    /// `owner` keeps `db` open and closes it when the connection goes. `confined` tells that
-    /// ConfineSqlite was called.
-    SqliteConnection(sqlite3* db, std::shared_ptr<void> owner,
-                     std::chrono::milliseconds statementTimeout, bool confined);
+    /// `owner` keeps `db`, which is ready for use, open and closes it when the connection goes.
+    SqliteConnection(sqlite3* db, std::shared_ptr<void> owner, const SqliteSettings& settings);
 
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
@@ -30,9 +29,12 @@ class SqliteConnection : public Connection {
     void Rollback() noexcept override;
     bool InTransaction() noexcept override;
     bool Alive() noexcept override;
-    /// A confined connection has nothing of a user's but what is in its temporary database.
+    void Cancel() noexcept override { session_.timer.Cancel(); }
+    /// Opening a file anew leaves nothing, and takes no longer than looking for what there may be.
+    /// The database of a private connection goes with it; where it is confined, all that is a
+    /// user's is what is in the temporary database.
     bool Reset() noexcept override;
-    bool Usable() noexcept override { return !InTransaction(); }  ///< else a rollback has failed
+    bool Usable() noexcept override;
 
     /// Runs one statement that is not worth keeping.
     void RunOnce(std::string_view statement);
@@ -41,10 +43,9 @@ class SqliteConnection : public Connection {
     void DropTemporaryObjects();
 
     std::shared_ptr<void> owner_;
-    sqlite3* db_;
-    SqliteTimer timer_;
+    const bool resettable_;
+    SqliteSession session_;
     StatementCache cache_;
-    bool confined_;
 };
 
 }  // namespace CQXDB::adapter::sqlite

@@ -1,5 +1,6 @@
 #include "adapter/sqlite/database.h"
 
+#include "adapter/sqlite/heap.h"
 #include "adapter/sqlite/open.h"
 
 namespace CQXDB::adapter::sqlite {
@@ -13,10 +14,13 @@ std::shared_ptr<ConnectionPool> MakePool(const QXDataSource& dataSource) {
 
 }  // namespace
 
-const Database kDatabase{CQXDB_DRIVER_SQLITE, MakePool<OpenPocoSqlite>,
+const Database kDatabase{CQXDB_DRIVER_SQLITE,
+                         MakePool<OpenPocoSqlite>,
                          [](CQXDB_DSType_ENUM type) noexcept {
                              return type == CQXDB_DS_EMBEDDED || type == CQXDB_DS_SQLITE;
                          },
-                         false, MakePool<OpenSqlite>};
+                         false,
+                         MakePool<OpenSqlite>,
+                         LimitHeaps};
 
 }  // namespace CQXDB::adapter::sqlite

@@ -1,35 +1,23 @@
-// Limits on what statements may do with a SQLite connection.
+// What people who are not trusted with the machine may do with a SQLite connection.
 #pragma once
 
-#include <chrono>
+#include <cstdint>
 
-#include <sqlite3.h>
+#include "adapter/sqlite/session.h"
 
 namespace CQXDB::adapter::sqlite {
 
-/// Keeps the statements of a connection to its own database, for a connection that people share who
-/// are not trusted with the machine: no other file is attached or written, and no PRAGMA changes
-/// what the connection's next user relies on. What is refused fails with SQLITE_AUTH.
-void ConfineSqlite(sqlite3* db);
-
-/// Interrupts statements that run for too long; they fail with SQLITE_INTERRUPT. Must outlive them.
-class SqliteTimer {
-  public:
-    /// 0 is no limit.
-    SqliteTimer(sqlite3* db, std::chrono::milliseconds limit);
-    SqliteTimer(const SqliteTimer&) = delete;
-    SqliteTimer& operator=(const SqliteTimer&) = delete;
-
-    /// A statement begins. Its time counts from its first thousands of steps on: most have ended by
-    /// then, and need no look at the clock.
-    void Start() noexcept { counting_ = false; }
-
-  private:
-    static int Expired(void* timer) noexcept;
-
-    const std::chrono::milliseconds limit_;
-    bool counting_ = false;
-    std::chrono::steady_clock::time_point end_;
+/// What an operator grants.
+struct Confinement {
+    std::int64_t maxValueBytes = std::int64_t{65} << 20;  ///< of one text or blob
+    bool fullText = false;                                ///< the modules fts3, fts4 and fts5
 };
+
+/// Keeps the statements of a connection to its own database, and to the functions, virtual tables
+/// and PRAGMAs of a list: no other file is attached or written, nothing changes what the
+/// connection's next user relies on, and no function gives away or takes an address. What is
+/// refused fails with SQLITE_AUTH or 1. Bounds the sizes of texts, values and programs. Functions
+/// that take long by themselves heed the session's timer. docs/adapter.md has the list.
+void ConfineSqlite(SqliteSession& session, const Confinement& wanted);
 
 }  // namespace CQXDB::adapter::sqlite

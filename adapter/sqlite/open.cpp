@@ -8,7 +8,6 @@
 #include "adapter/options.h"
 #include "adapter/sqlite/connection.h"
 #include "adapter/sqlite/errors.h"
-#include "adapter/sqlite/guard.h"
 #include "util/text.h"
 
 namespace CQXDB::adapter::sqlite {
@@ -57,6 +56,8 @@ SqliteSettings SqliteSettings::Of(const QXDataSource& dataSource) {
                                      {"wal", "delete", "truncate", "persist", "memory", "off"});
     settings.synchronous = TakeOneOf(options, "synchronous", {"off", "normal", "full", "extra"});
     settings.confined = options.TakeFlag("confined", false);
+    settings.confinement.maxValueBytes = options.TakeNumber("max_value_mib", 65, 1, 1023) << 20;
+    settings.confinement.fullText = options.TakeFlag("fulltext", false);
     settings.statementTimeout = options.TakeStatementTimeout();
     settings.pool = options.TakePoolLimits();
     options.RefuseRest();
@@ -85,9 +86,6 @@ void ConfigureSqlite(sqlite3* db, const SqliteSettings& settings) {
     if (!settings.synchronous.empty()) {
         Pragma(db, "synchronous=" + settings.synchronous);
     }
-    if (settings.confined) {
-        ConfineSqlite(db);
-    }
 }
 
 std::unique_ptr<Connection> OpenSqlite(const SqliteSettings& settings) {
@@ -99,8 +97,7 @@ std::unique_ptr<Connection> OpenSqlite(const SqliteSettings& settings) {
         throw SqliteOpenError(db, code, settings.path);
     }
     ConfigureSqlite(db, settings);
-    return std::make_unique<SqliteConnection>(db, owner, settings.statementTimeout,
-                                              settings.confined);
+    return std::make_unique<SqliteConnection>(db, owner, settings);
 }
 
 }  // namespace CQXDB::adapter::sqlite

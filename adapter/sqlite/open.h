@@ -10,6 +10,7 @@
 #include <qxdb/QXDataSource.h>
 
 #include "adapter/connection_pool.h"
+#include "adapter/sqlite/guard.h"
 
 namespace CQXDB::adapter::sqlite {
 
@@ -19,9 +20,10 @@ struct SqliteSettings {
     int openFlags = 0;
     int busyTimeoutMs = 5000;
     bool foreignKeys = true;
-    std::string journalMode;                        ///< "": as the file has it
-    std::string synchronous;                        ///< "": SQLite's default
-    bool confined = false;                          ///< see ConfineSqlite
+    std::string journalMode;  ///< "": as the file has it
+    std::string synchronous;  ///< "": SQLite's default
+    bool confined = false;    ///< see ConfineSqlite
+    Confinement confinement;
     std::chrono::milliseconds statementTimeout{0};  ///< 0: none
     PoolLimits pool;
 

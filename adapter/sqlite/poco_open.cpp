@@ -43,8 +43,7 @@ std::unique_ptr<Connection> OpenPocoSqlite(const SqliteSettings& settings) {
     }
     sqlite3* db = Poco::Data::SQLite::Utility::dbHandle(*session);
     ConfigureSqlite(db, settings);
-    return std::make_unique<SqliteConnection>(db, session, settings.statementTimeout,
-                                              settings.confined);
+    return std::make_unique<SqliteConnection>(db, session, settings);
 }
 
 }  // namespace CQXDB::adapter::sqlite

@@ -9,6 +9,7 @@
 
 #include "adapter/decimal_text.h"
 #include "adapter/text_value.h"
+#include "util/ascii.h"
 
 namespace CQXDB::adapter::sqlite {
 namespace {
@@ -55,9 +56,21 @@ void AppendReal(QXColumn& target, const DeclaredType& declared, double number) {
     target.AppendDouble(number);
 }
 
+/// False for a time with more digits behind its point than a value keeps, which stays a text.
+bool FitsMicroseconds(std::string_view text) noexcept {
+    constexpr std::size_t kDigits = 6;
+    const std::size_t point = text.find('.');
+    if (point == std::string_view::npos || text.size() <= point + 1 + kDigits) {
+        return true;
+    }
+    const std::size_t lost = text.find_first_not_of('0', point + 1 + kDigits);
+    return lost == std::string_view::npos || !CQXBASE::IsAsciiDigit(text[lost]);
+}
+
 void AppendText(QXColumn& target, QXValueType declared, std::string_view text) {
-    const bool written = declared == QXValueType::Date || declared == QXValueType::Time ||
-                         declared == QXValueType::Timestamp || declared == QXValueType::Decimal;
+    const bool clock = declared == QXValueType::Time || declared == QXValueType::Timestamp;
+    const bool written = declared == QXValueType::Date || declared == QXValueType::Decimal ||
+                         (clock && FitsMicroseconds(text));
     AppendTextAs(target, written ? declared : QXValueType::Text, text);
 }
 

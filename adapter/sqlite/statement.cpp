@@ -13,20 +13,35 @@ namespace {
 constexpr std::size_t kBytesBetweenChecks = std::size_t{64} << 10;
 constexpr std::size_t kRowBytes = 256;  ///< for a row's numbers; most rows have fewer
 
+/// SQLite looks at no timer while it prepares. What takes long there takes memory too.
+class Preparing {
+  public:
+    explicit Preparing(SqliteSession& session) noexcept : session_(session) { Set(true); }
+    Preparing(const Preparing&) = delete;
+    Preparing& operator=(const Preparing&) = delete;
+    ~Preparing() { Set(false); }
+
+  private:
+    void Set(bool preparing) noexcept {
+        session_.preparing = preparing;
+        session_.heap.SetTimer(preparing ? &session_.timer : nullptr);
+    }
+
+    SqliteSession& session_;
+};
+
 }  // namespace
 
 /// One execution: bound at its start, reset at its end.
 class SqliteStatement::Run {
   public:
-    Run(SqliteStatement& statement, const Parameters& parameters) : statement_(statement) {
+    Run(SqliteStatement& statement, const Parameters& parameters) : Run(statement) {
         CheckParameterCount(statement.binder_->Count(), parameters.size());
         statement.binder_->Bind(parameters);
-        statement.timer_.Start();
     }
-    Run(SqliteStatement& statement, const ParameterRow& parameters) : statement_(statement) {
+    Run(SqliteStatement& statement, const ParameterRow& parameters) : Run(statement) {
         CheckParameterCount(statement.binder_->Count(), parameters.columns.size());
         statement.binder_->Bind(parameters.columns, parameters.row);
-        statement.timer_.Start();
     }
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
@@ -36,18 +51,37 @@ class SqliteStatement::Run {
     }
 
   private:
+    explicit Run(SqliteStatement& statement)
+        : scope_(statement.session_.Heap()), statement_(statement) {
+        statement.session_.timer.Start();
+    }
+
+    const SqliteHeap::Scope scope_;
     SqliteStatement& statement_;
 };
 
-SqliteStatement::SqliteStatement(sqlite3* db, SqliteTimer& timer, std::string_view text, bool keep)
-    : db_(db), timer_(timer) {
+SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view text, bool keep)
+    : session_(session) {
+    const SqliteHeap::Scope scope(session.Heap());
+    session.timer.Start();
+    const Preparing preparing(session);
+    Prepare(text, keep);
+}
+
+SqliteStatement::~SqliteStatement() {
+    const SqliteHeap::Scope scope(session_.Heap());
+    handle_.reset();
+}
+
+void SqliteStatement::Prepare(std::string_view text, bool keep) {
     if (text.size() > INT_MAX) {
         throw DatabaseError(SQLITE_TOOBIG, sqlite3_errstr(SQLITE_TOOBIG));
     }
     sqlite3_stmt* handle = nullptr;
     const char* tail = nullptr;
-    CheckSqlite(db, sqlite3_prepare_v3(db, text.data(), static_cast<int>(text.size()),
-                                       keep ? SQLITE_PREPARE_PERSISTENT : 0, &handle, &tail));
+    CheckSqlite(session_.db,
+                sqlite3_prepare_v3(session_.db, text.data(), static_cast<int>(text.size()),
+                                   keep ? SQLITE_PREPARE_PERSISTENT : 0, &handle, &tail));
     handle_.reset(handle);
     if (!handle_) {
         RefuseEmptyStatement();
@@ -56,25 +90,33 @@ SqliteStatement::SqliteStatement(sqlite3* db, SqliteTimer& timer, std::string_vi
     if (!SplitStatements(text, kSqliteDialect).empty()) {
         RefuseSeveralStatements();
     }
-    binder_.emplace(db, handle);
+    binder_.emplace(session_.db, handle);
+}
+
+std::size_t SqliteStatement::MemoryBytes() const noexcept {
+    return static_cast<std::size_t>(
+        sqlite3_stmt_status(handle_.get(), SQLITE_STMTSTATUS_MEMUSED, 0));
 }
 
 bool SqliteStatement::Step() {
     const int code = sqlite3_step(handle_.get());
-    CheckSqlite(db_, code);
+    CheckSqlite(session_.db, code);
     return code == SQLITE_ROW;
+}
+
+void SqliteStatement::RunToEnd() {
+    while (Step()) {
+    }
 }
 
 void SqliteStatement::Execute(const Parameters& parameters) {
     const Run run(*this, parameters);
-    while (Step()) {
-    }
+    RunToEnd();
 }
 
 void SqliteStatement::ExecuteRowSoon(const ParameterRow& parameters) {
     const Run run(*this, parameters);
-    while (Step()) {
-    }
+    RunToEnd();
 }
 
 void SqliteStatement::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
@@ -101,7 +143,7 @@ void SqliteStatement::Query(const Parameters& parameters, const Page& page, QXRe
     }
     rest.CheckBytes(rs);
     // Ending early can fail too: a statement that changed rows commits only now.
-    CheckSqlite(db_, sqlite3_reset(handle_.get()));
+    CheckSqlite(session_.db, sqlite3_reset(handle_.get()));
 }
 
 }  // namespace CQXDB::adapter::sqlite

@@ -9,15 +9,19 @@
 #include <sqlite3.h>
 
 #include "adapter/connection.h"
-#include "adapter/sqlite/guard.h"
 #include "adapter/sqlite/parameters.h"
+#include "adapter/sqlite/session.h"
 
 namespace CQXDB::adapter::sqlite {
 
 class SqliteStatement : public Statement {
   public:
     /// Compiles exactly one statement; `text` is what SQLite gets to see.
-    SqliteStatement(sqlite3* db, SqliteTimer& timer, std::string_view text, bool keep);
+    SqliteStatement(SqliteSession& session, std::string_view text, bool keep);
+    ~SqliteStatement() override;
+
+    /// What it holds of SQLite's memory.
+    std::size_t MemoryBytes() const noexcept;
 
     void Execute(const Parameters& parameters) override;
     void ExecuteRowSoon(const ParameterRow& parameters) override;
@@ -29,10 +33,11 @@ class SqliteStatement : public Statement {
     };
     class Run;
 
+    void Prepare(std::string_view text, bool keep);
+    void RunToEnd();
     bool Step();
 
-    sqlite3* db_;
-    SqliteTimer& timer_;
+    SqliteSession& session_;
     std::unique_ptr<sqlite3_stmt, Finalizer> handle_;
     std::optional<SqliteBinder> binder_;
 };

@@ -15,7 +15,8 @@ namespace CQXDB::adapter::sqlite {
 
 class StatementCache {
   public:
-    explicit StatementCache(std::size_t capacity) : capacity_(capacity) {}
+    /// At most so many statements, of so many bytes together.
+    StatementCache(std::size_t capacity, std::size_t bytes) : capacity_(capacity), most_(bytes) {}
 
     /// Null when `text` is not there.
     std::shared_ptr<Statement> Find(const std::string& text) {
@@ -24,17 +25,22 @@ class StatementCache {
             return nullptr;
         }
         entries_.splice(entries_.begin(), entries_, found->second);
-        return found->second->second;
+        return found->second->statement;
     }
 
-    /// `text` is not there yet.
-    void Add(const std::string& text, std::shared_ptr<Statement> statement) {
+    /// `text` is not there yet. What would fill more than half of the cache is not kept.
+    void Add(const std::string& text, std::shared_ptr<Statement> statement, std::size_t bytes) {
+        if (bytes > most_ / 2) {
+            return;
+        }
         std::list<Entry> added;
-        added.emplace_front(text, std::move(statement));
-        byText_.emplace(added.front().first, added.begin());
+        added.push_front({text, std::move(statement), bytes});
+        byText_.emplace(added.front().text, added.begin());
         entries_.splice(entries_.begin(), added);  // as the last step, since it can't fail
-        if (entries_.size() > capacity_) {
-            byText_.erase(entries_.back().first);
+        bytes_ += bytes;
+        while (entries_.size() > capacity_ || bytes_ > most_) {
+            bytes_ -= entries_.back().bytes;
+            byText_.erase(entries_.back().text);
             entries_.pop_back();
         }
     }
@@ -42,12 +48,19 @@ class StatementCache {
     void Clear() noexcept {
         byText_.clear();
         entries_.clear();
+        bytes_ = 0;
     }
 
   private:
-    using Entry = std::pair<std::string, std::shared_ptr<Statement>>;
+    struct Entry {
+        std::string text;
+        std::shared_ptr<Statement> statement;
+        std::size_t bytes;
+    };
 
     std::size_t capacity_;
+    std::size_t most_;
+    std::size_t bytes_ = 0;
     std::list<Entry> entries_;
     std::unordered_map<std::string_view, std::list<Entry>::iterator>
         byText_;  ///< keys view entries_

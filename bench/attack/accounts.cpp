@@ -103,7 +103,7 @@ void Run(Target& target, const std::wstring& sql) {
     }
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
     const std::size_t grown = target.PeakMiB() - before;
-    if (took > kStatementLimit + seconds(2) || grown > kBufferedMiB || !target.Alive()) {
+    if (took > kStatementLimit + seconds(3) || grown > kBufferedMiB || !target.Alive()) {
         std::printf("    %.1f s, %zu MiB, code %d: %.100s\n", took.count(), grown, code,
                     WideToUtf8(sql).c_str());
     }
@@ -128,6 +128,37 @@ void Nested(Target& target) {
     Run(target, L"SELECT 1" + repeat(L" + (SELECT 1", 90) + repeat(L")", 90));
     Run(target, L"SELECT 1" + repeat(L" UNION SELECT 1", 5000));
     Run(target, L"SELECT 1 WHERE 1 IN (1" + repeat(L", 1", 3000000) + L")");
+    const std::wstring zeros = L"hex(zeroblob(30000000))";
+    for (const wchar_t* const like : {L" LIKE '", L" GLOB '"}) {
+        const std::wstring any = like[1] == L'L' ? L"%" : L"*";
+        Run(target, L"SELECT " + zeros + like + repeat(any + L"0", 450) + any + L"1'");
+        Run(target, L"SELECT " + zeros + like + any + repeat(L"0", 900) + L"1'");
+    }
+    const std::wstring array =
+        L"'[' || substr(replace(" + zeros + L", '0', '1,'), 1, 59999999) || '0]'";
+    Run(target, L"SELECT json_array_length(" + array + L")");
+    Run(target, L"SELECT sum(value) FROM json_each(" + array + L")");
+    Run(target, L"SELECT json_patch(" + array + L", " + array + L")");
+    Run(target, L"SELECT json_extract(" + array + L", '$[29999998]')");
+    std::wstring chain = L"WITH c0(a) AS (SELECT 1)";
+    for (int i = 1; i <= 30; ++i) {
+        const std::wstring before = L"c" + std::to_wstring(i - 1);
+        chain += L", c" + std::to_wstring(i) + L"(a) AS (SELECT x.a FROM " + before + L" x, " +
+                 before + L" y)";
+    }
+    for (const int depth : {12, 16, 20, 30}) {
+        Run(target, chain + L" SELECT count(*) FROM c" + std::to_wstring(depth));
+    }
+    Run(target,
+        L"SELECT x FROM (SELECT randomblob(1000000) AS x FROM generate_series(1, 400)) ORDER BY x");
+    Run(target,
+        L"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n LIMIT 400) "
+        L"SELECT length(x) FROM (SELECT randomblob(1000000) AS x FROM n) ORDER BY x");
+    Run(target, L"CREATE VIRTUAL TABLE IF NOT EXISTS ft USING fts5(x)");
+    Run(target, L"INSERT INTO ft VALUES (replace(hex(randomblob(20000000)), '0', ' '))");
+    Run(target,
+        L"SELECT length(highlight(ft, 0, '<', '>')) FROM ft WHERE ft MATCH 'a* OR b* OR 1*'");
+    Run(target, L"PRAGMA integrity_check");
     Run(target, L"SELECT '" + repeat(L"x", 20000000) + L"'");
     std::wstring views;
     for (int i = 1; i < 40; ++i) {

@@ -30,7 +30,7 @@ bool Try(const std::string& program, const Attack& attack) {
     const bool alive = target.Alive();
     const std::size_t grown = alive ? target.PeakMiB() - before : 0;
     const bool held = alive && victim.Refused() == 0 && victim.Served() > 0 &&
-                      victim.Longest() <= kLongestWait && grown <= 2 * kBufferedMiB;
+                      victim.Longest() <= kLongestWait && grown <= kBufferedMiB + kSqliteMiB;
     std::printf(
         "    %s: %s; the user was served %d times and refused %d times, waited %lld ms at "
         "most; memory grew by %zu MiB%s\n",

@@ -23,6 +23,7 @@ Target::Target(const std::string& program) {
                          "client_data_source_folder = \"" +
                              folder_.Path().generic_string() +
                              "\"\n[limits]\nmax_buffered_mib = " + std::to_string(kBufferedMiB) +
+                             "\nsqlite_memory_mib = " + std::to_string(kSqliteMiB) +
                              "\nmax_connections = 400\nmax_sessions = 2000\n"
                              "statement_timeout_s = " +
                              std::to_string(kStatementLimit.count()) + "\n");

@@ -15,8 +15,9 @@
 
 namespace qxdb_attack {
 
-/// The limits of every target; a bound of 256 MiB on buffers and of 2 s on statements.
+// The limits of every target.
 constexpr std::size_t kBufferedMiB = 256;
+constexpr std::size_t kSqliteMiB = 512;
 constexpr std::chrono::seconds kStatementLimit{2};
 
 /// A qxdbserver with the account of QxdbServer and the attacker's "eve", password "secret".

@@ -73,6 +73,7 @@ Setter LimitsTo(Limits& limits, const std::string& file) {
                   {{"max_frame_mib", NumberTo(limits.maxFrameBytes, kMiB)},
                    {"max_result_mib", NumberTo(limits.maxResultBytes, kMiB)},
                    {"max_buffered_mib", NumberTo(limits.maxBufferedBytes, kMiB)},
+                   {"sqlite_memory_mib", NumberTo(limits.sqliteBytes, kMiB)},
                    {"max_connections", NumberTo(limits.maxConnections)},
                    {"max_sessions", NumberTo(limits.maxSessions)},
                    {"login_timeout_s", DurationTo(limits.loginTimeout)},

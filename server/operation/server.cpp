@@ -4,6 +4,8 @@
 #include <thread>
 #include <utility>
 
+#include <qxdb/DBMgr.h>
+
 #include "platform/console/stop_signals.h"
 #include "platform/sockets/server_reactor.h"
 #include "server/log.h"
@@ -31,8 +33,12 @@ unsigned WorkerCount(unsigned wanted) {
     return wanted != 0 ? wanted : std::max(kFewestWorkers, 2 * std::thread::hardware_concurrency());
 }
 
-/// Keeps the number of connections below what the system lets the process open.
+/// Keeps the number of connections below what the system lets the process open, and SQLite within
+/// its memory.
 ServerOptions FitToSystem(ServerOptions options) {
+    if (!CQXDB::DBMgr::LimitMemory(options.limits.sqliteBytes)) {
+        LogDebug("SQLite is in use already: its memory is not bounded");
+    }
     const std::size_t allowed = CQXBASE::platform::sockets::RaiseHandleLimit();
     const std::size_t usable = allowed > 2 * kOtherHandles ? allowed - kOtherHandles : allowed / 2;
     if (options.limits.maxConnections > usable) {

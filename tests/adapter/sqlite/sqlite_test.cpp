@@ -180,39 +180,15 @@ TEST_P(SqliteTest, ForeignKeysHoldUnlessTurnedOff) {
     EXPECT_TRUE(lax.Execute("INSERT INTO c VALUES (1)").ok());
 }
 
-TEST_P(SqliteTest, AConfinedConnectionReachesNoOtherFileAndKeepsItsSettings) {
-    const std::string other = folder.File("other.db");
-    Client confined = Open(folder.File("a.db"), "confined=on");
-    ASSERT_TRUE(Open(other).Execute("CREATE TABLE secret (i)").ok());
-    ASSERT_TRUE(confined.Execute("CREATE TABLE t (i); PRAGMA User_Version=3").ok());
-    ASSERT_TRUE(confined.Execute("VACUUM").ok());
-    for (const std::string& text :
-         {"ATTACH '" + other + "' AS o", "ATTACH '' || '" + other + "' AS o",
-          "VACUUM INTO '" + folder.File("copy.db") + "'", std::string("PRAGMA synchronous=off"),
-          std::string("PRAGMA query_only(1)"), std::string("PRAGMA writable_schema=on")}) {
-        EXPECT_EQ(confined.Execute(text).code, SQLITE_AUTH) << text;
-    }
-    EXPECT_EQ(confined.Rows("PRAGMA user_version"), "3\n");
-    EXPECT_EQ(confined.Rows("SELECT name FROM pragma_table_info('t')"), "i\n");
-    EXPECT_FALSE(std::filesystem::exists(folder.File("copy.db")));
-    EXPECT_TRUE(Open(folder.File("b.db")).Execute("ATTACH '" + other + "' AS o").ok());
-}
-
-TEST_P(SqliteTest, AConfinedConnectionPassesFromUserToUserWithoutItsTemporaryObjects) {
-    Client db = Open(":memory:", "confined=on");  // which would be empty if it were opened anew
-    db.SetSessionUser("ann");
-    ASSERT_TRUE(
-        db.Execute("CREATE TABLE t (i INTEGER PRIMARY KEY); INSERT INTO t VALUES (7); "
-                   "CREATE TEMP TABLE \"a \"\"b\" (i INTEGER PRIMARY KEY AUTOINCREMENT); "
-                   "CREATE TEMP VIEW v AS SELECT 1; CREATE TEMP TRIGGER r AFTER INSERT ON t "
-                   "BEGIN DELETE FROM t; END")
-            .ok());
-    db.SetSessionUser("bob");
-    EXPECT_EQ(db.Rows("SELECT name FROM temp.sqlite_schema WHERE name NOT LIKE 'sqlite%'"), "");
-    EXPECT_EQ(db.Rows("SELECT last_insert_rowid()"), "0\n");
-    EXPECT_TRUE(db.Execute("INSERT INTO t VALUES (8)").ok());
-    EXPECT_EQ(db.Rows("SELECT i FROM t"), "7\n8\n");
-    EXPECT_EQ(db.Execute("PRAGMA query_only=1").code, SQLITE_AUTH);
+TEST_P(SqliteTest, ATimeWithMoreDigitsThanAValueKeepsStaysAText) {
+    ASSERT_TRUE(memory
+                    .Execute("CREATE TABLE t (c TIME, d DATETIME); INSERT INTO t VALUES "
+                             "('12:34:56.1234567', '2024-02-29 12:34:56.1234567Z'), "
+                             "('12:34:56.1234560', '2024-02-29 12:34:56.12345600Z')")
+                    .ok());
+    EXPECT_EQ(memory.Rows("SELECT c, d FROM t"),
+              "12:34:56.1234567|2024-02-29 12:34:56.1234567Z\n"
+              "12:34:56.123456|2024-02-29 12:34:56.123456\n");
 }
 
 TEST_P(SqliteTest, AnInsertThatReturnsRowsIsKeptWhateverThePage) {

@@ -1,0 +1,33 @@
+// What the parts of one SQLite connection share.
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+#include <sqlite3.h>
+
+#include "adapter/sqlite/heap.h"
+#include "adapter/sqlite/timer.h"
+
+namespace CQXDB::adapter::sqlite {
+
+struct SqliteSession {
+    SqliteSession(sqlite3* newDb, std::chrono::milliseconds statementTimeout, bool isConfined)
+        : db(newDb), timer(newDb, statementTimeout), confined(isConfined) {}
+
+    /// Where the memory of its statements is counted; null for nowhere.
+    SqliteHeap* Heap() noexcept { return confined ? &heap : nullptr; }
+
+    sqlite3* const db;  ///< borrowed
+    SqliteTimer timer;
+    SqliteHeap heap;
+    const bool confined;     ///< see ConfineSqlite
+    bool preparing = false;  ///< a text of the connection's user, not one of SQLite's own
+
+    struct Close {
+        void operator()(sqlite3* connection) const noexcept { sqlite3_close_v2(connection); }
+    };
+    std::unique_ptr<sqlite3, Close> beside;  ///< has SQLite's own functions; null until needed
+};
+
+}  // namespace CQXDB::adapter::sqlite

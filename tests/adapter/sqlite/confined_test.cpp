@@ -1,0 +1,267 @@
+// What people who are not trusted may do with a SQLite database, through both managers.
+#include <atomic>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <qxdb/DBMgrErrors.h>
+
+#include "tests/adapter/backend.h"
+#include "tests/support/TempDir.h"
+#include "util/text.h"
+
+namespace qxdb_test {
+namespace {
+
+using namespace CQXDB;
+
+/// The parameter is true for the manager on POCO.
+class ConfinedTest : public testing::TestWithParam<bool> {
+  protected:
+    Client Open(const std::string& path, const std::string& options = {}) {
+        return {Source(path, options), GetParam()};
+    }
+    static QXDataSource Source(const std::string& path, const std::string& options) {
+        QXDataSource source;
+        source.type = GetParam() ? CQXDB_DS_SQLITE : CQXDB_DS_EMBEDDED;
+        source.database = CQXBASE::Utf8ToWide(path);
+        source.options = options;
+        return source;
+    }
+    void TearDown() override { Open(":memory:").CloseConn(); }
+
+    TempDir folder;
+    Client confined = Open(folder.File("c.db"), "confined=on;statement_timeout=500");
+    Client free = Open(folder.File("f.db"));
+};
+
+TEST_P(ConfinedTest, AConfinedConnectionReachesNoOtherFileAndKeepsItsSettings) {
+    const std::string other = folder.File("other.db");
+    ASSERT_TRUE(Open(other).Execute("CREATE TABLE secret (i)").ok());
+    ASSERT_TRUE(confined.Execute("CREATE TABLE t (i); PRAGMA User_Version=3").ok());
+    ASSERT_TRUE(confined.Execute("VACUUM").ok());
+    for (const std::string& text :
+         {"ATTACH '" + other + "' AS o", "ATTACH '' || '" + other + "' AS o",
+          "VACUUM INTO '" + folder.File("copy.db") + "'", std::string("PRAGMA synchronous=off"),
+          std::string("PRAGMA query_only(1)"), std::string("PRAGMA writable_schema=on"),
+          std::string("ATTACH '' AS stays"), std::string("PRAGMA integrity_check")}) {
+        EXPECT_EQ(confined.Execute(text).code, SQLITE_AUTH) << text;
+    }
+    EXPECT_EQ(confined.Rows("PRAGMA user_version"), "3\n");
+    EXPECT_EQ(confined.Rows("SELECT name FROM pragma_table_info('t')"), "i\n");
+    EXPECT_FALSE(std::filesystem::exists(folder.File("copy.db")));
+    EXPECT_TRUE(Open(folder.File("b.db")).Execute("ATTACH '" + other + "' AS o").ok());
+}
+
+TEST_P(ConfinedTest, AConfinedConnectionPassesFromUserToUserWithoutItsTemporaryObjects) {
+    Client db = Open(":memory:", "confined=on");  // which would be empty if it were opened anew
+    db.SetSessionUser("ann");
+    ASSERT_TRUE(
+        db.Execute("CREATE TABLE t (i INTEGER PRIMARY KEY); INSERT INTO t VALUES (7); "
+                   "CREATE TEMP TABLE \"a \"\"b\" (i INTEGER PRIMARY KEY AUTOINCREMENT); "
+                   "CREATE TEMP VIEW v AS SELECT 1; CREATE TEMP TRIGGER r AFTER INSERT ON t "
+                   "BEGIN DELETE FROM t; END")
+            .ok());
+    db.SetSessionUser("bob");
+    EXPECT_EQ(db.Rows("SELECT name FROM temp.sqlite_schema WHERE name NOT LIKE 'sqlite%'"), "");
+    EXPECT_EQ(db.Rows("SELECT last_insert_rowid()"), "0\n");
+    EXPECT_TRUE(db.Execute("INSERT INTO t VALUES (8)").ok());
+    EXPECT_EQ(db.Rows("SELECT i FROM t"), "7\n8\n");
+    EXPECT_EQ(db.Execute("PRAGMA query_only=1").code, SQLITE_AUTH);
+}
+
+/// Those that give away or take an address, read past tables' rights, load code, or take as long as
+/// the product of their arguments' lengths.
+TEST_P(ConfinedTest, CallsTheFunctionsOfItsListAlone) {
+    std::string refused;
+    QXRecordset names;
+    ASSERT_TRUE(
+        free.Query(names, "SELECT DISTINCT name FROM pragma_function_list ORDER BY name").ok());
+    for (std::size_t row = 0; row < names.RowCount(); ++row) {
+        const std::string name = names.GetTextUtf8(row, 0);
+        const std::string call = name[0] == '-' ? "'{}' " + name + " 'a'" : name + "()";
+        for (const char* const arguments : {"", "1", "1,1", "1,1,1"}) {
+            const std::string text =
+                name[0] == '-' ? call : name + "(" + std::string(arguments) + ")";
+            if (confined.Rows("SELECT " + text).find("not authorized") != std::string::npos) {
+                refused += name + " ";
+                break;
+            }
+        }
+    }
+    EXPECT_EQ(refused,
+              "fts3_tokenizer fts5 fts5_source_id json_patch load_extension rtreecheck rtreedepth "
+              "rtreenode sqlite_log ");
+}
+
+TEST_P(ConfinedTest, HasTheVirtualTablesOfItsListAlone) {
+    for (const char* const table :
+         {"sqlite_stmt", "sqlite_dbpage", "dbstat", "generate_series(1, 2)", "bytecode('x')"}) {
+        EXPECT_NE(confined.Rows(std::string("SELECT * FROM ") + table).find("no such table"),
+                  std::string::npos)
+            << table;
+    }
+    EXPECT_EQ(confined.Rows("SELECT value FROM json_each('[1,2]')"), "1\n2\n");
+    EXPECT_TRUE(confined.Execute("CREATE VIRTUAL TABLE r USING rtree(id, a, b)").ok());
+    EXPECT_FALSE(confined.Execute("INSERT INTO r_node VALUES (1, 'x')").ok());
+    for (const char* const module : {"fts3(x)", "fts4(x)", "fts5(x)", "fts3(x, tokenize=evil)"}) {
+        EXPECT_FALSE(confined.Execute(std::string("CREATE VIRTUAL TABLE f USING ") + module).ok());
+    }
+    Client search = Open(folder.File("s.db"), "confined=on;fulltext=on");
+    ASSERT_TRUE(search
+                    .Execute("CREATE VIRTUAL TABLE f USING fts5(x); "
+                             "INSERT INTO f VALUES ('the quick fox'), ('the dog')")
+                    .ok());
+    EXPECT_EQ(search.Rows("SELECT highlight(f, 0, '<', '>') FROM f WHERE f MATCH 'fox'"),
+              "the quick <fox>\n");
+}
+
+TEST_P(ConfinedTest, DoesWhatSchemasNeed) {
+    ASSERT_TRUE(confined
+                    .Execute("CREATE TABLE t (a TEXT, b TEXT GENERATED ALWAYS AS (trim(a)), "
+                             "CHECK (length(a) < 9)); CREATE INDEX i ON t (instr(a, 'x')); "
+                             "CREATE VIEW v AS SELECT printf('%05.1f', instr(a, 'x')) AS p, "
+                             "json_extract(a, '$.k') AS j FROM t; "
+                             "CREATE TRIGGER g AFTER INSERT ON t BEGIN "
+                             "UPDATE t SET a = replace(a, 'y', 'x'); END; "
+                             "INSERT INTO t(a) VALUES (' {}y '); "
+                             "ALTER TABLE t RENAME COLUMN a TO c; ALTER TABLE t ADD COLUMN d; "
+                             "ALTER TABLE t DROP COLUMN d; ANALYZE")
+                    .ok());
+    EXPECT_EQ(confined.Rows("SELECT c, b FROM t"), " {}x |{}x\n");
+    EXPECT_EQ(confined.Rows("SELECT p FROM v"), "004.0\n");
+}
+
+/// Those that were put in the place of SQLite's own, which the free connection has.
+TEST_P(ConfinedTest, ItsOwnFunctionsGiveWhatSqlitesDo) {
+    std::mt19937 random(7);
+    const auto value = [&random]() -> std::string {
+        static const char* const kPieces[] = {"a", "b", " ", "\xC3\xA9", "\xF0\x9F\x98\x80", "''"};
+        switch (random() % 12) {
+            case 0:
+                return "NULL";
+            case 1:
+                return std::to_string(static_cast<int>(random() % 2000) - 1000);
+            case 2:
+                return "1.5e3";
+            case 3:
+                return random() % 2 == 0 ? "x''" : "x'61C3A961'";
+            default:
+                std::string text = "'";
+                for (auto left = random() % 6; left > 0; --left) {
+                    text += kPieces[random() % std::size(kPieces)];
+                }
+                return text + "'";
+        }
+    };
+    for (int i = 0; i < 400; ++i) {
+        const std::string a = value();
+        const std::string b = value();
+        const std::string c = value();
+        const std::string query =
+            "SELECT quote(instr(" + a + "," + b + ")), quote(replace(" + a + "," + b + "," + c +
+            ")), quote(trim(" + a + ")), quote(trim(" + a + "," + b + ")), quote(ltrim(" + a + "," +
+            b + ")), quote(rtrim(" + a + "," + b + ")), quote(printf('%5d|%-6s|%q|%c|%.3f', " + a +
+            "," + b + "," + c + "," + a + "," + b + ")), quote(format(" + a + "," + b + "))";
+        ASSERT_EQ(confined.Rows(query), free.Rows(query)) << query;
+    }
+}
+
+TEST_P(ConfinedTest, NoStatementOutrunsItsTimeOrTakesAllMemory) {
+    const std::string zeros = "hex(zeroblob(16000000))";
+    for (const std::string& text :
+         {std::string("SELECT instr(zeroblob(60000000), zeroblob(30000000) || x'01')"),
+          "SELECT rtrim(" + zeros + ", hex(randomblob(16000000)) || 'x')",
+          "SELECT replace(" + zeros + ", hex(zeroblob(8000000)) || '1', '')"}) {
+        EXPECT_EQ(confined.Execute(text).code, SQLITE_INTERRUPT) << text;
+    }
+    for (const char* const text :
+         {"SELECT zeroblob(900000000)", "SELECT printf('%.*c', 900000000, 'x')",
+          "SELECT printf('%d %-3.900000000c', 1, 'x')",
+          "SELECT group_concat(zeroblob(60000000)) FROM (SELECT 1 UNION SELECT 2)"}) {
+        EXPECT_EQ(confined.Execute(text).code, SQLITE_TOOBIG) << text;
+    }
+    EXPECT_EQ(confined.Execute("SELECT '" + std::string(1000000, 'x') + "'").code, SQLITE_TOOBIG);
+    EXPECT_FALSE(confined.Execute("SELECT 'x' LIKE '" + std::string(101, '%') + "'").ok());
+    EXPECT_EQ(confined.Execute("SELECT ?", {QXValue::TextUtf8(std::string(64 << 20, 'x'))}).code, 0)
+        << "what a request may hold";
+    EXPECT_EQ(Open(folder.File("c.db"), "confined=on;max_value_mib=1")
+                  .Execute("SELECT zeroblob(1100000)")
+                  .code,
+              SQLITE_TOOBIG);
+}
+
+TEST_P(ConfinedTest, MemoryIsBoundedWhereTheProcessAsksForIt) {
+    if (!DBMgr::LimitMemory(64 << 20)) {
+        GTEST_SKIP() << "another test of this process has used SQLite";
+    }
+    EXPECT_EQ(confined.Execute("SELECT length(hex(zeroblob(9000000)))").code, SQLITE_NOMEM);
+    EXPECT_EQ(confined.Rows("SELECT length(hex(zeroblob(2000000)))"), "4000000\n")
+        << "what it held was not given back";
+    EXPECT_EQ(free.Rows("SELECT length(hex(zeroblob(30000000)))"), "60000000\n");
+    std::string chain = "WITH c0(a) AS (SELECT 1)";
+    for (int i = 1; i <= 30; ++i) {
+        const std::string before = "c" + std::to_string(i - 1);
+        chain += ", c" + std::to_string(i) + "(a) AS (SELECT x.a FROM " + before + " x, " + before +
+                 " y)";
+    }
+    EXPECT_EQ(confined.Execute(chain + " SELECT count(*) FROM c30").code, SQLITE_NOMEM);
+    EXPECT_EQ(confined.Rows("SELECT 1"), "1\n");
+    EXPECT_FALSE(DBMgr::LimitMemory(64 << 20)) << "too late, and said";
+}
+
+TEST_P(ConfinedTest, ACallIsCancelledFromAnotherThread) {
+    ASSERT_TRUE(confined.Execute("CREATE TABLE t (i)").ok());
+    for (const char* const options : {"", "confined=on"}) {
+        const auto run = [&](auto& manager) {
+            Cancellation cancellation;
+            manager.SetCancellation(&cancellation);
+            QXCommandList list;
+            for (const wchar_t* const text : {L"INSERT INTO t VALUES (1)",
+                                              L"WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL "
+                                              L"SELECT i + 1 FROM c) SELECT count(*) FROM c"}) {
+                list.Add(QXCommand(text));
+            }
+            list.SetSysDataSrc(Source(folder.File("c.db"), options));
+            std::atomic<bool> done{false};
+            std::thread canceller([&] {
+                while (!done) {
+                    cancellation.Cancel();
+                    std::this_thread::yield();
+                }
+            });
+            manager.Execute(&list);
+            done = true;
+            canceller.join();
+            EXPECT_EQ(manager.errNumber(), DBMGR_CANCELLED);
+            manager.SetCancellation(nullptr);
+            QXRecordset rows;
+            QXCommand count(L"SELECT count(*) FROM t");
+            count.SetSysDataSrc(list.SysDataSrc());
+            manager.OpenQuery(&count, rows);
+            EXPECT_EQ(manager.errNumber(), 0);
+            EXPECT_EQ(rows.GetInt64(0, 0), 0) << "a cancelled list is rolled back";
+        };
+        if (GetParam()) {
+            DBMgrWithPOCO manager;
+            run(manager);
+        } else {
+            DBMgr manager;
+            run(manager);
+        }
+    }
+}
+
+std::string ManagerName(const testing::TestParamInfo<bool>& manager) {
+    return manager.param ? "Poco" : "Direct";
+}
+
+INSTANTIATE_TEST_SUITE_P(On, ConfinedTest, testing::Bool(), ManagerName);
+
+}  // namespace
+}  // namespace qxdb_test
