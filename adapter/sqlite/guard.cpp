@@ -210,7 +210,7 @@ struct Limit {
     int most;
 };
 constexpr Limit kLimits[] = {
-    {SQLITE_LIMIT_SQL_LENGTH, 1000000},  // of one statement; a script is split before
+    {SQLITE_LIMIT_SQL_LENGTH, 4 << 20},  // of one statement; a script is split before
     {SQLITE_LIMIT_VDBE_OP, 5000000},
     {SQLITE_LIMIT_EXPR_DEPTH, 500},
     {SQLITE_LIMIT_COMPOUND_SELECT, 500},
