@@ -33,7 +33,7 @@ void DBMgrBase::Execute(QXCommand* command) {
 }
 
 void DBMgrBase::Execute(QXCommandList* list) {
-    const auto work = [&](auto& connection) { adapter::Execute(connection, *list); };
+    const auto work = [&](auto& connection) { adapter::Execute(connection, *list, cancellation_); };
     Run(DataSourceOf(list), std::cref(work));
 }
 
@@ -51,7 +51,7 @@ void DBMgrBase::OpenQuery(QXCommand* command, QXRecordset& rs) {
 void DBMgrBase::OpenQuery(QXCommandList* list, QXRecordset& rs) {
     rs.Clear();
     const auto work = [&](auto& connection) {
-        adapter::OpenQuery(connection, *list, rs, maxResultBytes_);
+        adapter::OpenQuery(connection, *list, rs, maxResultBytes_, cancellation_);
     };
     Run(DataSourceOf(list), std::cref(work));
     if (errNumber_ != 0) {
@@ -61,7 +61,7 @@ void DBMgrBase::OpenQuery(QXCommandList* list, QXRecordset& rs) {
 
 void DBMgrBase::BatchQry(QXCommandList* list, QXRsList& out) {
     const auto work = [&](auto& connection) {
-        adapter::BatchQry(connection, *list, out, maxResultBytes_);
+        adapter::BatchQry(connection, *list, out, maxResultBytes_, cancellation_);
     };
     Run(DataSourceOf(list), std::cref(work));
     if (errNumber_ != 0) {

@@ -5,8 +5,8 @@
 
 #include <qxdb/Cancellation.h>
 
+#include "adapter/cancel_mark.h"
 #include "adapter/connection.h"
-#include "adapter/database_error.h"
 
 namespace CQXDB::adapter {
 
@@ -34,7 +34,7 @@ class CancellableWork {
     /// Throws DatabaseError when cancelled.
     static void Check(const Cancellation* cancellation) {
         if (cancellation != nullptr && cancellation->Cancelled()) {
-            throw DatabaseError(DBMGR_CANCELLED, "the call was cancelled");
+            RefuseCancelled();
         }
     }
 

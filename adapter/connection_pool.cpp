@@ -5,9 +5,16 @@
 #include <string>
 #include <utility>
 
+#include "adapter/cancellable_work.h"
 #include "adapter/database_error.h"
 
 namespace CQXDB::adapter {
+namespace {
+
+/// How often one who waits looks whether he is cancelled.
+constexpr std::chrono::milliseconds kLook{50};
+
+}  // namespace
 
 Lease::Lease(std::shared_ptr<ConnectionPool> pool, std::unique_ptr<Connection> connection,
              std::string user) noexcept
@@ -24,8 +31,9 @@ ConnectionPool::ConnectionPool(Opener open, PoolLimits limits)
     idle_.reserve(limits_.maxConnections);
 }
 
-Lease ConnectionPool::Take(const std::string& user) {
-    IdleConnection idle = TakeIdleOrReserve(user);
+Lease ConnectionPool::Take(const std::string& user, const Cancellation* cancellation) {
+    CancellableWork::Check(cancellation);
+    IdleConnection idle = TakeIdleOrReserve(user, cancellation);
     std::unique_ptr<Connection>& connection = idle.connection;
     if (connection && !(connection->Alive() && (idle.user == user || connection->Reset()))) {
         connection.reset();
@@ -36,12 +44,27 @@ Lease ConnectionPool::Take(const std::string& user) {
     return {shared_from_this(), std::move(connection), user};
 }
 
-ConnectionPool::IdleConnection ConnectionPool::TakeIdleOrReserve(const std::string& user) {
+bool ConnectionPool::WaitForRoom(std::unique_lock<std::mutex>& lock,
+                                 const Cancellation* cancellation) {
+    const auto end = std::chrono::steady_clock::now() + limits_.waitTimeout;
+    for (;;) {
+        // Before the look at the cancellation: nobody else is told of what this one was told.
+        if (!idle_.empty() || open_ < limits_.maxConnections) {
+            return true;
+        }
+        CancellableWork::Check(cancellation);
+        const auto now = std::chrono::steady_clock::now();
+        if (now >= end) {
+            return false;
+        }
+        freed_.wait_until(lock, cancellation == nullptr ? end : std::min(end, now + kLook));
+    }
+}
+
+ConnectionPool::IdleConnection ConnectionPool::TakeIdleOrReserve(const std::string& user,
+                                                                 const Cancellation* cancellation) {
     std::unique_lock<std::mutex> lock(mutex_);
-    const bool ready = freed_.wait_for(lock, limits_.waitTimeout, [this] {
-        return !idle_.empty() || open_ < limits_.maxConnections;
-    });
-    if (!ready) {
+    if (!WaitForRoom(lock, cancellation)) {
         throw DatabaseError(DBMGR_POOL_TIMEOUT,
                             "all " + std::to_string(limits_.maxConnections) +
                                 " connections to the database stayed in use for " +

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include <qxdb/Cancellation.h>
+
 #include "adapter/connection.h"
 
 namespace CQXDB::adapter {
@@ -48,8 +50,8 @@ class ConnectionPool : public std::enable_shared_from_this<ConnectionPool> {
     /// Takes an idle connection that is still alive, or opens one. What one user's statements have
     /// left in a session is not met by another: a connection that changes hands is reset, or
     /// replaced where that can't be done. Waits while all are in use; throws DatabaseError when
-    /// that lasts too long, and what the opener throws.
-    Lease Take(const std::string& user = {});
+    /// that lasts too long or is cancelled, and what the opener throws. `cancellation` may be null.
+    Lease Take(const std::string& user = {}, const Cancellation* cancellation = nullptr);
     void CloseIdle() noexcept;
     /// True when no connection is open or being opened.
     bool Empty();
@@ -64,7 +66,9 @@ class ConnectionPool : public std::enable_shared_from_this<ConnectionPool> {
 
     /// An idle connection, the user's own last one if there is any; or null after reserving the
     /// right to open one.
-    IdleConnection TakeIdleOrReserve(const std::string& user);
+    IdleConnection TakeIdleOrReserve(const std::string& user, const Cancellation* cancellation);
+    /// False when the time to wait is over. Throws DatabaseError when cancelled.
+    bool WaitForRoom(std::unique_lock<std::mutex>& lock, const Cancellation* cancellation);
     std::unique_ptr<Connection> OpenReserved();
     void Return(std::unique_ptr<Connection> connection, std::string user) noexcept;
     void GiveUpOne() noexcept;

@@ -55,7 +55,7 @@ CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource, cons
         if (dataSource == nullptr) {
             throw DatabaseError(DBMGR_NO_COMMAND, "no command or data source was given");
         }
-        const Lease lease = pools.Take(*dataSource, user);
+        const Lease lease = pools.Take(*dataSource, user, cancellation);
         RunAndSettle(*lease, cancellation, work);
     });
 }

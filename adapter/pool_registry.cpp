@@ -44,10 +44,11 @@ std::wstring KeyOf(const QXDataSource& ds, bool anyDatabase) {
 PoolRegistry::PoolRegistry(PoolMaker maker, ChangesDatabase changesDatabase)
     : maker_(std::move(maker)), changesDatabase_(changesDatabase) {}
 
-Lease PoolRegistry::Take(const QXDataSource& dataSource, const std::string& user) {
+Lease PoolRegistry::Take(const QXDataSource& dataSource, const std::string& user,
+                         const Cancellation* cancellation) {
     std::shared_ptr<ConnectionPool> pool = PoolOf(dataSource);
     try {
-        Lease lease = pool->Take(user);
+        Lease lease = pool->Take(user, cancellation);
         if (ChangeDatabase(dataSource)) {
             lease->UseDatabase(CQXBASE::WideToUtf8(dataSource.database));
         }

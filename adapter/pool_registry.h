@@ -27,7 +27,9 @@ class PoolRegistry {
     PoolRegistry(const PoolRegistry&) = delete;
     PoolRegistry& operator=(const PoolRegistry&) = delete;
 
-    Lease Take(const QXDataSource& dataSource, const std::string& user);
+    /// See ConnectionPool::Take; also throws what the pool's maker throws.
+    Lease Take(const QXDataSource& dataSource, const std::string& user,
+               const Cancellation* cancellation = nullptr);
     void CloseIdle();
 
   private:

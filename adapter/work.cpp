@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "adapter/cancellable_work.h"
 #include "adapter/database_error.h"
 #include "adapter/statement_checks.h"
 #include "adapter/statement_text.h"
@@ -37,8 +38,9 @@ void Query(Statement& statement, const QXCommand& command, const Page& page, QXR
 /// command do, share the statement without looking at the text again.
 class ListRun {
   public:
-    ListRun(Connection& connection, const QXCommandList& list) noexcept
-        : connection_(connection), list_(list) {}
+    ListRun(Connection& connection, const QXCommandList& list,
+            const Cancellation* cancellation) noexcept
+        : connection_(connection), list_(list), cancellation_(cancellation) {}
 
     /// Calls `step` for every command, and tells in an error's text which command it was.
     template <class Step>
@@ -46,6 +48,7 @@ class ListRun {
         std::size_t i = 0;
         try {
             for (; i < list_.Count(); ++i) {
+                CancellableWork::Check(cancellation_);
                 step(i);
             }
             i = list_.Count() - 1;
@@ -100,6 +103,7 @@ class ListRun {
 
     Connection& connection_;
     const QXCommandList& list_;
+    const Cancellation* cancellation_;  ///< may be null
     const std::string* text_ = nullptr;
     Preparing prepare_ = nullptr;
     std::shared_ptr<Statement> statement_;
@@ -124,13 +128,15 @@ TransactionKind KindOf(const Connection& connection, const QXCommandList& list) 
 }
 
 template <typename Work>
-void InOneTransaction(Connection& connection, const QXCommandList& list, Work work) {
+void InOneTransaction(Connection& connection, const QXCommandList& list,
+                      const Cancellation* cancellation, Work work) {
     if (list.Empty()) {
         return;
     }
     connection.Begin(KindOf(connection, list));
-    ListRun run(connection, list);
+    ListRun run(connection, list, cancellation);
     work(run);
+    CancellableWork::Check(cancellation);
     connection.Commit();
 }
 
@@ -141,8 +147,8 @@ void Execute(Connection& connection, const QXCommand& command) {
         ->Execute(command.Params());
 }
 
-void Execute(Connection& connection, const QXCommandList& list) {
-    InOneTransaction(connection, list, [&](ListRun& run) {
+void Execute(Connection& connection, const QXCommandList& list, const Cancellation* cancellation) {
+    InOneTransaction(connection, list, cancellation, [&](ListRun& run) {
         if (const encoding::CommandGroups* const columns = list.Columns()) {
             run.ExecuteAll(*columns);
         } else {
@@ -160,9 +166,9 @@ void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs
 }
 
 void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs,
-               std::size_t maxBytes) {
+               std::size_t maxBytes, const Cancellation* cancellation) {
     const Page page = Page::Of(rs, maxBytes);
-    InOneTransaction(connection, list, [&](ListRun& run) {
+    InOneTransaction(connection, list, cancellation, [&](ListRun& run) {
         const std::size_t last = list.Count() - 1;
         run.Each([&](std::size_t i) {
             if (i < last) {
@@ -175,9 +181,9 @@ void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& r
 }
 
 void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out,
-              std::size_t maxBytes) {
+              std::size_t maxBytes, const Cancellation* cancellation) {
     std::size_t bytes = 0;
-    InOneTransaction(connection, list, [&](ListRun& run) {
+    InOneTransaction(connection, list, cancellation, [&](ListRun& run) {
         run.Each([&](std::size_t i) {
             QXRecordset rs;
             Page all;

@@ -10,10 +10,19 @@
 #include "adapter/statement_checks.h"
 
 namespace CQXDB::adapter::mysql {
+namespace {
+
+/// How often a statement is asked to end before its connection is ended.
+constexpr int kPoliteRequests = 2;
+
+}  // namespace
 
 MySqlConnection::MySqlConnection(std::unique_ptr<Session> session,
-                                 std::chrono::milliseconds statementTimeout)
-    : session_(std::move(session)), statementTimeout_(statementTimeout) {
+                                 std::chrono::milliseconds statementTimeout, Reconnect reconnect)
+    : session_(std::move(session)),
+      statementTimeout_(statementTimeout),
+      reconnect_(std::move(reconnect)),
+      thread_(mysql_thread_id(Handle())) {
     SetUp();
 }
 
@@ -82,8 +91,20 @@ bool MySqlConnection::Alive() noexcept {
     return mysql_ping(Handle()) == 0;
 }
 
+void MySqlConnection::Cancel() noexcept {
+    cancelled_.Set();
+    const std::string kill = ++requests_ <= kPoliteRequests ? "KILL QUERY " : "KILL ";
+    try {
+        const std::unique_ptr<Session> other = reconnect_();
+        mysql_query(*other, (kill + std::to_string(thread_)).c_str());
+    } catch (...) {
+        // The server can't be reached, or has no room for one more.
+    }
+}
+
 bool MySqlConnection::Usable() noexcept {
-    return !givenUp_ && !MeansConnectionLost(mysql_errno(Handle())) && !InTransaction();
+    return !givenUp_ && !cancelled_.IsSet() && !MeansConnectionLost(mysql_errno(Handle())) &&
+           !InTransaction();
 }
 
 bool MySqlConnection::Reset() noexcept {
@@ -103,6 +124,7 @@ bool MySqlConnection::Reset() noexcept {
 }
 
 void MySqlConnection::RunText(const std::string& text) {
+    CheckCancelled();
     if (mysql_real_query(Handle(), text.data(), static_cast<unsigned long>(text.size())) != 0) {
         throw MySqlError(Handle());
     }

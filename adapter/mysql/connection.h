@@ -2,11 +2,13 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
 #include <Poco/Data/MySQL/SessionHandle.h>
 
+#include "adapter/cancel_mark.h"
 #include "adapter/connection.h"
 
 namespace CQXDB::adapter::mysql {
@@ -15,9 +17,13 @@ class MySqlConnection : public Connection {
   public:
     using Session = Poco::Data::MySQL::SessionHandle;
 
+    /// Connects once more, as the same user, to end a statement from outside; throws DatabaseError.
+    using Reconnect = std::function<std::unique_ptr<Session>()>;
+
     /// `session` is connected. A statement that takes longer than the timeout is ended by the
     /// server; 0 leaves that to the server. Throws DatabaseError.
-    MySqlConnection(std::unique_ptr<Session> session, std::chrono::milliseconds statementTimeout);
+    MySqlConnection(std::unique_ptr<Session> session, std::chrono::milliseconds statementTimeout,
+                    Reconnect reconnect);
 
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
@@ -29,6 +35,8 @@ class MySqlConnection : public Connection {
     bool InTransaction() noexcept override;
     void UseDatabase(const std::string& name) override;
     bool Alive() noexcept override;
+    /// From the third time on the server is told to end the connection.
+    void Cancel() noexcept override;
     bool Usable() noexcept override;
     bool Reset() noexcept override;
 
@@ -37,6 +45,8 @@ class MySqlConnection : public Connection {
     /// Runs any number of statements without parameters, and drops their rows. Throws
     /// DatabaseError.
     void RunText(const std::string& text);
+    /// To be called before anything is sent. Throws DatabaseError.
+    void CheckCancelled() const { cancelled_.Check(); }
     /// To be called when the connection's settings are no longer what the pool's other users
     /// expect.
     void GiveUp() noexcept { givenUp_ = true; }
@@ -47,6 +57,10 @@ class MySqlConnection : public Connection {
 
     std::unique_ptr<Session> session_;
     const std::chrono::milliseconds statementTimeout_;
+    Reconnect reconnect_;
+    const unsigned long thread_;  ///< the server's
+    CancelMark cancelled_;
+    int requests_ = 0;      ///< calls of Cancel
     std::string database_;  ///< chosen last
     bool givenUp_ = false;
 };

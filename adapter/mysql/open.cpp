@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -14,6 +15,8 @@
 
 namespace CQXDB::adapter::mysql {
 namespace {
+
+constexpr unsigned kBriefSeconds = 5;
 
 struct Settings {
     std::string host;
@@ -99,7 +102,7 @@ void Configure(MySqlConnection::Session& session, const Settings& settings) {
     SetText(handle, MARIADB_OPT_UNIXSOCKET, settings.socket);
 }
 
-std::unique_ptr<Connection> Open(const Settings& settings) {
+std::unique_ptr<MySqlConnection::Session> Connect(const Settings& settings) {
     auto session = std::make_unique<MySqlConnection::Session>(nullptr);
     const auto orNull = [](const std::string& text) {
         return text.empty() ? nullptr : text.c_str();
@@ -112,7 +115,19 @@ std::unique_ptr<Connection> Open(const Settings& settings) {
     } catch (const Poco::Exception&) {
         throw MySqlError(static_cast<MYSQL*>(*session));
     }
-    return std::make_unique<MySqlConnection>(std::move(session), settings.statementTimeout);
+    return session;
+}
+
+/// Logs in as quickly as can be, to end a statement.
+std::unique_ptr<MySqlConnection::Session> ConnectBriefly(Settings settings) {
+    settings.connectSeconds = std::min(settings.connectSeconds, kBriefSeconds);
+    settings.readSeconds = kBriefSeconds;
+    return Connect(settings);
+}
+
+std::unique_ptr<Connection> Open(const Settings& settings) {
+    return std::make_unique<MySqlConnection>(Connect(settings), settings.statementTimeout,
+                                             [settings] { return ConnectBriefly(settings); });
 }
 
 std::shared_ptr<ConnectionPool> MakePool(const QXDataSource& dataSource) {

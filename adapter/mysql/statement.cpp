@@ -64,6 +64,7 @@ void MySqlStatement::Fail() {
 void MySqlStatement::Run(const Parameters& parameters) {
     CheckParameterCount(mysql_stmt_param_count(executor_), parameters.size());
     MySqlParameters bound(parameters);
+    connection_.CheckCancelled();
     try {
         executor_.bindParams(bound.Data(), parameters.size());
         executor_.execute();

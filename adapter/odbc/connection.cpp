@@ -40,6 +40,9 @@ OdbcConnection::OdbcConnection(std::unique_ptr<Handle> handle, std::uintptr_t st
     const std::string database = DatabaseName();
     dialect_ = &DialectOf(database);
     probe_ = ProbeOf(database);
+    if (dialect_ == &kSqliteDialect) {
+        unused_ = std::make_unique<const Poco::Data::ODBC::StatementHandle>(*handle_);
+    }
 }
 
 std::string OdbcConnection::DatabaseName() const {
@@ -97,6 +100,25 @@ bool OdbcConnection::Alive() noexcept {
         return false;
     }
     return !broken_;
+}
+
+void OdbcConnection::Cancel() noexcept {
+    cancelled_.Set();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (running_ != SQL_NULL_HSTMT) {
+        SQLCancel(unused_ ? unused_->handle() : running_);
+    }
+}
+
+OdbcConnection::Running::Running(OdbcConnection& connection, SQLHSTMT statement)
+    : connection_(connection) {
+    const std::lock_guard<std::mutex> lock(connection_.mutex_);
+    connection_.running_ = statement;
+}
+
+OdbcConnection::Running::~Running() {
+    const std::lock_guard<std::mutex> lock(connection_.mutex_);
+    connection_.running_ = SQL_NULL_HSTMT;
 }
 
 void OdbcConnection::Watch(const std::string& text) {

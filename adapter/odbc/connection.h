@@ -3,10 +3,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include <Poco/Data/ODBC/ConnectionHandle.h>
+#include <Poco/Data/ODBC/Handle.h>
 
+#include "adapter/cancel_mark.h"
 #include "adapter/connection.h"
 #include "adapter/odbc/errors.h"
 
@@ -29,9 +32,26 @@ class OdbcConnection : public Connection {
     void Rollback() noexcept override;
     bool InTransaction() noexcept override { return began_ || userBegan_; }
     bool Alive() noexcept override;
-    bool Usable() noexcept override { return !broken_; }
+    /// Passes it to the driver, which may not heed it before the next row.
+    void Cancel() noexcept override;
+    bool Usable() noexcept override { return !broken_ && !cancelled_.IsSet(); }
 
     // What the statements need.
+
+    /// The stretch in which Cancel reaches a statement. One at a time.
+    class Running {
+      public:
+        Running(OdbcConnection& connection, SQLHSTMT statement);
+        Running(const Running&) = delete;
+        Running& operator=(const Running&) = delete;
+        ~Running();
+
+      private:
+        OdbcConnection& connection_;
+    };
+
+    /// To be called before the driver is asked for more. Throws DatabaseError.
+    void CheckCancelled() const { cancelled_.Check(); }
     Handle& Native() const noexcept { return *handle_; }
     std::uintptr_t StatementSeconds() const noexcept { return statementSeconds_; }
     /// True when the driver runs only the first statement of a text.
@@ -55,6 +75,12 @@ class OdbcConnection : public Connection {
     bool began_ = false;      ///< by Begin()
     bool userBegan_ = false;  ///< by a text
     bool broken_ = false;
+    CancelMark cancelled_;
+    /// SQLite's driver closes the statement that it is to cancel, whoever uses it at the time. All
+    /// it has to know is the connection, so it is named a statement that nobody uses.
+    std::unique_ptr<const Poco::Data::ODBC::StatementHandle> unused_;
+    std::mutex mutex_;
+    SQLHSTMT running_ = SQL_NULL_HSTMT;  ///< guarded by mutex_
 };
 
 }  // namespace CQXDB::adapter::odbc

@@ -94,6 +94,7 @@ QXColumn& OdbcRowReader::AddColumn(SQLUSMALLINT index, QXRecordset& rs) {
 }
 
 bool OdbcRowReader::Fetch() {
+    connection_.CheckCancelled();
     const SQLRETURN code = SQLFetch(statement_);
     Check(code);
     return code != SQL_NO_DATA;

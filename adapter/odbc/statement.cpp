@@ -43,6 +43,7 @@ void OdbcStatement::Check(SQLRETURN code) {
 }
 
 void OdbcStatement::Execute(const Parameters& parameters) {
+    const OdbcConnection::Running running(connection_, handle_);
     if (script_ && parameters.empty()) {
         CheckParameterCount(parameterCount_, 0);
         RunScript();
@@ -53,6 +54,7 @@ void OdbcStatement::Execute(const Parameters& parameters) {
 }
 
 void OdbcStatement::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
+    const OdbcConnection::Running running(connection_, handle_);
     LimitRows(page);
     Start(parameters);
     OdbcRowReader reader(connection_, handle_, rs);
@@ -87,11 +89,13 @@ void OdbcStatement::Start(const Parameters& parameters) {
         Prepare();
     }
     const OdbcParameters bound(connection_, handle_, parameters);
+    connection_.CheckCancelled();
     Check(SQLExecute(handle_));
 }
 
 void OdbcStatement::RunText(std::string_view text) {
     OdbcText sql = ToOdbcText(text);
+    connection_.CheckCancelled();
     Check(SQLExecDirectW(handle_, sql.data(), static_cast<SQLINTEGER>(sql.size())));
     Finish();
 }

@@ -14,6 +14,9 @@ namespace {
 
 void IgnoreNotice(void*, const PGresult*) {}
 
+/// How often a statement is asked to end before its session is ended.
+constexpr int kPoliteRequests = 2;
+
 /// The formats in which values are read.
 const char* const kFormats =
     "SET DateStyle = 'ISO'; SET IntervalStyle = 'postgres'; SET bytea_output = 'hex'; "
@@ -37,8 +40,12 @@ void DropCopiedData(PGconn* connection) {
 
 }  // namespace
 
-PgConnection::PgConnection(PgHandle handle, const Session& session)
-    : handle_(std::move(handle)), settings_(kFormats) {
+PgConnection::PgConnection(PgHandle handle, const Session& session, Reconnect reconnect)
+    : handle_(std::move(handle)),
+      cancel_(PQgetCancel(handle_.get())),
+      reconnect_(std::move(reconnect)),
+      backend_(PQbackendPID(handle_.get())),
+      settings_(kFormats) {
     PQsetNoticeReceiver(handle_.get(), IgnoreNotice, nullptr);
     if (!session.timeZone.empty()) {
         settings_ += "; SET TimeZone = " + Quoted(handle_.get(), session.timeZone);
@@ -71,6 +78,9 @@ void PgConnection::Commit() {
 }
 
 void PgConnection::Rollback() noexcept {
+    if (waiting_ != 0) {
+        EndStatement();
+    }
     try {
         Settle();
     } catch (...) {
@@ -93,7 +103,7 @@ bool PgConnection::Alive() noexcept {
 }
 
 bool PgConnection::Usable() noexcept {
-    return PQstatus(handle_.get()) == CONNECTION_OK &&
+    return !cancelled_.IsSet() && PQstatus(handle_.get()) == CONNECTION_OK &&
            PQtransactionStatus(handle_.get()) == PQTRANS_IDLE;
 }
 
@@ -110,6 +120,7 @@ bool PgConnection::Reset() noexcept {
 PgResult PgConnection::RunText(const std::string& text, const PgRowSink& sink) {
     Settle();
     parsed_ = nullptr;
+    cancelled_.Check();
     if (PQsendQuery(handle_.get(), text.c_str()) == 0) {
         throw PgError(handle_.get(), nullptr);
     }
@@ -126,6 +137,7 @@ void PgConnection::RunStatement(const Statement* owner, const std::string& sql,
 
 void PgConnection::Send(const Statement* owner, const std::string& sql,
                         const PgParameters& parameters) {
+    cancelled_.Check();
     PGconn* connection = handle_.get();
     const bool parsed = parsed_ == owner && parsedTypes_ == parameters.Types();
     parsed_ = nullptr;
@@ -157,7 +169,7 @@ PgResult PgConnection::Collect(const PgRowSink& sink) {
                 sink(result.get());
             } catch (...) {
                 stopped = std::current_exception();
-                Cancel();
+                EndStatement();
             }
         } else if (status == PGRES_COPY_IN) {
             PQputCopyEnd(connection, "data from the client is not supported");
@@ -180,12 +192,29 @@ PgResult PgConnection::Collect(const PgRowSink& sink) {
     return kept;
 }
 
-void PgConnection::Cancel() noexcept {
-    const std::unique_ptr<PGcancel, void (*)(PGcancel*)> cancel(PQgetCancel(handle_.get()),
-                                                                PQfreeCancel);
+void PgConnection::EndStatement() noexcept {
     char ignored[256] = {};
-    // When it fails, the rest of the rows comes in and is dropped.
-    PQcancel(cancel.get(), ignored, sizeof ignored);
+    // When it fails, the statement goes on to its end.
+    PQcancel(cancel_.get(), ignored, sizeof ignored);
+}
+
+void PgConnection::EndSession() {
+    const PgHandle other = reconnect_();
+    const std::string text = "SELECT pg_terminate_backend(" + std::to_string(backend_) + ")";
+    const PgResult ended(PQexec(other.get(), text.c_str()));
+}
+
+void PgConnection::Cancel() noexcept {
+    cancelled_.Set();
+    if (++requests_ <= kPoliteRequests) {
+        EndStatement();
+        return;
+    }
+    try {
+        EndSession();
+    } catch (...) {
+        EndStatement();
+    }
 }
 
 void PgConnection::Forget(const Statement* owner) noexcept {

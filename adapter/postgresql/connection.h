@@ -11,6 +11,7 @@
 
 #include <libpq-fe.h>
 
+#include "adapter/cancel_mark.h"
 #include "adapter/connection.h"
 #include "adapter/database_error.h"
 
@@ -28,6 +29,11 @@ struct PgConnectionFree {
 };
 using PgHandle = std::unique_ptr<PGconn, PgConnectionFree>;
 
+struct PgCancelFree {
+    void operator()(PGcancel* cancel) const noexcept { PQfreeCancel(cancel); }
+};
+using PgCancel = std::unique_ptr<PGcancel, PgCancelFree>;
+
 /// Takes the rows of a result that has columns as they arrive, one result each, and at last a
 /// result without rows. So libpq never holds more than one, which costs nothing that could be
 /// measured.
@@ -43,8 +49,11 @@ class PgConnection final : public Connection {
         std::int64_t statementTimeoutMs = 0;  ///< 0: as the server has it
     };
 
+    /// Connects once more, as the same user, to end the session from outside; throws DatabaseError.
+    using Reconnect = std::function<PgHandle()>;
+
     /// `handle` is connected. Sets what the reading of values depends on; throws DatabaseError.
-    PgConnection(PgHandle handle, const Session& session);
+    PgConnection(PgHandle handle, const Session& session, Reconnect reconnect);
 
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
@@ -56,6 +65,9 @@ class PgConnection final : public Connection {
     void Rollback() noexcept override;
     bool InTransaction() noexcept override;
     bool Alive() noexcept override;
+    /// Libpq asks without TLS, also where the connection has it. From the third time on the server
+    /// is told to end the session: a statement can catch what ends it.
+    void Cancel() noexcept override;
     bool Usable() noexcept override;
     bool Reset() noexcept override;
 
@@ -78,11 +90,18 @@ class PgConnection final : public Connection {
     void Send(const Statement* owner, const std::string& sql, const PgParameters& parameters);
     PgResult Collect(const PgRowSink& sink);
     /// Asks the server to end the statement under way.
-    void Cancel() noexcept;
+    void EndStatement() noexcept;
+    /// Has the server end the session.
+    void EndSession();
     /// The error of the first of the waiting commands that failed, if any; all results are taken.
     std::optional<DatabaseError> CollectPipeline();
 
     PgHandle handle_;
+    PgCancel cancel_;  ///< what any thread may use
+    Reconnect reconnect_;
+    const int backend_;  ///< the server's process
+    CancelMark cancelled_;
+    int requests_ = 0;                   ///< calls of Cancel
     std::string settings_;               ///< the statements that set the session up
     std::size_t waiting_ = 0;            ///< commands whose results are outstanding
     const Statement* parsed_ = nullptr;  ///< whose text is the server's unnamed statement

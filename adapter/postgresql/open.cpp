@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <map>
 #include <string>
 #include <utility>
@@ -16,6 +17,8 @@ namespace {
 
 /// libpq's own names for its settings, each with its value.
 using Settings = std::map<std::string, std::string>;
+
+constexpr int kBriefSeconds = 5;
 
 bool KnownToLibpq(const std::string& key) {
     static const std::unique_ptr<PQconninfoOption, void (*)(PQconninfoOption*)> known(
@@ -58,7 +61,7 @@ Settings SettingsOf(const QXDataSource& dataSource, const Options& options) {
     return settings;
 }
 
-std::unique_ptr<Connection> Open(const Settings& settings, const PgConnection::Session& session) {
+PgHandle Connect(const Settings& settings) {
     std::vector<const char*> keys;
     std::vector<const char*> values;
     for (const auto& [key, value] : settings) {
@@ -71,7 +74,22 @@ std::unique_ptr<Connection> Open(const Settings& settings, const PgConnection::S
     if (PQstatus(handle.get()) != CONNECTION_OK) {
         throw PgConnectError(handle.get());
     }
-    return std::make_unique<PgConnection>(std::move(handle), session);
+    return handle;
+}
+
+/// Logs in as quickly as can be, to end a session.
+PgHandle ConnectBriefly(Settings settings) {
+    std::string& seconds = settings["connect_timeout"];
+    seconds = std::to_string(std::min(std::stoi(seconds), kBriefSeconds));
+    PgHandle handle = Connect(settings);
+    PQsetNoticeReceiver(
+        handle.get(), [](void*, const PGresult*) {}, nullptr);
+    return handle;
+}
+
+std::unique_ptr<Connection> Open(const Settings& settings, const PgConnection::Session& session) {
+    return std::make_unique<PgConnection>(Connect(settings), session,
+                                          [settings] { return ConnectBriefly(settings); });
 }
 
 std::shared_ptr<ConnectionPool> MakePool(const QXDataSource& dataSource) {

@@ -19,6 +19,7 @@ Outcome Client::With(Call call) {
     const auto on = [&](auto&& manager) {
         manager.SetMaxResultBytes(maxResultBytes_);
         manager.SetSessionUser(sessionUser_);
+        manager.SetCancellation(cancellation_);
         call(manager);
         return Outcome{manager.errNumber(), manager.errDesc()};
     };

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <qxdb/Cancellation.h>
 #include <qxdb/DBMgr.h>
 #include <qxdb/DBMgrWithPOCO.h>
 
@@ -38,6 +39,9 @@ struct Backend {
     bool marksInComments = true;  ///< a "?" in a comment is not taken for a parameter
     bool exactDecimals = true;    ///< DECIMAL keeps every digit
     std::string minuteLong;       ///< a statement that runs for a minute or more
+    /// Whether somebody runs minuteLong at the moment; "": as long as the database can't be
+    /// locked.
+    std::string minuteLongRuns;
 };
 
 using BackendMaker = std::function<const Backend&()>;
@@ -52,6 +56,9 @@ class Client {
     CQXDB::QXDataSource& DataSource() noexcept { return dataSource_; }
     void SetMaxResultBytes(std::size_t bytes) noexcept { maxResultBytes_ = bytes; }
     void SetSessionUser(const std::string& user) { sessionUser_ = user; }
+    void SetCancellation(CQXDB::Cancellation* cancellation) noexcept {
+        cancellation_ = cancellation;
+    }
     CQXDB::QXCommand Command(const std::string& text,
                              std::vector<CQXDB::QXValue> parameters = {}) const;
     CQXDB::QXCommandList List(std::vector<CQXDB::QXCommand> commands) const;
@@ -79,6 +86,7 @@ class Client {
     bool poco_;
     std::size_t maxResultBytes_ = 0;
     std::string sessionUser_;
+    CQXDB::Cancellation* cancellation_ = nullptr;
 };
 
 /// Cells joined by "|", rows by a line's end; null is "NULL".

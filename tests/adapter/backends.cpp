@@ -26,6 +26,7 @@ Backend PostgreSql() {
     backend.missingTable = SqlStateCode("42P01");
     backend.rowError = "1 / (i - 15)";
     backend.minuteLong = "SELECT pg_sleep(60)";
+    backend.minuteLongRuns = "SELECT COUNT(*) FROM pg_stat_activity WHERE wait_event = 'PgSleep'";
     return backend;
 }
 
@@ -45,6 +46,8 @@ const Backend& MariaDbBackend() {
         made.timeType = "TIME(6)";
         made.rowError = "CASE WHEN i = 15 THEN (SELECT 1 UNION SELECT 2) ELSE i END";
         made.minuteLong = "SELECT SLEEP(60)";
+        made.minuteLongRuns =
+            "SELECT COUNT(*) FROM information_schema.processlist WHERE state = 'User sleep'";
         made.duplicateKey = 1062;
         made.syntaxError = 1064;
         made.missingTable = 1146;
@@ -113,6 +116,13 @@ std::vector<BackendParam> ExactBackends() {
     std::vector<BackendParam> all = StoppingBackends();
     all.push_back({"OdbcPostgreSql", OdbcBackend});
     return all;
+}
+
+std::vector<BackendParam> CancellableBackends() {
+    return {{"PostgreSql", PostgreSqlBackend},
+            {"MariaDb", MariaDbBackend},
+            {"OdbcPostgreSql", OdbcBackend},
+            {"OdbcSqlite", SqliteOdbc}};
 }
 
 std::vector<BackendParam> Backends() {

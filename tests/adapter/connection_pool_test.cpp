@@ -80,6 +80,27 @@ TEST_F(ConnectionPoolTest, NobodyWaitsForEver) {
     }
 }
 
+TEST_F(ConnectionPoolTest, OneWhoWaitsCanBeCancelled) {
+    const auto pool = Pool(1, 86400);
+    Cancellation cancellation;
+    {
+        const Lease first = pool->Take();
+        std::thread waiting([&] {
+            try {
+                pool->Take({}, &cancellation);
+                ADD_FAILURE() << "a second connection";
+            } catch (const DatabaseError& error) {
+                EXPECT_EQ(error.Code(), DBMGR_CANCELLED);
+            }
+        });
+        cancellation.Cancel();
+        waiting.join();
+    }
+    EXPECT_THROW(pool->Take({}, &cancellation), DatabaseError);
+    pool->Take();
+    EXPECT_EQ(opened, 1) << "nothing was lost or opened in vain";
+}
+
 TEST_F(ConnectionPoolTest, AFailedOpeningLeavesRoomForTheNext) {
     const auto pool = Pool(1, 0);
     refuse = true;

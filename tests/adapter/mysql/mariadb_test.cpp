@@ -72,6 +72,21 @@ TEST_F(MariaDbTest, ProceduresWithSeveralResultsLeaveTheConnectionInOrder) {
     EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
 }
 
+TEST_F(MariaDbTest, AStatementThatCatchesItsEndCanBeCancelled) {
+    const auto runs = [this] {
+        return db.Rows(
+                   "SELECT COUNT(*) FROM information_schema.processlist "
+                   "WHERE state = 'User sleep'") != "0\n";
+    };
+    const Outcome outcome = CancelledOnce(db, runs, [](Client& client) {
+        return client.Execute(
+            "BEGIN NOT ATOMIC DECLARE CONTINUE HANDLER FOR SQLEXCEPTION SET @x = "
+            "1; LOOP SET @x = SLEEP(60); END LOOP; END");
+    });
+    EXPECT_EQ(outcome.code, DBMGR_CANCELLED) << outcome;
+    EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
+}
+
 TEST_F(MariaDbTest, AnAutocommitLeftOffIsSetRight) {
     ASSERT_TRUE(db.Execute("CREATE TABLE m (i INT)").ok());
     EXPECT_EQ(db.Execute("SET autocommit = 0").code, DBMGR_OPEN_TRANSACTION);

@@ -102,6 +102,21 @@ TEST_F(PostgreSqlTest, AServerThatGoesAndComesBackIsMetAgain) {
     EXPECT_EQ(db.Rows("SELECT 4"), "4\n");
 }
 
+TEST_F(PostgreSqlTest, AStatementThatCatchesItsEndCanBeCancelled) {
+    const auto runs = [this] {
+        return db.Rows("SELECT count(*) FROM pg_stat_activity WHERE wait_event = 'PgSleep'") !=
+               "0\n";
+    };
+    const Outcome outcome = CancelledOnce(db, runs, [](Client& client) {
+        const std::string caught = " EXCEPTION WHEN query_canceled THEN END; END LOOP; ";
+        return client.Execute("DO $$ BEGIN LOOP BEGIN LOOP BEGIN LOOP BEGIN PERFORM pg_sleep(60);" +
+                              caught + caught + caught + "END $$");
+    });
+    EXPECT_EQ(outcome.code, DBMGR_CANCELLED) << outcome;
+    EXPECT_FALSE(runs());
+    EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
+}
+
 TEST_F(PostgreSqlTest, RowsThatNobodyWantsTakeNoMemory) {
     const std::string gigabyte =
         "SELECT repeat('x', 1000) FROM generate_series(1, 1000000) WHERE ?::bool";

@@ -1,0 +1,31 @@
+// That a connection was cancelled.
+#pragma once
+
+#include <atomic>
+
+#include "adapter/database_error.h"
+
+namespace CQXDB::adapter {
+
+[[noreturn]] inline void RefuseCancelled() {
+    throw DatabaseError(DBMGR_CANCELLED, "the call was cancelled");
+}
+
+/// Set by Connection::Cancel, and looked at before anything more goes to the database. Stays: such
+/// a connection is not used again.
+class CancelMark {
+  public:
+    void Set() noexcept { set_ = true; }
+    bool IsSet() const noexcept { return set_; }
+    /// Throws DatabaseError when set.
+    void Check() const {
+        if (set_) {
+            RefuseCancelled();
+        }
+    }
+
+  private:
+    std::atomic<bool> set_{false};
+};
+
+}  // namespace CQXDB::adapter
