@@ -55,6 +55,10 @@ class Statement {
     virtual void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) = 0;
 };
 
+/// Client libraries make their buffers as large as the largest row, and never smaller again. A
+/// connection with one beyond this is closed rather than kept.
+constexpr std::size_t kMostBufferBytes = std::size_t{16} << 20;
+
 enum class TransactionKind { Read, Write };
 
 /// One connection, used by one thread at a time.

@@ -103,24 +103,8 @@ void MySqlConnection::Cancel() noexcept {
 }
 
 bool MySqlConnection::Usable() noexcept {
-    return !givenUp_ && !cancelled_.IsSet() && !MeansConnectionLost(mysql_errno(Handle())) &&
-           !InTransaction();
-}
-
-bool MySqlConnection::Reset() noexcept {
-    // A database chosen by USE stays, maybe without the server telling; where none was chosen at
-    // first there is no way back.
-    if (database_.empty() || mysql_reset_connection(Handle()) != 0 ||
-        mysql_set_character_set(Handle(), "utf8mb4") != 0 ||
-        mysql_select_db(Handle(), database_.c_str()) != 0) {
-        return false;
-    }
-    try {
-        SetUp();
-        return true;
-    } catch (...) {
-        return false;
-    }
+    return !givenUp_ && !cancelled_.IsSet() && Handle()->net.max_packet <= kMostBufferBytes &&
+           !MeansConnectionLost(mysql_errno(Handle())) && !InTransaction();
 }
 
 void MySqlConnection::RunText(const std::string& text) {

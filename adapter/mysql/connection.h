@@ -38,7 +38,8 @@ class MySqlConnection : public Connection {
     /// From the third time on the server is told to end the connection.
     void Cancel() noexcept override;
     bool Usable() noexcept override;
-    bool Reset() noexcept override;
+    /// Can't be done: the server keeps the role and what was recorded for profiling.
+    bool Reset() noexcept override { return false; }
 
     // What the statements need.
     MYSQL* Handle() const noexcept { return *session_; }

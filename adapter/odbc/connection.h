@@ -50,6 +50,8 @@ class OdbcConnection : public Connection {
         OdbcConnection& connection_;
     };
 
+    /// To be told of the size of a value, in bytes.
+    void Measure(std::size_t bytes) noexcept { broken_ = broken_ || bytes > kMostBufferBytes; }
     /// To be called before the driver is asked for more. Throws DatabaseError.
     void CheckCancelled() const { cancelled_.Check(); }
     Handle& Native() const noexcept { return *handle_; }

@@ -149,6 +149,7 @@ bool OdbcRowReader::GetLong(SQLUSMALLINT index, SQLSMALLINT cType, Units& value)
         value.resize(length == SQL_NO_TOTAL ? value.size() * 2
                                             : filled + rest - (room - terminator) + terminator);
     }
+    connection_.Measure(filled * kUnitBytes);
     value.resize(filled);
     return true;
 }

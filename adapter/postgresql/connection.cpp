@@ -12,10 +12,9 @@
 namespace CQXDB::adapter::postgresql {
 namespace {
 
-void IgnoreNotice(void*, const PGresult*) {}
-
-/// How often a statement is asked to end before its session is ended.
-constexpr int kPoliteRequests = 2;
+// The calls of Cancel up to which the statement is asked to end, and then the session.
+constexpr int kStatementRequests = 2;
+constexpr int kSessionRequests = 4;
 
 /// The formats in which values are read.
 const char* const kFormats =
@@ -31,13 +30,6 @@ std::string Quoted(PGconn* connection, const std::string& text) {
     return quoted.get();
 }
 
-void DropCopiedData(PGconn* connection) {
-    char* line = nullptr;
-    while (PQgetCopyData(connection, &line, 0) > 0) {
-        PQfreemem(line);
-    }
-}
-
 }  // namespace
 
 PgConnection::PgConnection(PgHandle handle, const Session& session, Reconnect reconnect)
@@ -46,7 +38,7 @@ PgConnection::PgConnection(PgHandle handle, const Session& session, Reconnect re
       reconnect_(std::move(reconnect)),
       backend_(PQbackendPID(handle_.get())),
       settings_(kFormats) {
-    PQsetNoticeReceiver(handle_.get(), IgnoreNotice, nullptr);
+    PQsetNoticeReceiver(handle_.get(), DropNotice, this);
     if (!session.timeZone.empty()) {
         settings_ += "; SET TimeZone = " + Quoted(handle_.get(), session.timeZone);
     }
@@ -78,6 +70,9 @@ void PgConnection::Commit() {
 }
 
 void PgConnection::Rollback() noexcept {
+    if (givenUp_) {
+        return;  // The server does so when it meets the end of the connection.
+    }
     if (waiting_ != 0) {
         EndStatement();
     }
@@ -99,11 +94,15 @@ bool PgConnection::InTransaction() noexcept {
 
 bool PgConnection::Alive() noexcept {
     // The first call may only get the server's parting words; the second one then meets the end.
-    return PQconsumeInput(handle_.get()) != 0 && PQconsumeInput(handle_.get()) != 0 && Usable();
+    const bool open =
+        PQconsumeInput(handle_.get()) != 0 && PQconsumeInput(handle_.get()) != 0 && Usable();
+    DropNotifications();
+    return open;
 }
 
 bool PgConnection::Usable() noexcept {
-    return !cancelled_.IsSet() && PQstatus(handle_.get()) == CONNECTION_OK &&
+    return !cancelled_.IsSet() && !givenUp_ && !swollen_ &&
+           PQstatus(handle_.get()) == CONNECTION_OK &&
            PQtransactionStatus(handle_.get()) == PQTRANS_IDLE;
 }
 
@@ -159,7 +158,7 @@ PgResult PgConnection::Collect(const PgRowSink& sink) {
     std::optional<DatabaseError> error;
     std::exception_ptr stopped;
     PQsetSingleRowMode(connection);
-    while (PgResult result{PQgetResult(connection)}) {
+    while (PgResult result = NextResult()) {
         const ExecStatusType status = PQresultStatus(result.get());
         if (stopped) {
             continue;
@@ -174,7 +173,7 @@ PgResult PgConnection::Collect(const PgRowSink& sink) {
         } else if (status == PGRES_COPY_IN) {
             PQputCopyEnd(connection, "data from the client is not supported");
         } else if (status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH) {
-            DropCopiedData(connection);
+            DropCopiedData();
             error =
                 error ? error : DatabaseError(DBMGR_BAD_VALUE, "COPY TO STDOUT is not supported");
         } else if (status != PGRES_COMMAND_OK && status != PGRES_EMPTY_QUERY) {
@@ -183,6 +182,7 @@ PgResult PgConnection::Collect(const PgRowSink& sink) {
             kept = std::move(result);
         }
     }
+    DropNotifications();
     if (stopped) {
         std::rethrow_exception(stopped);
     }
@@ -206,14 +206,17 @@ void PgConnection::EndSession() {
 
 void PgConnection::Cancel() noexcept {
     cancelled_.Set();
-    if (++requests_ <= kPoliteRequests) {
+    ++requests_;
+    if (requests_ <= kStatementRequests) {
         EndStatement();
-        return;
-    }
-    try {
-        EndSession();
-    } catch (...) {
-        EndStatement();
+    } else if (requests_ <= kSessionRequests) {
+        try {
+            EndSession();
+        } catch (...) {
+            // The server can't be reached, or has no room for one more.
+        }
+    } else {
+        givenUp_ = true;
     }
 }
 

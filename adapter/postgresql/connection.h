@@ -1,6 +1,7 @@
 // A PostgreSQL connection.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -66,7 +67,8 @@ class PgConnection final : public Connection {
     bool InTransaction() noexcept override;
     bool Alive() noexcept override;
     /// Libpq asks without TLS, also where the connection has it. From the third time on the server
-    /// is told to end the session: a statement can catch what ends it.
+    /// is told to end the session: a statement can catch what ends it. From the fifth time on the
+    /// wait for the server ends, whatever that does.
     void Cancel() noexcept override;
     bool Usable() noexcept override;
     bool Reset() noexcept override;
@@ -89,6 +91,20 @@ class PgConnection final : public Connection {
     /// Hands one statement to libpq.
     void Send(const Statement* owner, const std::string& sql, const PgParameters& parameters);
     PgResult Collect(const PgRowSink& sink);
+
+    // Instead of libpq's own: PQgetResult and PQgetCopyData keep every notification that comes
+    // while they wait, and know no cancelling.
+    PgResult NextResult();
+    void DropCopiedData();
+    /// Reads what comes next, or fails; waits for a moment at most. Throws DatabaseError when given
+    /// up.
+    void TakeInput();
+    /// Makes libpq read results too, so not before it has been told how.
+    void DropNotifications() noexcept;
+    static void DropNotice(void* connection, const PGresult* notice);
+    /// To be told of the size of what has come, in bytes.
+    void Measure(std::size_t bytes) noexcept;
+
     /// Asks the server to end the statement under way.
     void EndStatement() noexcept;
     /// Has the server end the session.
@@ -102,6 +118,8 @@ class PgConnection final : public Connection {
     const int backend_;  ///< the server's process
     CancelMark cancelled_;
     int requests_ = 0;                   ///< calls of Cancel
+    std::atomic<bool> givenUp_{false};   ///< nobody waits for the server any more
+    bool swollen_ = false;               ///< libpq has made its buffer very large, which it keeps
     std::string settings_;               ///< the statements that set the session up
     std::size_t waiting_ = 0;            ///< commands whose results are outstanding
     const Statement* parsed_ = nullptr;  ///< whose text is the server's unnamed statement

@@ -48,6 +48,12 @@ Settings SettingsOf(const QXDataSource& dataSource, const Options& options) {
         }
         settings[key] = value;
     }
+    // Before a colon libpq takes the name of a library to load, which may be a path.
+    const auto sslkey = settings.find("sslkey");
+    if (sslkey != settings.end() && sslkey->second.rfind(':') != std::string::npos &&
+        sslkey->second.rfind(':') != 1) {
+        throw DatabaseError(DBMGR_BAD_OPTION, "the option sslkey takes a file, not an engine");
+    }
     Set(settings, "host", dataSource.server);
     Set(settings, "dbname", dataSource.database);
     if (const std::int32_t port = PortOf(dataSource); port != 0) {

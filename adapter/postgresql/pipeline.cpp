@@ -9,6 +9,11 @@ namespace {
 /// Enough to make the round trips not matter, and few enough to keep an error from coming late.
 constexpr std::size_t kMostWaiting = 256;
 
+bool IsCopy(const PGresult* result) noexcept {
+    const ExecStatusType status = PQresultStatus(result);
+    return status == PGRES_COPY_IN || status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH;
+}
+
 bool Failed(const PGresult* result) noexcept {
     const ExecStatusType status = PQresultStatus(result);
     return status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK &&
@@ -22,8 +27,15 @@ void PgConnection::SendStatement(const Statement* owner, const std::string& sql,
     if (waiting_ == 0 && PQenterPipelineMode(handle_.get()) == 0) {
         throw PgError(handle_.get(), nullptr);
     }
+    try {
+        Send(owner, sql, parameters);
+    } catch (...) {
+        if (waiting_ == 0) {
+            PQexitPipelineMode(handle_.get());
+        }
+        throw;
+    }
     ++waiting_;
-    Send(owner, sql, parameters);
     parsed_ = owner;
     if (waiting_ >= kMostWaiting) {
         Settle();
@@ -37,6 +49,7 @@ void PgConnection::Settle() {
     const std::optional<DatabaseError> error = CollectPipeline();
     waiting_ = 0;
     PQexitPipelineMode(handle_.get());
+    DropNotifications();
     if (error) {
         parsed_ = nullptr;
         throw DatabaseError(*error);
@@ -52,13 +65,17 @@ std::optional<DatabaseError> PgConnection::CollectPipeline() {
     // Rows are dropped, one by one: libpq would collect them otherwise.
     PQsetSingleRowMode(connection);
     for (std::size_t left = waiting_; PQstatus(connection) == CONNECTION_OK;) {
-        const PgResult result(PQgetResult(connection));
+        const PgResult result = NextResult();
         if (!result) {
             // The end of one command's results, or of the connection.
             left -= left > 0 ? 1 : 0;
             PQsetSingleRowMode(connection);
         } else if (PQresultStatus(result.get()) == PGRES_PIPELINE_SYNC) {
             return error;
+        } else if (IsCopy(result.get())) {
+            // Which only a server sends that keeps to no rules; libpq would give it for ever.
+            givenUp_ = true;
+            return DatabaseError(DBMGR_BAD_VALUE, "COPY is not supported in a list");
         } else if (!error && Failed(result.get())) {
             const DatabaseError first = PgError(connection, result.get());
             error.emplace(first.Code(), first.what(), left - 1);

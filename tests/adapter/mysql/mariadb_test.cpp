@@ -87,6 +87,30 @@ TEST_F(MariaDbTest, AStatementThatCatchesItsEndCanBeCancelled) {
     EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
 }
 
+TEST_F(MariaDbTest, NoFileOfThisProcessIsSent) {
+    ASSERT_TRUE(db.Execute("CREATE TABLE m (s TEXT); SET GLOBAL local_infile = 1").ok());
+    for (const std::string& load :
+         {std::string("LOAD DATA LOCAL INFILE '/etc/passwd' INTO TABLE m"),
+          std::string("DO 1; LOAD DATA LOCAL INFILE '/etc/passwd' INTO TABLE m")}) {
+        EXPECT_FALSE(db.Execute(load).ok());
+        EXPECT_FALSE(db.Execute({db.Command(load)}).ok());
+        QXRecordset rs;
+        EXPECT_FALSE(db.Query(rs, load).ok());
+    }
+    EXPECT_EQ(db.Rows("SELECT COUNT(*) FROM m"), "0\n");
+}
+
+TEST_F(MariaDbTest, AConnectionWithAVeryLargeBufferIsNotKept) {
+    db.DataSource().options += ";pool_size=1";
+    for (const bool query : {true, false}) {
+        const std::string id = db.Rows("SELECT connection_id()");
+        const std::string large = "SELECT REPEAT('x', 20000000)";
+        QXRecordset rs;
+        EXPECT_TRUE((query ? db.Query(rs, large) : db.Execute(large)).ok());
+        EXPECT_NE(db.Rows("SELECT connection_id()"), id) << query;
+    }
+}
+
 TEST_F(MariaDbTest, AnAutocommitLeftOffIsSetRight) {
     ASSERT_TRUE(db.Execute("CREATE TABLE m (i INT)").ok());
     EXPECT_EQ(db.Execute("SET autocommit = 0").code, DBMGR_OPEN_TRANSACTION);
@@ -135,16 +159,29 @@ TEST_F(MariaDbTest, AServerThatGoesAndComesBackIsMetAgain) {
 TEST_F(MariaDbTest, ASessionThatChangesHandsHasItsSettingsAgain) {
     db.DataSource().options += ";pool_size=1;statement_timeout=60000";
     db.SetSessionUser("ann");
+    ASSERT_TRUE(db.Execute("CREATE TABLE m (i INT)").ok());
     ASSERT_TRUE(db.Execute("SET sql_mode = 'ANSI'; SET max_statement_time = 0; "
                            "SET NAMES latin1; USE information_schema")
                     .ok());
-    const std::string id = db.Rows("SELECT connection_id()");
+    ASSERT_TRUE(db.Execute("CREATE ROLE IF NOT EXISTS actor; SET profiling = 1; "
+                           "SET optimizer_trace = 'enabled=on'")
+                    .ok());
+    ASSERT_TRUE(db.Execute("SET @secret = 'ann''s'; DO GET_LOCK('l', 1); PREPARE p FROM 'DO 1'; "
+                           "SET ROLE actor; HANDLER testing.m OPEN; LOCK TABLES testing.m WRITE")
+                    .ok());
+    EXPECT_EQ(db.Rows("SELECT @secret, CURRENT_ROLE()"), "ann's|actor\n");
     db.SetSessionUser("bob");
+    EXPECT_EQ(db.Rows("SHOW PROFILES"), "");
+    EXPECT_EQ(db.Rows("SELECT COUNT(*) FROM information_schema.OPTIMIZER_TRACE"), "0\n");
+    EXPECT_EQ(db.Rows("SELECT @secret, IS_FREE_LOCK('l'), CURRENT_ROLE(), @@profiling"),
+              "NULL|1|NULL|0\n");
+    EXPECT_EQ(db.Execute("EXECUTE p").code, 1243);
+    EXPECT_EQ(db.Execute("HANDLER m READ FIRST").code, 1109);
+    EXPECT_EQ(Client(MariaDbBackend()).Rows("SELECT COUNT(*) FROM m"), "0\n") << "still locked";
     EXPECT_EQ(db.Rows("SELECT @@sql_mode LIKE '%ANSI%', @@max_statement_time, DATABASE(), ?",
                       {QXValue::TextUtf8("漢字 \U0001F4DA")}),
               "0|60|" + MariaDbServer::Database() + "|漢字 \U0001F4DA\n");
     EXPECT_TRUE(db.Execute("DO 1; DO 2").ok());
-    EXPECT_EQ(db.Rows("SELECT connection_id()"), id) << "a connection was thrown away";
 }
 
 }  // namespace

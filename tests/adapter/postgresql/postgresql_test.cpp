@@ -1,4 +1,5 @@
 // What is particular to PostgreSQL.
+#include <csignal>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -46,8 +47,17 @@ TEST_F(PostgreSqlTest, WhatTheServerCannotTakeIsRefusedInWords) {
     EXPECT_NE(nul.text.find(L"parameter 1 holds a NUL"), std::wstring::npos) << nul;
     EXPECT_FALSE(db.Execute("COPY pg_class TO STDOUT").ok());
     ASSERT_TRUE(db.Execute("CREATE TABLE IF NOT EXISTS copied (i int)").ok());
-    EXPECT_FALSE(db.Execute("COPY copied FROM STDIN").ok());
-    EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
+    for (const std::string copy : {"COPY copied FROM STDIN", "COPY pg_class TO STDOUT"}) {
+        QXRecordset rs;
+        QXRsList results;
+        const QXCommand command = db.Command(copy);
+        EXPECT_FALSE(db.Execute(copy).ok());
+        EXPECT_FALSE(db.Execute(copy + ";" + copy).ok());
+        EXPECT_FALSE(db.Execute({command, command}).ok());
+        EXPECT_FALSE(db.Query(rs, copy).ok());
+        EXPECT_FALSE(db.Batch(results, {command, command}).ok());
+        EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
+    }
 }
 
 TEST_F(PostgreSqlTest, AConstraintThatFailsAtTheEndRollsTheListBack) {
@@ -93,6 +103,8 @@ TEST_F(PostgreSqlTest, FailedLoginsSayWhy) {
     Client odd(db);
     odd.DataSource().options = "sslmod=require";
     EXPECT_EQ(odd.Connect().code, DBMGR_BAD_OPTION);
+    odd.DataSource().options = "sslkey=/tmp/library.so:key";
+    EXPECT_EQ(odd.Connect().code, DBMGR_BAD_OPTION);
 }
 
 TEST_F(PostgreSqlTest, AServerThatGoesAndComesBackIsMetAgain) {
@@ -117,6 +129,23 @@ TEST_F(PostgreSqlTest, AStatementThatCatchesItsEndCanBeCancelled) {
     EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
 }
 
+TEST_F(PostgreSqlTest, ACallEndsThoughTheServerStandsStill) {
+    pid_t backend = 0;
+    const auto runs = [&] {
+        const std::string pid =
+            db.Rows("SELECT pid FROM pg_stat_activity WHERE wait_event = 'PgSleep'");
+        backend = pid.empty() ? 0 : std::stoi(pid);
+        return backend != 0 && kill(backend, SIGSTOP) == 0;
+    };
+    const std::string sleep = PostgreSqlBackend().minuteLong;
+    const Outcome outcome = CancelledOnce(db, runs, [&](Client& client) {
+        return client.Execute({client.Command(sleep), client.Command(sleep)});
+    });
+    EXPECT_EQ(outcome.code, DBMGR_CANCELLED) << outcome;
+    EXPECT_EQ(kill(backend, SIGCONT), 0);
+    EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
+}
+
 TEST_F(PostgreSqlTest, RowsThatNobodyWantsTakeNoMemory) {
     const std::string gigabyte =
         "SELECT repeat('x', 1000) FROM generate_series(1, 1000000) WHERE ?::bool";
@@ -134,17 +163,60 @@ TEST_F(PostgreSqlTest, RowsThatNobodyWantsTakeNoMemory) {
     EXPECT_LT(memory.Growth(), std::size_t{600} << 20);
 }
 
+TEST_F(PostgreSqlTest, WhatTheServerSendsUnaskedTakesNoMemory) {
+    db.DataSource().options += ";pool_size=1";
+    ASSERT_TRUE(db.Execute("LISTEN news").ok());
+    const std::string notify =
+        "DO $$ BEGIN FOR i IN 1..8000 LOOP PERFORM pg_notify('news', lpad(i::text, 7900)); "
+        "END LOOP; END $$";
+    const std::string pid = db.Rows("SELECT pg_backend_pid()");
+    const PeakMemory memory;
+    EXPECT_TRUE(db.Execute(notify).ok()) << "of its own";
+    Client other(db);
+    other.DataSource().options += ";application_name=other";
+    EXPECT_TRUE(other.Execute(notify).ok());
+    EXPECT_EQ(db.Rows("SELECT pg_backend_pid()"), pid) << "of others, while it was idle";
+    EXPECT_TRUE(db.Execute("DO $$ BEGIN FOR i IN 1..8000 LOOP RAISE NOTICE '%', "
+                           "lpad('x', 7900); END LOOP; END $$")
+                    .ok());
+    EXPECT_LT(memory.Growth(), std::size_t{32} << 20);
+}
+
+TEST_F(PostgreSqlTest, AConnectionWithAVeryLargeBufferIsNotKept) {
+    db.DataSource().options += ";pool_size=1";
+    for (const char* large :
+         {"SELECT repeat('x', 20000000)", "COPY (SELECT repeat('x', 20000000)) TO STDOUT",
+          "DO $$ BEGIN RAISE NOTICE '%', repeat('x', 20000000); END $$"}) {
+        const std::string pid = db.Rows("SELECT pg_backend_pid()");
+        db.Execute(large);
+        EXPECT_NE(db.Rows("SELECT pg_backend_pid()"), pid) << large;
+    }
+}
+
 TEST_F(PostgreSqlTest, ASessionThatChangesHandsHasItsSettingsAgain) {
     db.DataSource().options += ";pool_size=1;statement_timeout=60000";
     db.SetSessionUser("ann");
     ASSERT_TRUE(db.Execute("SET TimeZone = 'Asia/Tokyo'; SET statement_timeout = 0; "
                            "SET search_path = pg_catalog; SET DateStyle = 'German'")
                     .ok());
+    ASSERT_TRUE(
+        db.Execute("LISTEN news; SELECT pg_advisory_lock(1); PREPARE p AS SELECT 1; "
+                   "SET qxdb.secret = 'ann''s'; SET SESSION AUTHORIZATION tester; "
+                   "CREATE SEQUENCE IF NOT EXISTS public.counted; SELECT nextval('public.counted')")
+            .ok());
+    ASSERT_TRUE(db.Execute({db.Command("DECLARE c CURSOR WITH HOLD FOR SELECT 1")}).ok());
+    const std::string left =
+        "SELECT (SELECT count(*) FROM pg_listening_channels()), (SELECT count(*) FROM pg_locks "
+        "WHERE locktype = 'advisory'), (SELECT count(*) FROM pg_prepared_statements), "
+        "(SELECT count(*) FROM pg_cursors WHERE name = 'c'), current_setting('qxdb.secret', true)";
+    EXPECT_EQ(db.Rows(left), "1|1|1|1|ann's\n");
     const std::string pid = db.Rows("SELECT pg_backend_pid()");
     db.SetSessionUser("bob");
     EXPECT_EQ(db.Rows("SELECT current_setting('TimeZone'), current_setting('statement_timeout'), "
                       "current_schema(), DATE '2026-11-23'"),
               "UTC|1min|public|2026-11-23\n");
+    EXPECT_EQ(db.Rows(left), "0|0|0|0|\n");
+    EXPECT_NE(db.Rows("SELECT lastval()").find("55000"), std::string::npos);
     EXPECT_EQ(db.Rows("SELECT pg_backend_pid()"), pid) << "a connection was thrown away";
 }
 
