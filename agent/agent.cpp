@@ -92,6 +92,10 @@ void DBAgent::connectTo_(const std::wstring& server, QXProxyInfo proxy) {
              std::move(proxy));
 }
 
+void DBAgent::SetMaxReplyBytes(std::uint64_t bytes) {
+    maxReplyBytes_ = bytes;
+}
+
 bool DBAgent::isLocal() const {
     return isLocal_;
 }

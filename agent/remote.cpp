@@ -9,6 +9,7 @@
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
 #include "transport/qxio.h"
+#include "transport/result_codes.h"
 #include "util/auto_lock.h"
 #include "util/critical_section.h"
 #include "util/split.h"
@@ -21,7 +22,6 @@ using CQXBASE::QXSesInfo;
 using CQXBASE::QXSimpleMsg;
 
 constexpr long kNoExchange = -1;
-constexpr long kBadReply = -5005;
 
 /// Serialises every exchange of the process, from sending the request to decoding its reply.
 CQXBASE::critical_section exchangeLock;
@@ -44,6 +44,8 @@ constexpr const wchar_t* kRemoteExec = L"CQXDB::DBAgent::RemoteExec";
 std::wstring CaughtText(const CQXBASE::ErrorSite& site) {
     return CQXBASE::DescribeCurrentException(site).text();
 }
+
+constexpr long kBadReply = CQXBASE::kReceiveFailed;
 
 std::wstring Complaint(MessageHolder::State state, unsigned replyCode) {
     const std::wstring code = std::to_wstring(replyCode);
@@ -110,14 +112,20 @@ int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& 
     bool enciphered = false;
     {
         const UnfinishedExchange unfinished(*io_);
+        io_->LimitReceivedBody(maxReplyBytes_);
         if (io_->Syc_sendobj(request, requestCode, true, true) != 0 ||
             io_->Syc_receive_data(data, length, plainText, replyCode, enciphered) != 0) {
             return Fail(errCode, errText, io_->LastErrorCode(), io_->LastErrorText());
         }
     }
     try {
-        const auto reply = MessageHolder::Reply(
-            requestCode, replyCode, CQXBASE::ReceivedBody::Of(data, length, enciphered), result);
+        const auto reply = MessageHolder::Reply(requestCode, replyCode,
+                                                CQXBASE::ReceivedBody::Of(data, length, enciphered),
+                                                result, maxReplyBytes_);
+        if (reply.GetState() == MessageHolder::State::TooLarge) {
+            return Fail(errCode, errText, CQXBASE::kReplyTooLarge,
+                        CQXBASE::ReplyTooLargeText(maxReplyBytes_));
+        }
         if (reply.GetState() != MessageHolder::State::Good) {
             return Fail(errCode, errText, kBadReply, Complaint(reply.GetState(), replyCode));
         }

@@ -60,6 +60,23 @@ QXIOBase* CallersObject(BodyClass expected, void* result) {
     return nullptr;
 }
 
+/// Adds up what decoding a reply takes.
+class ReplyMemory : public encoding::DecodeMemory {
+  public:
+    explicit ReplyMemory(std::uint64_t most) noexcept : left_(most) {}
+
+    bool Take(std::uint64_t bytes) noexcept override {
+        tooMuch_ = tooMuch_ || bytes > left_;
+        left_ -= tooMuch_ ? 0 : bytes;
+        return !tooMuch_;
+    }
+    bool TooMuch() const noexcept { return tooMuch_; }
+
+  private:
+    std::uint64_t left_;
+    bool tooMuch_ = false;
+};
+
 }  // namespace
 
 MessageHolder MessageHolder::Request(std::uint32_t code, const ReceivedBody& body,
@@ -72,7 +89,8 @@ MessageHolder MessageHolder::Request(std::uint32_t code, const ReceivedBody& bod
 }
 
 MessageHolder MessageHolder::Reply(std::uint32_t requestCode, std::uint32_t replyCode,
-                                   const ReceivedBody& body, void* result) {
+                                   const ReceivedBody& body, void* result,
+                                   std::uint64_t mostBytes) {
     MessageHolder holder(replyCode);
     const BodyClass expected = ExpectedReply(requestCode);
     const BodyClass received = ExpectedReply(replyCode);
@@ -82,7 +100,13 @@ MessageHolder MessageHolder::Reply(std::uint32_t requestCode, std::uint32_t repl
     }
     holder.mayBeEmpty_ = replyCode == kExecute || replyCode == kExecuteList;
     holder.Create(received, received == expected ? CallersObject(expected, result) : nullptr);
+    ReplyMemory memory(mostBytes);
+    holder.memory_ = mostBytes == 0 ? nullptr : &memory;
     holder.Decode(body);
+    holder.memory_ = nullptr;
+    if (memory.TooMuch()) {
+        holder.state_ = State::TooLarge;
+    }
     return holder;
 }
 

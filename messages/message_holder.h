@@ -51,6 +51,7 @@ class MessageHolder {
         UnexpectedBody,  ///< the reply's record is not the one the request asks for; nothing was
                          ///< decoded
         Undecodable,     ///< the bytes are not what the code promises
+        TooLarge,        ///< the reply takes more memory than allowed; the caller's object is empty
     };
 
     /// Decodes a request, as the server reads it. Whether the code is a request at all is
@@ -61,9 +62,11 @@ class MessageHolder {
     /// Decodes the reply to a request of `requestCode`. An error reply is always welcome. `result`
     /// is null or the caller's object, which takes the decoded contents: a CQXDB::QXRecordset for a
     /// request that is answered by a recordset, a CQXDB::QXRsList for one answered by a result
-    /// list; with other requests it is not looked at. It stays the caller's.
+    /// list; with other requests it is not looked at. It stays the caller's. `mostBytes` bounds the
+    /// memory that the decoded object and the decompression of its columns take, apart from the
+    /// body; 0 doesn't.
     static MessageHolder Reply(std::uint32_t requestCode, std::uint32_t replyCode,
-                               const ReceivedBody& body, void* result);
+                               const ReceivedBody& body, void* result, std::uint64_t mostBytes = 0);
 
     State GetState() const noexcept { return state_; }
     std::uint32_t Code() const noexcept { return code_; }  ///< as received, or kUnknownCode

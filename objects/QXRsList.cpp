@@ -1,5 +1,6 @@
 #include <qxdb/QXRsList.h>
 
+#include "objects/encoding/bounded_input.h"
 #include "objects/encoding/cdr_fields.h"
 #include "objects/encoding/format_version.h"
 #include "objects/encoding/read_whole.h"
@@ -29,8 +30,12 @@ int QXRsList::fromCDR(ACE_InputCDR& in) {
     if (!encoding::ReadVersion(in) || !CQXBASE::encoding::ReadCount(in, count, kLeastRecordset)) {
         return 0;
     }
+    CQXBASE::encoding::DecodeMemory* const memory = CQXBASE::encoding::MemoryOf(in);
     const auto read = [&] {
         for (std::uint32_t i = 0; i < count; ++i) {
+            if (memory != nullptr && !memory->Take(sizeof(QXRecordset))) {
+                return 0;
+            }
             if (recordsets_.emplace_back().fromCDR(in) == 0) {
                 return 0;
             }

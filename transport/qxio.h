@@ -92,6 +92,11 @@ class QXIO : public ACE_Handler {
     void handle_write_stream(const ACE_Asynch_Write_Stream::Result& result) override;
     void handle_read_stream(const ACE_Asynch_Read_Stream::Result& result) override;
 
+    /// Most bytes of body that Syc_receive_data takes: a header that claims more fails it with
+    /// -5005 and the last error kReplyTooLarge before any of them is read, which leaves the
+    /// connection MidExchange(). 0, as at first: no bound.
+    void LimitReceivedBody(std::uint64_t bytes) noexcept { mostBody_ = bytes; }
+
     // The connection.
 
     /// 0 when connected, already or just now; -1 otherwise. A wrapped stream counts as connected.
@@ -161,6 +166,7 @@ class QXIO : public ACE_Handler {
     void Syc_receive_init();
     int Syc_receive_header();
     int Syc_receive_body();
+    int refuse_body();
     int Syc_receive_length_field();
     bool receive_into_block(std::size_t count, std::uint64_t wholeSize);
     void drop_after_failed_read();
@@ -239,7 +245,8 @@ class QXIO : public ACE_Handler {
     ACE_INET_Addr remoteAddr_;
     std::string peerHost_;  ///< its host as text, which the log lines name
 
-    iovec sendIov_[2] = {};  ///< the frame being sent: header, body; both belong to the caller
+    iovec sendIov_[2] = {};       ///< the frame being sent: header, body; both belong to the caller
+    std::uint64_t mostBody_ = 0;  ///< bytes a received frame's body may have; 0: any number
     std::uint32_t rxTypeCode_ = 0;
     std::uint32_t rxBodyLength_ = 0;
     std::uint32_t rxPlainLength_ = 0;

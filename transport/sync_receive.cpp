@@ -25,7 +25,13 @@ int QXIO::Syc_receive_data(char*& data, unsigned& length, std::string& plainText
     const auto receive = [&] {
         Syc_receive_init();
         derive_ahead();
-        if (Syc_receive_header() != 0 || Syc_receive_body() != 0) {
+        if (Syc_receive_header() != 0) {
+            return kReceiveFailed;
+        }
+        if (mostBody_ != 0 && rxBodyLength_ > mostBody_) {
+            return refuse_body();
+        }
+        if (Syc_receive_body() != 0) {
             return kReceiveFailed;
         }
         enciphered = rxPlainLength_ != 0;
@@ -75,6 +81,11 @@ void QXIO::take_header(const char* bytes) {
     rxTypeCode_ = header.typeCode;
     rxBodyLength_ = header.bodyLength;
     rxPlainLength_ = header.plainLength;
+}
+
+int QXIO::refuse_body() {
+    set_last_error(kReplyTooLarge, ReplyTooLargeText(mostBody_));
+    return kReceiveFailed;
 }
 
 int QXIO::Syc_receive_body() {

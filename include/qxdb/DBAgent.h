@@ -1,6 +1,7 @@
 // The agent: commands, queries and batches, run here or on an application server.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include <qxdb/Export.h>
@@ -30,7 +31,7 @@ namespace CQXDB {
 /// transport leaves as an exception, nor does a lack of memory or a failure of the lock that all
 /// remote exchanges share. Codes are 32-bit signed values: a database's own code, a Winsock number
 /// for a socket error on every platform, or one of this library's (DBMgrErrors.h for local work;
-/// -1, 1, 5003, -5004 and -5005 for remote work, docs/transport-notes.md).
+/// -1, 1, 5003, -5004, -5005 and -5008 for remote work, docs/transport-notes.md).
 ///
 /// Copies are shallow: copy and original share the data source and the transport, and only one of
 /// them may be destroyed.
@@ -67,6 +68,20 @@ class QXDB_AGENT_API DBAgent {
     void SetDB(const std::wstring& db);
     /// Switches the route. Switching to remote gets a transport to the remembered server.
     void SetIsLocal(bool local);
+
+    /// Most bytes that one reply of a server may have as it travels, and, separately, that it may
+    /// take once it is decoded; 0: no bound. 1 GiB (1,073,741,824) unless set. A reply that is
+    /// larger gives -5008 with a text that names the bound; nothing of it is kept. When its header
+    /// already claims more, the connection is dropped before that is read and the next call
+    /// connects anew; otherwise it goes on.
+    ///
+    /// What is counted: the body, and apart from it the room of its decompressed parts, the texts
+    /// or blobs, and 10 bytes for each value, null or not, which is more than most values take. A
+    /// reply under way takes up to three times the bound: as received, deciphered, decoded.
+    ///
+    /// The agent's own setting, for its thread like every other call; it holds from the next
+    /// exchange on, survives a new server, never travels and has no say over local work.
+    void SetMaxReplyBytes(std::uint64_t bytes);
 
     bool isLocal() const;
     std::wstring DefaultDB() const;   ///< the data source's database name
@@ -136,7 +151,8 @@ class QXDB_AGENT_API DBAgent {
     /// null; the caller keeps it.
     ///
     /// Returns -1, with errCode and errText set, when there is no server or no lock (-1), the
-    /// transport failed (its code), or the reply made no sense (-5005). Returns 1 for an error
+    /// transport failed (its code), or the reply made no sense (-5005) or was larger than
+    /// SetMaxReplyBytes allows (-5008). Returns 1 for an error
     /// reply, whose number and text go into errCode and errText; one with the number 0 gives 0.
     /// Otherwise returns the status that the server's reply holds: its code for logins, which also
     /// goes into errCode, and for handshake, text and logout, which leave errCode alone; 0 for all
@@ -187,6 +203,7 @@ class QXDB_AGENT_API DBAgent {
     QXProxyInfo proxy_;
     bool isLocal_ = true;
     CQXBASE::QXIO* io_ = nullptr;  ///< owned; shared with copies
+    std::uint64_t maxReplyBytes_ = std::uint64_t{1} << 30;
 };
 
 }  // namespace CQXDB

@@ -1,6 +1,8 @@
 // Replies of a server that lies: every byte of the header, every count, length and code of every
 // kind of body, and every place where a reply may end.
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -52,6 +54,7 @@ class LyingServer : public testing::Test {
     Outcome Ask(int request, const std::string& reply) {
         server_.ReplyRaw(reply);
         DBAgent agent;
+        agent.SetMaxReplyBytes(most_);
         agent.init(L"127.0.0.1:" + std::to_wstring(server_.Port()), {}, L"token", false);
         QXCommand command(L"SELECT 1");
         QXRecordset rows;
@@ -61,6 +64,7 @@ class LyingServer : public testing::Test {
         long code = 0;
         std::wstring text;
         const int done = agent.RemoteExec(code, text, command, request, result);
+        code_ = code;
         rows_ = rows.RowCount() + (list.Count() == 1 ? list.At(0).RowCount() : 0);
         if (done == 0 && code == 0) {
             return Outcome::Success;
@@ -68,7 +72,9 @@ class LyingServer : public testing::Test {
         return done == -1 && code != 0 && !text.empty() ? Outcome::Error : Outcome::ServersOwn;
     }
 
-    std::size_t rows_ = 0;  ///< in the last reply
+    std::uint64_t most_ = 0;  ///< bytes a reply may take; 0: any number
+    std::size_t rows_ = 0;    ///< in the last reply
+    long code_ = 0;           ///< told of it
 
   private:
     qxdb_test::ScriptedServer server_;
@@ -127,6 +133,31 @@ TEST_F(CompressedRows, TakeMemoryInProportionToTheirFrame) {
         RecordProperty(std::string(each.name) + "_kib", static_cast<int>(growth / 1024));
         if (QXDB_MEASURES_MEMORY != 0) {
             EXPECT_LT(growth, each.mostMemory) << each.name;
+        }
+    }
+}
+
+TEST_F(CompressedRows, TakeNoMoreMemoryThanTheAgentAllows) {
+    constexpr std::size_t kRows = std::size_t{128} * 256 * 1024 / 10 - 2000;
+    most_ = std::uint64_t{4} << 20;
+    QXRsList none;
+    for (int i = 0; i < 120000; ++i) {
+        none.Add(QXRecordset());
+    }
+    const std::pair<int, std::string> replies[] = {
+        {CQXBASE::kQuery, qxdb_test::RecordsetBomb(kRows)},
+        {CQXBASE::kBatchQuery, qxdb_test::RsListBomb(kRows)},
+        {CQXBASE::kBatchQuery, EncodeRecord(none)},
+        {CQXBASE::kHandshake, EncodeRecord(*std::make_unique<CQXBASE::QXSimpleMsg>(
+                                  std::wstring(std::size_t{1} << 20, L'x'), 0))},
+    };
+    for (const auto& [request, body] : replies) {
+        const std::string frame = MakeFrame(static_cast<std::uint32_t>(request), body, false);
+        const qxdb_test::PeakMemory memory;
+        EXPECT_EQ(Ask(request, frame), Outcome::Error) << request;
+        EXPECT_EQ(code_, -5008) << request;
+        if (QXDB_MEASURES_MEMORY != 0) {
+            EXPECT_LT(memory.Growth(), std::size_t{20} << 20) << request;
         }
     }
 }

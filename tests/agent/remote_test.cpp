@@ -12,6 +12,7 @@
 #include "messages/type_codes.h"
 #include "scripted_server.h"
 #include "tests/support/Frame.h"
+#include "transport/frame.h"
 
 namespace {
 
@@ -136,6 +137,52 @@ TEST_F(RemoteAgent, AReplyThatMakesNoSenseIsAnErrorAndLeavesTheObjectsAlone) {
     agent_.OpenQuery(code_, text_, command_, rs_);
     EXPECT_EQ(code_, 0);
     EXPECT_EQ(rs_.GetInt64(0, 0), 4);
+}
+
+TEST_F(RemoteAgent, AReplyBeyondTheBoundHasACodeOfItsOwnAndTheNextOneWorks) {
+    QXRecordset large;
+    QXColumn& column = large.AddColumn("text");
+    for (int i = 0; i < 1000; ++i) {
+        column.AppendBytes("as long as it is dull", QXValueType::Text);
+    }
+    large.FillDone();
+    const std::string body = EncodeRecord(large);  // packed
+    ASSERT_LT(body.size(), 4096U);
+    const auto query = [&](const std::string& reply) {
+        server_.Reply(3, reply);
+        agent_.OpenQuery(code_, text_, command_, rs_);
+        return code_;
+    };
+    const std::wstring told =
+        L"the server's reply is larger than the 4096 bytes that are allowed: use pages or a "
+        L"narrower query.";
+    agent_.SetMaxReplyBytes(4096);
+    auto small = OneCell(4);
+    EXPECT_EQ(query(EncodeRecord(small)), 0);
+    EXPECT_EQ(query(body), -5008);
+    EXPECT_EQ(text_, told);
+    EXPECT_EQ(rs_.RowCount(), 0U) << "a part of it";
+    EXPECT_EQ(query(EncodeRecord(small)), 0);
+    EXPECT_EQ(query(std::string(5000, 'x')), -5008);
+    EXPECT_EQ(text_, told);
+    EXPECT_EQ(rs_.GetInt64(0, 0), 4) << "what it held, as nothing was decoded";
+    EXPECT_EQ(server_.Requests().back().connection, 1);
+    agent_.SetMaxReplyBytes(0);
+    EXPECT_EQ(query(body), 0);
+    EXPECT_EQ(rs_.RowCount(), 1000U);
+    EXPECT_EQ(server_.Requests().back().connection, 2) << "behind a body that was left unread";
+}
+
+TEST_F(RemoteAgent, UnlessToldAReplyMayHaveAGibibyte) {
+    for (const bool beyond : {false, true}) {
+        CQXBASE::FrameHeader header;
+        header.typeCode = 3;
+        header.bodyLength = (1U << 30) + (beyond ? 1 : 0);
+        const CQXBASE::FrameHeaderBytes bytes = CQXBASE::EncodeFrameHeader(header);
+        server_.ReplyRaw(std::string(bytes.data(), bytes.size()));
+        agent_.OpenQuery(code_, text_, command_, rs_);
+        EXPECT_EQ(code_, beyond ? -5008 : -1);
+    }
 }
 
 TEST(RemoteAgentAlone, WithoutAServerThereIsAnError) {
