@@ -1,6 +1,9 @@
 // What the UTF-8 and UTF-16 conversions share.
 #pragma once
 
+#include <cstddef>
+#include <string_view>
+
 namespace CQXBASE {
 
 constexpr bool kWideIsUtf16 = sizeof(wchar_t) == sizeof(char16_t);
@@ -27,6 +30,15 @@ constexpr char32_t HighSurrogate(char32_t point) {
 constexpr char32_t LowSurrogate(char32_t point) {
     return 0xDC00 + (point & 0x3FF);
 }
+
+struct Utf8Point {
+    char32_t point;      ///< kReplacement when malformed
+    std::size_t length;  ///< bytes taken, at least 1
+    bool wellFormed;
+};
+/// The character at the start of non-empty `utf8`. A malformed one takes its longest prefix that
+/// could have begun a character.
+Utf8Point FirstPoint(std::string_view utf8) noexcept;
 
 /// One pass without a branch, for the compiler to vectorise.
 template <class Text>

@@ -6,13 +6,7 @@
 namespace CQXBASE {
 namespace {
 
-struct Decoded {
-    char32_t point;
-    std::size_t length;  ///< bytes taken, at least 1
-    bool wellFormed;
-};
-
-constexpr Decoded Malformed(std::size_t length) {
+constexpr Utf8Point Malformed(std::size_t length) {
     return {kReplacement, length, false};
 }
 
@@ -38,26 +32,6 @@ constexpr bool SecondByteFits(unsigned char lead, unsigned char second) {
     return second >= lowest && second <= highest;
 }
 
-/// Decodes the sequence at the start of non-empty `utf8`. A malformed one takes its longest prefix
-/// that could have begun a character.
-Decoded DecodeFirst(std::string_view utf8) {
-    const unsigned char lead = ByteAt(utf8, 0);
-    const std::size_t length = SequenceLength(lead);
-    if (length < 2) {
-        return length == 1 ? Decoded{lead, 1, true} : Malformed(1);
-    }
-    char32_t point = lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        const bool fits = i < utf8.size() && (i == 1 ? SecondByteFits(lead, ByteAt(utf8, 1))
-                                                     : (ByteAt(utf8, i) & 0xC0) == 0x80);
-        if (!fits) {
-            return Malformed(i);
-        }
-        point = (point << 6) | (ByteAt(utf8, i) & 0x3FU);
-    }
-    return {point, length, true};
-}
-
 /// Units that well-formed text decodes to.
 std::size_t UnitCount(std::string_view utf8) {
     const auto starts = std::count_if(
@@ -79,6 +53,24 @@ wchar_t* StoreWide(wchar_t* out, char32_t point) {
 
 }  // namespace
 
+Utf8Point FirstPoint(std::string_view utf8) noexcept {
+    const unsigned char lead = ByteAt(utf8, 0);
+    const std::size_t length = SequenceLength(lead);
+    if (length < 2) {
+        return length == 1 ? Utf8Point{lead, 1, true} : Malformed(1);
+    }
+    char32_t point = lead & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        const bool fits = i < utf8.size() && (i == 1 ? SecondByteFits(lead, ByteAt(utf8, 1))
+                                                     : (ByteAt(utf8, i) & 0xC0) == 0x80);
+        if (!fits) {
+            return Malformed(i);
+        }
+        point = (point << 6) | (ByteAt(utf8, i) & 0x3FU);
+    }
+    return {point, length, true};
+}
+
 std::wstring Utf8ToWide(std::string_view utf8) {
     if (IsAscii(utf8)) {
         return {utf8.begin(), utf8.end()};
@@ -87,7 +79,7 @@ std::wstring Utf8ToWide(std::string_view utf8) {
     std::size_t used = 0;
     bool wellFormed = true;
     while (!utf8.empty()) {
-        const Decoded next = DecodeFirst(utf8);
+        const Utf8Point next = FirstPoint(utf8);
         if (wellFormed && !next.wellFormed) {
             wellFormed = false;
             wide.resize(used + utf8.size());

@@ -1,10 +1,16 @@
 #include "cli/output/delimited_writer.h"
 
+#include <algorithm>
+
 #include <csv.h>
+
+#include "cli/output/display_text.h"
 
 namespace CQXCLI::output {
 
 namespace {
+
+constexpr char kQuote = '"';
 
 std::string_view TsvEscape(char c) noexcept {
     switch (c) {
@@ -45,10 +51,17 @@ void DelimitedWriter::Row(const CQXDB::QXRecordset& rs, std::size_t row) {
         if (i > 0) {
             out_ << delimiter_;
         }
-        if (rs.IsNull(row, i)) {
-            Null();
-        } else {
-            Field(CellText(rs, row, i, scratch_));
+        switch (rs.TypeAt(row, i)) {
+            case CQXDB::QXValueType::Null:
+                Null();
+                break;
+            case CQXDB::QXValueType::Blob:
+                Field(kHexPrefix);
+                WriteHex(out_, rs.GetBytes(row, i));
+                break;
+            default:
+                Field(CellText(rs, row, i, scratch_));
+                break;
         }
     }
     out_ << lineEnd_;
@@ -59,10 +72,15 @@ void CsvWriter::Field(std::string_view text) {
         out_ << text;
         return;
     }
-    quoted_.resize(2 * text.size() + 2);
-    const char* source = text.empty() ? "" : text.data();
-    const std::size_t size = csv_write(quoted_.data(), quoted_.size(), source, text.size());
-    out_ << std::string_view(quoted_).substr(0, size);
+    out_ << kQuote;
+    for (; !text.empty(); text.remove_prefix(std::min(text.size(), kPieceBytes))) {
+        const std::string_view piece = text.substr(0, kPieceBytes);
+        quoted_.resize(2 * piece.size() + 2);
+        const std::size_t size =
+            csv_write(quoted_.data(), quoted_.size(), piece.data(), piece.size());
+        out_ << std::string_view(quoted_).substr(1, size - 2);  // without quotes of its own
+    }
+    out_ << kQuote;
 }
 
 void TsvWriter::Field(std::string_view text) {

@@ -1,10 +1,10 @@
 #include "cli/output/display_text.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 #include <utf8proc.h>
+
+#include "util/printable.h"
 
 namespace CQXCLI::output {
 
@@ -36,33 +36,8 @@ void EachCharacter(std::string_view text, Take take) {
     }
 }
 
-bool IsPlainAscii(char c) noexcept {
-    return c >= ' ' && c <= '~';
-}
-
-/// Control characters, line separators, and what turns the writing direction around.
-bool NeedsEscape(utf8proc_int32_t code) noexcept {
-    const utf8proc_category_t category = utf8proc_category(code);
-    return category == UTF8PROC_CATEGORY_CC || category == UTF8PROC_CATEGORY_ZL ||
-           category == UTF8PROC_CATEGORY_ZP || (code >= 0x202A && code <= 0x202E) ||
-           (code >= 0x2066 && code <= 0x2069);
-}
-
-std::string Escape(utf8proc_int32_t code) {
-    switch (code) {
-        case '\n':
-            return "\\n";
-        case '\r':
-            return "\\r";
-        case '\t':
-            return "\\t";
-        default:
-            break;
-    }
-    std::array<char, 16> text{};
-    const auto number = static_cast<unsigned>(code);
-    std::snprintf(text.data(), text.size(), code < 0x80 ? "\\x%02x" : "\\u%04x", number);
-    return text.data();
+bool IsPlainAscii(std::string_view text) noexcept {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
 }
 
 std::size_t WidthOf(utf8proc_int32_t code) noexcept {
@@ -91,25 +66,55 @@ std::string ToValidUtf8(std::string_view text) {
     return valid;
 }
 
-std::string EscapeForDisplay(std::string_view text) {
-    if (std::all_of(text.begin(), text.end(), IsPlainAscii)) {
-        return std::string(text);
+std::string ErrorForDisplay(std::string_view text) {
+    return CQXBASE::PrintableUtf8(text, CQXBASE::LineBreaks::Keep);
+}
+
+std::string_view FirstPiece(std::string_view text) noexcept {
+    if (text.size() <= kPieceBytes) {
+        return text;
     }
-    std::string shown;
-    EachCharacter(text, [&shown](utf8proc_int32_t code, std::string_view bytes) {
-        if (code < 0) {
-            shown += kReplacement;
-        } else if (NeedsEscape(code)) {
-            shown += Escape(code);
-        } else {
-            shown += bytes;
-        }
-    });
-    return shown;
+    constexpr std::size_t kLongestCharacter = 4;
+    std::size_t end = kPieceBytes;
+    while (end > kPieceBytes - kLongestCharacter &&
+           (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
+        --end;
+    }
+    return text.substr(0, end);
+}
+
+void WriteEscaped(std::ostream& out, std::string_view text) {
+    if (IsPlainAscii(text)) {
+        out << text;
+        return;
+    }
+    while (!text.empty()) {
+        const std::string_view piece = FirstPiece(text);
+        out << CQXBASE::PrintableUtf8(piece);
+        text.remove_prefix(piece.size());
+    }
+}
+
+std::size_t EscapedWidth(std::string_view text, std::size_t most) {
+    std::size_t width = 0;
+    while (!text.empty() && width <= most) {
+        const std::string_view piece = FirstPiece(text);
+        width += IsPlainAscii(piece) ? piece.size() : DisplayWidth(CQXBASE::PrintableUtf8(piece));
+        text.remove_prefix(piece.size());
+    }
+    return width;
+}
+
+void WriteBlanks(std::ostream& out, std::size_t count) {
+    constexpr std::string_view kBlanks = "                                ";
+    for (; count > kBlanks.size(); count -= kBlanks.size()) {
+        out << kBlanks;
+    }
+    out << kBlanks.substr(0, count);
 }
 
 std::size_t DisplayWidth(std::string_view text) noexcept {
-    if (std::all_of(text.begin(), text.end(), IsPlainAscii)) {
+    if (IsPlainAscii(text)) {
         return text.size();
     }
     std::size_t width = 0;

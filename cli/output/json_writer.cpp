@@ -1,12 +1,18 @@
 #include "cli/output/json_writer.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdio>
 #include <set>
 #include <string_view>
+#include <utility>
 
 #include <Poco/JSONString.h>
 
 #include "cli/output/display_text.h"
 #include "util/ascii.h"
+#include "util/printable.h"
+#include "util/unicode.h"
 
 namespace CQXCLI::output {
 
@@ -14,8 +20,37 @@ using CQXDB::QXValueType;
 
 namespace {
 
-std::string Quote(std::string_view text) {
-    return Poco::toJSON(ToValidUtf8(text), static_cast<int>(Poco::JSON_WRAP_STRINGS));
+/// The inside of a JSON text. Beside what JSON requires, control characters that a terminal obeys
+/// are escaped; a reader gets them as they were.
+std::string Escaped(std::string_view text) {
+    const std::string json = Poco::toJSON(ToValidUtf8(text), 0);
+    std::string_view rest = json;
+    if (std::all_of(rest.begin(), rest.end(), [](char c) { return c >= 0 && c != '\x7F'; })) {
+        return json;
+    }
+    std::string escaped;
+    while (!rest.empty()) {
+        const CQXBASE::Utf8Point next = CQXBASE::FirstPoint(rest);
+        if (CQXBASE::IsControl(next.point)) {
+            std::array<char, 8> code{};
+            std::snprintf(code.data(), code.size(), "\\u%04x", static_cast<unsigned>(next.point));
+            escaped += code.data();
+        } else {
+            escaped += rest.substr(0, next.length);
+        }
+        rest.remove_prefix(next.length);
+    }
+    return escaped;
+}
+
+void WriteQuoted(std::ostream& out, std::string_view text) {
+    out << '"';
+    while (!text.empty()) {
+        const std::string_view piece = FirstPiece(text);
+        out << Escaped(piece);
+        text.remove_prefix(piece.size());
+    }
+    out << '"';
 }
 
 std::string UniqueName(const std::string& name, std::set<std::string>& taken) {
@@ -46,7 +81,9 @@ void JsonWriter::Begin(const CQXDB::QXRecordset& rs) {
     keys_.clear();
     std::set<std::string> taken;
     for (std::size_t i = 0; i < rs.ColumnCount(); ++i) {
-        keys_.push_back(Quote(UniqueName(rs.Column(i).NameUtf8(), taken)) + ':');
+        std::string name = UniqueName(rs.Column(i).NameUtf8(), taken);
+        const bool quoted = name.size() <= kPieceBytes;
+        keys_.push_back({quoted ? '"' + Escaped(name) + '"' : std::move(name), quoted});
     }
     first_ = true;
     out_ << '[';
@@ -66,7 +103,13 @@ void JsonWriter::End() {
 
 void JsonWriter::Row(const CQXDB::QXRecordset& rs, std::size_t row) {
     for (std::size_t i = 0; i < keys_.size(); ++i) {
-        out_ << (i == 0 ? "{" : ",") << keys_[i];
+        out_ << (i == 0 ? "{" : ",");
+        if (keys_[i].quoted) {
+            out_ << keys_[i].text;
+        } else {
+            WriteQuoted(out_, keys_[i].text);
+        }
+        out_ << ':';
         Cell(rs, row, i);
     }
     out_ << '}';
@@ -78,6 +121,12 @@ void JsonWriter::Cell(const CQXDB::QXRecordset& rs, std::size_t row, std::size_t
         out_ << "null";
         return;
     }
+    if (type == QXValueType::Blob) {
+        out_ << "\"\\" << kHexPrefix;
+        WriteHex(out_, rs.GetBytes(row, column));
+        out_ << '"';
+        return;
+    }
     const std::string_view text = CellText(rs, row, column, scratch_);
     const std::string number = IsNumber(type) ? JsonNumber(text) : std::string();
     if (!number.empty()) {
@@ -85,7 +134,7 @@ void JsonWriter::Cell(const CQXDB::QXRecordset& rs, std::size_t row, std::size_t
     } else if (type == QXValueType::Bool) {
         out_ << text;
     } else {
-        out_ << Quote(text);
+        WriteQuoted(out_, text);
     }
 }
 

@@ -26,7 +26,11 @@ class JsonWriter : public ResultWriter {
     void Cell(const CQXDB::QXRecordset& rs, std::size_t row, std::size_t column);
 
     std::ostream& out_;
-    std::vector<std::string> keys_;  ///< with quotes and colon
+    struct Key {
+        std::string text;
+        bool quoted;  ///< once for all rows, which a long name is not
+    };
+    std::vector<Key> keys_;
     std::string scratch_;
     bool first_ = true;
 };

@@ -1,5 +1,7 @@
 #include "cli/output/result_writer.h"
 
+#include <algorithm>
+
 #include "cli/output/delimited_writer.h"
 #include "cli/output/json_writer.h"
 #include "cli/output/table_writer.h"
@@ -44,6 +46,22 @@ std::string_view CellText(const CQXDB::QXRecordset& rs, std::size_t row, std::si
     }
     scratch = rs.GetTextUtf8(row, column);
     return scratch;
+}
+
+void WriteHex(std::ostream& out, std::string_view bytes) {
+    constexpr std::size_t kBytesAtOnce = std::size_t{4} * 1024;
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string digits;
+    while (!bytes.empty()) {
+        digits.clear();
+        for (const char c : bytes.substr(0, kBytesAtOnce)) {
+            const auto byte = static_cast<unsigned char>(c);
+            digits += kDigits[byte >> 4U];
+            digits += kDigits[byte & 15U];
+        }
+        out << digits;
+        bytes.remove_prefix(std::min(bytes.size(), kBytesAtOnce));
+    }
 }
 
 bool IsNumber(QXValueType type) noexcept {

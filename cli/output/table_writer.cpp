@@ -1,82 +1,87 @@
 #include "cli/output/table_writer.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "cli/output/display_text.h"
+#include "cli/output/shown_cell.h"
 
 namespace CQXCLI::output {
 
 namespace {
 
-void Blanks(std::ostream& out, std::size_t count) {
-    out << std::string(count, ' ');
+void Widen(std::size_t& column, std::size_t cell) noexcept {
+    if (cell <= kWidestAligned) {
+        column = std::max(column, cell);
+    }
+}
+
+/// The cell between the blanks that bring it to the column's width.
+template <typename Write>
+void Align(std::ostream& out, std::size_t width, std::size_t cell, bool right, bool last,
+           Write write) {
+    const std::size_t padding = width - std::min(width, cell);
+    WriteBlanks(out, right ? padding : 0);
+    write();
+    WriteBlanks(out, right || last ? 0 : padding);
+}
+
+const char* Before(std::size_t column) noexcept {
+    return column == 0 ? " " : " | ";
 }
 
 }  // namespace
 
 void TableWriter::Begin(const CQXDB::QXRecordset& rs) {
-    lines_.clear();
-    widths_.assign(rs.ColumnCount(), 0);
-    Line names;
-    for (std::size_t i = 0; i < rs.ColumnCount(); ++i) {
-        names.push_back({EscapeForDisplay(rs.Column(i).NameUtf8()), 0, IsNumber(rs.ColumnType(i))});
-    }
-    Add(std::move(names));
-}
-
-void TableWriter::Rows(const CQXDB::QXRecordset& rs) {
-    std::string scratch;
-    for (std::size_t row = 0; row < rs.RowCount(); ++row) {
-        Line line(widths_.size());
-        for (std::size_t i = 0; i < line.size(); ++i) {
-            const bool null = rs.IsNull(row, i);
-            line[i].text = null ? "NULL" : EscapeForDisplay(CellText(rs, row, i, scratch));
-            line[i].right = IsNumber(null ? rs.ColumnType(i) : rs.TypeAt(row, i));
-        }
-        Add(std::move(line));
-    }
-}
-
-void TableWriter::Add(Line line) {
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        line[i].width = DisplayWidth(line[i].text);
-        widths_[i] = std::max(widths_[i], line[i].width);
-    }
-    lines_.push_back(std::move(line));
-}
-
-void TableWriter::End() {
+    Measure(rs);
+    rows_ = 0;
     out_ << (separate_ ? "\n" : "");
     separate_ = true;
-    for (std::size_t i = 0; i < lines_.size(); ++i) {
-        Print(lines_[i]);
-        if (i == 0) {
-            PrintRule();
+    PrintNames(rs);
+}
+
+void TableWriter::Measure(const CQXDB::QXRecordset& rs) {
+    widths_.assign(rs.ColumnCount(), 0);
+    for (std::size_t i = 0; i < widths_.size(); ++i) {
+        Widen(widths_[i], EscapedWidth(rs.Column(i).NameUtf8(), kWidestAligned));
+        for (std::size_t row = 0; row < rs.RowCount(); ++row) {
+            Widen(widths_[i], ShownCell(rs, row, i, scratch_).Width(kWidestAligned));
         }
     }
-    const std::size_t rows = lines_.size() - 1;
-    out_ << '(' << rows << (rows == 1 ? " row)\n" : " rows)\n");
-    lines_.clear();
 }
 
-void TableWriter::Print(const Line& line) {
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        const Cell& cell = line[i];
-        const std::size_t padding = widths_[i] - cell.width;
-        out_ << (i == 0 ? " " : " | ");
-        Blanks(out_, cell.right ? padding : 0);
-        out_ << cell.text;
-        Blanks(out_, cell.right || i + 1 == line.size() ? 0 : padding);
+void TableWriter::PrintNames(const CQXDB::QXRecordset& rs) {
+    for (std::size_t i = 0; i < widths_.size(); ++i) {
+        const std::string_view name = rs.Column(i).NameUtf8();
+        out_ << Before(i);
+        Align(out_, widths_[i], EscapedWidth(name, kWidestAligned), IsNumber(rs.ColumnType(i)),
+              i + 1 == widths_.size(), [&] { WriteEscaped(out_, name); });
     }
     out_ << '\n';
-}
-
-void TableWriter::PrintRule() {
     for (std::size_t i = 0; i < widths_.size(); ++i) {
         out_ << (i == 0 ? "" : "+") << std::string(widths_[i] + 2, '-');
     }
     out_ << '\n';
+}
+
+void TableWriter::Rows(const CQXDB::QXRecordset& rs) {
+    for (std::size_t row = 0; row < rs.RowCount(); ++row) {
+        PrintRow(rs, row);
+    }
+    rows_ += rs.RowCount();
+}
+
+void TableWriter::PrintRow(const CQXDB::QXRecordset& rs, std::size_t row) {
+    for (std::size_t i = 0; i < widths_.size(); ++i) {
+        const ShownCell cell(rs, row, i, scratch_);
+        out_ << Before(i);
+        Align(out_, widths_[i], cell.Width(kWidestAligned), cell.ToTheRight(),
+              i + 1 == widths_.size(), [&] { cell.Write(out_); });
+    }
+    out_ << '\n';
+}
+
+void TableWriter::End() {
+    out_ << '(' << rows_ << (rows_ == 1 ? " row)\n" : " rows)\n");
 }
 
 }  // namespace CQXCLI::output

@@ -11,7 +11,8 @@
 namespace CQXCLI::output {
 
 /// Aligned columns under a line of names, numbers to the right, and the number of rows below. A
-/// null is NULL; control characters are escaped. Keeps the rows until End to know the widths.
+/// null is NULL; control characters are escaped. Columns are as wide as the cells of the recordset
+/// given to Begin are; what is wider, there beyond kWidestAligned or in a later one, sticks out.
 class TableWriter : public ResultWriter {
   public:
     explicit TableWriter(std::ostream& out) : out_(out) {}
@@ -21,20 +22,14 @@ class TableWriter : public ResultWriter {
     void End() override;
 
   private:
-    struct Cell {
-        std::string text;
-        std::size_t width = 0;
-        bool right = false;
-    };
-    using Line = std::vector<Cell>;
-
-    void Add(Line line);
-    void Print(const Line& line);
-    void PrintRule();
+    void Measure(const CQXDB::QXRecordset& rs);
+    void PrintNames(const CQXDB::QXRecordset& rs);
+    void PrintRow(const CQXDB::QXRecordset& rs, std::size_t row);
 
     std::ostream& out_;
-    std::vector<Line> lines_;  ///< the names, then the rows
     std::vector<std::size_t> widths_;
+    std::string scratch_;
+    std::size_t rows_ = 0;  ///< written of this result
     bool separate_ = false;
 };
 

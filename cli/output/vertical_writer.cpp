@@ -3,19 +3,16 @@
 #include <algorithm>
 
 #include "cli/output/display_text.h"
+#include "cli/output/shown_cell.h"
 
 namespace CQXCLI::output {
 
 void VerticalWriter::Begin(const CQXDB::QXRecordset& rs) {
-    names_.clear();
     rows_ = 0;
-    std::size_t widest = 0;
+    width_ = 0;
     for (std::size_t i = 0; i < rs.ColumnCount(); ++i) {
-        names_.push_back(EscapeForDisplay(rs.Column(i).NameUtf8()));
-        widest = std::max(widest, DisplayWidth(names_.back()));
-    }
-    for (std::string& name : names_) {
-        name.append(widest - DisplayWidth(name), ' ');
+        const std::size_t name = EscapedWidth(rs.Column(i).NameUtf8(), kWidestAligned);
+        width_ = std::max(width_, name <= kWidestAligned ? name : 0);
     }
     out_ << (separate_ ? "\n" : "");
     separate_ = true;
@@ -30,10 +27,12 @@ void VerticalWriter::Rows(const CQXDB::QXRecordset& rs) {
 }
 
 void VerticalWriter::Row(const CQXDB::QXRecordset& rs, std::size_t row) {
-    std::string scratch;
-    for (std::size_t i = 0; i < names_.size(); ++i) {
-        out_ << names_[i] << " | ";
-        out_ << (rs.IsNull(row, i) ? "NULL" : EscapeForDisplay(CellText(rs, row, i, scratch)));
+    for (std::size_t i = 0; i < rs.ColumnCount(); ++i) {
+        const std::string_view name = rs.Column(i).NameUtf8();
+        WriteEscaped(out_, name);
+        WriteBlanks(out_, width_ - std::min(width_, EscapedWidth(name, kWidestAligned)));
+        out_ << " | ";
+        ShownCell(rs, row, i, scratch_).Write(out_);
         out_ << '\n';
     }
 }

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <ostream>
 #include <string>
-#include <vector>
 
 #include "cli/output/result_writer.h"
 
@@ -24,8 +23,9 @@ class VerticalWriter : public ResultWriter {
     void Row(const CQXDB::QXRecordset& rs, std::size_t row);
 
     std::ostream& out_;
-    std::vector<std::string> names_;  ///< padded to one width
-    std::size_t rows_ = 0;            ///< written of this result
+    std::string scratch_;
+    std::size_t width_ = 0;  ///< of the names
+    std::size_t rows_ = 0;   ///< written of this result
     bool separate_ = false;
 };
 

@@ -25,7 +25,7 @@ ExitStatus RunTask(const program::Options& options) {
 
 ExitStatus Report(ExitStatus status, const std::string& text) {
     std::cout.flush();
-    std::cerr << "qxdb: " << output::ToValidUtf8(text) << '\n';
+    std::cerr << "qxdb: " << output::ErrorForDisplay(text) << '\n';
     return status;
 }
 

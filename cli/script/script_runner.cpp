@@ -7,6 +7,7 @@
 #include "cli/output/display_text.h"
 #include "cli/script/meta_commands.h"
 #include "cli/script/script_reader.h"
+#include "util/printable.h"
 
 namespace CQXCLI::script {
 
@@ -167,8 +168,8 @@ Outcome ScriptRunner::FailStatement(const std::string& name, const Statement& st
                                     const std::string& error) {
     Fail(name, statement.line, error);
     if (!statement.text.empty()) {
-        err_ << "    "
-             << output::Ellipsis(output::EscapeForDisplay(statement.text), kExcerptColumns) << '\n';
+        err_ << "    " << output::Ellipsis(CQXBASE::PrintableUtf8(statement.text), kExcerptColumns)
+             << '\n';
     }
     return Outcome::Failed;
 }
@@ -181,7 +182,8 @@ Outcome ScriptRunner::Fail(const std::string& name, std::size_t line, const std:
 Outcome ScriptRunner::Report(const std::string& name, std::size_t line, const std::string& text) {
     anyFailure_ = true;
     out_.flush();
-    err_ << "qxdb: " << name << ':' << line << ": " << output::ToValidUtf8(text) << '\n';
+    err_ << "qxdb: " << CQXBASE::PrintableUtf8(name) << ':' << line << ": "
+         << output::ErrorForDisplay(text) << '\n';
     return Outcome::Failed;
 }
 

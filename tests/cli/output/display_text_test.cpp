@@ -17,14 +17,6 @@ TEST(DisplayWidth, CountsTheColumnsOfATerminal) {
     EXPECT_EQ(output::DisplayWidth("\xFF"), 1U) << "a broken byte is shown as one character";
 }
 
-TEST(EscapeForDisplay, LeavesNothingThatATerminalObeys) {
-    EXPECT_EQ(output::EscapeForDisplay("a\n\r\tb"), "a\\n\\r\\tb");
-    EXPECT_EQ(output::EscapeForDisplay("\x1b[2J\x7f"), "\\x1b[2J\\x7f");
-    EXPECT_EQ(output::EscapeForDisplay("\xC2\x9B 漢 \xE2\x80\xAE"), "\\u009b 漢 \\u202e");
-    EXPECT_EQ(output::EscapeForDisplay("a\xFFz"), "a\xEF\xBF\xBDz");
-    EXPECT_EQ(output::EscapeForDisplay(std::string("a\0b", 3)), "a\\x00b");
-}
-
 TEST(Ellipsis, CutsBetweenCharacters) {
     EXPECT_EQ(output::Ellipsis("abcdef", 6), "abcdef");
     EXPECT_EQ(output::Ellipsis("abcdefg", 6), "abc...");

@@ -3,8 +3,12 @@
 #include <cmath>
 #include <limits>
 #include <sstream>
+#include <streambuf>
+#include <utility>
 
 #include <gtest/gtest.h>
+
+#include "tests/support/PeakMemory.h"
 
 namespace CQXCLI {
 namespace {
@@ -89,6 +93,74 @@ TEST(JsonWriter, KeepsEveryDigitAndEveryColumn) {
               "{\"id\":-0.5,\"id_2\":\"-inf\",\"q\\\"t\":\"1970-01-01\"},\n"
               "{\"id\":7.0,\"id_2\":1e+300,\"q\\\"t\":\"\\\\xab\"}\n]\n");
     EXPECT_EQ(Written(output::Format::Json, Result({"a"}, {})), "[]\n");
+}
+
+/// Counts bytes and keeps none.
+class Sink : public std::streambuf {
+  public:
+    std::size_t bytes = 0;
+
+  protected:
+    int overflow(int c) override {
+        ++bytes;
+        return c;
+    }
+    std::streamsize xsputn(const char* /*text*/, std::streamsize count) override {
+        bytes += static_cast<std::size_t>(count);
+        return count;
+    }
+};
+
+TEST(ResultWriter, NeedsNoCopyOfTheResultNorOfALargeCell) {
+    const std::size_t size = std::size_t{16} << 20;
+    QXRecordset rows;
+    for (const char* name : {"n", "again"}) {
+        for (int i = 0; i < 500000; ++i) {
+            (i == 0 ? rows.AddColumn(name) : rows.MutableColumn(rows.ColumnCount() - 1))
+                .AppendInt64(i);
+        }
+    }
+    rows.FillDone();
+    const QXRecordset cells = Result(
+        {std::string(size, '\x1b')},
+        {{Text(std::string(size, '\x1b'))}, {QXValue::Blob(std::string(size, 'b').data(), size)}});
+    for (const output::Format format :
+         {output::Format::Table, output::Format::Vertical, output::Format::Csv, output::Format::Tsv,
+          output::Format::Json}) {
+        for (const QXRecordset* rs : {&std::as_const(rows), &cells}) {
+            Sink sink;
+            std::ostream out(&sink);
+            const qxdb_test::PeakMemory memory;
+            output::MakeWriter(format, out, true)->Write(*rs);
+            // A name is copied for json, which gives columns of one name others.
+            const std::size_t most = format == output::Format::Json && rs == &cells ? 2 * size : 0;
+            if (QXDB_MEASURES_MEMORY != 0) {
+                EXPECT_LT(memory.Growth(), most + (std::size_t{2} << 20))
+                    << static_cast<int>(format);
+            }
+            EXPECT_GT(sink.bytes, rs == &cells ? 4 * size : 4000000);
+        }
+    }
+}
+
+TEST(ResultWriter, LargeCellsComeOutWholeWhereverTheyAreCut) {
+    for (const std::size_t before : {65533U, 65534U, 65535U, 65536U}) {
+        const std::string filler(before, 'x');
+        const std::string text = filler + "漢\"\n\xC2\x9B\xFF";
+        const QXRecordset rs = Result({"a"}, {{Text(text)}});
+        EXPECT_EQ(Written(output::Format::Csv, rs, false),
+                  '"' + filler + "漢\"\"\n\xC2\x9B\xFF\"\r\n");
+        EXPECT_EQ(Written(output::Format::Json, rs),
+                  "[\n{\"a\":\"" + filler + "漢\\\"\\n\\u009b\xEF\xBF\xBD\"}\n]\n");
+        EXPECT_EQ(Written(output::Format::Vertical, rs),
+                  "-[ 1 ]" + std::string(40, '-') + "\na | " + filler +
+                      "漢\"\\n\\u009b\xEF\xBF\xBD\n(1 row)\n");
+    }
+    const std::string wide(1001, 'w');
+    EXPECT_EQ(Written(output::Format::Table,
+                      Result({"a", wide}, {{Text(wide), Text("b")}, {Text("c"), {}}})),
+              " a | " + wide + "\n---+------\n " + wide + " | b\n c | NULL\n(2 rows)\n")
+        << "one long cell must not fill every row with blanks";
 }
 
 TEST(ResultWriter, KeepsResultsAndPagesApart) {

@@ -46,6 +46,16 @@ TEST_F(Program, ExitStatusTellsWhatWentWrong) {
     EXPECT_EQ(Run({"-c", "SELECT ?; SELECT ?", "--param", "5"}).status, 2);
 }
 
+TEST_F(Program, WhatADatabaseTellsCantSteerTheTerminal) {
+    const Ended failed = Run({"-c",
+                              "SELECT * FROM \"\xC2\x9B"
+                              "2J\xE2\x80\xAE\x1b[2J\r\n!\""});
+    EXPECT_EQ(failed.err,
+              "qxdb: -c 1:1: error 1: no such table: \\u009b2J\\u202e\\x1b[2J\n!\n"
+              "    SELECT * FROM \"\\u009b2J\\u202e\\x1b[2J\\r\\n!\"\n");
+    EXPECT_THAT(Run({"export", "SELECT * FROM \"\x1b[2J\"", "-"}).err, HasSubstr(": \\x1b[2J"));
+}
+
 TEST_F(Program, HelpAndVersionAreNoErrors) {
     const Ended help = RunQxdb({"--help"});
     EXPECT_EQ(help.status, 0);
