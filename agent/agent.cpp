@@ -96,6 +96,10 @@ void DBAgent::SetMaxReplyBytes(std::uint64_t bytes) {
     maxReplyBytes_ = bytes;
 }
 
+void DBAgent::SetReplyTimeout(std::uint32_t milliseconds) {
+    replyTimeoutMs_ = milliseconds;
+}
+
 bool DBAgent::isLocal() const {
     return isLocal_;
 }

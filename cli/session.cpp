@@ -25,9 +25,17 @@ Session::Session(const ConnectionOptions& options) {
 }
 
 Session::~Session() {
-    if (!server_.host.empty()) {
+    if (!server_.host.empty() && !silent_) {
+        agent_.SetReplyTimeout(shortWaitMs_);
         agent_.VirLogout(Utf8ToWide(server_.host), server_.port, proxy_, login_);
     }
+}
+
+/// A server that was silent last isn't asked to end the session, which would take as long again.
+Answer Session::Told(long code, const std::wstring& text) {
+    constexpr long kTimedOut = 10060;
+    silent_ = code == kTimedOut;
+    return MakeAnswer(code, text);
 }
 
 std::string Session::Database() const {
@@ -38,21 +46,21 @@ Answer Session::Query(CQXDB::QXCommand& command, CQXDB::QXRecordset& rs, long pa
     long code = 0;
     std::wstring text;
     agent_.OpenQuery(code, text, command, rs, pageSize, page, database_);
-    return MakeAnswer(code, text);
+    return Told(code, text);
 }
 
 Answer Session::Batch(CQXDB::QXCommandList& list, CQXDB::QXRsList& results) {
     long code = 0;
     std::wstring text;
     agent_.BatchQry(code, text, list, results, database_);
-    return MakeAnswer(code, text);
+    return Told(code, text);
 }
 
 Answer Session::Execute(CQXDB::QXCommandList& list) {
     long code = 0;
     std::wstring text;
     agent_.Execute(code, text, list, database_);
-    return MakeAnswer(code, text);
+    return Told(code, text);
 }
 
 Answer Session::Switch(const std::string& database) {
@@ -77,10 +85,13 @@ Answer Session::Probe() {
     }
     agent_.errCode_ = 0;
     agent_.errText_.clear();
-    if (agent_.Shakehand()) {
+    agent_.SetReplyTimeout(shortWaitMs_);
+    const bool done = agent_.Shakehand();
+    agent_.SetReplyTimeout(longWaitMs_);
+    if (done) {
         return {};
     }
-    return agent_.errCode_ != 0 ? MakeAnswer(agent_.errCode_, agent_.errText_)
+    return agent_.errCode_ != 0 ? Told(agent_.errCode_, agent_.errText_)
                                 : Answer{kFailed, "the server answers the handshake with an error"};
 }
 

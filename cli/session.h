@@ -1,6 +1,7 @@
 // An opened agent: the one place that knows whether work happens here or on an application server.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include <qxdb/DBAgent.h>
@@ -20,6 +21,8 @@ struct ConnectionOptions {
     std::string passwordFile;  ///< its first line is the password
     std::string dialect;       ///< name of the dialect, for ODBC; empty: by the kind of database
     bool askPassword = false;  ///< ask on the terminal, for local work too
+    long timeout = -1;         ///< seconds that a server may be silent; 0: for ever; -1: not given
+    long maxReply = 1024;      ///< mebibytes that a server's reply may have; 0: any number
 };
 
 /// What a call on the database answered.
@@ -68,6 +71,7 @@ class Session {
   private:
     void OpenLocal(const ConnectionOptions& options);
     void OpenRemote(const ConnectionOptions& options);
+    Answer Told(long code, const std::wstring& text);
     Answer CheckLocal(const CQXDB::QXDataSource& source);
     Answer Ask();
 
@@ -78,6 +82,9 @@ class Session {
     std::wstring login_;
     std::wstring database_;  ///< empty: the agent's, or the session's default
     bool canSwitch_ = true;
+    std::uint32_t shortWaitMs_ = 0;  ///< for the server's own answers; 0: no limit
+    std::uint32_t longWaitMs_ = 0;   ///< for those that statements have to run for
+    bool silent_ = false;            ///< the last wait for the server ran out
 };
 
 }  // namespace CQXCLI

@@ -1,4 +1,6 @@
 // The part of Session that opens the connection.
+#include <algorithm>
+
 #include "cli/exit_status.h"
 #include "cli/password.h"
 #include "cli/session.h"
@@ -48,6 +50,10 @@ const Dialect& ChosenDialect(const std::string& name, CQXDB::CQXDB_DSType_ENUM t
     return named != nullptr ? *named : DialectOf(type);
 }
 
+std::uint32_t Milliseconds(long seconds) {
+    return static_cast<std::uint32_t>(seconds) * 1000U;
+}
+
 }  // namespace
 
 void Session::OpenLocal(const ConnectionOptions& options) {
@@ -86,6 +92,11 @@ void Session::OpenRemote(const ConnectionOptions& options) {
     login_ = LoginText(options.user, FindPassword(options.passwordFile, prompt), options.database);
     const std::wstring host = Utf8ToWide(server.host);
     agent_.init(host + L':' + std::to_wstring(server.port), proxy_, std::wstring(), false);
+    constexpr long kShortWait = 60;  // seconds
+    shortWaitMs_ = Milliseconds(options.timeout < 0 ? kShortWait : options.timeout);
+    longWaitMs_ = Milliseconds(std::max(0L, options.timeout));
+    agent_.SetReplyTimeout(shortWaitMs_);
+    agent_.SetMaxReplyBytes(static_cast<std::uint64_t>(options.maxReply) << 20U);
     std::wstring token;
     CQXDB::CQXDB_DSType_ENUM type = CQXDB::CQXDB_DS_EMBEDDED;
     CQXDB::CQXDB_DriverType_ENUM driver = CQXDB::CQXDB_DRIVER_DEFAULT;
@@ -93,6 +104,7 @@ void Session::OpenRemote(const ConnectionOptions& options) {
         RefuseConnection("no session on the server " + options.server,
                          MakeAnswer(agent_.errCode_, agent_.errText_));
     }
+    agent_.SetReplyTimeout(longWaitMs_);
     server_ = server;
     database_ = Utf8ToWide(options.database);
     dialect_ = &ChosenDialect(options.dialect, type);

@@ -8,6 +8,7 @@
 #include "platform/sockets/options.h"
 #include "platform/text/error_text.h"
 #include "proxy/proxy_handshake.h"
+#include "proxy/socket_io.h"
 #include "transport/qxio.h"
 #include "util/text.h"
 
@@ -17,8 +18,9 @@ namespace {
 constexpr unsigned kKeepAliveIdleMs = 5000;
 constexpr unsigned kKeepAliveIntervalMs = 15000;
 
-/// Tries each address of `target`, "host:port", in turn. False leaves the last reason in errno.
-bool Connect(ACE_SOCK_Stream& stream, const std::wstring& target) {
+/// Tries each address of `target`, "host:port", in turn, each for as long as `limit` allows, if it
+/// isn't null. False leaves the last reason in errno.
+bool Connect(ACE_SOCK_Stream& stream, const std::wstring& target, const ACE_Time_Value* limit) {
     ACE_INET_Addr address;
     errno = EINVAL;  // what an address that can't be read leaves as it is
     if (address.set(target.c_str(), AF_UNSPEC) == -1) {
@@ -26,7 +28,7 @@ bool Connect(ACE_SOCK_Stream& stream, const std::wstring& target) {
     }
     ACE_SOCK_Connector connector;
     do {
-        if (connector.connect(stream, address, nullptr, ACE_Addr::sap_any, 1, 0, 0, 0) == 0) {
+        if (connector.connect(stream, address, limit, ACE_Addr::sap_any, 1, 0, 0, 0) == 0) {
             return true;
         }
         const int error = errno;
@@ -76,12 +78,14 @@ bool QXIO::check_port(const std::wstring& host, std::uint32_t port, const std::w
 int QXIO::connect_peer(const std::wstring& target) {
     auto stream = std::make_unique<ACE_SOCK_Stream>();
     set_keepalive(*stream);
-    if (!Connect(*stream, target)) {
+    const ACE_Time_Value limit(silenceMs_ / 1000, silenceMs_ % 1000 * 1000);
+    if (!Connect(*stream, target, silenceMs_ == 0 ? nullptr : &limit)) {
         record_socket_error(L" connect to " + target + L" error", lastErrorCode_, lastErrorText_);
         return -1;
     }
     peer_ = stream.release();
     ++connection_;
+    socketSilenceMs_ = 0;
     platform::sockets::KeepFromChildren(peer_->get_handle());
     platform::sockets::AddToSet(*handleSet_, peer_->get_handle());
     clear_send_buffer(*peer_);
@@ -96,6 +100,7 @@ int QXIO::tunnel_through_proxy() {
     proxy.user = ToNarrow(proxyUser_, kCodePageAnsi);
     proxy.password = ToNarrow(proxyPassword_, kCodePageAnsi);
     midExchange_ = true;
+    socketSilenceMs_ = kReceiveTimeoutMs;  // the handshake's, which stays
     std::wstring answer;
     if (ProxyHandshake(proxy, peer_->get_handle(), ToNarrow(serverHost_, kCodePageAnsi),
                        static_cast<std::uint16_t>(serverPort_), answer) == kProxyDone) {

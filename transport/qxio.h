@@ -34,7 +34,8 @@ struct CaughtException;
 /// on failure, lets no exception out, and leaves the reason in LastErrorCode() and LastErrorText().
 /// Those two are only ever overwritten by a later failure, never cleared.
 ///
-/// One thread uses a transport at a time. Nothing here has a time limit unless it says so.
+/// One thread uses a transport at a time. Nothing here has a time limit unless it says so or
+/// LimitSilence gives it one.
 class QXIO : public ACE_Handler {
   public:
     /// Wraps a connected stream. The caller keeps it, alive for as long as this object, and closes
@@ -96,6 +97,12 @@ class QXIO : public ACE_Handler {
     /// -5005 and the last error kReplyTooLarge before any of them is read, which leaves the
     /// connection MidExchange(). 0, as at first: no bound.
     void LimitReceivedBody(std::uint64_t bytes) noexcept { mostBody_ = bytes; }
+
+    /// Longest wait of the blocking exchange, in milliseconds, for an address to take a connection,
+    /// for room to send and for each piece that is received: the operation fails with the last
+    /// error 10060, and a send is not repeated. 0, as at first: no limit but the proxy's. That one,
+    /// 5 seconds, stays where it is the shorter. Without effect on a wrapped stream's receives.
+    void LimitSilence(std::uint32_t milliseconds) noexcept { silenceMs_ = milliseconds; }
 
     // The connection.
 
@@ -167,6 +174,8 @@ class QXIO : public ACE_Handler {
     int Syc_receive_header();
     int Syc_receive_body();
     int refuse_body();
+    void apply_silence_limit();
+    int silence_timeout() const noexcept;
     int Syc_receive_length_field();
     bool receive_into_block(std::size_t count, std::uint64_t wholeSize);
     void drop_after_failed_read();
@@ -245,8 +254,10 @@ class QXIO : public ACE_Handler {
     ACE_INET_Addr remoteAddr_;
     std::string peerHost_;  ///< its host as text, which the log lines name
 
-    iovec sendIov_[2] = {};       ///< the frame being sent: header, body; both belong to the caller
-    std::uint64_t mostBody_ = 0;  ///< bytes a received frame's body may have; 0: any number
+    iovec sendIov_[2] = {};  ///< the frame being sent: header, body; both belong to the caller
+    std::uint32_t silenceMs_ = 0;        ///< 0: no limit
+    std::uint32_t socketSilenceMs_ = 0;  ///< the receive time-out that the socket has
+    std::uint64_t mostBody_ = 0;         ///< bytes a received frame's body may have; 0: any number
     std::uint32_t rxTypeCode_ = 0;
     std::uint32_t rxBodyLength_ = 0;
     std::uint32_t rxPlainLength_ = 0;

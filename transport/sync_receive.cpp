@@ -4,8 +4,11 @@
 
 #include "errors/caught_exception.h"
 #include "platform/sockets/errors.h"
+#include "platform/sockets/handshake.h"
 #include "platform/sockets/transfer.h"
 #include "platform/text/string_table.h"
+#include "proxy/proxy_handshake.h"
+#include "proxy/socket_io.h"
 #include "transport/frame.h"
 #include "transport/qxio.h"
 #include "transport/result_codes.h"
@@ -24,6 +27,7 @@ int QXIO::Syc_receive_data(char*& data, unsigned& length, std::string& plainText
                            unsigned& typeCode, bool& enciphered) {
     const auto receive = [&] {
         Syc_receive_init();
+        apply_silence_limit();
         derive_ahead();
         if (Syc_receive_header() != 0) {
             return kReceiveFailed;
@@ -81,6 +85,19 @@ void QXIO::take_header(const char* bytes) {
     rxTypeCode_ = header.typeCode;
     rxBodyLength_ = header.bodyLength;
     rxPlainLength_ = header.plainLength;
+}
+
+void QXIO::apply_silence_limit() {
+    if (!ownsStream_ || peer_ == nullptr) {
+        return;
+    }
+    const bool proxysIsShorter =
+        proxyType_ != kProxyNone && (silenceMs_ == 0 || silenceMs_ > kReceiveTimeoutMs);
+    const std::uint32_t limit = proxysIsShorter ? kReceiveTimeoutMs : silenceMs_;
+    if (limit != socketSilenceMs_) {
+        platform::sockets::SetReceiveTimeout(peer_->get_handle(), limit);
+        socketSilenceMs_ = limit;
+    }
 }
 
 int QXIO::refuse_body() {

@@ -1,5 +1,7 @@
 // The sending half of the blocking exchange.
+#include <algorithm>
 #include <cerrno>
+#include <limits>
 
 #include "errors/caught_exception.h"
 #include "platform/sockets/errors.h"
@@ -41,16 +43,23 @@ int QXIO::send_with_retry(bool retry) {
         if (Syc_send_frame() == 0) {
             return 0;
         }
-        if (!retry || attempt >= kMaxAttempts) {
+        const bool timedOut = silenceMs_ != 0 && lastErrorCode_ == platform::sockets::kTimedOut;
+        if (!retry || timedOut || attempt >= kMaxAttempts) {
             return kSendFailed;
         }
         close_stream();
     }
 }
 
+int QXIO::silence_timeout() const noexcept {
+    constexpr std::uint32_t kMost = std::numeric_limits<int>::max();
+    return silenceMs_ == 0 ? platform::sockets::kNoTimeout
+                           : static_cast<int>(std::min(silenceMs_, kMost));
+}
+
 int QXIO::Syc_send_frame() {
     platform::sockets::ClearLastError();
-    if (!write_parts(sendIov_, 2, platform::sockets::kNoTimeout)) {
+    if (!write_parts(sendIov_, 2, silence_timeout())) {
         return record_failed_send(errno);
     }
     log_progress(__LINE__, ACE_TEXT("%D(%i): send data to %C, data size is %d. \n"),

@@ -16,6 +16,7 @@ constexpr const char* kFooter =
     "login.\n";
 
 constexpr int kLargestNumber = 2147483647;
+constexpr int kLongestTimeout = 86400;  ///< seconds
 
 /// Shows an option with the name of its value and nothing else.
 class PlainFormatter : public CLI::Formatter {
@@ -92,6 +93,15 @@ void CommandLine::AddConnection(ConnectionOptions& to) {
                     "HOST:PORT (variable QXDB_PROXY)")
         ->type_name("URL")
         ->envname("QXDB_PROXY");
+    app_.add_option("--timeout", to.timeout,
+                    "Give up when the server is silent for so long (0:\nnever; login, ping and "
+                    "logout: 60, statements: 0)")
+        ->type_name("SECONDS")
+        ->check(InRange(0, kLongestTimeout));
+    app_.add_option("--max-reply", to.maxReply,
+                    "Largest reply to take from the server (1024; 0:\nany)")
+        ->type_name("MIB")
+        ->check(InRange(0, kLargestNumber));
     app_.add_option("--dialect", to.dialect,
                     "How a database behind ODBC writes SQL: sqlite,\npostgresql, mysql, "
                     "sqlserver, oracle or other")

@@ -17,6 +17,9 @@ void CheckConnection(const ConnectionOptions& connection) {
     if (!connection.server.empty() && connection.user.empty()) {
         RefuseUsage("--server needs --user");
     }
+    if (connection.server.empty() && connection.timeout >= 0) {
+        RefuseUsage("--timeout goes with --server; a database has options of its own in its URL");
+    }
     if (connection.server.empty() && !connection.user.empty()) {
         RefuseUsage("--user goes with --server; a database's user stands in its URL");
     }

@@ -83,6 +83,20 @@ class QXDB_AGENT_API DBAgent {
     /// exchange on, survives a new server, never travels and has no say over local work.
     void SetMaxReplyBytes(std::uint64_t bytes);
 
+    /// Longest time, in milliseconds, that a server may be silent while an exchange waits for it;
+    /// 0, the default: for ever. It bounds each wait for an address of the server (or proxy) to
+    /// take the connection, for the server to take more of the request, and to send more of its
+    /// reply. A wait that is longer fails the call with 10060 and the system's text, and drops the
+    /// connection, so that a late reply is never taken for the next one. The server may have done,
+    /// or yet do, what it was asked for. Behind a proxy 5 seconds of silence fail an exchange
+    /// whatever is set here; what is set here can make them fewer.
+    ///
+    /// A server works on a statement in silence, by default for up to 10 minutes, and on each
+    /// statement of a list. Looking up a host's name is the system's matter and has its own limit.
+    ///
+    /// The agent's own setting, as SetMaxReplyBytes.
+    void SetReplyTimeout(std::uint32_t milliseconds);
+
     bool isLocal() const;
     std::wstring DefaultDB() const;   ///< the data source's database name
     std::wstring ServerName() const;  ///< "host:port" of the server
@@ -203,6 +217,7 @@ class QXDB_AGENT_API DBAgent {
     QXProxyInfo proxy_;
     bool isLocal_ = true;
     CQXBASE::QXIO* io_ = nullptr;  ///< owned; shared with copies
+    std::uint32_t replyTimeoutMs_ = 0;
     std::uint64_t maxReplyBytes_ = std::uint64_t{1} << 30;
 };
 

@@ -12,6 +12,7 @@ constexpr int kTooManyHandles = 10024;
 constexpr int kWouldBlock = 10035;
 constexpr int kNoBuffers = 10055;
 constexpr int kConnectionReset = 10054;
+constexpr int kTimedOut = 10060;
 constexpr int kConnectionRefused = 10061;
 
 /// `error`, an errno as ACE leaves it, in Winsock numbering. A send to a closed peer counts as a

@@ -5,6 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include <ace/INET_Addr.h>
+#include <ace/SOCK_Acceptor.h>
+#include <ace/SOCK_Connector.h>
 #include <gtest/gtest.h>
 
 #include <qxdb/DBAgent.h>
@@ -160,6 +163,28 @@ TEST_F(CompressedRows, TakeNoMoreMemoryThanTheAgentAllows) {
             EXPECT_LT(memory.Growth(), std::size_t{20} << 20) << request;
         }
     }
+}
+
+/// The system takes no more connections for a listener whose queue is full.
+TEST(FullServer, EndsTheWaitForAConnection) {
+    ACE_SOCK_Acceptor acceptor(ACE_INET_Addr(static_cast<u_short>(0), "127.0.0.1"), 0, AF_INET, 1);
+    ACE_INET_Addr address;
+    ASSERT_EQ(acceptor.get_local_addr(address), 0);
+    std::vector<std::unique_ptr<ACE_SOCK_Stream>> queue;
+    const ACE_Time_Value brief(0, 200000);
+    do {
+        ASSERT_LT(queue.size(), 100U);
+        queue.push_back(std::make_unique<ACE_SOCK_Stream>());
+    } while (ACE_SOCK_Connector().connect(*queue.back(), address, &brief) == 0);
+    DBAgent agent;
+    agent.init(L"127.0.0.1:" + std::to_wstring(address.get_port_number()), {}, L"", false);
+    agent.SetReplyTimeout(50);
+    EXPECT_FALSE(agent.Shakehand());
+    EXPECT_EQ(agent.errCode_, 10060);
+    for (const auto& stream : queue) {
+        stream->close();
+    }
+    acceptor.close();
 }
 
 template <class Record>

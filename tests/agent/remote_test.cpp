@@ -1,7 +1,11 @@
+#include <algorithm>
 #include <chrono>
 #include <future>
+#include <random>
 
 #include <ace/CDR_Stream.h>
+#include <ace/INET_Addr.h>
+#include <ace/SOCK_Acceptor.h>
 #include <ace/SOCK_Stream.h>
 #include <gtest/gtest.h>
 
@@ -183,6 +187,77 @@ TEST_F(RemoteAgent, UnlessToldAReplyMayHaveAGibibyte) {
         agent_.OpenQuery(code_, text_, command_, rs_);
         EXPECT_EQ(code_, beyond ? -5008 : -1);
     }
+}
+
+TEST_F(RemoteAgent, SilenceEndsAnExchangeAndItsLateReplyIsNeverTaken) {
+    const std::string late = qxdb_test::MakeFrame(3, [] {
+        auto rows = OneCell(-1);
+        return EncodeRecord(rows);
+    }());
+    for (const std::size_t sent : {std::size_t{0}, std::size_t{7}, late.size() - 1}) {
+        std::promise<void> toldOf;
+        server_.Do([&](ACE_SOCK_Stream& peer) {
+            peer.send_n(late.data(), sent);
+            toldOf.get_future().wait();
+            peer.send_n(late.data() + sent, late.size() - sent);
+            return true;
+        });
+        agent_.SetReplyTimeout(300);
+        agent_.OpenQuery(code_, text_, command_, rs_);
+        EXPECT_EQ(code_, 10060) << sent;
+        EXPECT_NE(text_, L"");
+        toldOf.set_value();
+        agent_.SetReplyTimeout(0);
+        server_.Reply(3, OneCell(static_cast<std::int64_t>(sent)));
+        agent_.OpenQuery(code_, text_, command_, rs_);
+        EXPECT_EQ(code_, 0);
+        EXPECT_EQ(rs_.GetInt64(0, 0), static_cast<std::int64_t>(sent));
+    }
+}
+
+/// Connections that nobody accepts, as the system makes them.
+class DeafServer {
+  public:
+    DeafServer() {
+        acceptor_.open(ACE_INET_Addr(static_cast<u_short>(0), "127.0.0.1"), 0, AF_INET, 1);
+        acceptor_.get_local_addr(address_);
+    }
+    ~DeafServer() { acceptor_.close(); }
+    DeafServer(const DeafServer&) = delete;
+    DeafServer& operator=(const DeafServer&) = delete;
+
+    std::wstring Name() const {
+        return L"127.0.0.1:" + std::to_wstring(address_.get_port_number());
+    }
+    int Connections() const {
+        int count = 0;
+        ACE_SOCK_Stream peer;
+        for (ACE_Time_Value now; acceptor_.accept(peer, nullptr, &now) == 0; ++count) {
+            peer.close();
+        }
+        return count;
+    }
+
+  private:
+    ACE_SOCK_Acceptor acceptor_;
+    ACE_INET_Addr address_;
+};
+
+TEST(RemoteAgentAlone, ARequestThatNobodyReadsEndsInTheSameWayAndIsNotRepeated) {
+    const DeafServer server;
+    DBAgent agent;
+    agent.init(server.Name(), {}, L"", false);
+    agent.SetReplyTimeout(50);
+    QXCommand command(L"SELECT ?");
+    std::string bytes(std::size_t{16} << 20, '\0');  // that compression leaves as many
+    std::mt19937 random;
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
+    command.AddParam(QXValue::Blob(bytes.data(), bytes.size()));
+    long code = 0;
+    std::wstring text;
+    agent.Execute(code, text, command);
+    EXPECT_EQ(code, 10060);
+    EXPECT_EQ(server.Connections(), 1);
 }
 
 TEST(RemoteAgentAlone, WithoutAServerThereIsAnError) {

@@ -14,6 +14,7 @@
 #include <qxdb/QXIOBase.h>
 
 #include "platform/sockets/errors.h"
+#include "proxy/proxy_handshake.h"
 #include "tests/support/Platform.h"
 #include "transport/frame.h"
 #include "transport/qxio.h"
@@ -52,6 +53,8 @@ inline std::string Body(std::size_t size) {
 class OpenQXIO : public QXIO {
   public:
     explicit OpenQXIO(unsigned short port) : QXIO(L"127.0.0.1", port, 0, L"", 0, L"", L"") {}
+    OpenQXIO(ProxyType proxy, unsigned short proxyPort)
+        : QXIO(L"10.0.0.5", 9000, proxy, L"127.0.0.1", proxyPort, L"", L"") {}
     explicit OpenQXIO(ACE_SOCK_Stream& stream)
         : QXIO(&stream, ACE_INET_Addr(static_cast<u_short>(7), "127.0.0.9", AF_INET)) {}
 

@@ -109,6 +109,44 @@ TEST_F(SyncExchange, SilenceBeyondTheReceiveTimeOut) {
     EXPECT_EQ(io.LastErrorCode(), 10060);
 }
 
+/// Answers the request for a tunnel, then sends back every frame.
+void TunnelAndEcho(ACE_SOCK_Stream& stream) {
+    std::string request;
+    while (request.find("\r\n\r\n") == std::string::npos) {
+        const std::string byte = Read(stream, 1);
+        ASSERT_FALSE(byte.empty());
+        request += byte;
+    }
+    Write(stream, "HTTP/1.1 200 Connection established\r\n\r\n");
+    Echo(stream);
+}
+
+TEST_F(SyncExchange, TheLimitOfSilenceReachesAnOpenConnectionAndKeepsTheProxysShorterOne) {
+    struct Step {
+        std::uint32_t limit;
+        int direct;  // seconds that the socket is given
+        int proxied;
+    };
+    const Step steps[] = {{0, 0, 5}, {3000, 3, 3}, {60000, 60, 5}, {0, 0, 5}};
+    LoopbackPeer server({Echo});
+    LoopbackPeer proxy({TunnelAndEcho});
+    OpenQXIO direct(server.Port());
+    OpenQXIO proxied(kProxyHttp, proxy.Port());
+    constexpr int kUnit = qxdb_test::kOnWindows ? 1000 : 1;
+    for (const Step& step : steps) {
+        for (OpenQXIO* io : {&direct, &proxied}) {
+            io->LimitSilence(step.limit);
+            ASSERT_EQ(Send(*io, "request", false), 0);
+            ASSERT_EQ(got_.SyncFrom(*io), 0);
+            EXPECT_EQ(Option(*io->peer_, SOL_SOCKET, SO_RCVTIMEO),
+                      (io == &direct ? step.direct : step.proxied) * kUnit)
+                << step.limit;
+        }
+    }
+    direct.close_stream();
+    proxied.close_stream();
+}
+
 TEST_F(SyncExchange, FailedWritesAreRepeatedTwiceWhenAsked) {
     std::string taken;
     LoopbackPeer peer({TakeAndReset, TakeAndReset, TakeAndReset, TakeAndReset, TakeAndReset,

@@ -107,6 +107,7 @@ TEST(ParseOptions, RefusesWhatMakesNoSense) {
         {"--db", "sqlite:x", "--server", "h", "--user", "u"},
         {"--server", "h"},
         {"--db", "sqlite:x", "--user", "u"},
+        {"--db", "sqlite:x", "--timeout", "5"},
         {"--db", "sqlite:x", "-c", "A", "-c", "B", "--param", "1"},
         {"--db", "sqlite:x", "--param", "1"},
         {"--db", "sqlite:x", "ping", "-c", "A"},

@@ -1,6 +1,12 @@
+#include <future>
+
 #include <gmock/gmock.h>
 
+#include "messages/session_records.h"
+#include "messages/type_codes.h"
+#include "tests/agent/scripted_server.h"
 #include "tests/cli/qxdb_program.h"
+#include "tests/support/Lies.h"
 #include "tests/support/QxdbServer.h"
 
 namespace {
@@ -61,6 +67,66 @@ TEST_F(Remote, PingAndLoginsTellTheirOutcome) {
     EXPECT_EQ(Run({"ping", "--password-file", folder_.File("password")}, "", "wrong-word").status,
               0);
     EXPECT_EQ(Run({"ping", "--password-file", folder_.File("missing")}).status, 2);
+}
+
+class LyingServer : public testing::Test {
+  protected:
+    ~LyingServer() override { over_.set_value(); }
+
+    void TakeLogin() {
+        CQXBASE::QXSesInfo session;
+        session.token = L"token";
+        session.info = L"1|~|0";
+        server_.Reply(CQXBASE::kVirtualLogin, std::move(session));
+    }
+    void BeSilent() {
+        server_.Do([over = over_.get_future().share()](ACE_SOCK_Stream& /*peer*/) {
+            over.wait();
+            return false;
+        });
+    }
+    Ended Run(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(),
+                         {"--server", "127.0.0.1:" + std::to_string(server_.Port()), "--user",
+                          "ada", "--timeout", "1"});
+        return RunQxdb(arguments, {{}, {"QXDB_PASSWORD=x"}});
+    }
+
+    qxdb_test::ScriptedServer server_;
+
+  private:
+    std::promise<void> over_;
+};
+
+TEST_F(LyingServer, SilenceIsNotWaitedFor) {
+    BeSilent();
+    const Ended ping = Run({"ping"});
+    EXPECT_EQ(ping.status, 3);
+    EXPECT_THAT(ping.err, HasSubstr("error 10060: "));
+}
+
+TEST_F(LyingServer, SilenceBehindAStatementIsAnErrorAndNoLogoutWaitsAgain) {
+    TakeLogin();
+    BeSilent();
+    const Ended ended = Run({"-c", "SELECT 1"});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.err, HasSubstr("qxdb: -c 1:1: error 10060: "));
+    EXPECT_EQ(server_.Requests().size(), 2U);
+}
+
+TEST_F(LyingServer, WhatItSendsNeitherFillsMemoryNorSteersTheTerminal) {
+    TakeLogin();
+    server_.Reply(CQXBASE::kQuery, qxdb_test::RecordsetBomb(3000000), false);
+    server_.Reply(CQXBASE::kErrorReply, CQXBASE::QXSimpleMsg(L"\u009b2J\x1b[2J\u202e", 9));
+    server_.Reply(CQXBASE::kVirtualLogout, CQXBASE::QXSimpleMsg(L"", 0));
+    const Ended ended = Run({"-k", "--max-reply", "16", "-c", "SELECT 1", "-c", "SELECT 2"});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_EQ(
+        ended.err,
+        "qxdb: -c 1:1: error -5008: the server's reply is larger than the 16777216 bytes that "
+        "are allowed: use pages or a narrower query.\n    SELECT 1\n"
+        "qxdb: -c 2:1: error 9: \\u009b2J\\x1b[2J\\u202e\n    SELECT 2\n");
 }
 
 }  // namespace
