@@ -111,16 +111,21 @@ class QXDB_AGENT_API DBAgent {
     void Execute(long& errCode, std::wstring& errText, QXCommandList& list,
                  const std::wstring& db = std::wstring());
     /// Fills `rs` with page `pageNo` (from 1) of `pageSize` rows; page size 0 means all rows. A
-    /// number beyond 32 bits gives DBMGR_BAD_PAGE. After a failure `rs` is empty when the agent
-    /// works locally; remotely it holds the rows that it held, unless the reply's own bytes were
-    /// wrong, which leaves it unspecified.
+    /// number beyond 32 bits gives DBMGR_BAD_PAGE.
+    ///
+    /// Look at errCode before `rs`: after a failure it is empty, without columns, when the agent
+    /// works locally. Remotely it holds what it held, rows of another query, unless a reply's rows
+    /// were being decoded, which leaves it empty: they made no sense (-5005), took more than
+    /// SetMaxReplyBytes allows (-5008) or than there was memory. The same codes with a reply whose
+    /// rows were not looked at leave it as it was.
     void OpenQuery(long& errCode, std::wstring& errText, QXCommand& cmd, QXRecordset& rs,
                    long pageSize = 0, long pageNo = 1, const std::wstring& db = std::wstring());
-    /// Runs the list in one transaction; `rs` takes the rows of its last command. Otherwise the
-    /// same.
+    /// Runs the list in one transaction; `rs` takes the rows of its last command. Otherwise, also
+    /// after a failure, the same.
     void OpenQuery(long& errCode, std::wstring& errText, QXCommandList& list, QXRecordset& rs,
                    long pageSize = 0, long pageNo = 1, const std::wstring& db = std::wstring());
-    /// Runs the list in one transaction, one recordset a command. `out` is emptied first.
+    /// Runs the list in one transaction, one recordset a command. `out` is emptied first and empty
+    /// after any failure, locally and remotely.
     void BatchQry(long& errCode, std::wstring& errText, QXCommandList& list, QXRsList& out,
                   const std::wstring& db = std::wstring());
 

@@ -56,6 +56,27 @@ TEST_F(LocalAgent, AFailureSetsTheArgumentsAndTheNextCallFillsItsPage) {
     EXPECT_EQ(rows.GetInt64(1, 0), 5);
 }
 
+TEST_F(LocalAgent, AFailedQueryLeavesNoRowsOfAnother) {
+    QXCommand good(L"SELECT id FROM t");
+    QXCommand bad(L"SELECT missing FROM nowhere");
+    QXCommandList list;
+    list.Add(good);
+    list.Add(bad);
+    QXRecordset rows;
+    for (const bool several : {false, true}) {
+        agent_.OpenQuery(code_, text_, good, rows);
+        ASSERT_EQ(rows.RowCount(), 5U);
+        if (several) {
+            agent_.OpenQuery(code_, text_, list, rows);
+        } else {
+            agent_.OpenQuery(code_, text_, bad, rows);
+        }
+        EXPECT_EQ(code_, 1);
+        EXPECT_EQ(rows.RowCount(), 0U);
+        EXPECT_EQ(rows.ColumnCount(), 0U);
+    }
+}
+
 TEST_F(LocalAgent, ABatchEmptiesItsListEvenWhenItFails) {
     QXRsList results;
     QXCommandList list;

@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <chrono>
 #include <future>
+#include <memory>
+#include <optional>
 #include <random>
 
 #include <ace/CDR_Stream.h>
@@ -141,6 +143,64 @@ TEST_F(RemoteAgent, AReplyThatMakesNoSenseIsAnErrorAndLeavesTheObjectsAlone) {
     agent_.OpenQuery(code_, text_, command_, rs_);
     EXPECT_EQ(code_, 0);
     EXPECT_EQ(rs_.GetInt64(0, 0), 4);
+}
+
+// A caller who shows `rs` without a look at the code would show rows of another query.
+TEST_F(RemoteAgent, WhatAFailedQueryLeavesDependsOnHowFarItsReplyWasRead) {
+    list_.Add(command_);
+    agent_.SetMaxReplyBytes(4096);
+    QXRecordset dull;
+    for (int i = 0; i < 1000; ++i) {
+        (i == 0 ? dull.AddColumn("n") : dull.MutableColumn(0)).AppendInt64(7);
+    }
+    dull.FillDone();
+    QXRsList dullList;
+    dullList.Add(dull);
+    const auto status = EncodeRecord(*std::make_unique<QXSimpleMsg>(L"no", 1));
+    enum Left { Kept, Emptied };
+    struct Case {
+        const char* name;
+        std::optional<std::uint32_t> replyCode;  // none: no reply; 99: the request's own
+        std::string body;
+        Left left;
+        std::string batchBody;
+    };
+    constexpr std::uint32_t kOwn = 99;
+    const Case cases[] = {
+        {"error reply", 0, status, Kept, status},
+        {"no reply", std::nullopt, {}, Kept, {}},
+        {"unknown code", 19, status, Kept, status},
+        {"another record", 6, status, Kept, status},
+        {"header beyond the bound", kOwn, std::string(5000, 'x'), Kept, std::string(5000, 'x')},
+        {"undecodable", kOwn, "??", Emptied, "??"},
+        {"decoded beyond the bound", kOwn, EncodeRecord(dull), Emptied, EncodeRecord(dullList)},
+    };
+    for (const Case& each : cases) {
+        const auto answer = [&](std::uint32_t request, const std::string& body) {
+            if (each.replyCode.has_value()) {
+                server_.Reply(*each.replyCode == kOwn ? request : *each.replyCode, body);
+            } else {
+                server_.Hangup();
+            }
+        };
+        for (const bool several : {false, true}) {
+            rs_ = OneCell(6);
+            answer(several ? 5 : 3, each.body);
+            if (several) {
+                agent_.OpenQuery(code_, text_, list_, rs_);
+            } else {
+                agent_.OpenQuery(code_, text_, command_, rs_);
+            }
+            EXPECT_NE(code_, 0) << each.name;
+            EXPECT_EQ(rs_.RowCount(), each.left == Kept ? 1U : 0U) << each.name << several;
+        }
+        QXRsList out;
+        out.Add(OneCell(6));
+        answer(7, each.batchBody);
+        agent_.BatchQry(code_, text_, list_, out);
+        EXPECT_NE(code_, 0) << each.name;
+        EXPECT_TRUE(out.Empty()) << each.name;
+    }
 }
 
 TEST_F(RemoteAgent, AReplyBeyondTheBoundHasACodeOfItsOwnAndTheNextOneWorks) {
