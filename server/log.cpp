@@ -1,15 +1,77 @@
 #include "server/log.h"
 
 #include <algorithm>
-#include <iostream>
+#include <chrono>
+#include <cstdint>
+#include <mutex>
 
 #include <Poco/AutoPtr.h>
-#include <Poco/ConsoleChannel.h>
+#include <Poco/Channel.h>
 #include <Poco/Exception.h>
-#include <Poco/FormattingChannel.h>
 #include <Poco/PatternFormatter.h>
 
+#include "platform/console/error_stream.h"
+#include "util/text.h"
+
 namespace CQXSERVER {
+namespace {
+
+using std::chrono::steady_clock;
+
+/// How long a line waits for a reader who leaves no room, and how long none does after that, so
+/// that one who reads slowly, or never, doesn't slow the server down.
+constexpr std::chrono::seconds kPatience{1};
+constexpr std::chrono::minutes kImpatience{1};
+
+/// Standard error. Holds nothing back, so that what was logged before a crash is there.
+class ErrorStream : public Poco::Channel {
+  public:
+    explicit ErrorStream(const std::string& pattern)
+        : format_(new Poco::PatternFormatter(pattern)) {}
+
+    void log(const Poco::Message& message) override {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (lost_ > 0) {
+            const Poco::Message note(message.getSource(),
+                                     std::to_string(lost_) + " lines of the log were lost",
+                                     Poco::Message::PRIO_WARNING);
+            lost_ = Write(note) ? 0 : lost_;
+        }
+        lost_ += Write(message) ? 0 : 1;
+    }
+
+  private:
+    bool Write(const Poco::Message& message) {
+        std::string line;
+        format_->format(message, line);
+        // Ends the part of a line that there was room for.
+        line.insert(0, broken_ ? "\n" : "");
+        line += '\n';
+        const bool patient = steady_clock::now() >= patientFrom_;
+        const std::size_t written = CQXBASE::platform::console::WriteError(
+            line, patient ? kPatience : std::chrono::seconds(0));
+        broken_ = written == 0 ? broken_ : written < line.size();
+        if (patient && written < line.size()) {
+            patientFrom_ = steady_clock::now() + kImpatience;
+        }
+        return written == line.size();
+    }
+
+    Poco::AutoPtr<Poco::Formatter> format_;
+    std::mutex mutex_;
+    steady_clock::time_point patientFrom_ = steady_clock::now();
+    std::uint64_t lost_ = 0;
+    bool broken_ = false;  ///< what was written last is no whole line
+};
+
+/// Would move the cursor, colour or hide text, turn its direction or begin a line.
+bool IsTreacherous(wchar_t c) noexcept {
+    const auto isIn = [c](wchar_t first, wchar_t last) { return c >= first && c <= last; };
+    return c < 0x20 || isIn(0x7f, 0x9f) || c == 0x61c || isIn(0x200e, 0x200f) ||
+           isIn(0x2028, 0x202e) || isIn(0x2066, 0x2069);
+}
+
+}  // namespace
 
 Poco::Logger& ServerLog() {
     static Poco::Logger& log = []() -> Poco::Logger& {
@@ -20,12 +82,10 @@ Poco::Logger& ServerLog() {
     return log;
 }
 
-void StartLog(const std::string& level) {
-    const Poco::AutoPtr<Poco::Formatter> format(
-        new Poco::PatternFormatter("%Y-%m-%d %H:%M:%S.%iZ %p: %t"));
-    const Poco::AutoPtr<Poco::Channel> console(new Poco::ConsoleChannel(std::cerr));
-    const Poco::AutoPtr<Poco::Channel> formatted(new Poco::FormattingChannel(format, console));
-    ServerLog().setChannel(formatted);
+void StartLog(const std::string& level, LogStyle style) {
+    const Poco::AutoPtr<Poco::Channel> stream(new ErrorStream(
+        style == LogStyle::Service ? "%Y-%m-%d %H:%M:%S.%iZ %p: %t" : "%s: %p: %t"));
+    ServerLog().setChannel(stream);
     ServerLog().setLevel(level);
 }
 
@@ -39,10 +99,9 @@ bool IsLogLevel(const std::string& level) {
 }
 
 std::string Printable(std::string_view utf8) {
-    std::string text(utf8);
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }, '?');
-    return text;
+    std::wstring text = CQXBASE::Utf8ToWide(utf8);
+    std::replace_if(text.begin(), text.end(), IsTreacherous, L'?');
+    return CQXBASE::WideToUtf8(text);
 }
 
 }  // namespace CQXSERVER

@@ -11,14 +11,22 @@
 
 namespace CQXSERVER {
 
-/// Sends the log to standard error: time in UTC, level, text. Until then nothing is logged.
-void StartLog(const std::string& level);
+enum class LogStyle {
+    Service,  ///< time in UTC, level, text
+    Command,  ///< what a command of an operator says: its name, level, text
+};
+
+/// Sends the log to standard error. Until then nothing is logged. A line for which there is no room
+/// is lost, and the next one that can be written is led by how many were. When nobody reads the
+/// stream, one line a minute waits for room, for a second.
+void StartLog(const std::string& level, LogStyle style = LogStyle::Service);
 /// fatal, critical, error, warning, notice, information, debug, trace or none.
 bool IsLogLevel(const std::string& level);
 
 Poco::Logger& ServerLog();
 
-/// What a client sent, made fit for a line of the log: control characters become '?'.
+/// What a client sent, made fit for a line of the log: control characters and those that turn the
+/// direction of text become '?', and what is no UTF-8 becomes U+FFFD.
 std::string Printable(std::string_view utf8);
 
 /// The same as a part of a line, which takes memory only there.

@@ -1,6 +1,7 @@
 // What an operating system tells a long-running program: stop, or report.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <thread>
 
@@ -8,8 +9,10 @@ namespace CQXBASE::platform::console {
 
 /// Calls back from a thread of its own, so the callbacks may do anything that a thread may. SIGTERM
 /// and SIGINT ask to stop, SIGUSR1 to report; on Windows Ctrl-C, Ctrl-Break and a closed console
-/// ask to stop, and nothing asks to report. Make it before any other thread of the process starts,
-/// since they inherit that the signals are not delivered to them; one object a process at a time.
+/// ask to stop, and nothing asks to report. SIGHUP asks to stop, at most once, when the process has
+/// a terminal, which then closes; without one it does nothing, nor does it when the starter of the
+/// process had it ignored. Make it before any other thread of the process starts, since they
+/// inherit that the signals are not delivered to them; one object a process at a time.
 class StopSignals {
   public:
     StopSignals(std::function<void()> onStop, std::function<void()> onReport);
@@ -22,11 +25,12 @@ class StopSignals {
 
     std::function<void()> onStop_;
     std::function<void()> onReport_;
+    std::atomic<bool> quitting_{false};
     std::thread thread_;
 };
 
-/// Lets a send to a closed peer fail with an error number instead of ending the process. For
-/// programs; a library has no say in its host's signals.
+/// Lets a send to a closed peer, and a write beyond the limit of a file's size, fail with an error
+/// number instead of ending the process. For programs; a library has no say in its host's signals.
 void IgnoreBrokenPipes() noexcept;
 
 }  // namespace CQXBASE::platform::console

@@ -8,7 +8,6 @@ namespace CQXBASE::platform::console {
 namespace {
 
 std::atomic<HANDLE> stopEvent{nullptr};
-std::atomic<bool> quitting{false};
 
 // Windows calls this on a thread that it makes for the purpose.
 BOOL WINAPI OnControl(DWORD) {
@@ -20,7 +19,6 @@ BOOL WINAPI OnControl(DWORD) {
 
 StopSignals::StopSignals(std::function<void()> onStop, std::function<void()> onReport)
     : onStop_(std::move(onStop)), onReport_(std::move(onReport)) {
-    quitting = false;
     stopEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     SetConsoleCtrlHandler(OnControl, TRUE);
     thread_ = std::thread([this] { Watch(); });
@@ -28,14 +26,14 @@ StopSignals::StopSignals(std::function<void()> onStop, std::function<void()> onR
 
 StopSignals::~StopSignals() {
     SetConsoleCtrlHandler(OnControl, FALSE);
-    quitting = true;
+    quitting_ = true;
     SetEvent(stopEvent.load());
     thread_.join();
     CloseHandle(stopEvent.exchange(nullptr));
 }
 
 void StopSignals::Watch() {
-    while (WaitForSingleObject(stopEvent.load(), INFINITE) == WAIT_OBJECT_0 && !quitting) {
+    while (WaitForSingleObject(stopEvent.load(), INFINITE) == WAIT_OBJECT_0 && !quitting_) {
         onStop_();
     }
 }

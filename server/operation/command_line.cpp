@@ -1,5 +1,8 @@
 #include "server/operation/command_line.h"
 
+#include <algorithm>
+#include <utility>
+
 #include <CLI/CLI.hpp>
 
 #include "server/database_names.h"
@@ -11,12 +14,14 @@ namespace CQXSERVER::operation {
 namespace {
 
 constexpr int kUsageStatus = 2;
+constexpr char kUsualDatabase[] = "main";
 
 /// The arguments and where they go. Only what is given replaces what is there.
 class Parser {
   public:
-    explicit Parser(ServerOptions options) {
+    explicit Parser(ServerOptions options, std::vector<std::string> warnings = {}) {
         parsed_.options = std::move(options);
+        parsed_.warnings = std::move(warnings);
         AddServerOptions();
         AddUserCommands();
     }
@@ -33,13 +38,37 @@ class Parser {
             if (equals == std::string::npos) {
                 throw OperatorError("--database wants NAME=URL");
             }
+            if (HoldsPassword(each.substr(equals + 1))) {
+                parsed_.warnings.push_back(
+                    "every user of this machine can see the password in "
+                    "--database; a file for --config can hide it");
+            }
             SetDatabase(parsed_.options, each.substr(0, equals), each.substr(equals + 1));
         }
-        parsed_.databases = SplitDatabases(userDatabases_);
+        parsed_.databases = AllowedDatabases::Parse(userDatabases_);
+        CheckNames();
         return parsed_;
     }
 
   private:
+    /// A name that is misspelt would shut the account out.
+    void CheckNames() {
+        const auto& configured = parsed_.options.databases;
+        for (const std::string& each : parsed_.databases.Names()) {
+            const bool known =
+                std::any_of(configured.begin(), configured.end(),
+                            [&each](const auto& database) { return database.first == each; });
+            if (!configured.empty() && !known) {
+                throw OperatorError("no database '" + Printable(each) + "' is configured");
+            }
+            if (configured.empty() && each != kUsualDatabase && IsDatabaseName(each)) {
+                parsed_.warnings.push_back("nothing tells whether there is a database '" +
+                                           Printable(each) +
+                                           "': give --config or --database to have it checked");
+            }
+        }
+    }
+
     void AddServerOptions() {
         ServerOptions& options = parsed_.options;
         app_.set_version_flag("--version", "qxdbserver " QXDB_VERSION);
@@ -60,6 +89,8 @@ class Parser {
             ->allow_extra_args(false);
         app_.add_flag("--allow-client-data-sources", options.clientDataSources.allowed,
                       "Let clients name databases of their own");
+        app_.add_flag("--allow-core-dumps", parsed_.allowCoreDumps,
+                      "Let a crash or a debugger see the memory, passwords included");
         app_.add_option(
                 "--log-level", options.logLevel,
                 "fatal, critical, error, warning, notice, information, debug, trace or none")
@@ -120,8 +151,8 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, i
         return first.Result();
     }
     ServerOptions options;
-    ReadConfigFile(first.ConfigFile(), options);
-    Parser second(std::move(options));
+    std::vector<std::string> warnings = ReadConfigFile(first.ConfigFile(), options);
+    Parser second(std::move(options), std::move(warnings));
     second.Parse(argc, argv);
     return second.Result();
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "server/database_names.h"
 #include "server/server_options.h"
 
 namespace CQXSERVER::operation {
@@ -13,9 +14,11 @@ enum class Action { Serve, AddUser, RemoveUser, ListUsers, SetPassword, SetDatab
 
 struct CommandLine {
     Action action = Action::Serve;
-    ServerOptions options;  ///< defaults, then the configuration file, then the arguments
-    std::string user;       ///< the account that an action is about
-    std::vector<std::string> databases;  ///< what the account may use; empty means all
+    ServerOptions options;       ///< defaults, then the configuration file, then the arguments
+    std::string user;            ///< the account that an action is about
+    AllowedDatabases databases;  ///< what the account may use
+    std::vector<std::string> warnings;  ///< sentences about the arguments and the file
+    bool allowCoreDumps = false;
 };
 
 /// Reads the arguments and the configuration file that they name. When nothing is to be done any

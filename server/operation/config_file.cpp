@@ -1,18 +1,30 @@
 #include "server/operation/config_file.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <system_error>
 #include <utility>
 #include <vector>
 
+#include <qxdb/QXDataSource.h>
+
+#include "platform/files/access.h"
 #include "server/log.h"
 #include "server/operation/toml_values.h"
 #include "server/server_error.h"
+#include "util/ascii.h"
+#include "util/text.h"
 
 namespace CQXSERVER::operation {
 namespace {
 
 namespace fs = std::filesystem;
+
+/// What the database managers take.
+constexpr std::chrono::seconds kLongestStatement = std::chrono::hours(24);
 
 /// A path counts from the file's folder, a URL's path too.
 class Folder {
@@ -82,7 +94,7 @@ Setter LimitsTo(Limits& limits, const std::string& file) {
                    {"min_bytes_per_second", NumberTo(limits.minBytesPerSecond)},
                    {"session_idle_s", DurationTo(limits.sessionIdle)},
                    {"session_lifetime_s", DurationTo(limits.sessionLifetime)},
-                   {"statement_timeout_s", DurationTo(limits.statementTimeout)},
+                   {"statement_timeout_s", DurationTo(limits.statementTimeout, kLongestStatement)},
                    {"grace_timeout_s", DurationTo(limits.graceTimeout)}});
         }
         return table != nullptr;
@@ -117,9 +129,21 @@ Setter DatabasesTo(ServerOptions& options, const Folder& folder) {
     };
 }
 
+std::string ReadAll(const std::string& path) {
+    errno = 0;
+    std::ifstream file(fs::u8path(path), std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    if (!file.is_open() || file.bad() || errno != 0) {
+        const std::error_code why(errno != 0 ? errno : EIO, std::generic_category());
+        throw OperatorError("can't read the configuration file '" + path + "': " + why.message());
+    }
+    return text.str();
+}
+
 toml::table Parse(const std::string& path) {
     try {
-        return toml::parse_file(path);
+        return toml::parse(ReadAll(path), path);
     } catch (const toml::parse_error& e) {
         throw OperatorError(Where(path, e.source()) + std::string(e.description()));
     }
@@ -137,7 +161,19 @@ void SetDatabase(ServerOptions& options, const std::string& name, const std::str
     }
 }
 
-void ReadConfigFile(const std::string& path, ServerOptions& options) {
+bool HoldsPassword(const std::string& url) {
+    CQXDB::QXDataSource described;
+    std::wstring ignored;
+    if (!CQXDB::QXDataSource::FromUrl(CQXBASE::Utf8ToWide(url), described, ignored)) {
+        return false;
+    }
+    const std::string more =
+        CQXBASE::UpperAscii(described.options + CQXBASE::WideToUtf8(described.connectionString));
+    return !described.password.empty() || more.find("PWD=") != std::string::npos ||
+           more.find("PASSWORD=") != std::string::npos;
+}
+
+std::vector<std::string> ReadConfigFile(const std::string& path, ServerOptions& options) {
     const Folder folder(path);
     Apply(path, Parse(path),
           {{"data", PathTo(options.dataDir, folder)},
@@ -151,6 +187,13 @@ void ReadConfigFile(const std::string& path, ServerOptions& options) {
            {"login_workers", NumberTo(options.loginWorkers)},
            {"databases", DatabasesTo(options, folder)},
            {"limits", LimitsTo(options.limits, path)}});
+    const bool secret =
+        std::any_of(options.databases.begin(), options.databases.end(),
+                    [](const auto& database) { return HoldsPassword(database.second); });
+    if (secret && CQXBASE::platform::files::OpenToOthers(fs::u8path(path))) {
+        return {"'" + path + "' holds passwords, and others than its owner can read or change it"};
+    }
+    return {};
 }
 
 }  // namespace CQXSERVER::operation

@@ -2,10 +2,15 @@
 #include <exception>
 #include <iostream>
 #include <mutex>
+#include <string>
+#include <vector>
 
+#include <ace/INET_Addr.h>
 #include <ace/Init_ACE.h>
 
+#include "platform/console/core_dumps.h"
 #include "platform/console/stop_signals.h"
+#include "platform/files/access.h"
 #include "server/log.h"
 #include "server/operation/command_line.h"
 #include "server/operation/port_file.h"
@@ -16,6 +21,7 @@
 namespace {
 
 using namespace CQXSERVER;
+namespace console = CQXBASE::platform::console;
 
 /// The server that signals reach, as long as there is one.
 class Target {
@@ -46,15 +52,42 @@ class Target {
     bool stopped_ = false;
 };
 
-int Serve(const ServerOptions& options) {
+void Warn(const std::vector<std::string>& warnings) {
+    for (const std::string& each : warnings) {
+        LogWarning(each);
+    }
+}
+
+bool IsLoopback(const std::string& address) {
+    const ACE_INET_Addr parsed(address.c_str());
+    return parsed.is_loopback();
+}
+
+void WarnOfAccess(const std::string& listen, std::size_t accounts) {
+    if (accounts == 0) {
+        LogWarning("there are no accounts, so nobody can log in: 'qxdbserver user add' makes one");
+    }
+    if (!IsLoopback(listen)) {
+        LogWarning("other machines can reach ", listen,
+                   ": nothing protects what they send from being read and changed on its way, "
+                   "unless a tunnel does (see SECURITY.md)");
+    }
+}
+
+int Serve(const operation::CommandLine& command) {
+    const ServerOptions& options = command.options;
     StartLog(options.logLevel);
+    console::IgnoreBrokenPipes();
     Target target;
-    const CQXBASE::platform::console::StopSignals signals([&] { target.Stop(); },
-                                                          [&] { target.Report(); });
+    const console::StopSignals signals([&] { target.Stop(); }, [&] { target.Report(); });
     operation::Server server(options);
+    Warn(command.warnings);
+    const std::size_t accounts = server.Accounts().List().size();
     const operation::PortFile portFile(options.portFile, server.Port());
     target.Set(&server);
-    LogAt(Poco::Message::PRIO_NOTICE, "listening on ", options.listen, ", port ", server.Port());
+    LogAt(Poco::Message::PRIO_NOTICE, "listening on ", options.listen, ", port ", server.Port(),
+          "; accounts: ", accounts);
+    WarnOfAccess(options.listen, accounts);
     const std::size_t unfinished = server.Run();
     if (unfinished > 0) {
         // Their threads can't be told to end; their transactions are rolled back.
@@ -71,13 +104,21 @@ int Serve(const ServerOptions& options) {
 int main(int argc, char** argv) {
     int status = EXIT_SUCCESS;
     try {
+        CQXBASE::platform::files::NewFilesForOwnerOnly();
         ACE::init();
         const auto command = operation::ParseCommandLine(argc, argv, status);
-        if (command && command->action == operation::Action::Serve) {
-            status = Serve(command->options);
-        } else if (command) {
-            operation::RunUserCommand(*command);
+        if (!command) {
+            return status;
         }
+        if (!command->allowCoreDumps) {
+            console::ForbidCoreDumps();
+        }
+        if (command->action == operation::Action::Serve) {
+            return Serve(*command);
+        }
+        StartLog("warning", LogStyle::Command);
+        Warn(command->warnings);
+        operation::RunUserCommand(*command);
     } catch (const std::exception& e) {
         std::cerr << "qxdbserver: " << e.what() << '\n';
         status = EXIT_FAILURE;

@@ -1,34 +1,33 @@
 #include "server/operation/port_file.h"
 
 #include <filesystem>
-#include <fstream>
 #include <system_error>
-#include <utility>
 
 #include "server/server_error.h"
 
 namespace CQXSERVER::operation {
 
 namespace fs = std::filesystem;
+namespace files = CQXBASE::platform::files;
 
-PortFile::PortFile(std::string path, std::uint16_t port) : path_(std::move(path)) {
-    if (path_.empty()) {
+PortFile::PortFile(const std::string& path, std::uint16_t port) {
+    if (path.empty()) {
         return;
     }
-    const fs::path target = fs::u8path(path_);
-    const fs::path unfinished = fs::u8path(path_ + ".new");
-    std::ofstream(unfinished) << port << '\n' << std::flush;
+    const std::string failure = "can't write the port file '" + path + "': ";
+    const fs::path target = fs::u8path(path);
     std::error_code error;
-    fs::rename(unfinished, target, error);
-    if (error) {
-        throw OperatorError("can't write the port file " + path_ + ": " + error.message());
+    const fs::file_status there = fs::symlink_status(target, error);
+    if (fs::exists(there) && !fs::is_regular_file(there)) {
+        throw OperatorError(failure + "what is there is no file");
     }
-}
-
-PortFile::~PortFile() {
-    std::error_code ignored;
-    if (!path_.empty()) {
-        fs::remove(fs::u8path(path_), ignored);
+    if (files::PublishedFile::InUse(target)) {
+        throw OperatorError(failure + "it is that of another server, which is running");
+    }
+    try {
+        file_.emplace(target, std::to_string(port) + "\n");
+    } catch (const std::system_error& e) {
+        throw OperatorError(failure + e.code().message());
     }
 }
 

@@ -1,11 +1,12 @@
 #include "server/operation/services.h"
 
 #include <filesystem>
-#include <system_error>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "server/log.h"
 #include "server/requests/database_work.h"
-#include "server/server_error.h"
 #include "util/text.h"
 
 namespace CQXSERVER::operation {
@@ -16,28 +17,25 @@ namespace fs = std::filesystem;
 /// How much more a request may take in memory than on its way: compressed columns grow.
 constexpr std::size_t kDecodedTimes = 4;
 
-void MakeDataDir(const std::string& dataDir) {
-    if (dataDir.empty()) {
-        throw OperatorError("no data folder given: use --data DIR");
+/// Of a URL, what comes before its first colon: never a secret in one that was accepted.
+void Introduce(const std::vector<std::pair<std::string, std::string>>& databases) {
+    std::string list;
+    for (const auto& [name, url] : databases) {
+        list += (list.empty() ? "" : ", ") + name + " (" + url.substr(0, url.find(':')) + ")";
     }
-    const fs::path path = fs::u8path(dataDir);
-    std::error_code error;
-    if (fs::create_directories(path, error)) {
-        fs::permissions(path, fs::perms::owner_all, error);
-    }
-    if (error || !fs::is_directory(path)) {
-        throw OperatorError("can't make the data folder " + dataDir +
-                            (error ? ": " + error.message() : std::string()));
-    }
+    LogAt(Poco::Message::PRIO_NOTICE, "qxdbserver " QXDB_VERSION ", databases: ", list);
 }
 
 void AddDatabases(requests::DatabaseRegistry& registry, const ServerOptions& options) {
-    for (const auto& [name, url] : options.databases) {
+    auto databases = options.databases;
+    if (databases.empty()) {
+        databases.emplace_back("main",
+                               "sqlite:" + (fs::u8path(options.dataDir) / "main.db").u8string());
+    }
+    for (const auto& [name, url] : databases) {
         registry.Add(name, url);
     }
-    if (options.databases.empty()) {
-        registry.Add("main", "sqlite:" + (fs::u8path(options.dataDir) / "main.db").u8string());
-    }
+    Introduce(databases);
     for (const auto& [name, dataSource] : registry.All()) {
         const requests::DatabaseAnswer answer = requests::Probe(dataSource);
         if (answer.code != 0) {
@@ -50,13 +48,9 @@ void AddDatabases(requests::DatabaseRegistry& registry, const ServerOptions& opt
 
 }  // namespace
 
-std::string AccountStorePath(const std::string& dataDir) {
-    MakeDataDir(dataDir);
-    return (fs::u8path(dataDir) / "accounts.db").u8string();
-}
-
 Services::Services(const ServerOptions& options, const Clock& clock)
-    : buffers(options.limits.maxBufferedBytes),
+    : folder(options.dataDir),
+      buffers(options.limits.maxBufferedBytes),
       encoder(buffers),
       accounts(AccountStorePath(options.dataDir)),
       databases(options.clientDataSources, options.limits.statementTimeout),

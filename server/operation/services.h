@@ -4,6 +4,7 @@
 #include "server/byte_budget.h"
 #include "server/clock.h"
 #include "server/network/reply_frame.h"
+#include "server/operation/data_folder.h"
 #include "server/requests/command_service.h"
 #include "server/requests/database_registry.h"
 #include "server/requests/request_handler.h"
@@ -15,13 +16,15 @@
 
 namespace CQXSERVER::operation {
 
-/// Makes the data folder, the account store and the default database where they are missing. Throws
-/// OperatorError. Members stand in the order in which they need each other.
+/// Makes the data folder, the account store and the default database where they are missing, and
+/// keeps other servers out of the folder. Throws OperatorError. Members stand in the order in which
+/// they need each other.
 struct Services {
     Services(const ServerOptions& options, const Clock& clock);
     Services(const Services&) = delete;
     Services& operator=(const Services&) = delete;
 
+    DataFolderLock folder;
     ByteBudget buffers;
     network::ReplyEncoder encoder;
     sessions::AccountStore accounts;
@@ -32,8 +35,5 @@ struct Services {
     requests::CommandService commands;
     requests::RequestHandler handler;
 };
-
-/// The path of the account store in a data folder, which is made, for its owner only, when missing.
-std::string AccountStorePath(const std::string& dataDir);
 
 }  // namespace CQXSERVER::operation

@@ -18,11 +18,10 @@ Setter FlagTo(bool& target) {
     };
 }
 
-Setter DurationTo(std::chrono::milliseconds& target) {
-    constexpr double kMost = 1e9;
-    return [&target](const toml::node& node) {
+Setter DurationTo(std::chrono::milliseconds& target, std::chrono::seconds most) {
+    return [&target, most](const toml::node& node) {
         const double seconds = node.is_number() ? node.value_or(0.0) : 0.0;
-        const bool inRange = seconds >= 0.001 && seconds <= kMost;
+        const bool inRange = seconds >= 0.001 && seconds <= static_cast<double>(most.count());
         target = std::chrono::milliseconds(inRange ? static_cast<std::int64_t>(seconds * 1000) : 0);
         return inRange;
     };

@@ -20,8 +20,9 @@ using Setters = std::map<std::string, Setter>;
 // The targets are borrowed.
 Setter TextTo(std::string& target);
 Setter FlagTo(bool& target);
-/// Seconds from 0.001 up, as a whole number or with a fraction.
-Setter DurationTo(std::chrono::milliseconds& target);
+/// Seconds from 0.001 to `most`, as a whole number or with a fraction.
+Setter DurationTo(std::chrono::milliseconds& target,
+                  std::chrono::seconds most = std::chrono::seconds(1000000000));
 
 /// A whole number from 1 to a billion, in units of `unit`.
 template <class Number>

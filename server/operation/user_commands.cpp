@@ -3,8 +3,7 @@
 #include <iostream>
 
 #include "platform/console/password_prompt.h"
-#include "server/database_names.h"
-#include "server/operation/services.h"
+#include "server/operation/data_folder.h"
 #include "server/server_error.h"
 #include "server/sessions/account_store.h"
 #include "server/sessions/password_hash.h"
@@ -43,14 +42,18 @@ std::string ReadPassword(const std::string& user) {
 
 void List(sessions::AccountStore& accounts) {
     for (const sessions::Account& each : accounts.List()) {
-        std::cout << each.name << '\t' << JoinDatabases(each.databases) << '\n';
+        std::cout << each.name << '\t' << each.databases.Text() << '\n';
     }
 }
 
 }  // namespace
 
 void RunUserCommand(const CommandLine& command) {
-    sessions::AccountStore accounts(AccountStorePath(command.options.dataDir));
+    const bool makes = command.action == Action::AddUser;
+    const std::string& folder = command.options.dataDir;
+    sessions::AccountStore accounts(
+        makes ? AccountStorePath(folder) : ExistingAccountStorePath(folder),
+        makes ? sessions::IfMissing::Make : sessions::IfMissing::Refuse);
     switch (command.action) {
         case Action::AddUser:
             accounts.Add(command.user, sessions::HashPassword(ReadPassword(command.user)),

@@ -6,9 +6,14 @@
 
 #include <Poco/Data/RecordSet.h>
 #include <Poco/Data/SQLite/Connector.h>
+#include <Poco/Data/SQLite/Utility.h>
+#include <Poco/URI.h>
 #include <openssl/rand.h>
+#include <sqlite3.h>
 
+#include "platform/files/access.h"
 #include "server/database_names.h"
+#include "server/log.h"
 #include "server/server_error.h"
 
 namespace CQXSERVER::sessions {
@@ -19,36 +24,38 @@ using namespace Poco::Data::Keywords;
 
 constexpr std::size_t kMaxNameBytes = 128;
 
-Poco::Data::Session Open(const std::string& path) {
-    try {
-        Poco::Data::SQLite::Connector::registerConnector();
-        // The last argument is how many seconds a file that does not open is tried again.
-        Poco::Data::Session session(Poco::Data::SQLite::Connector::KEY, path, 0);
-        // The commands of an operator write while the server reads: a log lets both go on.
-        session << "PRAGMA busy_timeout=5000", now;
-        session << "PRAGMA journal_mode=WAL", now;
-        session << "PRAGMA synchronous=FULL", now;
-        session << "CREATE TABLE IF NOT EXISTS account ("
-                   " name TEXT PRIMARY KEY NOT NULL, password TEXT NOT NULL,"
-                   " databases TEXT NOT NULL, revision INTEGER NOT NULL)",
-            now;
-        namespace fs = std::filesystem;
-        fs::permissions(fs::u8path(path), fs::perms::owner_read | fs::perms::owner_write);
-        return session;
-    } catch (const std::exception& e) {
-        throw OperatorError("account store " + path + ": " + e.what());
-    }
+/// Names a file that must be there, so that opening it never makes one.
+std::string UriOf(const std::filesystem::path& path) {
+    std::string escaped;
+    Poco::URI::encode(std::filesystem::absolute(path).generic_u8string(), "?#", escaped);
+    return (escaped.rfind('/', 0) == 0 ? "file://" : "file:///") + escaped + "?mode=rw";
 }
 
-/// Runs `work` and turns the database's exceptions into the operator's.
-template <class Work>
-auto Guarded(std::mutex& mutex, Work work) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    try {
-        return work();
-    } catch (const Poco::Exception& e) {
-        throw OperatorError("account store: " + e.displayText());
-    }
+Poco::Data::Session Connect(const std::filesystem::path& path) {
+    Poco::Data::SQLite::Connector::registerConnector();
+    // The last argument is how many seconds a file that does not open is tried again.
+    Poco::Data::Session session(Poco::Data::SQLite::Connector::KEY, UriOf(path), 0);
+    session << "PRAGMA busy_timeout=5000", now;
+    // No write-ahead log: one that is left over from a file that was replaced would be taken for a
+    // part of the new one. Who reads waits for a writer then, for as long as the disk takes.
+    session << "PRAGMA journal_mode=DELETE", now;
+    session << "PRAGMA synchronous=EXTRA", now;
+    return session;
+}
+
+void MakeTable(Poco::Data::Session& session) {
+    session << "CREATE TABLE IF NOT EXISTS account ("
+               " name TEXT PRIMARY KEY NOT NULL, password TEXT NOT NULL,"
+               " databases TEXT NOT NULL, revision INTEGER NOT NULL)",
+        now;
+}
+
+/// True when the file that is open is not the one under its name any more.
+bool HasMoved(const Poco::Data::Session& session) noexcept {
+    int moved = 0;
+    sqlite3_file_control(Poco::Data::SQLite::Utility::dbHandle(session), nullptr,
+                         SQLITE_FCNTL_HAS_MOVED, &moved);
+    return moved != 0;
 }
 
 std::int64_t NewRevision() {
@@ -59,39 +66,26 @@ std::int64_t NewRevision() {
     return revision;
 }
 
-bool IsControl(char c) noexcept {
-    return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
-}
-
 void CheckAccountName(const std::string& name) {
     if (name.empty() || name.size() > kMaxNameBytes || name.find("|~|") != std::string::npos ||
-        std::any_of(name.begin(), name.end(), IsControl)) {
-        throw OperatorError("an account name has 1 to 128 bytes, no control characters and no |~|");
+        Printable(name) != name) {
+        throw OperatorError(
+            "an account name has 1 to 128 bytes of UTF-8, no control characters and no |~|");
     }
 }
 
-void CheckDatabaseNames(const std::vector<std::string>& databases) {
-    for (const std::string& each : databases) {
+void CheckDatabases(const AllowedDatabases& databases) {
+    if (!databases.AreAll() && databases.Names().empty()) {
+        throw OperatorError("no databases given: name one at least, or * for all");
+    }
+    for (const std::string& each : databases.Names()) {
         if (!IsDatabaseName(each)) {
             throw OperatorError("'" + each + "' can't be a database name");
         }
     }
 }
 
-/// Runs a statement that changes the one row of `name`.
-template <class Work>
-void ChangeOne(std::mutex& mutex, const std::string& name, Work work) {
-    if (Guarded(mutex, work) != 1) {
-        throw OperatorError("there is no account '" + name + "'");
-    }
-}
-
 }  // namespace
-
-bool Account::MayUse(const std::string& database) const {
-    return MayUseAll() ||
-           std::find(databases.begin(), databases.end(), database) != databases.end();
-}
 
 /// A prepared select. Every request looks its account up, and preparing would take most of the
 /// time.
@@ -114,7 +108,7 @@ class AccountStore::Query {
         std::vector<Account> accounts;
         do {
             if (select_.execute() > 0) {
-                row_.databases = SplitDatabases(databases_);
+                row_.databases = AllowedDatabases::Parse(databases_);
                 accounts.push_back(row_);
             }
         } while (!select_.done());
@@ -128,18 +122,75 @@ class AccountStore::Query {
     Statement select_;  ///< reads and writes the members above
 };
 
-AccountStore::AccountStore(const std::string& path) : session_(Open(path)) {}
+/// The open file, if that is still the one under its name, or else the one that is there now.
+Poco::Data::Session& AccountStore::Opened() {
+    if (session_ && HasMoved(*session_)) {
+        Close();
+    }
+    if (!session_) {
+        const std::filesystem::path file = std::filesystem::u8path(path_);
+        const std::error_code error = CQXBASE::platform::files::WhyNotOpen(file);
+        if (error) {
+            throw OperatorError("can't open the account store " + path_ + ": " + error.message());
+        }
+        session_ = Connect(file);
+    }
+    return *session_;
+}
+
+void AccountStore::Close() noexcept {
+    findPrepared_.reset();
+    session_.reset();
+}
+
+/// Runs `work` and turns the database's exceptions into the operator's.
+template <class Work>
+auto AccountStore::Guarded(Work work) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    try {
+        return work();
+    } catch (const Poco::Exception& e) {
+        // What it has read so far may be half of a file that is being replaced.
+        Close();
+        throw OperatorError("account store " + path_ + ": " + e.displayText());
+    } catch (...) {
+        Close();
+        throw;
+    }
+}
+
+/// Runs a statement that changes the one row of `name`.
+template <class Work>
+void AccountStore::ChangeOne(const std::string& name, Work work) {
+    if (Guarded(work) != 1) {
+        throw OperatorError("there is no account '" + name + "'");
+    }
+}
+
+AccountStore::AccountStore(std::string path, IfMissing ifMissing) : path_(std::move(path)) {
+    const std::filesystem::path file = std::filesystem::u8path(path_);
+    if (ifMissing == IfMissing::Make && !std::filesystem::exists(file)) {
+        const std::error_code error = CQXBASE::platform::files::MakePrivate(file);
+        if (error && error != std::errc::file_exists) {
+            throw OperatorError("can't make the account store " + path_ + ": " + error.message());
+        }
+    }
+    Guarded([this] {
+        MakeTable(Opened());
+        return 0;
+    });
+}
 
 AccountStore::~AccountStore() = default;
 
 void AccountStore::Add(const std::string& name, const std::string& passwordHash,
-                       const std::vector<std::string>& databases) {
+                       const AllowedDatabases& databases) {
     CheckAccountName(name);
-    CheckDatabaseNames(databases);
-    std::string names = JoinDatabases(databases);
+    CheckDatabases(databases);
+    std::string names = databases.Text();
     std::int64_t revision = NewRevision();
-    const std::size_t added = Guarded(mutex_, [&] {
-        Statement insert(session_);
+    const std::size_t added = Guarded([&] {
+        Statement insert(Opened());
         insert << "INSERT OR IGNORE INTO account VALUES (?, ?, ?, ?)", useRef(name),
             useRef(passwordHash), use(names), use(revision);
         return insert.execute();
@@ -150,8 +201,8 @@ void AccountStore::Add(const std::string& name, const std::string& passwordHash,
 }
 
 void AccountStore::Remove(const std::string& name) {
-    ChangeOne(mutex_, name, [&] {
-        Statement remove(session_);
+    ChangeOne(name, [&] {
+        Statement remove(Opened());
         remove << "DELETE FROM account WHERE name = ?", useRef(name);
         return remove.execute();
     });
@@ -159,20 +210,19 @@ void AccountStore::Remove(const std::string& name) {
 
 void AccountStore::SetPassword(const std::string& name, const std::string& passwordHash) {
     std::int64_t revision = NewRevision();
-    ChangeOne(mutex_, name, [&] {
-        Statement update(session_);
+    ChangeOne(name, [&] {
+        Statement update(Opened());
         update << "UPDATE account SET password = ?, revision = ? WHERE name = ?",
             useRef(passwordHash), use(revision), useRef(name);
         return update.execute();
     });
 }
 
-void AccountStore::SetDatabases(const std::string& name,
-                                const std::vector<std::string>& databases) {
-    CheckDatabaseNames(databases);
-    std::string names = JoinDatabases(databases);
-    ChangeOne(mutex_, name, [&] {
-        Statement update(session_);
+void AccountStore::SetDatabases(const std::string& name, const AllowedDatabases& databases) {
+    CheckDatabases(databases);
+    std::string names = databases.Text();
+    ChangeOne(name, [&] {
+        Statement update(Opened());
         update << "UPDATE account SET databases = ? WHERE name = ?", use(names), useRef(name);
         return update.execute();
     });
@@ -182,20 +232,18 @@ std::optional<Account> AccountStore::Find(const std::string& name) {
     if (name.empty()) {
         return std::nullopt;
     }
-    std::vector<Account> found = Guarded(mutex_, [&] {
-        std::unique_ptr<Query> query = std::move(findPrepared_);
-        if (query == nullptr) {
-            query = std::make_unique<Query>(session_, "WHERE name = ?", true);
+    std::vector<Account> found = Guarded([&] {
+        Poco::Data::Session& session = Opened();
+        if (findPrepared_ == nullptr) {
+            findPrepared_ = std::make_unique<Query>(session, "WHERE name = ?", true);
         }
-        std::vector<Account> accounts = query->Run(name);
-        findPrepared_ = std::move(query);
-        return accounts;
+        return findPrepared_->Run(name);
     });
     return found.empty() ? std::nullopt : std::optional<Account>(std::move(found.front()));
 }
 
 std::vector<Account> AccountStore::List() {
-    return Guarded(mutex_, [&] { return Query(session_, "ORDER BY name", false).Run(); });
+    return Guarded([&] { return Query(Opened(), "ORDER BY name", false).Run(); });
 }
 
 }  // namespace CQXSERVER::sessions

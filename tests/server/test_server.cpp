@@ -28,7 +28,7 @@ TestServer::~TestServer() {
 }
 
 void TestServer::AddUser(const std::string& name, const std::string& password,
-                         const std::vector<std::string>& databases) {
+                         const AllowedDatabases& databases) {
     server_->Accounts().Add(name, sessions::HashPassword(password, sessions::ScryptCost{2, 1, 1}),
                             databases);
 }

@@ -39,7 +39,7 @@ class TestServer {
 
     /// With a hash that is cheap to check.
     void AddUser(const std::string& name, const std::string& password,
-                 const std::vector<std::string>& databases = {});
+                 const CQXSERVER::AllowedDatabases& databases = CQXSERVER::AllowedDatabases::All());
     RawClient Connect() const { return RawClient(server_->Port()); }
     RawClient LoggedIn() const;
     CQXSERVER::operation::Server& Get() noexcept { return *server_; }

@@ -113,8 +113,8 @@ TEST_F(ConfigTest, MistakesAreNamedWithTheirLine) {
          {"workers = 0", "workers = -1", "workers = 1.5", "data = 1", "log_level = 'loud'",
           "allow_client_data_sources = 'yes'", "databases = 3", "limits = 'x'",
           "limits.idle_timeout_s = 0", "limits.idle_timeout_s = -3", "limits.idle_timeout_s = '1'",
-          "limits.idle_timeout_s = nan", "limits.max_frame_mib = 99999999999999",
-          "databases.a = 1"}) {
+          "limits.idle_timeout_s = nan", "limits.statement_timeout_s = 86401",
+          "limits.max_frame_mib = 99999999999999", "databases.a = 1"}) {
         EXPECT_NE(ErrorOf(bad), "") << bad;
     }
 }
@@ -133,6 +133,19 @@ TEST_F(ConfigTest, TheCommandLineWins) {
     const Databases expected = {
         {"a", "sqlite:/c"}, {"b", "sqlite:" + Rooted("b")}, {"d", "odbc:DSN=x;UID=y"}};
     EXPECT_EQ(line.options.databases, expected);
+}
+
+TEST_F(ConfigTest, AnAccountGetsDatabasesThatAreThere) {
+    const auto databases = [this](const char* list) {
+        return Parse({"user", "add", "bob", "--databases", list, "--database", "a=sqlite:/a",
+                      "--database", "b=sqlite:/b"})
+            .databases;
+    };
+    EXPECT_EQ(databases(" b , a,,b,").Names(), (std::vector<std::string>{"b", "a"}));
+    EXPECT_TRUE(databases(" * ").AreAll());
+    EXPECT_THROW(databases("a,c"), OperatorError);
+    EXPECT_EQ(Parse({"user", "add", "bob", "--databases", "c"}).warnings.size(), 1U);
+    EXPECT_TRUE(Parse({"user", "add", "bob", "--databases", "main"}).warnings.empty());
 }
 
 TEST_F(ConfigTest, TheExampleHoldsTheDefaults) {

@@ -1,7 +1,14 @@
 // What an operating system does to a running server.
+#include <array>
 #include <atomic>
 #include <csignal>
+#include <pty.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
+#include <utility>
 
 #include <Poco/Data/SQLite/Connector.h>
 #include <Poco/Data/Session.h>
@@ -83,6 +90,94 @@ TEST(Signals, StopWaitsNoLongerThanTheGraceTime) {
     server.Process().Terminate();
     EXPECT_EQ(server.Process().Wait(), 1);
     EXPECT_NE(server.Log().find("1 requests unfinished"), std::string::npos);
+}
+
+/// A server with a terminal or without one, whatever the test has.
+class LooseServer {
+  public:
+    LooseServer(bool terminal, bool hangupIgnored) {
+        const std::string data = folder_.File("data");
+        const std::string port = folder_.File("port");
+        const std::array<const char*, 8> arguments = {
+            QXDB_SERVER_PROGRAM, "--data",      data.c_str(), "--listen",
+            "127.0.0.1:0",       "--port-file", port.c_str(), nullptr};
+        pid_ = terminal ? forkpty(&terminal_, nullptr, nullptr, nullptr) : fork();
+        if (pid_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            setsid();
+            std::signal(SIGHUP, hangupIgnored ? SIG_IGN : SIG_DFL);
+            execv(arguments[0], const_cast<char* const*>(arguments.data()));
+            _exit(127);
+        }
+    }
+    ~LooseServer() {
+        if (pid_ != -1) {
+            kill(pid_, SIGKILL);
+            Wait();
+        }
+        CloseTerminal();
+    }
+    LooseServer(const LooseServer&) = delete;
+    LooseServer& operator=(const LooseServer&) = delete;
+
+    bool Serves() const { return std::filesystem::exists(folder_.File("port")); }
+    void Signal(int number) const { kill(pid_, number); }
+    void CloseTerminal() {
+        if (terminal_ != -1) {
+            close(std::exchange(terminal_, -1));
+        }
+    }
+    /// Exit status, or -1 for a death by signal.
+    int Wait() {
+        int status = 0;
+        waitpid(std::exchange(pid_, -1), &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    RawClient Connect() const {
+        return RawClient(static_cast<std::uint16_t>(std::stoi(ReadFile(folder_.File("port")))));
+    }
+
+  private:
+    TempDir folder_;
+    int terminal_ = -1;
+    pid_t pid_ = -1;
+};
+
+TEST(Signals, AClosingTerminalEndsItsServerInGoodOrder) {
+    LooseServer server(true, false);
+    ASSERT_TRUE(Eventually([&] { return server.Serves(); }));
+    server.CloseTerminal();
+    EXPECT_EQ(server.Wait(), 0);
+    EXPECT_FALSE(server.Serves());
+}
+
+TEST(Signals, WhatAsksForNothingEndsNothing) {
+    for (const bool terminal : {false, true}) {
+        LooseServer server(terminal, terminal);
+        ASSERT_TRUE(Eventually([&] { return server.Serves(); }));
+        for (const int each : {SIGHUP, SIGUSR2, SIGPIPE, SIGXFSZ}) {
+            server.Signal(each);
+        }
+        EXPECT_EQ(server.Connect().Handshake().Error(), 0);
+        server.Signal(SIGTERM);
+        EXPECT_EQ(server.Wait(), 0);
+    }
+}
+
+TEST(Signals, ACrashLeavesNoMemoryBehindUnlessToldTo) {
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_CORE, &limit), 0);
+    limit.rlim_cur = limit.rlim_max;
+    ASSERT_EQ(setrlimit(RLIMIT_CORE, &limit), 0);
+    const auto mayDump = [](const QxdbServer& server) {
+        const std::string limits = ReadFile("/proc/" + std::to_string(server.Pid()) + "/limits");
+        const std::string name = "Max core file size";
+        const std::size_t value = limits.find_first_not_of(' ', limits.find(name) + name.size());
+        return limits.at(value) != '0';
+    };
+    EXPECT_FALSE(mayDump(QxdbServer(QXDB_SERVER_PROGRAM)));
+    EXPECT_EQ(mayDump(QxdbServer(QXDB_SERVER_PROGRAM, {"--allow-core-dumps"})),
+              limit.rlim_max != 0);
 }
 
 TEST(Signals, KillLosesNothingThatWasCommitted) {

@@ -1,4 +1,6 @@
 // Logins and what a session may do, as a client sees them.
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 #include "messages/type_codes.h"
@@ -6,6 +8,7 @@
 #include "server/sessions/login_throttle.h"
 #include "server/sessions/password_hash.h"
 #include "tests/server/test_server.h"
+#include "tests/support/Platform.h"
 
 namespace qxdb_test {
 namespace {
@@ -121,6 +124,33 @@ TEST(Session, EndsWhenAnotherProcessChangesItsAccountOrThePassword) {
     server.AddUser("ann", "new");
     EXPECT_EQ(second.Execute(L"SELECT 1").Error(), Number(ServerError::AccountChanged))
         << "the new account has the old one's session";
+}
+
+TEST(Session, FollowsWhateverFileHoldsTheAccounts) {
+    if (kOnWindows) {
+        GTEST_SKIP() << "an open file can't be replaced there";
+    }
+    namespace fs = std::filesystem;
+    TestServer server;
+    const fs::path store = server.Folder().Path() / "data" / "accounts.db";
+    const fs::path backup = server.Folder().Path() / "backup.db";
+    const fs::path letter = server.Folder().Path() / "letter.db";
+    fs::copy_file(store, backup);
+    WriteFile(letter, std::string(4096, 'x'));
+    server.AddUser("bob", "hunter2");
+    RawClient client = server.LoggedIn();
+    EXPECT_EQ(client.CallString(kLogin, L"bob|~|hunter2").Error(), 0);
+    client.Login(L"ann", L"secret");
+
+    fs::remove(store);
+    EXPECT_EQ(client.Execute(L"SELECT 1").Error(), Number(ServerError::Internal));
+    EXPECT_EQ(client.CallString(kLogin, L"ann|~|secret").Error(), Number(ServerError::Internal));
+    EXPECT_FALSE(fs::exists(store)) << "an empty store took the place of the missing one";
+    fs::rename(letter, store);
+    EXPECT_EQ(client.Execute(L"SELECT 1").Error(), Number(ServerError::Internal));
+    fs::rename(backup, store);
+    EXPECT_EQ(client.Execute(L"SELECT 1").Error(), 0);
+    EXPECT_EQ(client.CallString(kLogin, L"bob|~|hunter2").Error(), Number(ServerError::WrongLogin));
 }
 
 TEST(Session, OutlivesItsConnectionAndEndsWithALogoutOfItsOwnAccount) {

@@ -1,6 +1,8 @@
 // Accounts, and what their logins leave in memory.
 #include <filesystem>
 
+#include <Poco/Data/SQLite/Connector.h>
+#include <Poco/Data/Session.h>
 #include <gtest/gtest.h>
 
 #include "server/server_error.h"
@@ -52,18 +54,37 @@ class AccountStoreTest : public testing::Test {
 
 TEST_F(AccountStoreTest, TakesNamesAsTheyAreAndRefusesWhatCanBeNone) {
     for (const char* name : {"zoë", "O'Brien", "a b", "%", "\"; DROP TABLE account; --"}) {
-        store_.Add(name, "hash", {});
+        store_.Add(name, "hash", AllowedDatabases::All());
         EXPECT_TRUE(store_.Find(name)) << name;
-        EXPECT_THROW(store_.Add(name, "other", {}), OperatorError);
+        EXPECT_THROW(store_.Add(name, "other", AllowedDatabases::All()), OperatorError);
     }
     EXPECT_FALSE(store_.Find("ZOË"));
     for (const std::string& name :
          {std::string(), std::string("a|~|b"), std::string("a\nb"), std::string(129, 'x')}) {
-        EXPECT_THROW(store_.Add(name, "hash", {}), OperatorError) << name;
+        EXPECT_THROW(store_.Add(name, "hash", AllowedDatabases::All()), OperatorError) << name;
     }
     EXPECT_THROW(store_.Add("bob", "hash", {"a b"}), OperatorError);
+    EXPECT_THROW(store_.Add("b\u009b31mob", "hash", {"a"}), OperatorError);
     EXPECT_THROW(store_.Remove("bob"), OperatorError);
     EXPECT_EQ(store_.List().size(), 5U);
+}
+
+TEST_F(AccountStoreTest, NoDatabasesAreNeverAll) {
+    store_.Add("bob", "hash", {"sales", "sales"});
+    for (const AllowedDatabases& none :
+         {AllowedDatabases(), AllowedDatabases{""}, AllowedDatabases{"sales", ""},
+          AllowedDatabases::Parse(""), AllowedDatabases::Parse(" ,, ")}) {
+        EXPECT_THROW(store_.Add("eve", "hash", none), OperatorError);
+        EXPECT_THROW(store_.SetDatabases("bob", none), OperatorError);
+    }
+    EXPECT_EQ(store_.Find("bob")->databases.Text(), "sales");
+    Poco::Data::Session file(Poco::Data::SQLite::Connector::KEY, folder_.File("accounts.db"));
+    file << "UPDATE account SET databases = ''", Poco::Data::Keywords::now;
+    EXPECT_FALSE(store_.Find("bob")->MayUseAll());
+    EXPECT_FALSE(store_.Find("bob")->MayUse("sales"));
+    EXPECT_FALSE(store_.Find("bob")->MayUse(""));
+    store_.SetDatabases("bob", AllowedDatabases::All());
+    EXPECT_TRUE(store_.Find("bob")->MayUse("anything"));
 }
 
 TEST_F(AccountStoreTest, IsForItsOwnerOnlyAndSaysWhatDoesNotOpen) {
