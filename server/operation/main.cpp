@@ -59,8 +59,10 @@ void Warn(const std::vector<std::string>& warnings) {
 }
 
 bool IsLoopback(const std::string& address) {
+    constexpr unsigned kLoopbackNet = 127;
     const ACE_INET_Addr parsed(address.c_str());
-    return parsed.is_loopback();
+    const bool mapped = parsed.is_ipv4_mapped_ipv6();
+    return parsed.is_loopback() || (mapped && parsed.get_ip_address() >> 24 == kLoopbackNet);
 }
 
 void WarnOfAccess(const std::string& listen, std::size_t accounts) {
@@ -77,7 +79,6 @@ void WarnOfAccess(const std::string& listen, std::size_t accounts) {
 int Serve(const operation::CommandLine& command) {
     const ServerOptions& options = command.options;
     StartLog(options.logLevel);
-    console::IgnoreBrokenPipes();
     Target target;
     const console::StopSignals signals([&] { target.Stop(); }, [&] { target.Report(); });
     operation::Server server(options);
@@ -105,6 +106,7 @@ int main(int argc, char** argv) {
     int status = EXIT_SUCCESS;
     try {
         CQXBASE::platform::files::NewFilesForOwnerOnly();
+        console::IgnoreBrokenPipes();
         ACE::init();
         const auto command = operation::ParseCommandLine(argc, argv, status);
         if (!command) {

@@ -44,6 +44,9 @@ void List(sessions::AccountStore& accounts) {
     for (const sessions::Account& each : accounts.List()) {
         std::cout << each.name << '\t' << each.databases.Text() << '\n';
     }
+    if (!std::cout.flush()) {
+        throw OperatorError("the list can't be written");
+    }
 }
 
 }  // namespace
