@@ -51,7 +51,7 @@ void MakeTable(Poco::Data::Session& session) {
 }
 
 /// True when the file that is open is not the one under its name any more.
-bool HasMoved(const Poco::Data::Session& session) noexcept {
+bool HasMoved(const Poco::Data::Session& session) {
     int moved = 0;
     sqlite3_file_control(Poco::Data::SQLite::Utility::dbHandle(session), nullptr,
                          SQLITE_FCNTL_HAS_MOVED, &moved);

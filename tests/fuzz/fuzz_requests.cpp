@@ -46,7 +46,8 @@ class Fixture {
     Fixture() : services_(Options(folder_), SteadyNow) {
         sqlite3_hard_heap_limit64(kMostSqlite);
         services_.accounts.Add("ann",
-                               sessions::HashPassword("secret", sessions::ScryptCost{2, 1, 1}), {});
+                               sessions::HashPassword("secret", sessions::ScryptCost{2, 1, 1}),
+                               AllowedDatabases::All());
     }
 
     /// A new session on a new connection.
