@@ -23,7 +23,7 @@ namespace {
 /// The inside of a JSON text. Beside what JSON requires, control characters that a terminal obeys
 /// are escaped; a reader gets them as they were.
 std::string Escaped(std::string_view text) {
-    const std::string json = Poco::toJSON(ToValidUtf8(text), 0);
+    std::string json = Poco::toJSON(ToValidUtf8(text), 0);
     std::string_view rest = json;
     if (std::all_of(rest.begin(), rest.end(), [](char c) { return c >= 0 && c != '\x7F'; })) {
         return json;

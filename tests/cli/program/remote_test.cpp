@@ -70,9 +70,10 @@ TEST_F(Remote, PingAndLoginsTellTheirOutcome) {
 }
 
 class LyingServer : public testing::Test {
-  protected:
+  public:
     ~LyingServer() override { over_.set_value(); }
 
+  protected:
     void TakeLogin() {
         CQXBASE::QXSesInfo session;
         session.token = L"token";
