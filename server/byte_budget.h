@@ -22,13 +22,17 @@ class ByteBudget {
                 return true;
             }
         }
+        short_.store(true, std::memory_order_relaxed);
         return false;
     }
+    /// True when a Take has failed since this was asked last.
+    bool WasShort() noexcept { return short_.exchange(false, std::memory_order_relaxed); }
     std::size_t Left() const noexcept { return left_.load(std::memory_order_relaxed); }
     void Give(std::size_t bytes) noexcept { left_.fetch_add(bytes, std::memory_order_relaxed); }
 
   private:
     std::atomic<std::size_t> left_;
+    std::atomic<bool> short_{false};
 };
 
 /// What one buffer holds of a budget; gives it back at its end. Small buffers are not counted, so

@@ -1,6 +1,5 @@
 #include "server/log.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <mutex>
@@ -64,13 +63,6 @@ class ErrorStream : public Poco::Channel {
     bool broken_ = false;  ///< what was written last is no whole line
 };
 
-/// Would move the cursor, colour or hide text, turn its direction or begin a line.
-bool IsTreacherous(wchar_t c) noexcept {
-    const auto isIn = [c](wchar_t first, wchar_t last) { return c >= first && c <= last; };
-    return c < 0x20 || isIn(0x7f, 0x9f) || c == 0x61c || isIn(0x200e, 0x200f) ||
-           isIn(0x2028, 0x202e) || isIn(0x2066, 0x2069);
-}
-
 }  // namespace
 
 Poco::Logger& ServerLog() {
@@ -96,12 +88,6 @@ bool IsLogLevel(const std::string& level) {
     } catch (const Poco::InvalidArgumentException&) {
         return false;
     }
-}
-
-std::string Printable(std::string_view utf8) {
-    std::wstring text = CQXBASE::Utf8ToWide(utf8);
-    std::replace_if(text.begin(), text.end(), IsTreacherous, L'?');
-    return CQXBASE::WideToUtf8(text);
 }
 
 }  // namespace CQXSERVER

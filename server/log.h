@@ -9,6 +9,8 @@
 #include <Poco/Logger.h>
 #include <Poco/Message.h>
 
+#include "util/printable.h"
+
 namespace CQXSERVER {
 
 enum class LogStyle {
@@ -25,16 +27,12 @@ bool IsLogLevel(const std::string& level);
 
 Poco::Logger& ServerLog();
 
-/// What a client sent, made fit for a line of the log: control characters and those that turn the
-/// direction of text become '?', and what is no UTF-8 becomes U+FFFD.
-std::string Printable(std::string_view utf8);
-
-/// The same as a part of a line, which takes memory only there.
+/// What a client sent as a part of a line, made printable, which takes memory only there.
 struct Shown {
     std::string_view utf8;
 };
 inline std::ostream& operator<<(std::ostream& out, const Shown& text) {
-    return out << Printable(text.utf8);
+    return out << CQXBASE::PrintableUtf8(text.utf8);
 }
 
 /// Writes the parts one behind the other as one line. Thread-safe. A line that can't be written,

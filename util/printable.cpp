@@ -38,8 +38,9 @@ void AppendEscape(std::string& shown, char32_t point) {
 }  // namespace
 
 bool IsControl(char32_t point) noexcept {
-    return point < 0x20 || (point >= 0x7F && point < 0xA0) || point == 0x2028 || point == 0x2029 ||
-           (point >= 0x202A && point <= 0x202E) || (point >= 0x2066 && point <= 0x2069);
+    return point < 0x20 || (point >= 0x7F && point < 0xA0) || point == 0x61C || point == 0x200E ||
+           point == 0x200F || (point >= 0x2028 && point <= 0x202E) ||
+           (point >= 0x2066 && point <= 0x2069);
 }
 
 std::string PrintableUtf8(std::string_view text, LineBreaks breaks) {

@@ -12,8 +12,8 @@ enum class LineBreaks {
 };
 
 /// True for what a terminal obeys or what makes text look like another: C0 and C1 control
-/// characters, DEL, the line and paragraph separators, and what embeds, overrides or isolates a
-/// writing direction.
+/// characters, DEL, the line and paragraph separators, and what marks, embeds, overrides or
+/// isolates a writing direction.
 bool IsControl(char32_t point) noexcept;
 
 /// UTF-8 text without any of these: a line feed as "\n", a carriage return as "\r", a tab as "\t",

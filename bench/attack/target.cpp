@@ -31,7 +31,8 @@ Target::Target(const std::string& program) {
         program,
         std::vector<std::string>{"--config", folder_.File("c.toml"), "--log-level", "error"});
     CQXSERVER::sessions::AccountStore(server_->Folder().File("accounts.db"))
-        .Add("eve", CQXSERVER::sessions::HashPassword("secret"), {});
+        .Add("eve", CQXSERVER::sessions::HashPassword("secret"),
+             CQXSERVER::AllowedDatabases::All());
     User().Execute(L"CREATE TABLE IF NOT EXISTS t(n)");
 }
 

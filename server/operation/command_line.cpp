@@ -59,11 +59,12 @@ class Parser {
                 std::any_of(configured.begin(), configured.end(),
                             [&each](const auto& database) { return database.first == each; });
             if (!configured.empty() && !known) {
-                throw OperatorError("no database '" + Printable(each) + "' is configured");
+                throw OperatorError("no database '" + CQXBASE::PrintableUtf8(each) +
+                                    "' is configured");
             }
             if (configured.empty() && each != kUsualDatabase && IsDatabaseName(each)) {
                 parsed_.warnings.push_back("nothing tells whether there is a database '" +
-                                           Printable(each) +
+                                           CQXBASE::PrintableUtf8(each) +
                                            "': give --config or --database to have it checked");
             }
         }

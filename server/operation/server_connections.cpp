@@ -165,6 +165,9 @@ bool Server::FreeBuffers(const ByteBudget& budget, const network::Connection* be
 
 /// Workers need buffers too, and can't wait for them.
 void Server::KeepBuffersFree() {
+    if (services_.buffers.WasShort()) {
+        FreeBuffers(services_.buffers, nullptr);
+    }
     while (services_.buffers.Left() < options_.limits.maxBufferedBytes / 4 &&
            FreeBuffers(services_.buffers, nullptr)) {
     }

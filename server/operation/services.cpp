@@ -39,9 +39,9 @@ void AddDatabases(requests::DatabaseRegistry& registry, const ServerOptions& opt
     for (const auto& [name, dataSource] : registry.All()) {
         const requests::DatabaseAnswer answer = requests::Probe(dataSource);
         if (answer.code != 0) {
-            LogWarning("database '", name,
-                       "' can't be reached now: ", Printable(CQXBASE::WideToUtf8(answer.text)),
-                       " (", answer.code, ")");
+            LogWarning("database '", name, "' can't be reached now: ",
+                       CQXBASE::PrintableUtf8(CQXBASE::WideToUtf8(answer.text)), " (", answer.code,
+                       ")");
         }
     }
 }

@@ -101,7 +101,7 @@ network::Outcome RequestHandler::Handle(network::Request& request) noexcept {
 
 network::Outcome RequestHandler::Resume(const network::Request& request,
                                         const std::function<network::Outcome()>& later) noexcept {
-    return Guarded(request, later);
+    return Guarded(request, [&later] { return later(); });  // a copy would need memory
 }
 
 network::Outcome RequestHandler::Refuse(const network::Request& request,
@@ -243,7 +243,7 @@ network::Outcome RequestHandler::TakeText(const network::Request& request,
                                           const std::wstring& text) {
     const sessions::Session session = sessions_.Require(request.token);
     const std::string shown = text.size() <= kLongestLoggedText
-                                  ? "'" + Printable(CQXBASE::WideToUtf8(text)) + "'"
+                                  ? "'" + CQXBASE::PrintableUtf8(CQXBASE::WideToUtf8(text)) + "'"
                                   : std::to_string(text.size()) + " characters";
     LogInformation("connection ", request.connection, ": message from '", session.account,
                    "': ", shown);

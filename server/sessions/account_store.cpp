@@ -68,7 +68,7 @@ std::int64_t NewRevision() {
 
 void CheckAccountName(const std::string& name) {
     if (name.empty() || name.size() > kMaxNameBytes || name.find("|~|") != std::string::npos ||
-        Printable(name) != name) {
+        CQXBASE::PrintableUtf8(name) != name) {
         throw OperatorError(
             "an account name has 1 to 128 bytes of UTF-8, no control characters and no |~|");
     }

@@ -22,5 +22,5 @@ check() {
     [ -z "$stray" ] || { echo "$1 also exports:"; echo "$stray"; exit 1; }
 }
 check "$1" 'CQXBASE::QXIOBase|CQXDB::QX(Value|DateTime|DataSource|ProxyInfo|SvrInfo|Command|CommandBase|CommandList|Column|Recordset|RsList)'
-check "$2" 'CQXDB::DBMgrBase|CQXDB::DBMgr|CQXDB::DBMgrWithPOCO'
+check "$2" 'CQXDB::Cancellation|CQXDB::DBMgrBase|CQXDB::DBMgr|CQXDB::DBMgrWithPOCO'
 check "$3" 'CQXDB::DBAgent|CQXDB::QXOtpAuth'

@@ -125,7 +125,7 @@ TEST(HostilePeer, WorkWhoseClientIsGoneIsCancelledOrNeverBegun) {
 TEST(HostilePeer, LoginsWhoseClientIsGoneOpenNoSession) {
     constexpr std::size_t kCrowd = 40;
     TestServer server;
-    server.Get().Accounts().Add("slow", sessions::HashPassword("secret"), {});
+    server.Get().Accounts().Add("slow", sessions::HashPassword("secret"), AllowedDatabases::All());
     QXOneString login(L"slow|~|secret");
     for (std::size_t i = 0; i < kCrowd; ++i) {
         RawClient gone = server.Connect();
