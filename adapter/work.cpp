@@ -42,7 +42,8 @@ class ListRun {
             const Cancellation* cancellation) noexcept
         : connection_(connection), list_(list), cancellation_(cancellation) {}
 
-    /// Calls `step` for every command, and tells in an error's text which command it was.
+    /// Calls `step` for every command, and tells in an error's text which command it was: the
+    /// first that failed, whenever the database tells.
     template <class Step>
     void Each(Step step) {
         std::size_t i = 0;
@@ -51,17 +52,11 @@ class ListRun {
                 CancellableWork::Check(cancellation_);
                 step(i);
             }
-            i = list_.Count() - 1;
-            connection_.Settle();
         } catch (const DatabaseError& error) {
-            if (list_.Count() < 2) {
-                throw;
-            }
-            const std::size_t number = i + 1 - error.CommandsAgo();
-            throw DatabaseError(error.Code(), std::string(error.what()) + " (command " +
-                                                  std::to_string(number) + " of " +
-                                                  std::to_string(list_.Count()) + ")");
+            Settle(i);
+            ThrowNumbered(error, i + 1);
         }
+        Settle(i);
     }
 
     void Execute(const QXCommand& command) {
@@ -83,6 +78,22 @@ class ListRun {
   private:
     using Preparing = std::shared_ptr<Statement> (Connection::*)(const std::string&);
 
+    /// `count` commands were handed over.
+    void Settle(std::size_t count) {
+        try {
+            connection_.Settle();
+        } catch (const DatabaseError& error) {
+            ThrowNumbered(error, count);
+        }
+    }
+    [[noreturn]] void ThrowNumbered(const DatabaseError& error, std::size_t count) const {
+        if (list_.Count() < 2) {
+            throw DatabaseError(error);
+        }
+        throw DatabaseError(error.Code(), std::string(error.what()) + " (command " +
+                                              std::to_string(count - error.CommandsAgo()) + " of " +
+                                              std::to_string(list_.Count()) + ")");
+    }
     Statement& Script(const std::string& text) { return Look(text, &Connection::PrepareScript); }
 
     Statement& Look(const std::string& text, Preparing prepare) {

@@ -117,7 +117,7 @@ bool PgConnection::Reset() noexcept {
 }
 
 PgResult PgConnection::RunText(const std::string& text, const PgRowSink& sink) {
-    Settle();
+    SettleEarlier();
     parsed_ = nullptr;
     cancelled_.Check();
     if (PQsendQuery(handle_.get(), text.c_str()) == 0) {
@@ -128,7 +128,7 @@ PgResult PgConnection::RunText(const std::string& text, const PgRowSink& sink) {
 
 void PgConnection::RunStatement(const Statement* owner, const std::string& sql,
                                 const PgParameters& parameters, const PgRowSink& sink) {
-    Settle();
+    SettleEarlier();
     Send(owner, sql, parameters);
     Collect(sink);
     parsed_ = owner;

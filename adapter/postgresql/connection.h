@@ -91,6 +91,8 @@ class PgConnection final : public Connection {
     /// Hands one statement to libpq.
     void Send(const Statement* owner, const std::string& sql, const PgParameters& parameters);
     PgResult Collect(const PgRowSink& sink);
+    /// Settles for a command that comes next, and counts as handed over in an error.
+    void SettleEarlier();
 
     // Instead of libpq's own: PQgetResult and PQgetCopyData keep every notification that comes
     // while they wait, and know no cancelling.

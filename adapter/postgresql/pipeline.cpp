@@ -1,4 +1,6 @@
 // Sending commands without waiting for each: a list costs as many round trips as it has batches.
+#include <algorithm>
+
 #include "adapter/postgresql/connection.h"
 #include "adapter/postgresql/errors.h"
 #include "adapter/postgresql/parameters.h"
@@ -56,15 +58,28 @@ void PgConnection::Settle() {
     }
 }
 
+void PgConnection::SettleEarlier() {
+    try {
+        Settle();
+    } catch (const DatabaseError& error) {
+        throw DatabaseError(error.Code(), error.what(), error.CommandsAgo() + 1);
+    }
+}
+
 std::optional<DatabaseError> PgConnection::CollectPipeline() {
     PGconn* connection = handle_.get();
     if (PQpipelineSync(connection) == 0) {
         return PgError(connection, nullptr);
     }
     std::optional<DatabaseError> error;
+    std::size_t left = waiting_;
+    const auto failed = [&](const PGresult* result) {
+        const DatabaseError bare = PgError(connection, result);
+        error.emplace(bare.Code(), bare.what(), left - std::min<std::size_t>(left, 1));
+    };
     // Rows are dropped, one by one: libpq would collect them otherwise.
     PQsetSingleRowMode(connection);
-    for (std::size_t left = waiting_; PQstatus(connection) == CONNECTION_OK;) {
+    while (PQstatus(connection) == CONNECTION_OK) {
         const PgResult result = NextResult();
         if (!result) {
             // The end of one command's results, or of the connection.
@@ -77,11 +92,13 @@ std::optional<DatabaseError> PgConnection::CollectPipeline() {
             givenUp_ = true;
             return DatabaseError(DBMGR_BAD_VALUE, "COPY is not supported in a list");
         } else if (!error && Failed(result.get())) {
-            const DatabaseError first = PgError(connection, result.get());
-            error.emplace(first.Code(), first.what(), left - 1);
+            failed(result.get());
         }
     }
-    return error ? error : PgError(connection, nullptr);
+    if (!error) {
+        failed(nullptr);
+    }
+    return error;
 }
 
 }  // namespace CQXDB::adapter::postgresql

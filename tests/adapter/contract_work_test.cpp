@@ -1,6 +1,7 @@
 // Parameters, lists, transactions and errors.
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <qxdb/DBMgrErrors.h>
@@ -81,6 +82,42 @@ TEST_P(WorkContract, AListIsAllOrNothing) {
     }
     EXPECT_TRUE(db.Execute(commands).ok());
     EXPECT_EQ(Count(), "600\n");
+}
+
+TEST_P(WorkContract, AnErrorNamesTheCommandThatFailedFirst) {
+    Table("i INTEGER PRIMARY KEY");
+    const std::string insert = "INSERT INTO t (i) VALUES (?)";
+    const std::vector<QXCommand> lasts{
+        db.Command(insert, {QXValue::Int64(-1)}),  // all is well with it
+        db.Command("INSERT INTO t (i) VALUES (-1)"),
+        db.Command("SELECT i FROM t"),
+        db.Command("SELECT nothing FROM t"),
+        db.Command(insert),
+        db.Command(insert, {QXValue::Int64(1), QXValue::Int64(2)}),
+        db.Command("COMMIT"),
+        db.Command("")};
+    for (const auto& [size, wrong] : std::vector<std::pair<std::size_t, std::size_t>>{
+             {3, 1}, {4, 1}, {4, 2}, {258, 1}, {258, 255}, {258, 256}}) {
+        std::vector<QXCommand> commands(size, db.Command(insert));
+        for (std::size_t i = 0; i < size; ++i) {
+            const std::size_t value = i == wrong ? 0 : i;
+            commands[i].AddParam(QXValue::Int64(static_cast<std::int64_t>(value)));
+        }
+        const std::wstring place =
+            L"(command " + std::to_wstring(wrong + 1) + L" of " + std::to_wstring(size) + L")";
+        for (const QXCommand& last : lasts) {
+            commands.back() = last;
+            QXRecordset rs;
+            QXRsList results;
+            for (const Outcome& outcome : {db.Execute(commands), db.ExecuteReceived(commands),
+                                           db.Query(rs, commands), db.Batch(results, commands)}) {
+                EXPECT_EQ(outcome.code, backend.duplicateKey) << outcome << last.TextUtf8();
+                EXPECT_NE(outcome.text.find(place), std::wstring::npos)
+                    << outcome << " at " << wrong << " before " << last.TextUtf8();
+            }
+        }
+    }
+    EXPECT_EQ(Count(), "0\n");
 }
 
 TEST_P(WorkContract, AListMixesTextsAndTypesOfParameters) {

@@ -109,8 +109,24 @@ TEST_F(PostgreSqlTest, FailedLoginsSayWhy) {
 
 TEST_F(PostgreSqlTest, AServerThatGoesAndComesBackIsMetAgain) {
     EXPECT_EQ(GoAndComeBack(db, Postgres()).code, SqlStateCode("08001"));
-    EXPECT_EQ(db.Execute({db.Command("SELECT pg_terminate_backend(pg_backend_pid())")}).code,
-              SqlStateCode("57P01"));
+    const QXCommand one = db.Command("SELECT ?::int", {QXValue::Int64(1)});
+    const QXCommand end =
+        db.Command("SELECT pg_terminate_backend(pg_backend_pid()), ?::int", {QXValue::Int64(1)});
+    const Outcome ended = db.Execute({one, end, one, one});
+    EXPECT_EQ(ended.code, SqlStateCode("57P01"));
+    EXPECT_NE(ended.text.find(L"(command 2 of 4)"), std::wstring::npos) << ended;
+    const Outcome many = db.Execute({one, db.Command("SELECT 1/(?::int - 1)", {QXValue::Int64(1)}),
+                                     db.Command(
+                                         "SELECT 1" +
+                                             [] {
+                                                 std::string marks;
+                                                 for (int i = 0; i < 70000; ++i) {
+                                                     marks += ",?";
+                                                 }
+                                                 return marks;
+                                             }(),
+                                         std::vector<QXValue>(70000, QXValue::Int64(1)))});
+    EXPECT_EQ(many.code, SqlStateCode("22012")) << many;
     EXPECT_EQ(db.Rows("SELECT 4"), "4\n");
 }
 
