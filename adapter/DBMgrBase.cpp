@@ -16,8 +16,10 @@ const QXDataSource* DataSourceOf(const Commands* commands) {
 
 void DBMgrBase::Run(const QXDataSource* dataSource,
                     const std::function<void(adapter::Connection&)>& work) {
-    adapter::CallResult result =
-        adapter::CallManager(pools_(), dataSource, sessionUser_, cancellation_, work);
+    Leave(adapter::CallManager(pools_(), dataSource, sessionUser_, cancellation_, work));
+}
+
+void DBMgrBase::Leave(adapter::CallResult result) noexcept {
     errNumber_ = result.code;
     errDesc_ = std::move(result.text);
 }
@@ -70,9 +72,11 @@ void DBMgrBase::BatchQry(QXCommandList* list, QXRsList& out) {
 }
 
 void DBMgrBase::CloseConn() {
-    adapter::CallResult result = adapter::Guarded([this] { pools_().CloseIdle(); });
-    errNumber_ = result.code;
-    errDesc_ = std::move(result.text);
+    Leave(adapter::Guarded([this] { pools_().CloseIdle(); }));
+}
+
+void DBMgrBase::CloseExpiredConn() {
+    Leave(adapter::Guarded([this] { pools_().CloseExpired(); }));
 }
 
 }  // namespace CQXDB

@@ -31,6 +31,10 @@ ConnectionPool::ConnectionPool(Opener open, PoolLimits limits)
     idle_.reserve(limits_.maxConnections);
 }
 
+ConnectionPool::~ConnectionPool() {
+    CloseIdle();
+}
+
 Lease ConnectionPool::Take(const std::string& user, const Cancellation* cancellation) {
     CancellableWork::Check(cancellation);
     IdleConnection idle = TakeIdleOrReserve(user, cancellation);
@@ -82,6 +86,7 @@ ConnectionPool::IdleConnection ConnectionPool::TakeIdleOrReserve(const std::stri
     }
     IdleConnection taken = std::move(idle_.back());
     idle_.pop_back();
+    Count(-1);
     return taken;
 }
 
@@ -102,7 +107,8 @@ void ConnectionPool::Return(std::unique_ptr<Connection> connection, std::string 
     }
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        idle_.push_back({std::move(connection), std::move(user)});
+        idle_.push_back({std::move(connection), std::move(user), Clock::now()});
+        Count(1);
     }
     freed_.notify_one();
 }
@@ -115,14 +121,48 @@ void ConnectionPool::GiveUpOne() noexcept {
     freed_.notify_one();
 }
 
-void ConnectionPool::CloseIdle() noexcept {
-    Idle closing;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        closing.swap(idle_);
-        open_ -= closing.size();
+template <typename Condition>
+void ConnectionPool::CloseWhile(Condition condition) noexcept {
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (!idle_.empty() && condition(idle_.front())) {
+        std::unique_ptr<Connection> closing = std::move(idle_.front().connection);
+        idle_.erase(idle_.begin());
+        Count(-1);
+        --open_;
+        lock.unlock();
+        closing.reset();
+        freed_.notify_one();
+        lock.lock();
     }
-    freed_.notify_all();
+}
+
+void ConnectionPool::CloseIdle() noexcept {
+    CloseWhile([now = Clock::now()](const IdleConnection& each) { return each.since <= now; });
+}
+
+void ConnectionPool::CloseExpired(Clock::time_point now) noexcept {
+    if (!limits_.keepsData) {
+        CloseWhile(
+            [&](const IdleConnection& each) { return now - each.since >= limits_.idleTime; });
+    }
+}
+
+void ConnectionPool::CloseOldest() noexcept {
+    if (!limits_.keepsData) {
+        CloseWhile(
+            [first = true](const IdleConnection&) mutable { return std::exchange(first, false); });
+    }
+}
+
+ConnectionPool::Clock::time_point ConnectionPool::OldestIdle() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return limits_.keepsData || idle_.empty() ? Clock::time_point::max() : idle_.front().since;
+}
+
+void ConnectionPool::Count(std::ptrdiff_t change) noexcept {
+    if (idleCount_ && !limits_.keepsData) {
+        *idleCount_ += static_cast<std::size_t>(change);
+    }
 }
 
 bool ConnectionPool::Empty() {

@@ -1,6 +1,7 @@
 // The pooled connections of one data source.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -8,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <qxdb/Cancellation.h>
@@ -19,6 +21,9 @@ namespace CQXDB::adapter {
 struct PoolLimits {
     std::size_t maxConnections = 8;
     std::chrono::seconds waitTimeout{30};
+    std::chrono::seconds idleTime{300};  ///< how long a connection is kept that nobody uses
+    /// The database goes with its connection, which only CloseIdle closes then.
+    bool keepsData = false;
 };
 
 class ConnectionPool;
@@ -45,7 +50,17 @@ class ConnectionPool : public std::enable_shared_from_this<ConnectionPool> {
   public:
     using Opener = std::function<std::unique_ptr<Connection>()>;
 
+    using Clock = std::chrono::steady_clock;
+    /// How many connections are idle in several pools.
+    using IdleCount = std::atomic<std::size_t>;
+
     ConnectionPool(Opener open, PoolLimits limits);
+    ~ConnectionPool();
+    ConnectionPool(const ConnectionPool&) = delete;
+    ConnectionPool& operator=(const ConnectionPool&) = delete;
+
+    /// To be called before the first Take. Connections that keep data are not counted.
+    void CountIdle(std::shared_ptr<IdleCount> count) noexcept { idleCount_ = std::move(count); }
 
     /// Takes an idle connection that is still alive, or opens one. What one user's statements have
     /// left in a session is not met by another: a connection that changes hands is reset, or
@@ -53,6 +68,11 @@ class ConnectionPool : public std::enable_shared_from_this<ConnectionPool> {
     /// that lasts too long or is cancelled, and what the opener throws. `cancellation` may be null.
     Lease Take(const std::string& user = {}, const Cancellation* cancellation = nullptr);
     void CloseIdle() noexcept;
+    /// Closes those that have been idle for as long as the limits allow.
+    void CloseExpired(Clock::time_point now) noexcept;
+    void CloseOldest() noexcept;
+    /// Since when the connection is idle that CloseOldest would close; max() when there is none.
+    Clock::time_point OldestIdle();
     /// True when no connection is open or being opened.
     bool Empty();
 
@@ -60,7 +80,8 @@ class ConnectionPool : public std::enable_shared_from_this<ConnectionPool> {
     friend class Lease;
     struct IdleConnection {
         std::unique_ptr<Connection> connection;
-        std::string user;  ///< who had it last
+        std::string user;         ///< who had it last
+        Clock::time_point since;  ///< when he gave it back
     };
     using Idle = std::vector<IdleConnection>;
 
@@ -72,14 +93,19 @@ class ConnectionPool : public std::enable_shared_from_this<ConnectionPool> {
     std::unique_ptr<Connection> OpenReserved();
     void Return(std::unique_ptr<Connection> connection, std::string user) noexcept;
     void GiveUpOne() noexcept;
+    /// Closes idle connections, from the oldest on, for as long as `condition` holds.
+    template <typename Condition>
+    void CloseWhile(Condition condition) noexcept;
+    void Count(std::ptrdiff_t change) noexcept;
 
     const Opener opener_;
     const PoolLimits limits_;
+    std::shared_ptr<IdleCount> idleCount_;  ///< may be null
 
     std::mutex mutex_;
     std::condition_variable freed_;
     // Guarded by mutex_:
-    Idle idle_;             ///< the one used last is at the back
+    Idle idle_;             ///< in the order of their return
     std::size_t open_ = 0;  ///< idle ones, those in use, and those being opened
 };
 

@@ -92,6 +92,7 @@ PoolLimits Options::TakePoolLimits() {
     PoolLimits limits;
     limits.maxConnections = static_cast<std::size_t>(TakeNumber("pool_size", 8, 1, 1000));
     limits.waitTimeout = std::chrono::seconds(TakeNumber("pool_timeout", 30, 0, 86400));
+    limits.idleTime = std::chrono::seconds(TakeNumber("pool_idle", 300, 1, 86400));
     return limits;
 }
 

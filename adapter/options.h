@@ -24,7 +24,7 @@ class Options {
     bool TakeFlag(const std::string& key, bool otherwise);
     /// statement_timeout (milliseconds); 0, and nothing given, is no limit.
     std::chrono::milliseconds TakeStatementTimeout();
-    /// pool_size and pool_timeout (seconds).
+    /// pool_size, pool_timeout and pool_idle (seconds).
     PoolLimits TakePoolLimits();
 
     /// What nobody has taken.

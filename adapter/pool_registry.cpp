@@ -1,5 +1,6 @@
 #include "adapter/pool_registry.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <initializer_list>
 #include <string_view>
@@ -10,6 +11,10 @@
 
 namespace CQXDB::adapter {
 namespace {
+
+/// Idle connections of all pools together, each of which may have several descriptors.
+constexpr std::size_t kMostIdle = 128;
+constexpr std::chrono::seconds kLook{1};
 
 /// Two characters, whatever the width of one. Keys are made for every call, and printing numbers
 /// would be most of the work.
@@ -46,6 +51,7 @@ PoolRegistry::PoolRegistry(PoolMaker maker, ChangesDatabase changesDatabase)
 
 Lease PoolRegistry::Take(const QXDataSource& dataSource, const std::string& user,
                          const Cancellation* cancellation) {
+    TidyUp();
     std::shared_ptr<ConnectionPool> pool = PoolOf(dataSource);
     try {
         Lease lease = pool->Take(user, cancellation);
@@ -71,6 +77,7 @@ std::shared_ptr<ConnectionPool> PoolRegistry::PoolOf(const QXDataSource& dataSou
     if (!pool) {
         try {
             pool = maker_(dataSource);
+            pool->CountIdle(idle_);
         } catch (...) {
             pools_.erase(key);
             throw;
@@ -88,18 +95,65 @@ void PoolRegistry::ForgetUnused() {
     }
 }
 
-void PoolRegistry::CloseIdle() {
-    std::vector<std::shared_ptr<ConnectionPool>> pools;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        for (const auto& [key, pool] : pools_) {
-            pools.push_back(pool);
-        }
+PoolRegistry::Pools PoolRegistry::All() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Pools pools;
+    pools.reserve(pools_.size());
+    for (const auto& [key, pool] : pools_) {
+        pools.push_back(pool);
     }
-    for (const auto& pool : pools) {
+    return pools;
+}
+
+std::size_t PoolRegistry::Size() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return pools_.size();
+}
+
+void PoolRegistry::CloseIdle() {
+    for (const auto& pool : All()) {
         pool->CloseIdle();
     }
-    pools.clear();
+    ForgetUnused();
+}
+
+void PoolRegistry::CloseExpired() {
+    const auto now = ConnectionPool::Clock::now();
+    for (const auto& pool : All()) {
+        pool->CloseExpired(now);
+    }
+    ForgetUnused();
+}
+
+void PoolRegistry::TidyUp() noexcept {
+    const auto now = ConnectionPool::Clock::now();
+    try {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            if (now < nextLook_ && *idle_ <= kMostIdle) {
+                return;
+            }
+            nextLook_ = now + kLook;
+        }
+        CloseExpired();
+        CloseOldest();
+    } catch (...) {
+        // There is no memory: another call does it.
+    }
+}
+
+void PoolRegistry::CloseOldest() {
+    const std::size_t idle = *idle_;
+    for (std::size_t more = idle - std::min(idle, kMostIdle); more > 0; --more) {
+        const Pools pools = All();
+        const auto oldest =
+            std::min_element(pools.begin(), pools.end(), [](const auto& one, const auto& other) {
+                return one->OldestIdle() < other->OldestIdle();
+            });
+        if (oldest != pools.end()) {
+            (*oldest)->CloseOldest();
+        }
+    }
     ForgetUnused();
 }
 

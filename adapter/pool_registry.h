@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include <qxdb/QXDataSource.h>
 
@@ -31,16 +32,31 @@ class PoolRegistry {
     Lease Take(const QXDataSource& dataSource, const std::string& user,
                const Cancellation* cancellation = nullptr);
     void CloseIdle();
+    /// Closes the connections that have been idle for longer than their pools keep them, and
+    /// forgets the pools that have none.
+    void CloseExpired();
+    /// How many pools there are.
+    std::size_t Size();
 
   private:
+    using Pools = std::vector<std::shared_ptr<ConnectionPool>>;
+
+    Pools All();
+    /// Closes, now and then, what is to go by its time, and at once what is too much.
+    void TidyUp() noexcept;
+    /// As many idle ones as are too much.
+    void CloseOldest();
     std::shared_ptr<ConnectionPool> PoolOf(const QXDataSource& dataSource);
     void ForgetUnused();
     bool ChangeDatabase(const QXDataSource& dataSource) const;
 
     const PoolMaker maker_;
     const ChangesDatabase changesDatabase_;  ///< may be null
+    const std::shared_ptr<ConnectionPool::IdleCount> idle_ =
+        std::make_shared<ConnectionPool::IdleCount>(0);
     std::mutex mutex_;
     std::map<std::wstring, std::shared_ptr<ConnectionPool>> pools_;  ///< guarded by mutex_
+    ConnectionPool::Clock::time_point nextLook_;  ///< when TidyUp looks at all pools; the same
 };
 
 }  // namespace CQXDB::adapter

@@ -19,6 +19,7 @@ namespace CQXDB {
 namespace adapter {
 class Connection;
 class PoolRegistry;
+struct CallResult;
 }  // namespace adapter
 
 /// The operations of DBMgr and DBMgrWithPOCO, which differ in the databases that they reach. A
@@ -51,6 +52,12 @@ class QXDB_ADAPTER_API DBMgrBase {
     /// does not use at the moment. The database of ":memory:" goes with its connection.
     void CloseConn();
 
+    /// Closes the pooled connections, of all data sources of the manager's kind, that nobody has
+    /// used for the time of their option "pool_idle". Every other call does so too: this is for
+    /// processes that may make none for long, which call it now and then. A database in memory
+    /// stays.
+    void CloseExpiredConn();
+
     /// Bounds what the rows of one query or batch may take up in memory. A call beyond it fails
     /// with DBMGR_RESULT_TOO_LARGE, and a list is rolled back. 0, as at the start, is no bound.
     void SetMaxResultBytes(std::size_t bytes) noexcept { maxResultBytes_ = bytes; }
@@ -81,6 +88,8 @@ class QXDB_ADAPTER_API DBMgrBase {
 
   private:
     void Run(const QXDataSource* dataSource, const std::function<void(adapter::Connection&)>& work);
+
+    void Leave(adapter::CallResult result) noexcept;
 
     adapter::PoolRegistry& (*pools_)();
     long errNumber_ = 0;

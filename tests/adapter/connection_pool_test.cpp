@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "adapter/database_error.h"
+#include "adapter/pool_registry.h"
 
 namespace CQXDB::adapter {
 namespace {
@@ -48,6 +49,22 @@ class ConnectionPoolTest : public testing::Test {
         };
         return std::make_shared<ConnectionPool>(open,
                                                 PoolLimits{most, std::chrono::seconds(seconds)});
+    }
+    /// A registry of such pools, whatever the description.
+    PoolRegistry Registry(PoolLimits limits) {
+        return PoolRegistry([this, limits](const QXDataSource&) {
+            return std::make_shared<ConnectionPool>(
+                [this] {
+                    ++opened;
+                    return std::make_unique<Dummy>(alive);
+                },
+                limits);
+        });
+    }
+    static QXDataSource Source(int number) {
+        QXDataSource source;
+        source.database = std::to_wstring(number);
+        return source;
     }
     static Dummy& Of(const Lease& lease) { return static_cast<Dummy&>(*lease); }
 
@@ -130,6 +147,58 @@ TEST_F(ConnectionPoolTest, WaitersGetWhatOthersGiveBack) {
     }
     EXPECT_EQ(rounds, 800);
     EXPECT_LE(alive, 1);
+}
+
+TEST_F(ConnectionPoolTest, WhatNobodyUsesIsClosedInTime) {
+    const auto pool = Pool(2, 0);
+    {
+        const Lease first = pool->Take();
+        const Lease second = pool->Take();
+    }
+    const Lease used = pool->Take();
+    pool->CloseExpired(ConnectionPool::Clock::now() + std::chrono::seconds(299));
+    EXPECT_EQ(alive, 2);
+    pool->CloseExpired(ConnectionPool::Clock::now() + std::chrono::seconds(300));
+    EXPECT_EQ(alive, 1) << "the one in use stays";
+    const Lease another = pool->Take();
+    EXPECT_EQ(alive, 2) << "there is room for one again";
+}
+
+TEST_F(ConnectionPoolTest, DescriptionsWithoutNumberKeepOnlySoManyConnections) {
+    PoolRegistry registry = Registry({});
+    constexpr int kSources = 1000;
+    for (int i = 0; i < kSources; ++i) {
+        registry.Take(Source(i), {});
+        registry.Take(Source(0), {});
+    }
+    EXPECT_LE(alive, 130);
+    EXPECT_LE(registry.Size(), 130U);
+    EXPECT_EQ(opened, kSources) << "the one used again and again stays";
+    std::vector<Lease> used;
+    for (int i = 0; i < 200; ++i) {
+        used.push_back(registry.Take(Source(i), {}));
+    }
+    EXPECT_GE(alive, 200) << "those in use are not counted";
+}
+
+TEST_F(ConnectionPoolTest, PoolsWithoutConnectionsAreForgottenAndThoseWithDataStay) {
+    PoolLimits limits;
+    limits.idleTime = std::chrono::seconds(0);
+    PoolRegistry registry = Registry(limits);
+    registry.Take(Source(1), {});
+    registry.CloseExpired();
+    EXPECT_EQ(alive, 0);
+    EXPECT_EQ(registry.Size(), 0U);
+    limits.keepsData = true;
+    PoolRegistry memory = Registry(limits);
+    for (int i = 0; i < 200; ++i) {
+        memory.Take(Source(i), {});
+    }
+    memory.CloseExpired();
+    EXPECT_EQ(alive, 200);
+    memory.CloseIdle();
+    EXPECT_EQ(alive, 0);
+    EXPECT_EQ(memory.Size(), 0U);
 }
 
 }  // namespace

@@ -198,6 +198,19 @@ TEST_F(PostgreSqlTest, WhatTheServerSendsUnaskedTakesNoMemory) {
     EXPECT_LT(memory.Growth(), std::size_t{32} << 20);
 }
 
+TEST_F(PostgreSqlTest, ASessionEndsThatNobodyUses) {
+    Client brief(db);
+    brief.DataSource().options += ";pool_idle=1;application_name=brief";
+    EXPECT_EQ(brief.Rows("SELECT 1"), "1\n");
+    const std::string sessions =
+        "SELECT count(*) FROM pg_stat_activity WHERE application_name = 'brief'";
+    EXPECT_EQ(db.Rows(sessions), "1\n");
+    while (db.Rows(sessions) != "0\n") {
+        DBMgrWithPOCO().CloseExpiredConn();
+    }
+    EXPECT_EQ(brief.Rows("SELECT 1"), "1\n");
+}
+
 TEST_F(PostgreSqlTest, AConnectionWithAVeryLargeBufferIsNotKept) {
     db.DataSource().options += ";pool_size=1";
     for (const char* large :
