@@ -93,10 +93,18 @@ bool MySqlConnection::Alive() noexcept {
 
 void MySqlConnection::Cancel() noexcept {
     cancelled_.Set();
-    const std::string kill = ++requests_ <= kPoliteRequests ? "KILL QUERY " : "KILL ";
+    Kill(++requests_ <= kPoliteRequests ? "KILL QUERY " : "KILL ");
+}
+
+void MySqlConnection::EndStatement() noexcept {
+    givenUp_ = true;
+    Kill("KILL QUERY ");
+}
+
+void MySqlConnection::Kill(const std::string& what) noexcept {
     try {
         const std::unique_ptr<Session> other = reconnect_();
-        mysql_query(*other, (kill + std::to_string(thread_)).c_str());
+        mysql_query(*other, (what + std::to_string(thread_)).c_str());
     } catch (...) {
         // The server can't be reached, or has no room for one more.
     }

@@ -46,6 +46,9 @@ class MySqlConnection : public Connection {
     /// Runs any number of statements without parameters, and drops their rows. Throws
     /// DatabaseError.
     void RunText(const std::string& text);
+    /// Has the server end the statement under way. What was asked for may come too late, so that
+    /// the connection is given up.
+    void EndStatement() noexcept;
     /// To be called before anything is sent. Throws DatabaseError.
     void CheckCancelled() const { cancelled_.Check(); }
     /// To be called when the connection's settings are no longer what the pool's other users
@@ -53,6 +56,8 @@ class MySqlConnection : public Connection {
     void GiveUp() noexcept { givenUp_ = true; }
 
   private:
+    /// `what` is "KILL" or "KILL QUERY".
+    void Kill(const std::string& what) noexcept;
     void SetUp();
     void DropRows();
 

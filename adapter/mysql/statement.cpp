@@ -85,7 +85,12 @@ void MySqlStatement::Query(const Parameters& parameters, const Page& page, QXRec
     }
     Run(parameters);
     MySqlRowReader reader(connection_.Handle(), executor_, rs);
-    FetchPage(reader, page, rs);
+    try {
+        FetchPage(reader, page, rs);
+    } catch (...) {
+        connection_.EndStatement();  // Else all other rows are read before it can be closed.
+        throw;
+    }
     Finish();
 }
 

@@ -83,10 +83,12 @@ void AddLogin(Builder& builder, const QXDataSource& dataSource) {
     }
 }
 
-/// What keeps values exact with drivers that are not so by themselves.
-void AddExactness(Builder& builder, const QXDataSource& dataSource) {
+/// What keeps values exact with drivers that are not so by themselves, and results out of memory.
+void AddManners(Builder& builder, const QXDataSource& dataSource) {
     if (dataSource.type == CQXDB_DS_POSTGRESQL) {
-        builder.AddAsItIs(L"BoolsAsChar=0;ByteaAsLongVarBinary=1;LFConversion=0;");
+        builder.AddAsItIs(
+            L"BoolsAsChar=0;ByteaAsLongVarBinary=1;LFConversion=0;"
+            L"UseDeclareFetch=1;Fetch=1000;");
     }
 }
 
@@ -101,7 +103,7 @@ std::string OdbcConnectionString(const QXDataSource& dataSource, const Options& 
     AddDriver(builder, dataSource);
     AddServer(builder, dataSource);
     AddLogin(builder, dataSource);
-    AddExactness(builder, dataSource);
+    AddManners(builder, dataSource);
     for (const auto& [key, value] : options.Rest()) {
         builder.AddUtf8(key, value);
     }

@@ -8,6 +8,7 @@
 
 #include "tests/adapter/contract.h"
 #include "tests/adapter/servers.h"
+#include "tests/support/PeakMemory.h"
 
 namespace qxdb_test {
 namespace {
@@ -109,6 +110,17 @@ TEST_F(MariaDbTest, AConnectionWithAVeryLargeBufferIsNotKept) {
         EXPECT_TRUE((query ? db.Query(rs, large) : db.Execute(large)).ok());
         EXPECT_NE(db.Rows("SELECT connection_id()"), id) << query;
     }
+}
+
+TEST_F(MariaDbTest, AResultOverItsBoundIsNotReadToTheEnd) {
+    const std::string endless = "SELECT REPEAT('x', 1000) FROM seq_1_to_1000000000000";
+    const PeakMemory memory;
+    db.SetMaxResultBytes(1000000);
+    QXRecordset rs;
+    EXPECT_EQ(db.Query(rs, endless).code, DBMGR_RESULT_TOO_LARGE);
+    EXPECT_EQ(db.Query(rs, {db.Command("DO 1"), db.Command(endless)}).code, DBMGR_RESULT_TOO_LARGE);
+    EXPECT_LT(memory.Growth(), std::size_t{32} << 20);
+    EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
 }
 
 TEST_F(MariaDbTest, AnAutocommitLeftOffIsSetRight) {

@@ -7,6 +7,7 @@
 
 #include "tests/adapter/contract.h"
 #include "tests/adapter/servers.h"
+#include "tests/support/PeakMemory.h"
 
 namespace qxdb_test {
 namespace {
@@ -40,6 +41,28 @@ TEST_F(OdbcTest, DescriptionsThatLeadNowhereSayWhy) {
     stranger.DataSource().password = L"wrong";
     EXPECT_NE(stranger.Connect().text.find(L"password authentication failed"), std::wstring::npos);
     EXPECT_EQ(db.Execute("SELECT '{}'::jsonb ?? 'a'").code, DBMGR_BAD_VALUE);
+}
+
+TEST_F(OdbcTest, AResultIsNotReadWholeBeforeItsBoundIsMet) {
+    ASSERT_TRUE(db.Execute("DROP TABLE IF EXISTS seen; CREATE TABLE seen (i int); "
+                           "CREATE OR REPLACE FUNCTION see(i int) RETURNS int LANGUAGE sql AS "
+                           "$f$ INSERT INTO seen VALUES ($1) RETURNING i; $f$")
+                    .ok());
+    QXRecordset rs;
+    rs.setPageSize(3);
+    EXPECT_TRUE(db.Query(rs, "SELECT see(i) FROM generate_series(1, 2) i").ok());
+    EXPECT_TRUE(db.Query(rs, "SELECT i FROM generate_series(1, 100000) i").ok());
+    EXPECT_EQ(db.Rows("SELECT see(3)"), "3\n");
+    Client native(PostgreSqlBackend());
+    EXPECT_EQ(native.Rows("SELECT count(*) FROM seen"), "3\n") << "what a query did stays done";
+    const PeakMemory memory;
+    db.SetMaxResultBytes(1000000);
+    rs.setPageSize(0);
+    EXPECT_EQ(db.Query(rs, "SELECT repeat('x', 1000) FROM generate_series(1, 500000)").code,
+              DBMGR_RESULT_TOO_LARGE);
+    EXPECT_LT(memory.Growth(), std::size_t{32} << 20);
+    EXPECT_EQ(native.Rows("SELECT count(*) FROM pg_stat_activity WHERE state LIKE 'idle in%'"),
+              "0\n");
 }
 
 TEST_F(OdbcTest, AServerThatGoesAndComesBackIsMetAgain) {
