@@ -63,6 +63,7 @@ SqliteSettings SqliteSettings::Of(const QXDataSource& dataSource) {
     options.RefuseRest();
     if (settings.Private()) {
         settings.pool.maxConnections = 1;
+        settings.pool.keepsData = true;
     }
     return settings;
 }

@@ -1,6 +1,7 @@
 #include "server/operation/server.h"
 
 #include <algorithm>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -9,7 +10,7 @@
 #include "platform/console/stop_signals.h"
 #include "platform/sockets/server_reactor.h"
 #include "server/log.h"
-#include "server/requests/request_handler.h"
+#include "server/requests/database_work.h"
 
 namespace CQXSERVER::operation {
 namespace {
@@ -21,6 +22,7 @@ constexpr std::size_t kScratchBytes = 64 * kKiB;
 constexpr std::size_t kOtherHandles = 512;
 constexpr unsigned kFewestWorkers = 8;
 constexpr unsigned kStrangersWorkers = 1;
+constexpr std::chrono::seconds kBetweenClosings{30};
 /// Logins that wait in one lane: about 25 s for one worker.
 constexpr std::size_t kWaitingLogins = 256;
 
@@ -113,10 +115,28 @@ void Server::Tick() {
         }
     }
     KeepBuffersFree();
+    CloseUnusedDatabases();
     if (listener_ != nullptr) {
         listener_->Resume();
     }
     loop_.At(SteadyNow() + TickInterval(options_.limits), [this] { Tick(); });
+}
+
+/// Pools look after themselves when they are used; this is for those that are not any more.
+void Server::CloseUnusedDatabases() {
+    if (SteadyNow() < nextClosing_ || closes_.exchange(true)) {
+        return;
+    }
+    nextClosing_ = SteadyNow() + kBetweenClosings;
+    const auto close = [this] {
+        requests::CloseExpired();
+        closes_ = false;
+    };
+    try {
+        workers_.Submit(std::string(), false, close, closing_);  // a lane that no account has
+    } catch (const std::bad_alloc&) {
+        closes_ = false;
+    }
 }
 
 void Server::BeginStop() {

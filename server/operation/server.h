@@ -1,6 +1,7 @@
 // The application server.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <list>
@@ -93,6 +94,7 @@ class Server : private network::ConnectionHost {
     std::vector<network::Connection*> AllConnections() const;
     bool FreeBuffers(const ByteBudget& budget, const network::Connection* besides);
     void KeepBuffersFree();
+    void CloseUnusedDatabases();
     bool DisplaceNewcomer();
     bool DisplaceIdleUser();
 
@@ -115,6 +117,9 @@ class Server : private network::ConnectionHost {
     network::ConnectionId lastId_ = 0;
     bool stopping_ = false;
     TimePoint graceEnd_;
+    TimePoint nextClosing_;  ///< of connections to databases, of the steady clock
+    requests::WorkerPool::Ticket closing_;
+    std::atomic<bool> closes_{false};  ///< the ticket is in use
     std::unique_ptr<network::Listener> listener_;
     std::uint16_t port_ = 0;
     // The last members, so that their threads end before what they use.

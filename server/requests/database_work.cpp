@@ -69,4 +69,9 @@ DatabaseAnswer Probe(const QXDataSource& dataSource) {
     return Run({}, dataSource, [&](auto& manager) { manager.CanConnect(&copy); });
 }
 
+void CloseExpired() noexcept {
+    DBMgr().CloseExpiredConn();
+    DBMgrWithPOCO().CloseExpiredConn();
+}
+
 }  // namespace CQXSERVER::requests

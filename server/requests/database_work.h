@@ -39,4 +39,7 @@ DatabaseAnswer Batch(const Caller& caller, CQXDB::QXCommandList& list, CQXDB::QX
 
 DatabaseAnswer Probe(const CQXDB::QXDataSource& dataSource);
 
+/// Closes pooled connections that nobody has used for long, which may take its time.
+void CloseExpired() noexcept;
+
 }  // namespace CQXSERVER::requests
