@@ -16,29 +16,30 @@ constexpr std::size_t kCachedBytes = std::size_t{8} << 20;
 
 }  // namespace
 
-SqliteConnection::SqliteConnection(sqlite3* db, std::shared_ptr<void> owner,
-                                   const SqliteSettings& settings)
-    : owner_(std::move(owner)),
-      resettable_(settings.confined && settings.Private()),
-      session_(db, settings.statementTimeout, settings.confined),
-      cache_(kCachedStatements, kCachedBytes) {
+SqliteConnection::Opened::Opened(const SqliteSettings& settings, SqliteOpener open)
+    : file(open(settings)),
+      session(file.db, settings.statementTimeout, settings.confined),
+      cache(kCachedStatements, kCachedBytes) {
     if (settings.confined) {
-        ConfineSqlite(session_, settings.confinement);
+        ConfineSqlite(session, settings.confinement);
     }
 }
 
+SqliteConnection::SqliteConnection(const SqliteSettings& settings, SqliteOpener open)
+    : settings_(settings), open_(open), opened_(std::make_unique<Opened>(settings, open)) {}
+
 std::shared_ptr<Statement> SqliteConnection::Prepare(const std::string& text) {
-    std::shared_ptr<Statement> cached = cache_.Find(text);
+    std::shared_ptr<Statement> cached = opened_->cache.Find(text);
     if (!cached) {
-        const auto made = std::make_shared<SqliteStatement>(session_, text, true);
-        cache_.Add(text, made, text.size() + made->MemoryBytes());
+        const auto made = std::make_shared<SqliteStatement>(opened_->session, text, true);
+        opened_->cache.Add(text, made, text.size() + made->MemoryBytes());
         cached = made;
     }
     return cached;
 }
 
 std::shared_ptr<Statement> SqliteConnection::PrepareScript(const std::string& text) {
-    if (std::shared_ptr<Statement> statement = cache_.Find(text)) {
+    if (std::shared_ptr<Statement> statement = opened_->cache.Find(text)) {
         return statement;
     }
     std::vector<std::string_view> statements = SplitStatements(text, kSqliteDialect);
@@ -49,7 +50,7 @@ std::shared_ptr<Statement> SqliteConnection::PrepareScript(const std::string& te
 }
 
 void SqliteConnection::RunOnce(std::string_view statement) {
-    SqliteStatement(session_, statement, false).Execute({});
+    SqliteStatement(opened_->session, statement, false).Execute({});
 }
 
 void SqliteConnection::Begin(TransactionKind kind) {
@@ -63,48 +64,56 @@ void SqliteConnection::Commit() {
 }
 
 void SqliteConnection::Rollback() noexcept {
-    session_.timer.EndCall();  // or it would be cancelled too
+    opened_->session.timer.EndCall();  // or it would be cancelled too
     if (InTransaction()) {
-        const SqliteHeap::Scope scope(session_.Heap());
-        sqlite3_exec(session_.db, "ROLLBACK", nullptr, nullptr, nullptr);
+        const SqliteHeap::Scope scope(opened_->session.Heap());
+        sqlite3_exec(opened_->session.db, "ROLLBACK", nullptr, nullptr, nullptr);
     }
 }
 
 bool SqliteConnection::InTransaction() noexcept {
-    return sqlite3_get_autocommit(session_.db) == 0;
+    return sqlite3_get_autocommit(opened_->session.db) == 0;
 }
 
 bool SqliteConnection::Alive() noexcept {
     // A file that was deleted or replaced would take further changes and lose them.
     int moved = 0;
-    const int code = sqlite3_file_control(session_.db, "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+    const int code =
+        sqlite3_file_control(opened_->session.db, "main", SQLITE_FCNTL_HAS_MOVED, &moved);
     return code != SQLITE_OK || moved == 0;
 }
 
 bool SqliteConnection::Reset() noexcept {
-    if (!resettable_) {
-        return false;
-    }
     try {
-        cache_.Clear();
-        DropTemporaryObjects();
-        cache_.Clear();
-        sqlite3_set_last_insert_rowid(session_.db, 0);
-        return true;
+        if (!settings_.Private()) {
+            // The old one is closed last: with a file's last connection its write-ahead log would
+            // go, and come back with the new one.
+            opened_ = std::make_unique<Opened>(settings_, open_);
+            return true;
+        }
+        if (settings_.confined) {
+            opened_->cache.Clear();
+            DropTemporaryObjects();
+            opened_->cache.Clear();
+            sqlite3_set_last_insert_rowid(opened_->session.db, 0);
+        }
+        return settings_.confined;
     } catch (...) {
         return false;
     }
 }
 
 bool SqliteConnection::Usable() noexcept {
-    session_.timer.EndCall();
+    opened_->session.timer.EndCall();
     return !InTransaction();  // else a rollback has failed
 }
 
 void SqliteConnection::DropTemporaryObjects() {
+    // A virtual table goes first, and takes along the tables behind it, which nobody else may drop.
     static const std::string kDrops =
         "SELECT printf('DROP %s IF EXISTS temp.\"%w\"', type, name) FROM temp.sqlite_schema "
-        "WHERE type <> 'index' AND name NOT LIKE 'sqlite^_%' ESCAPE '^' ORDER BY type = 'table'";
+        "WHERE type <> 'index' AND (name NOT LIKE 'sqlite^_%' ESCAPE '^' OR name = 'sqlite_stat1') "
+        "ORDER BY type = 'table', rootpage <> 0";
     QXRecordset drops;
     Prepare(kDrops)->Query({}, Page(), drops);
     for (std::size_t row = 0; row < drops.RowCount(); ++row) {

@@ -17,8 +17,8 @@ namespace CQXDB::adapter::sqlite {
 
 class SqliteConnection : public Connection {
   public:
-    /// `owner` keeps `db`, which is ready for use, open and closes it when the connection goes.
-    SqliteConnection(sqlite3* db, std::shared_ptr<void> owner, const SqliteSettings& settings);
+    /// Opens the database. Throws DatabaseError.
+    SqliteConnection(const SqliteSettings& settings, SqliteOpener open);
 
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
@@ -29,7 +29,7 @@ class SqliteConnection : public Connection {
     void Rollback() noexcept override;
     bool InTransaction() noexcept override;
     bool Alive() noexcept override;
-    void Cancel() noexcept override { session_.timer.Cancel(); }
+    void Cancel() noexcept override { opened_->session.timer.Cancel(); }
     /// Opening a file anew leaves nothing, and takes no longer than looking for what there may be.
     /// The database of a private connection goes with it; where it is confined, all that is a
     /// user's is what is in the temporary database.
@@ -40,12 +40,20 @@ class SqliteConnection : public Connection {
     void RunOnce(std::string_view statement);
 
   private:
+    /// All that goes when the database is closed; the statements first.
+    struct Opened {
+        Opened(const SqliteSettings& settings, SqliteOpener open);
+
+        const SqliteFile file;
+        SqliteSession session;
+        StatementCache cache;
+    };
+
     void DropTemporaryObjects();
 
-    std::shared_ptr<void> owner_;
-    const bool resettable_;
-    SqliteSession session_;
-    StatementCache cache_;
+    const SqliteSettings settings_;
+    const SqliteOpener open_;
+    std::unique_ptr<Opened> opened_;
 };
 
 }  // namespace CQXDB::adapter::sqlite

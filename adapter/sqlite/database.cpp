@@ -1,15 +1,17 @@
 #include "adapter/sqlite/database.h"
 
+#include "adapter/sqlite/connection.h"
 #include "adapter/sqlite/heap.h"
 #include "adapter/sqlite/open.h"
 
 namespace CQXDB::adapter::sqlite {
 namespace {
 
-template <std::unique_ptr<Connection> (*Open)(const SqliteSettings&)>
+template <SqliteOpener Open>
 std::shared_ptr<ConnectionPool> MakePool(const QXDataSource& dataSource) {
     const SqliteSettings settings = SqliteSettings::Of(dataSource);
-    return std::make_shared<ConnectionPool>([settings] { return Open(settings); }, settings.pool);
+    return std::make_shared<ConnectionPool>(
+        [settings] { return std::make_unique<SqliteConnection>(settings, Open); }, settings.pool);
 }
 
 }  // namespace

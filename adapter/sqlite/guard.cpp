@@ -1,11 +1,17 @@
 #include "adapter/sqlite/guard.h"
 
 #include <algorithm>
+#include <memory>
+#include <mutex>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include <climits>
 
 #include "adapter/sqlite/errors.h"
+#include "adapter/sqlite/format.h"
+#include "adapter/sqlite/like.h"
 #include "adapter/sqlite/slow_functions.h"
 #include "util/ascii.h"
 
@@ -19,12 +25,50 @@ namespace {
 constexpr std::string_view kPragmasWithArgument[] = {
     "application_id",     "defer_foreign_keys", "foreign_key_check", "foreign_key_list",
     "incremental_vacuum", "index_info",         "index_list",        "index_xinfo",
-    "optimize",           "table_info",         "table_list",        "table_xinfo",
-    "user_version",       "wal_checkpoint"};
+    "integrity_check",    "optimize",           "quick_check",       "table_info",
+    "table_list",         "table_xinfo",        "user_version",      "wal_checkpoint"};
 
-/// Those that are refused even without one: a single step of theirs reads the whole database,
-/// however long that takes.
-constexpr std::string_view kPragmasRefused[] = {"integrity_check", "quick_check"};
+/// Those that may ask, without one. database_list and temp_store_directory, which are not here,
+/// tell paths of the machine.
+constexpr std::string_view kPragmasWithout[] = {"auto_vacuum",
+                                                "automatic_index",
+                                                "busy_timeout",
+                                                "cache_size",
+                                                "cache_spill",
+                                                "cell_size_check",
+                                                "checkpoint_fullfsync",
+                                                "collation_list",
+                                                "compile_options",
+                                                "data_version",
+                                                "encoding",
+                                                "foreign_keys",
+                                                "freelist_count",
+                                                "fullfsync",
+                                                "function_list",
+                                                "ignore_check_constraints",
+                                                "journal_mode",
+                                                "journal_size_limit",
+                                                "legacy_alter_table",
+                                                "locking_mode",
+                                                "max_page_count",
+                                                "mmap_size",
+                                                "module_list",
+                                                "page_count",
+                                                "page_size",
+                                                "pragma_list",
+                                                "query_only",
+                                                "read_uncommitted",
+                                                "recursive_triggers",
+                                                "reverse_unordered_selects",
+                                                "schema_version",
+                                                "secure_delete",
+                                                "shrink_memory",
+                                                "synchronous",
+                                                "temp_store",
+                                                "threads",
+                                                "trusted_schema",
+                                                "wal_autocheckpoint",
+                                                "writable_schema"};
 
 constexpr std::string_view kFunctions[] = {
     "->",
@@ -126,7 +170,6 @@ constexpr std::string_view kFunctions[] = {
     "sign",
     "sin",
     "sinh",
-    "snippet",
     "soundex",
     "sqlite_compileoption_get",
     "sqlite_compileoption_used",
@@ -181,7 +224,8 @@ bool MayCall(std::string_view function) {
 
 bool MayAsk(const char* pragma, const char* argument) {
     const std::string name = CQXBASE::LowerAscii(pragma);
-    return argument != nullptr ? Holds(kPragmasWithArgument, name) : !Holds(kPragmasRefused, name);
+    return Holds(kPragmasWithArgument, name) ||
+           (argument == nullptr && Holds(kPragmasWithout, name));
 }
 
 int Authorize(void* session, int action, const char* first, const char* second, const char*,
@@ -211,14 +255,9 @@ struct Limit {
 };
 constexpr Limit kLimits[] = {
     {SQLITE_LIMIT_SQL_LENGTH, 4 << 20},  // of one statement; a script is split before
-    {SQLITE_LIMIT_VDBE_OP, 5000000},
-    {SQLITE_LIMIT_EXPR_DEPTH, 500},
-    {SQLITE_LIMIT_COMPOUND_SELECT, 500},
-    {SQLITE_LIMIT_ATTACHED, 1},  // VACUUM's
-    // LIKE takes as long as text and pattern multiplied, whatever the timer says.
-    {SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 100},
-    {SQLITE_LIMIT_TRIGGER_DEPTH, 100},
-    {SQLITE_LIMIT_WORKER_THREADS, 0},
+    {SQLITE_LIMIT_VDBE_OP, 5000000},     {SQLITE_LIMIT_EXPR_DEPTH, 500},
+    {SQLITE_LIMIT_COMPOUND_SELECT, 500}, {SQLITE_LIMIT_ATTACHED, 1},  // VACUUM's
+    {SQLITE_LIMIT_TRIGGER_DEPTH, 100},   {SQLITE_LIMIT_WORKER_THREADS, 0},
 };
 
 constexpr int kSwitches[][2] = {
@@ -227,6 +266,51 @@ constexpr int kSwitches[][2] = {
     {SQLITE_DBCONFIG_ENABLE_FTS3_TOKENIZER, 0},
     {SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0},
 };
+
+struct Function {
+    std::string name;
+    int arguments;  ///< -1 is any number
+};
+
+/// What this SQLite has beside the list; looked for once in a process.
+const std::vector<Function>& OtherFunctions(sqlite3* db) {
+    static std::mutex mutex;
+    static std::vector<Function> others;
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (others.empty()) {
+        std::vector<Function> found;
+        sqlite3_stmt* all = nullptr;
+        CheckSqlite(db, sqlite3_prepare_v2(db, "SELECT name, narg FROM pragma_function_list", -1,
+                                           &all, nullptr));
+        const std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)> owner(all,
+                                                                               sqlite3_finalize);
+        while (sqlite3_step(all) == SQLITE_ROW) {
+            const auto* const name = reinterpret_cast<const char*>(sqlite3_column_text(all, 0));
+            if (name != nullptr && !MayCall(CQXBASE::LowerAscii(name))) {
+                found.push_back({name, sqlite3_column_int(all, 1)});
+            }
+        }
+        CheckSqlite(db, sqlite3_reset(all));
+        others.swap(found);
+    }
+    return others;
+}
+
+void Refuse(sqlite3_context* context, int, sqlite3_value**) noexcept {
+    sqlite3_result_error(context, "this connection may not use that function", -1);
+    sqlite3_result_error_code(context, SQLITE_AUTH);
+}
+
+/// The authorizer is asked about statements only: constraints, generated columns and indexes that
+/// a file brings along have been read without it. Deterministic, or the file would not open.
+void RefuseOtherFunctions(sqlite3* db) {
+    for (const Function& each : OtherFunctions(db)) {
+        CheckSqlite(db,
+                    sqlite3_create_function_v2(db, each.name.c_str(), each.arguments,
+                                               SQLITE_ANY | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS,
+                                               nullptr, Refuse, nullptr, nullptr, nullptr));
+    }
+}
 
 }  // namespace
 
@@ -243,7 +327,10 @@ void ConfineSqlite(SqliteSession& session, const Confinement& wanted) {
     CheckSqlite(
         db, sqlite3_drop_modules(
                 db, const_cast<const char**>(wanted.fullText ? kModulesWithFullText : kModules)));
+    RefuseOtherFunctions(db);
     ReplaceSlowFunctions(session);
+    ReplaceLike(session);
+    ReplaceFormat(session);
     CheckSqlite(db, sqlite3_set_authorizer(db, Authorize, &session));
 }
 

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "adapter/options.h"
-#include "adapter/sqlite/connection.h"
 #include "adapter/sqlite/errors.h"
 #include "util/text.h"
 
@@ -89,7 +88,7 @@ void ConfigureSqlite(sqlite3* db, const SqliteSettings& settings) {
     }
 }
 
-std::unique_ptr<Connection> OpenSqlite(const SqliteSettings& settings) {
+SqliteFile OpenSqlite(const SqliteSettings& settings) {
     sqlite3* db = nullptr;
     const int code = sqlite3_open_v2(settings.path.c_str(), &db, settings.openFlags, nullptr);
     const std::shared_ptr<void> owner(
@@ -98,7 +97,7 @@ std::unique_ptr<Connection> OpenSqlite(const SqliteSettings& settings) {
         throw SqliteOpenError(db, code, settings.path);
     }
     ConfigureSqlite(db, settings);
-    return std::make_unique<SqliteConnection>(db, owner, settings);
+    return {owner, db};
 }
 
 }  // namespace CQXDB::adapter::sqlite

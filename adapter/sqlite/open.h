@@ -33,12 +33,21 @@ struct SqliteSettings {
     bool Private() const;
 };
 
-/// Makes an open handle ready for use, and checks that it is a database. Throws DatabaseError.
-void ConfigureSqlite(sqlite3* db, const SqliteSettings& settings);
+/// An open database, closed when the last `owner` goes.
+struct SqliteFile {
+    std::shared_ptr<void> owner;
+    sqlite3* db = nullptr;
+};
 
+/// These open a database, set what the settings say but for what confines it, and check that it is
+/// a database. They throw DatabaseError.
+using SqliteOpener = SqliteFile (*)(const SqliteSettings&);
 /// Through SQLite's own interface.
-std::unique_ptr<Connection> OpenSqlite(const SqliteSettings& settings);
+SqliteFile OpenSqlite(const SqliteSettings& settings);
 /// Through POCO Data.
-std::unique_ptr<Connection> OpenPocoSqlite(const SqliteSettings& settings);
+SqliteFile OpenPocoSqlite(const SqliteSettings& settings);
+
+/// Sets up a handle that one of them has opened.
+void ConfigureSqlite(sqlite3* db, const SqliteSettings& settings);
 
 }  // namespace CQXDB::adapter::sqlite

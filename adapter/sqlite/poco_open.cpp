@@ -6,7 +6,6 @@
 #include <Poco/Exception.h>
 #include <Poco/URI.h>
 
-#include "adapter/sqlite/connection.h"
 #include "adapter/sqlite/errors.h"
 #include "adapter/sqlite/open.h"
 
@@ -27,7 +26,7 @@ std::string ConnectionText(const SqliteSettings& settings) {
 
 }  // namespace
 
-std::unique_ptr<Connection> OpenPocoSqlite(const SqliteSettings& settings) {
+SqliteFile OpenPocoSqlite(const SqliteSettings& settings) {
     static const bool registered = (Poco::Data::SQLite::Connector::registerConnector(), true);
     static_cast<void>(registered);
     using Poco::Data::Session;
@@ -43,7 +42,7 @@ std::unique_ptr<Connection> OpenPocoSqlite(const SqliteSettings& settings) {
     }
     sqlite3* db = Poco::Data::SQLite::Utility::dbHandle(*session);
     ConfigureSqlite(db, settings);
-    return std::make_unique<SqliteConnection>(db, session, settings);
+    return {session, db};
 }
 
 }  // namespace CQXDB::adapter::sqlite

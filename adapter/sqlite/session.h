@@ -2,10 +2,10 @@
 #pragma once
 
 #include <chrono>
-#include <memory>
 
 #include <sqlite3.h>
 
+#include "adapter/sqlite/format.h"
 #include "adapter/sqlite/heap.h"
 #include "adapter/sqlite/timer.h"
 
@@ -23,11 +23,7 @@ struct SqliteSession {
     SqliteHeap heap;
     const bool confined;     ///< see ConfineSqlite
     bool preparing = false;  ///< a text of the connection's user, not one of SQLite's own
-
-    struct Close {
-        void operator()(sqlite3* connection) const noexcept { sqlite3_close_v2(connection); }
-    };
-    std::unique_ptr<sqlite3, Close> beside;  ///< has SQLite's own functions; null until needed
+    SqliteFormat format;
 };
 
 }  // namespace CQXDB::adapter::sqlite

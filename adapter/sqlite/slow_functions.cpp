@@ -3,42 +3,13 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <new>
-#include <string>
 #include <string_view>
 
 #include "adapter/sqlite/errors.h"
-#include "util/ascii.h"
+#include "adapter/sqlite/progress.h"
 
 namespace CQXDB::adapter::sqlite {
 namespace {
-
-constexpr std::size_t kBytesBetweenLooks = std::size_t{1} << 20;  ///< a fraction of a millisecond
-
-/// Looks at the session's timer now and then.
-class Progress {
-  public:
-    explicit Progress(sqlite3_context* context)
-        : timer_(static_cast<SqliteSession*>(sqlite3_user_data(context))->timer) {}
-
-    /// `bytes` are going to be compared; true when there is no time left for that.
-    bool Over(std::size_t bytes) noexcept {
-        done_ += bytes + 1;
-        if (done_ < kBytesBetweenLooks) {
-            return false;
-        }
-        done_ = 0;
-        return timer_.Over();
-    }
-
-  private:
-    SqliteTimer& timer_;
-    std::size_t done_ = 0;
-};
-
-void Interrupt(sqlite3_context* context) {
-    sqlite3_result_error_code(context, SQLITE_INTERRUPT);
-}
 
 bool IsNull(sqlite3_value* value) {
     return sqlite3_value_type(value) == SQLITE_NULL;
@@ -251,99 +222,6 @@ void Trim(sqlite3_context* context, int count, sqlite3_value** arguments) {
     sqlite3_result_text64(context, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
-/// How often %c may be told to repeat its character; SQLite does so one by one, whatever the limit
-/// on a text's length.
-constexpr long kMostRepeated = 10000;
-
-/// The precision at the beginning of `format`, which it is cut off of; beyond every limit for one
-/// that an argument tells.
-long TakePrecision(std::string_view& format) {
-    long precision = 0;
-    for (; !format.empty() && (CQXBASE::IsAsciiDigit(format.front()) || format.front() == '*');
-         format.remove_prefix(1)) {
-        precision = format.front() == '*'
-                        ? kMostRepeated + 1
-                        : std::min(10 * precision + format.front() - '0', kMostRepeated + 1);
-    }
-    return precision;
-}
-
-bool RepeatsWithoutEnd(std::string_view format) {
-    while (true) {
-        const std::size_t percent = format.find('%');
-        if (percent == std::string_view::npos) {
-            return false;
-        }
-        format.remove_prefix(percent + 1);
-        long precision = 0;
-        format.remove_prefix(
-            std::min(format.find_first_not_of("-+ #0,!123456789*"), format.size()));
-        if (!format.empty() && format.front() == '.') {
-            format.remove_prefix(1);
-            precision = TakePrecision(format);
-        }
-        format.remove_prefix(std::min(format.find_first_not_of('l'), format.size()));
-        if (!format.empty() && format.front() == 'c' && precision > kMostRepeated) {
-            return true;
-        }
-        format.remove_prefix(std::min<std::size_t>(1, format.size()));
-    }
-}
-
-/// SQLite's own, which has no other way to be called, on a connection beside this one.
-int CallOwnFormat(SqliteSession& session, sqlite3_context* context, int count,
-                  sqlite3_value** arguments) {
-    if (session.beside == nullptr) {
-        sqlite3* opened = nullptr;
-        const int code = sqlite3_open(":memory:", &opened);
-        session.beside.reset(opened);
-        if (code != SQLITE_OK) {
-            return code;
-        }
-        sqlite3_limit(opened, SQLITE_LIMIT_LENGTH,
-                      sqlite3_limit(session.db, SQLITE_LIMIT_LENGTH, -1));
-    }
-    std::string text = "SELECT printf(?";
-    for (int i = 1; i < count; ++i) {
-        text += ",?";
-    }
-    sqlite3_stmt* statement = nullptr;
-    int code =
-        sqlite3_prepare_v2(session.beside.get(), (text + ")").c_str(), -1, &statement, nullptr);
-    for (int i = 0; i < count && code == SQLITE_OK; ++i) {
-        code = sqlite3_bind_value(statement, i + 1, arguments[i]);
-    }
-    code = code == SQLITE_OK ? sqlite3_step(statement) : code;
-    if (code == SQLITE_ROW) {
-        sqlite3_result_value(context, sqlite3_column_value(statement, 0));
-    }
-    sqlite3_finalize(statement);
-    return code;
-}
-
-void Format(sqlite3_context* context, int count, sqlite3_value** arguments) {
-    if (count == 0 || IsNull(arguments[0])) {
-        return;
-    }
-    std::string_view format;
-    if (!Text(context, arguments[0], format)) {
-        return;
-    }
-    if (RepeatsWithoutEnd(format)) {
-        sqlite3_result_error_toobig(context);
-        return;
-    }
-    int code = SQLITE_NOMEM;
-    try {
-        auto& session = *static_cast<SqliteSession*>(sqlite3_user_data(context));
-        code = CallOwnFormat(session, context, count, arguments);
-    } catch (const std::bad_alloc&) {
-    }
-    if (code != SQLITE_ROW) {
-        sqlite3_result_error_code(context, code);
-    }
-}
-
 struct Function {
     const char* name;
     int arguments;
@@ -353,8 +231,7 @@ struct Function {
 constexpr Function kFunctions[] = {
     {"instr", 2, Instr},        {"replace", 3, Replace},    {"trim", 1, Trim<kBoth>},
     {"trim", 2, Trim<kBoth>},   {"ltrim", 1, Trim<kLeft>},  {"ltrim", 2, Trim<kLeft>},
-    {"rtrim", 1, Trim<kRight>}, {"rtrim", 2, Trim<kRight>}, {"printf", -1, Format},
-    {"format", -1, Format},
+    {"rtrim", 1, Trim<kRight>}, {"rtrim", 2, Trim<kRight>},
 };
 
 }  // namespace

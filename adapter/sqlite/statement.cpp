@@ -79,9 +79,8 @@ void SqliteStatement::Prepare(std::string_view text, bool keep) {
     }
     sqlite3_stmt* handle = nullptr;
     const char* tail = nullptr;
-    CheckSqlite(session_.db,
-                sqlite3_prepare_v3(session_.db, text.data(), static_cast<int>(text.size()),
-                                   keep ? SQLITE_PREPARE_PERSISTENT : 0, &handle, &tail));
+    Check(sqlite3_prepare_v3(session_.db, text.data(), static_cast<int>(text.size()),
+                             keep ? SQLITE_PREPARE_PERSISTENT : 0, &handle, &tail));
     handle_.reset(handle);
     if (!handle_) {
         RefuseEmptyStatement();
@@ -98,9 +97,17 @@ std::size_t SqliteStatement::MemoryBytes() const noexcept {
         sqlite3_stmt_status(handle_.get(), SQLITE_STMTSTATUS_MEMUSED, 0));
 }
 
+void SqliteStatement::Check(int code) {
+    const int kind = code & 0xff;
+    if ((kind == SQLITE_NOMEM || kind == SQLITE_AUTH) && session_.timer.Over()) {
+        throw DatabaseError(SQLITE_INTERRUPT, sqlite3_errstr(SQLITE_INTERRUPT));
+    }
+    CheckSqlite(session_.db, code);
+}
+
 bool SqliteStatement::Step() {
     const int code = sqlite3_step(handle_.get());
-    CheckSqlite(session_.db, code);
+    Check(code);
     return code == SQLITE_ROW;
 }
 
@@ -143,7 +150,7 @@ void SqliteStatement::Query(const Parameters& parameters, const Page& page, QXRe
     }
     rest.CheckBytes(rs);
     // Ending early can fail too: a statement that changed rows commits only now.
-    CheckSqlite(session_.db, sqlite3_reset(handle_.get()));
+    Check(sqlite3_reset(handle_.get()));
 }
 
 }  // namespace CQXDB::adapter::sqlite

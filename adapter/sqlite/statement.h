@@ -35,6 +35,9 @@ class SqliteStatement : public Statement {
 
     void Prepare(std::string_view text, bool keep);
     void RunToEnd();
+    /// Throws the error that `code` is, if any. Out of time, SQLite is refused memory and
+    /// permission.
+    void Check(int code);
     bool Step();
 
     SqliteSession& session_;

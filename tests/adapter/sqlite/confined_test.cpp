@@ -49,10 +49,13 @@ TEST_P(ConfinedTest, AConfinedConnectionReachesNoOtherFileAndKeepsItsSettings) {
          {"ATTACH '" + other + "' AS o", "ATTACH '' || '" + other + "' AS o",
           "VACUUM INTO '" + folder.File("copy.db") + "'", std::string("PRAGMA synchronous=off"),
           std::string("PRAGMA query_only(1)"), std::string("PRAGMA writable_schema=on"),
-          std::string("ATTACH '' AS stays"), std::string("PRAGMA integrity_check")}) {
+          std::string("ATTACH '' AS stays"), std::string("PRAGMA database_list"),
+          std::string("SELECT * FROM pragma_database_list"),
+          std::string("PRAGMA temp_store_directory"), std::string("PRAGMA hard_heap_limit")}) {
         EXPECT_EQ(confined.Execute(text).code, SQLITE_AUTH) << text;
     }
     EXPECT_EQ(confined.Rows("PRAGMA user_version"), "3\n");
+    EXPECT_EQ(confined.Rows("PRAGMA integrity_check"), "ok\n");
     EXPECT_EQ(confined.Rows("SELECT name FROM pragma_table_info('t')"), "i\n");
     EXPECT_FALSE(std::filesystem::exists(folder.File("copy.db")));
     EXPECT_TRUE(Open(folder.File("b.db")).Execute("ATTACH '" + other + "' AS o").ok());
@@ -96,7 +99,31 @@ TEST_P(ConfinedTest, CallsTheFunctionsOfItsListAlone) {
     }
     EXPECT_EQ(refused,
               "fts3_tokenizer fts5 fts5_source_id json_patch load_extension rtreecheck rtreedepth "
-              "rtreenode sqlite_log ");
+              "rtreenode snippet sqlite_log ");
+}
+
+/// Expressions of tables are compiled with the file's schema, without a look at what a statement
+/// may call.
+TEST_P(ConfinedTest, AFileMadeElsewhereCanDoNoMoreThanAStatement) {
+    const Outcome made = free.Execute(
+        "CREATE TABLE t (a, b AS (json_patch(a, '{}')), CHECK (sqlite_log(a, a) IS NULL));"
+        "CREATE TABLE u (a); CREATE INDEX i ON u (json_patch(a, '{}'));"
+        "CREATE TABLE n (a CHECK (rtreedepth(x'0000') = 0));"
+        "CREATE VIEW v AS SELECT rtreenode(2, x'00'); CREATE VIEW w AS SELECT * FROM dbstat;"
+        "CREATE VIEW p AS SELECT * FROM pragma_database_list");
+    ASSERT_TRUE(made.ok()) << made;
+    free.CloseConn();
+    Client victim = Open(folder.File("f.db"), "confined=on");
+    for (const char* const text :
+         {"INSERT INTO t VALUES ('{}')", "INSERT INTO u VALUES ('{}')", "INSERT INTO n VALUES (1)",
+          "SELECT * FROM v", "SELECT * FROM p"}) {
+        const Outcome refused = victim.Execute(text);
+        EXPECT_TRUE(refused.code == SQLITE_AUTH ||
+                    refused.text.find(L"not authorized") != std::wstring::npos)
+            << text << " " << refused;
+    }
+    EXPECT_EQ(victim.Rows("SELECT * FROM w"), "no such table: main.dbstat");
+    EXPECT_FALSE(victim.Execute("UPDATE sqlite_schema SET sql = ''").ok());
 }
 
 TEST_P(ConfinedTest, HasTheVirtualTablesOfItsListAlone) {
@@ -131,7 +158,9 @@ TEST_P(ConfinedTest, DoesWhatSchemasNeed) {
                              "UPDATE t SET a = replace(a, 'y', 'x'); END; "
                              "INSERT INTO t(a) VALUES (' {}y '); "
                              "ALTER TABLE t RENAME COLUMN a TO c; ALTER TABLE t ADD COLUMN d; "
-                             "ALTER TABLE t DROP COLUMN d; ANALYZE")
+                             "ALTER TABLE t DROP COLUMN d; "
+                             "ALTER TABLE t ADD COLUMN e INT NOT NULL DEFAULT 1 CHECK (e > 0); "
+                             "ANALYZE")
                     .ok());
     EXPECT_EQ(confined.Rows("SELECT c, b FROM t"), " {}x |{}x\n");
     EXPECT_EQ(confined.Rows("SELECT p FROM v"), "004.0\n");
@@ -141,8 +170,9 @@ TEST_P(ConfinedTest, DoesWhatSchemasNeed) {
 TEST_P(ConfinedTest, ItsOwnFunctionsGiveWhatSqlitesDo) {
     std::mt19937 random(7);
     const auto value = [&random]() -> std::string {
-        static const char* const kPieces[] = {"a", "b", " ", "\xC3\xA9", "\xF0\x9F\x98\x80", "''"};
-        switch (random() % 12) {
+        static const char* const kPieces[] = {
+            "a", "b", " ", "\xC3\xA9", "\xF0\x9F\x98\x80", "''", "A", "%", "_", "*", "[^-a]", "?"};
+        switch (random() % 13) {
             case 0:
                 return "NULL";
             case 1:
@@ -151,6 +181,8 @@ TEST_P(ConfinedTest, ItsOwnFunctionsGiveWhatSqlitesDo) {
                 return "1.5e3";
             case 3:
                 return random() % 2 == 0 ? "x''" : "x'61C3A961'";
+            case 4:
+                return "CAST(x'61C3FF80C0AF' AS TEXT)";
             default:
                 std::string text = "'";
                 for (auto left = random() % 6; left > 0; --left) {
@@ -159,7 +191,7 @@ TEST_P(ConfinedTest, ItsOwnFunctionsGiveWhatSqlitesDo) {
                 return text + "'";
         }
     };
-    for (int i = 0; i < 400; ++i) {
+    for (int i = 0; i < 2000; ++i) {
         const std::string a = value();
         const std::string b = value();
         const std::string c = value();
@@ -167,7 +199,9 @@ TEST_P(ConfinedTest, ItsOwnFunctionsGiveWhatSqlitesDo) {
             "SELECT quote(instr(" + a + "," + b + ")), quote(replace(" + a + "," + b + "," + c +
             ")), quote(trim(" + a + ")), quote(trim(" + a + "," + b + ")), quote(ltrim(" + a + "," +
             b + ")), quote(rtrim(" + a + "," + b + ")), quote(printf('%5d|%-6s|%q|%c|%.3f', " + a +
-            "," + b + "," + c + "," + a + "," + b + ")), quote(format(" + a + "," + b + "))";
+            "," + b + "," + c + "," + a + "," + b + ")), quote(format(" + a + "," + b +
+            ")), quote(" + a + " LIKE " + b + "), quote(" + a + " GLOB " + b + "), quote(" + a +
+            " LIKE " + b + " ESCAPE substr(" + c + ", 1, 1))";
         ASSERT_EQ(confined.Rows(query), free.Rows(query)) << query;
     }
 }
@@ -177,23 +211,35 @@ TEST_P(ConfinedTest, NoStatementOutrunsItsTimeOrTakesAllMemory) {
     for (const std::string& text :
          {std::string("SELECT instr(zeroblob(60000000), zeroblob(30000000) || x'01')"),
           "SELECT rtrim(" + zeros + ", hex(randomblob(16000000)) || 'x')",
-          "SELECT replace(" + zeros + ", hex(zeroblob(8000000)) || '1', '')"}) {
+          "SELECT replace(" + zeros + ", hex(zeroblob(8000000)) || '1', '')",
+          "SELECT " + zeros + " LIKE '%' || hex(zeroblob(20000)) || '1'",
+          "SELECT " + zeros + " GLOB '*[0-0]' || hex(zeroblob(20000)) || '1'"}) {
         EXPECT_EQ(confined.Execute(text).code, SQLITE_INTERRUPT) << text;
     }
     for (const char* const text :
          {"SELECT zeroblob(900000000)", "SELECT printf('%.*c', 900000000, 'x')",
-          "SELECT printf('%d %-3.900000000c', 1, 'x')",
+          "SELECT printf('%d %-3.900000000c', 1, 'x')", "SELECT printf(hex(zeroblob(600000)))",
           "SELECT group_concat(zeroblob(60000000)) FROM (SELECT 1 UNION SELECT 2)"}) {
         EXPECT_EQ(confined.Execute(text).code, SQLITE_TOOBIG) << text;
     }
     EXPECT_EQ(confined.Execute("SELECT '" + std::string(5 << 20, 'x') + "'").code, SQLITE_TOOBIG);
-    EXPECT_FALSE(confined.Execute("SELECT 'x' LIKE '" + std::string(101, '%') + "'").ok());
     EXPECT_EQ(confined.Execute("SELECT ?", {QXValue::TextUtf8(std::string(64 << 20, 'x'))}).code, 0)
         << "what a request may hold";
     EXPECT_EQ(Open(folder.File("c.db"), "confined=on;max_value_mib=1")
                   .Execute("SELECT zeroblob(1100000)")
                   .code,
               SQLITE_TOOBIG);
+}
+
+/// Every table of the chain stands twice in the next one.
+std::string EndlessToPrepare() {
+    std::string chain = "WITH c0(a) AS (SELECT 1)";
+    for (int i = 1; i <= 30; ++i) {
+        const std::string before = "c" + std::to_string(i - 1);
+        chain += ", c" + std::to_string(i) + "(a) AS (SELECT x.a FROM " + before + " x, " + before +
+                 " y)";
+    }
+    return chain + " SELECT count(*) FROM c30";
 }
 
 TEST_P(ConfinedTest, MemoryIsBoundedWhereTheProcessAsksForIt) {
@@ -204,13 +250,8 @@ TEST_P(ConfinedTest, MemoryIsBoundedWhereTheProcessAsksForIt) {
     EXPECT_EQ(confined.Rows("SELECT length(hex(zeroblob(2000000)))"), "4000000\n")
         << "what it held was not given back";
     EXPECT_EQ(free.Rows("SELECT length(hex(zeroblob(30000000)))"), "60000000\n");
-    std::string chain = "WITH c0(a) AS (SELECT 1)";
-    for (int i = 1; i <= 30; ++i) {
-        const std::string before = "c" + std::to_string(i - 1);
-        chain += ", c" + std::to_string(i) + "(a) AS (SELECT x.a FROM " + before + " x, " + before +
-                 " y)";
-    }
-    EXPECT_EQ(confined.Execute(chain + " SELECT count(*) FROM c30").code, SQLITE_NOMEM);
+    EXPECT_EQ(Open(folder.File("c.db"), "confined=on").Execute(EndlessToPrepare()).code,
+              SQLITE_NOMEM);
     EXPECT_EQ(confined.Rows("SELECT 1"), "1\n");
     EXPECT_FALSE(DBMgr::LimitMemory(64 << 20)) << "too late, and said";
 }
