@@ -119,7 +119,7 @@ TEST(HostilePeer, WorkWhoseClientIsGoneIsCancelledOrNeverBegun) {
         clock.Advance(1s);  // those who might still be reading
         return server.Get().Stats().running == 0;
     }));
-    EXPECT_EQ(bob.Number(L"SELECT 1"), 1);
+    EXPECT_EQ(server.LoggedIn().Number(L"SELECT 1"), 1);
 }
 
 TEST(HostilePeer, LoginsWhoseClientIsGoneOpenNoSession) {
