@@ -31,6 +31,70 @@ void AbandonedQueries(Target& target) {
     std::this_thread::sleep_for(seconds(4));
 }
 
+/// Statements on a database server go on there unless they are told to end.
+void AbandonedOn(Target& target, const std::wstring& database, const std::wstring& sleep,
+                 const std::wstring& count) {
+    RawClient session = target.Eve();
+    CQXDB::QXCommand sleeps = session.Command(sleep, database);
+    for (int i = 0; i < 30; ++i) {
+        RawClient client = target.Connect();
+        client.Send(kQuery, sleeps);
+        client.Close(i % 2 == 0);
+    }
+    std::this_thread::sleep_for(seconds(9));
+    CQXDB::QXCommand running = session.Command(count, database);
+    const qxdb_test::Reply reply = session.Call(kQuery, running);
+    if (reply.Error() != 0) {
+        throw BrokenThrough("error " + std::to_string(reply.Error()));
+    }
+    const std::int64_t left = reply.Recordset().GetInt64(0, 0);
+    if (left > 0) {
+        throw BrokenThrough(std::to_string(left) + " statements go on");
+    }
+}
+
+void AbandonedOnServers(Target& target) {
+    AbandonedOn(
+        target, L"maria", L"SELECT SLEEP(600)",
+        L"SELECT count(*) FROM information_schema.processlist WHERE info LIKE 'SELECT SLEEP%'");
+    AbandonedOn(target, L"postgres", L"SELECT pg_sleep(600)",
+                L"SELECT count(*) FROM pg_stat_activity WHERE state = 'active' AND "
+                L"query LIKE 'SELECT pg_sleep%'");
+    AbandonedOn(target, L"odbc", kEndless, L"SELECT 0");
+}
+
+/// What one account may not see or use of another, or of the server's machine.
+void OnDatabaseServers(Target& target) {
+    RawClient eve = target.Eve();
+    const auto run = [&eve](const std::wstring& database, const std::wstring& sql) {
+        CQXDB::QXCommand command = eve.Command(sql, database);
+        return eve.Call(kExecute, command).Error();
+    };
+    if (run(L"maria", L"CREATE TABLE IF NOT EXISTS host(l TEXT)") != 0) {
+        throw BrokenThrough("no table on MariaDB");
+    }
+    if (run(L"maria", L"LOAD DATA LOCAL INFILE '/etc/passwd' INTO TABLE host") == 0) {
+        throw BrokenThrough("MariaDB took a file of the server's machine");
+    }
+    run(L"postgres", L"LISTEN flood");
+    for (int i = 0; i < 2000; ++i) {
+        run(L"postgres",
+            L"SELECT pg_notify('flood', repeat('x', 7900) || " + std::to_wstring(i) + L")");
+    }
+    run(L"postgres", L"COPY (SELECT 1) TO STDOUT");
+    run(L"postgres", L"COPY host FROM STDIN");
+    run(L"maria", L"SET SESSION profiling = 1");
+    run(L"maria", L"SELECT 'a secret of eve'");
+    run(L"maria", L"SELECT GET_LOCK('l', 1)");
+    RawClient user = target.User();
+    CQXDB::QXCommand profiles = user.Command(L"SHOW PROFILES", L"maria");
+    if (user.Call(kQuery, profiles).Recordset().RowCount() > 0) {
+        throw BrokenThrough("one account sees another's statements");
+    }
+    CQXDB::QXCommand lock = user.Command(L"SELECT GET_LOCK('l', 0)", L"maria");
+    user.Call(kQuery, lock);
+}
+
 /// As many as there are connections, whose clients wait.
 void EndlessQueries(Target& target) {
     const RawClient session = target.Eve();
@@ -182,6 +246,8 @@ void Nested(Target& target) {
 const std::vector<Attack>& AttacksOfAccounts() {
     static const std::vector<Attack> attacks = {
         {"queries that nobody waits for", AbandonedQueries},
+        {"queries on database servers that nobody waits for", AbandonedOnServers},
+        {"what database servers offer", OnDatabaseServers},
         {"endless queries on 100 connections", EndlessQueries},
         {"statements that crash, or take time or memory", Statements},
         {"statements that are hard to prepare", Nested},

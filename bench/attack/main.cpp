@@ -14,22 +14,26 @@ using namespace qxdb_attack;
 
 constexpr std::chrono::seconds kLongestWait{8};  ///< of a user, on a machine with two busy cores
 
-bool Try(const std::string& program, const Attack& attack) {
-    Target target(program);
+bool Try(const std::string& program, const Databases& databases, const Attack& attack) {
+    Target target(program, databases);
     const std::size_t before = target.PeakMiB();
     std::printf("%s\n", attack.name.c_str());
     std::fflush(stdout);
     Victim victim(target);
     std::string stopped;
+    bool through = false;
     try {
         attack.run(target);
+    } catch (const BrokenThrough& error) {
+        through = true;
+        stopped = error.what();
     } catch (const std::exception& error) {
         stopped = error.what();
     }
     victim.Stop();
     const bool alive = target.Alive();
     const std::size_t grown = alive ? target.PeakMiB() - before : 0;
-    const bool held = alive && victim.Refused() == 0 && victim.Served() > 0 &&
+    const bool held = alive && !through && victim.Refused() == 0 && victim.Served() > 0 &&
                       victim.Longest() <= kLongestWait && grown <= kBufferedMiB + kSqliteMiB;
     std::printf(
         "    %s: %s; the user was served %d times and refused %d times, waited %lld ms at "
@@ -48,13 +52,14 @@ int Run(int argc, char** argv) {
     app.add_option("SERVER", server, "The program qxdbserver")->required();
     app.add_option("--only", only, "Attacks whose names hold this text");
     CLI11_PARSE(app, argc, argv);
+    const Databases databases;
     int tried = 0;
     int broken = 0;
     for (const std::vector<Attack>* const all : {&AttacksOfStrangers(), &AttacksOfAccounts()}) {
         for (const Attack& each : *all) {
             if (each.name.find(only) != std::string::npos) {
                 ++tried;
-                broken += Try(server, each) ? 0 : 1;
+                broken += Try(server, databases, each) ? 0 : 1;
             }
         }
     }

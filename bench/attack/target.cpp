@@ -9,6 +9,9 @@
 #include "messages/type_codes.h"
 #include "server/sessions/account_store.h"
 #include "server/sessions/password_hash.h"
+#include "tests/support/DatabaseUrl.h"
+#include "tests/support/MariaDbServer.h"
+#include "tests/support/PostgresServer.h"
 #include "tests/support/RemoteAgent.h"
 
 namespace qxdb_attack {
@@ -16,13 +19,33 @@ namespace qxdb_attack {
 using qxdb_test::QxdbServer;
 using qxdb_test::RawClient;
 
-Target::Target(const std::string& program) {
+struct Databases::Servers {
+    qxdb_test::TempDir folder;
+    qxdb_test::MariaDbServer maria;
+    qxdb_test::PostgresServer postgres;
+};
+
+Databases::Databases() : servers_(std::make_unique<Servers>()) {}
+
+Databases::~Databases() = default;
+
+std::string Databases::Table() const {
+    using qxdb_test::DatabaseUrl;
+    constexpr const char* kNoLimit = "?statement_timeout=0\"\n";
+    return "[databases]\nmain = \"sqlite:main.db\"\nmaria = \"" +
+           DatabaseUrl("mysql", servers_->maria) + kNoLimit + "postgres = \"" +
+           DatabaseUrl("postgresql", servers_->postgres) + kNoLimit +
+           "odbc = \"odbc:Driver=/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so;Database=" +
+           servers_->folder.File("odbc.db") + "\"\n";
+}
+
+Target::Target(const std::string& program, const Databases& databases) {
     qxdb_test::WriteFile(folder_.File("c.toml"),
                          "allow_client_data_sources = true\n"
                          "client_data_source_kinds = [\"sqlite\"]\n"
                          "client_data_source_folder = \"" +
-                             folder_.Path().generic_string() +
-                             "\"\n[limits]\nmax_buffered_mib = " + std::to_string(kBufferedMiB) +
+                             folder_.Path().generic_string() + "\"\n" + databases.Table() +
+                             "[limits]\nmax_buffered_mib = " + std::to_string(kBufferedMiB) +
                              "\nsqlite_memory_mib = " + std::to_string(kSqliteMiB) +
                              "\nmax_connections = 400\nmax_sessions = 2000\n"
                              "statement_timeout_s = " +

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -20,10 +21,32 @@ constexpr std::size_t kBufferedMiB = 256;
 constexpr std::size_t kSqliteMiB = 512;
 constexpr std::chrono::seconds kStatementLimit{2};
 
+/// What an attack throws when it has reached what it is after.
+class BrokenThrough : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Database servers that all targets have: "maria" and "postgres", which know of no time limit, and
+/// "odbc", a SQLite file behind its ODBC driver.
+class Databases {
+  public:
+    Databases();
+    ~Databases();
+    Databases(const Databases&) = delete;
+    Databases& operator=(const Databases&) = delete;
+    /// As in a configuration file.
+    std::string Table() const;
+
+  private:
+    struct Servers;
+    std::unique_ptr<Servers> servers_;
+};
+
 /// A qxdbserver with the account of QxdbServer and the attacker's "eve", password "secret".
 class Target {
   public:
-    explicit Target(const std::string& program);
+    Target(const std::string& program, const Databases& databases);
 
     qxdb_test::QxdbServer& Server() noexcept { return *server_; }
     qxdb_test::RawClient Connect() const { return qxdb_test::RawClient(server_->Port()); }

@@ -79,8 +79,9 @@ void Server::Complete(Place work) {
     --stats_.running;
     network::Outcome& outcome = work->outcome;
     if (work->gone) {
-        if (outcome.token != work->request.token) {
-            services_.sessions.End(outcome.token);  // nobody was told of it
+        const bool command = requests::RequestHandler::IsCommand(work->request.Code());
+        if (!command && outcome.token != work->request.token) {
+            services_.sessions.End(outcome.token);  // a login's, of which nobody was told
         }
         return;
     }

@@ -115,6 +115,7 @@ TEST(HostilePeer, WorkWhoseClientIsGoneIsCancelledOrNeverBegun) {
         crowd[i].Close(i % 2 == 0);
     }
     ASSERT_TRUE(Eventually([&] { return server.Get().Stats().running <= crowd.size() / 2; }));
+    EXPECT_EQ(server.Get().Sessions(), 2U) << "a session went with its clients";
     EXPECT_TRUE(Eventually([&] {
         clock.Advance(1s);  // those who might still be reading
         return server.Get().Stats().running == 0;
