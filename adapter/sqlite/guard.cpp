@@ -170,6 +170,7 @@ constexpr std::string_view kFunctions[] = {
     "sign",
     "sin",
     "sinh",
+    "snippet",
     "soundex",
     "sqlite_compileoption_get",
     "sqlite_compileoption_used",
@@ -207,8 +208,8 @@ constexpr std::string_view kInternalFunctions[] = {"sqlite_drop_column", "sqlite
 /// Others than these are no longer there: sqlite_stmt shows other people's statements, dbstat and
 /// sqlite_dbpage read pages whoever they belong to.
 const char* const kModules[] = {"json_each", "json_tree", "rtree", "rtree_i32", nullptr};
-/// With full-text search, of which one insert takes about a second for each MB, whatever the timer
-/// says.
+/// With full-text search, whose highlight, snippet and NEAR take the square of a document's
+/// matches, whatever the timer says.
 const char* const kModulesWithFullText[] = {"json_each", "json_tree", "rtree",   "rtree_i32",
                                             "fts3",      "fts4",      "fts4aux", "fts5",
                                             "fts5vocab", nullptr};

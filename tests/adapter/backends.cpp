@@ -119,10 +119,9 @@ std::vector<BackendParam> ExactBackends() {
 }
 
 std::vector<BackendParam> CancellableBackends() {
-    return {{"PostgreSql", PostgreSqlBackend},
-            {"MariaDb", MariaDbBackend},
-            {"OdbcPostgreSql", OdbcBackend},
-            {"OdbcSqlite", SqliteOdbc}};
+    return {{"Sqlite", SqliteDirect},          {"SqlitePoco", SqlitePoco},
+            {"PostgreSql", PostgreSqlBackend}, {"MariaDb", MariaDbBackend},
+            {"OdbcPostgreSql", OdbcBackend},   {"OdbcSqlite", SqliteOdbc}};
 }
 
 std::vector<BackendParam> Backends() {

@@ -1,10 +1,10 @@
 // What people who are not trusted may do with a SQLite database, through both managers.
-#include <atomic>
 #include <filesystem>
+#include <future>
 #include <random>
 #include <string>
 #include <thread>
-#include <vector>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -81,12 +81,19 @@ TEST_P(ConfinedTest, AConfinedConnectionPassesFromUserToUserWithoutItsTemporaryO
 /// Those that give away or take an address, read past tables' rights, load code, or take as long as
 /// the product of their arguments' lengths.
 TEST_P(ConfinedTest, CallsTheFunctionsOfItsListAlone) {
+    const std::string forbidden =
+        " fts3_tokenizer fts5 fts5_source_id json_patch load_extension rtreecheck rtreedepth "
+        "rtreenode sqlite_log ";
     std::string refused;
+    std::string expected;
     QXRecordset names;
     ASSERT_TRUE(
         free.Query(names, "SELECT DISTINCT name FROM pragma_function_list ORDER BY name").ok());
     for (std::size_t row = 0; row < names.RowCount(); ++row) {
         const std::string name = names.GetTextUtf8(row, 0);
+        if (forbidden.find(" " + name + " ") != std::string::npos) {
+            expected += name + " ";  // as far as this SQLite has it
+        }
         const std::string call = name[0] == '-' ? "'{}' " + name + " 'a'" : name + "()";
         for (const char* const arguments : {"", "1", "1,1", "1,1,1"}) {
             const std::string text =
@@ -97,9 +104,8 @@ TEST_P(ConfinedTest, CallsTheFunctionsOfItsListAlone) {
             }
         }
     }
-    EXPECT_EQ(refused,
-              "fts3_tokenizer fts5 fts5_source_id json_patch load_extension rtreecheck rtreedepth "
-              "rtreenode snippet sqlite_log ");
+    EXPECT_EQ(refused, expected);
+    EXPECT_FALSE(expected.empty());
 }
 
 /// Expressions of tables are compiled with the file's schema, without a look at what a statement
@@ -256,46 +262,34 @@ TEST_P(ConfinedTest, MemoryIsBoundedWhereTheProcessAsksForIt) {
     EXPECT_FALSE(DBMgr::LimitMemory(64 << 20)) << "too late, and said";
 }
 
-TEST_P(ConfinedTest, ACallIsCancelledFromAnotherThread) {
-    ASSERT_TRUE(confined.Execute("CREATE TABLE t (i)").ok());
-    for (const char* const options : {"", "confined=on"}) {
-        const auto run = [&](auto& manager) {
-            Cancellation cancellation;
-            manager.SetCancellation(&cancellation);
-            QXCommandList list;
-            for (const wchar_t* const text : {L"INSERT INTO t VALUES (1)",
-                                              L"WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL "
-                                              L"SELECT i + 1 FROM c) SELECT count(*) FROM c"}) {
-                list.Add(QXCommand(text));
+TEST_P(ConfinedTest, ACancelledQueryLeavesADatabaseInMemoryAsItWas) {
+    Client memory = Open(":memory:", "confined=on");
+    ASSERT_TRUE(memory.Execute("CREATE TABLE t (i); INSERT INTO t VALUES (7)").ok());
+    const auto run = [&](auto&& manager) {
+        Cancellation cancellation;
+        std::promise<void> begun;
+        std::thread canceller([&cancellation, running = begun.get_future()] {
+            running.wait();
+            cancellation.Cancel();
+        });
+        RowSink sink;
+        sink.rows = 10;
+        sink.take = [told = &begun](QXRecordset&&) mutable {
+            if (told != nullptr) {
+                std::exchange(told, nullptr)->set_value();
             }
-            list.SetSysDataSrc(Source(folder.File("c.db"), options));
-            std::atomic<bool> done{false};
-            std::thread canceller([&] {
-                while (!done) {
-                    cancellation.Cancel();
-                    std::this_thread::yield();
-                }
-            });
-            manager.Execute(&list);
-            done = true;
-            canceller.join();
-            EXPECT_EQ(manager.errNumber(), DBMGR_CANCELLED);
-            manager.SetCancellation(nullptr);
-            QXRecordset rows;
-            QXCommand count(L"SELECT count(*) FROM t");
-            count.SetSysDataSrc(list.SysDataSrc());
-            manager.OpenQuery(&count, rows);
-            EXPECT_EQ(manager.errNumber(), 0);
-            EXPECT_EQ(rows.GetInt64(0, 0), 0) << "a cancelled list is rolled back";
         };
-        if (GetParam()) {
-            DBMgrWithPOCO manager;
-            run(manager);
-        } else {
-            DBMgr manager;
-            run(manager);
-        }
-    }
+        manager.SetCancellation(&cancellation);
+        manager.SetRowSink(&sink);
+        QXCommand endless = memory.Command(
+            "WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM c) SELECT i FROM c");
+        QXRecordset rows;
+        manager.OpenQuery(&endless, rows);
+        canceller.join();
+        EXPECT_EQ(manager.errNumber(), DBMGR_CANCELLED);
+    };
+    GetParam() ? run(DBMgrWithPOCO()) : run(DBMgr());
+    EXPECT_EQ(memory.Rows("SELECT i FROM t"), "7\n");
 }
 
 std::string ManagerName(const testing::TestParamInfo<bool>& manager) {
