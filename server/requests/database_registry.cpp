@@ -25,6 +25,10 @@ bool DescribesConnection(const QXDataSource& wanted) noexcept {
 constexpr char kSqlite[] = "sqlite";
 /// Other accounts use the connections too, and the account store is a SQLite file as well.
 constexpr char kConfined[] = ";confined=on";
+// What a client's own description can't ask for.
+constexpr char kClientsPool[] = ";pool_size=8;pool_timeout=30;pool_idle=60";
+constexpr char kClientsSqlite[] = ";busy_timeout=5000;fulltext=off;max_value_mib=65";
+constexpr char kConnectTimeout[] = ";connect_timeout=15";  // connecting can't be cancelled
 
 /// One of ClientDataSources::kinds.
 std::string KindOf(const QXDataSource& dataSource) {
@@ -70,6 +74,13 @@ std::string PathInside(const std::string& folder, const std::string& path) {
         throw RequestRefused(ServerError::ForbiddenDatabase);
     }
     return file.u8string();
+}
+
+/// A database in memory, which lives as long as the process, since it goes with its connection.
+bool MayBeInMemory(const QXDataSource& dataSource) {
+    return dataSource.database == L":memory:" ||
+           (dataSource.database.rfind(L"file:", 0) == 0 &&
+            dataSource.database.find(L"memory") != std::wstring::npos);
 }
 
 /// A plain path; what a SQLite URI or a database in memory should be like is said by its name.
@@ -158,13 +169,18 @@ QXDataSource DatabaseRegistry::Confine(const QXDataSource& wanted) const {
         throw RequestRefused(ServerError::ForbiddenDatabase);
     }
     QXDataSource confined = wanted;
-    std::string options = wanted.options + ";" + Timeout();
+    std::string options = wanted.options + ";" + Timeout() + kClientsPool;
     if (kind == kSqlite) {
-        options += kConfined;
+        options.append(kConfined).append(kClientsSqlite);
+        if (MayBeInMemory(wanted)) {
+            throw RequestRefused(ServerError::ForbiddenDatabase);
+        }
         if (!clients_.folder.empty()) {
             confined.database = CQXBASE::Utf8ToWide(
                 PathInside(clients_.folder, CQXBASE::WideToUtf8(wanted.database)));
         }
+    } else {
+        options += kConnectTimeout;
     }
     confined.options = options;
     return confined;

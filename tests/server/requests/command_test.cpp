@@ -223,7 +223,14 @@ TEST(ClientDataSources, AreKeptToTheirKindsAndFolder) {
         own.database = CQXBASE::Utf8ToWide(path);
         EXPECT_EQ(ErrorWith(client, own), Number(ServerError::ForbiddenDatabase)) << path;
     }
+    for (const wchar_t* const inMemory :
+         {L":memory:", L"file::memory:?cache=shared", L"file:x?mode=memory"}) {
+        own.database = inMemory;  // would stay for ever, and there can be any number of them
+        EXPECT_EQ(ErrorWith(client, own), Number(ServerError::ForbiddenDatabase));
+    }
     own.database = L"own.db";
+    own.options = "confined=off;fulltext=on";
+    EXPECT_EQ(ErrorWith(client, own, L"CREATE VIRTUAL TABLE f USING fts5(x)"), 1);
     EXPECT_EQ(ErrorWith(client, own), 0);
     EXPECT_TRUE(fs::exists(folder.Path() / "own.db"));
     const std::wstring elsewhere = CQXBASE::Utf8ToWide(outside.File("x.db"));
