@@ -39,7 +39,7 @@ unsigned WorkerCount(unsigned wanted) {
 /// its memory.
 ServerOptions FitToSystem(ServerOptions options) {
     if (!CQXDB::DBMgr::LimitMemory(options.limits.sqliteBytes)) {
-        LogDebug("SQLite is in use already: its memory is not bounded");
+        LogWarning("SQLite is in use already: its memory is not bounded");
     }
     const std::size_t allowed = CQXBASE::platform::sockets::RaiseHandleLimit();
     const std::size_t usable = allowed > 2 * kOtherHandles ? allowed - kOtherHandles : allowed / 2;
