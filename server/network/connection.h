@@ -67,8 +67,8 @@ class Connection : public ACE_Event_Handler {
     void Continue();
     /// Closes the connection when its peer has kept it waiting for too long; true when it did.
     bool CloseIfLate(TimePoint now);
-    /// True while the peer owes the next frame, or the rest of one.
-    bool Waits() const noexcept { return state_ == State::Reading; }
+    /// True while the peer owes the next frame, or the rest of one, or its farewell.
+    bool Waits() const noexcept { return state_ == State::Reading || state_ == State::Draining; }
     /// Closes the connection unless a request is under way or its reply on the way.
     void CloseUnlessBusy();
     void Close();

@@ -6,7 +6,7 @@
 namespace CQXSERVER::requests {
 namespace {
 
-constexpr std::chrono::milliseconds kBetweenTries{200};
+constexpr std::chrono::seconds kBetweenTries{1};
 
 }  // namespace
 
