@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "adapter/sqlite/errors.h"
+#include "adapter/sqlite/own_function.h"
 #include "adapter/sqlite/session.h"
 #include "util/ascii.h"
 
@@ -135,11 +135,8 @@ void SqliteFormat::Call(sqlite3_context* context, int count, sqlite3_value** arg
 }
 
 void ReplaceFormat(SqliteSession& session) {
-    constexpr int kFlags = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-    for (const char* const name : {"printf", "format"}) {
-        CheckSqlite(session.db, sqlite3_create_function_v2(session.db, name, -1, kFlags, &session,
-                                                           Format, nullptr, nullptr, nullptr));
-    }
+    constexpr OwnFunction kFunctions[] = {{"printf", -1, Format}, {"format", -1, Format}};
+    ReplaceFunctions(session, kFunctions);
 }
 
 }  // namespace CQXDB::adapter::sqlite

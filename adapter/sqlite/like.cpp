@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "adapter/sqlite/errors.h"
+#include "adapter/sqlite/own_function.h"
 #include "adapter/sqlite/progress.h"
 #include "util/ascii.h"
 
@@ -220,24 +220,13 @@ void Compare(sqlite3_context* context, int count, sqlite3_value** arguments) {
     }
 }
 
-struct Function {
-    const char* name;
-    int arguments;
-    void (*call)(sqlite3_context*, int, sqlite3_value**);
-};
-
-constexpr Function kFunctions[] = {
+constexpr OwnFunction kFunctions[] = {
     {"like", 2, Compare<false>}, {"like", 3, Compare<false>}, {"glob", 2, Compare<true>}};
 
 }  // namespace
 
 void ReplaceLike(SqliteSession& session) {
-    constexpr int kFlags = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-    for (const Function& each : kFunctions) {
-        CheckSqlite(session.db,
-                    sqlite3_create_function_v2(session.db, each.name, each.arguments, kFlags,
-                                               &session, each.call, nullptr, nullptr, nullptr));
-    }
+    ReplaceFunctions(session, kFunctions);
 }
 
 }  // namespace CQXDB::adapter::sqlite

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string_view>
 
-#include "adapter/sqlite/errors.h"
+#include "adapter/sqlite/own_function.h"
 #include "adapter/sqlite/progress.h"
 
 namespace CQXDB::adapter::sqlite {
@@ -222,13 +222,7 @@ void Trim(sqlite3_context* context, int count, sqlite3_value** arguments) {
     sqlite3_result_text64(context, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
-struct Function {
-    const char* name;
-    int arguments;
-    void (*call)(sqlite3_context*, int, sqlite3_value**);
-};
-
-constexpr Function kFunctions[] = {
+constexpr OwnFunction kFunctions[] = {
     {"instr", 2, Instr},        {"replace", 3, Replace},    {"trim", 1, Trim<kBoth>},
     {"trim", 2, Trim<kBoth>},   {"ltrim", 1, Trim<kLeft>},  {"ltrim", 2, Trim<kLeft>},
     {"rtrim", 1, Trim<kRight>}, {"rtrim", 2, Trim<kRight>},
@@ -237,12 +231,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 void ReplaceSlowFunctions(SqliteSession& session) {
-    constexpr int kFlags = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-    for (const Function& each : kFunctions) {
-        CheckSqlite(session.db,
-                    sqlite3_create_function_v2(session.db, each.name, each.arguments, kFlags,
-                                               &session, each.call, nullptr, nullptr, nullptr));
-    }
+    ReplaceFunctions(session, kFunctions);
 }
 
 }  // namespace CQXDB::adapter::sqlite
