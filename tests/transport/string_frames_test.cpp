@@ -77,7 +77,7 @@ TEST_F(StringFrames, FailedWriteIsToldByTheLastErrorAlone) {
         Read(pair_.farEnd, 32);
         Reset(pair_.farEnd);
     });
-    EXPECT_EQ(io_.Syc_SendStrToImServer(std::wstring(4 << 20, L'x')), 0);
+    EXPECT_EQ(io_.Syc_SendStrToImServer(std::wstring(32 << 20, L'x')), 0);
     peer.join();
     EXPECT_EQ(io_.LastErrorCode(), 10054);
     EXPECT_EQ(io_.LastErrorText().substr(0, 20), L"send message error, ");

@@ -60,7 +60,9 @@ TEST_F(OdbcTest, AResultIsNotReadWholeBeforeItsBoundIsMet) {
     rs.setPageSize(0);
     EXPECT_EQ(db.Query(rs, "SELECT repeat('x', 1000) FROM generate_series(1, 500000)").code,
               DBMGR_RESULT_TOO_LARGE);
-    EXPECT_LT(memory.Growth(), std::size_t{32} << 20);
+    if (QXDB_MEASURES_MEMORY != 0) {
+        EXPECT_LT(memory.Growth(), std::size_t{32} << 20);
+    }
     EXPECT_EQ(native.Rows("SELECT count(*) FROM pg_stat_activity WHERE state LIKE 'idle in%'"),
               "0\n");
 }

@@ -176,7 +176,9 @@ TEST_F(PostgreSqlTest, RowsThatNobodyWantsTakeNoMemory) {
     rs.setPageSize(900000);
     EXPECT_EQ(db.Query(rs, gigabyte, {QXValue::Bool(true)}).code, DBMGR_RESULT_TOO_LARGE);
     EXPECT_EQ(db.Rows("SELECT 1"), "1\n");
-    EXPECT_LT(memory.Growth(), std::size_t{600} << 20);
+    if (QXDB_MEASURES_MEMORY != 0) {
+        EXPECT_LT(memory.Growth(), std::size_t{600} << 20);
+    }
 }
 
 TEST_F(PostgreSqlTest, WhatTheServerSendsUnaskedTakesNoMemory) {
@@ -195,7 +197,9 @@ TEST_F(PostgreSqlTest, WhatTheServerSendsUnaskedTakesNoMemory) {
     EXPECT_TRUE(db.Execute("DO $$ BEGIN FOR i IN 1..8000 LOOP RAISE NOTICE '%', "
                            "lpad('x', 7900); END LOOP; END $$")
                     .ok());
-    EXPECT_LT(memory.Growth(), std::size_t{32} << 20);
+    if (QXDB_MEASURES_MEMORY != 0) {
+        EXPECT_LT(memory.Growth(), std::size_t{32} << 20);
+    }
 }
 
 TEST_F(PostgreSqlTest, ASessionEndsThatNobodyUses) {
