@@ -30,6 +30,7 @@ int LastError() noexcept;
 
 /// Each sets errno to the platform's number for what it names.
 void SetNotConnected() noexcept;
+void SetTimedOut() noexcept;
 void SetStaleSocket() noexcept;
 
 }  // namespace CQXBASE::platform::sockets

@@ -59,6 +59,10 @@ void SetNotConnected() noexcept {
     errno = ENOTCONN;
 }
 
+void SetTimedOut() noexcept {
+    errno = ETIMEDOUT;
+}
+
 void SetStaleSocket() noexcept {
     errno = EBADF;
 }

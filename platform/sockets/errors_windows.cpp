@@ -51,6 +51,10 @@ void SetNotConnected() noexcept {
     errno = WSAENOTCONN;
 }
 
+void SetTimedOut() noexcept {
+    errno = WSAETIMEDOUT;
+}
+
 void SetStaleSocket() noexcept {
     errno = WSAENOTSOCK;
 }

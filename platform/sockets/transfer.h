@@ -18,6 +18,10 @@ bool SendParts(ACE_SOCK_Stream& stream, const iovec* parts, int count, int timeo
 /// time-out when the socket's receive time-out passed in silence.
 bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count);
 
+/// One receive of at most `count` bytes, as ReceiveExactly otherwise: 0 when the peer has closed,
+/// -1 with the reason in errno.
+std::ptrdiff_t ReceiveSome(ACE_SOCK_Stream& stream, char* bytes, std::size_t count);
+
 enum class Direction { Read, Write };
 
 /// After an overlapped transfer that failed with `error`: true when all that failed is that the

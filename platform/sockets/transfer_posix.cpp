@@ -90,20 +90,24 @@ bool SendParts(ACE_SOCK_Stream& stream, const iovec* parts, int count, int timeo
     return true;
 }
 
-bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count) {
+std::ptrdiff_t ReceiveSome(ACE_SOCK_Stream& stream, char* bytes, std::size_t count) {
     const int socket = stream.get_handle();
+    ssize_t received = -1;
+    do {
+        received = recv(socket, bytes, count, 0);
+    } while (received == -1 && Retry(socket, POLLIN, kNoTimeout));
+    return received;
+}
+
+bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count) {
     while (count > 0) {
-        const ssize_t received = recv(socket, bytes, count, 0);
-        if (received == 0) {
-            errno = 0;
+        const std::ptrdiff_t received = ReceiveSome(stream, bytes, count);
+        if (received <= 0) {
+            errno = received == 0 ? 0 : errno;
             return false;
         }
-        if (received > 0) {
-            bytes += received;
-            count -= static_cast<std::size_t>(received);
-        } else if (!Retry(socket, POLLIN, kNoTimeout)) {
-            return false;
-        }
+        bytes += received;
+        count -= static_cast<std::size_t>(received);
     }
     return true;
 }

@@ -21,6 +21,10 @@ bool ReceiveExactly(ACE_SOCK_Stream& stream, char* bytes, std::size_t count) {
     return received == static_cast<ssize_t>(count);
 }
 
+std::ptrdiff_t ReceiveSome(ACE_SOCK_Stream& stream, char* bytes, std::size_t count) {
+    return stream.recv(bytes, count);
+}
+
 bool ReadyAfter(unsigned long /*error*/, ACE_HANDLE /*socket*/, Direction /*direction*/) {
     return false;  // overlapped transfers heed neither a time-out of the socket nor its mode
 }

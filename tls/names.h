@@ -1,0 +1,18 @@
+// What stands in certificates, as people read it.
+#pragma once
+
+#include <string>
+
+#include <openssl/types.h>
+
+namespace CQXBASE::tls {
+
+/// A distinguished name in UTF-8, as "CN=db.example.org, O=Example", fit to be shown.
+std::string NameText(const X509_NAME& name);
+/// "2026-11-23 20:15:00 UTC".
+std::string TimeText(const ASN1_TIME& time);
+/// The host names and addresses that the certificate is for, between commas, fit to be shown;
+/// "nobody" for none.
+std::string HostsText(const X509& certificate);
+
+}  // namespace CQXBASE::tls
