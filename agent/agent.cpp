@@ -100,6 +100,10 @@ void DBAgent::SetReplyTimeout(std::uint32_t milliseconds) {
     replyTimeoutMs_ = milliseconds;
 }
 
+void DBAgent::SetTls(const QXTlsInfo& tls) {
+    tls_ = tls;
+}
+
 bool DBAgent::isLocal() const {
     return isLocal_;
 }

@@ -114,6 +114,7 @@ int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& 
         const UnfinishedExchange unfinished(*io_);
         io_->LimitReceivedBody(maxReplyBytes_);
         io_->LimitSilence(replyTimeoutMs_);
+        io_->UseTls(tls_);
         if (io_->Syc_sendobj(request, requestCode, true, true) != 0 ||
             io_->Syc_receive_data(data, length, plainText, replyCode, enciphered) != 0) {
             return Fail(errCode, errText, io_->LastErrorCode(), io_->LastErrorText());

@@ -22,6 +22,9 @@ constexpr std::uint64_t kBesideBody = 24;
 int QXIO::Asy_receive_data(char*& data, unsigned& length, std::string& plainText,
                            unsigned& typeCode, bool& enciphered) {
     const auto receive = [&] {
+        if (refuse_asynchronous()) {
+            return -1;
+        }
         ensure_proactor();
         const PendingGuard guard(*this);
         if (Asy_receive_init() != 0 || Asy_receive_header() != 0) {

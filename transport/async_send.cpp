@@ -38,6 +38,9 @@ void SendAtOnce(ACE_SOCK_Stream& stream) {
 
 int QXIO::Asy_sendobj(QXIOBase& obj, unsigned typeCode, bool encipher) {
     const auto send = [&] {
+        if (refuse_asynchronous()) {
+            return -1;
+        }
         ensure_proactor();
         Asy_send_init();
         OutgoingFrame frame(obj);

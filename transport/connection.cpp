@@ -1,19 +1,26 @@
 // How a transport makes, checks and drops its connection.
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 
 #include <ace/OS_NS_sys_socket.h>
 #include <ace/SOCK_Connector.h>
 
 #include "platform/sockets/errors.h"
+#include "platform/sockets/handshake.h"
 #include "platform/sockets/options.h"
 #include "platform/text/error_text.h"
 #include "proxy/proxy_handshake.h"
 #include "proxy/socket_io.h"
+#include "tls/client_stream.h"
 #include "transport/qxio.h"
 #include "util/text.h"
 
 namespace CQXBASE {
 namespace {
+
+/// A proxy that has a tunnel may yet wait for the server's host.
+constexpr std::chrono::milliseconds kHandshakeTime{15000};
 
 constexpr unsigned kKeepAliveIdleMs = 5000;
 constexpr unsigned kKeepAliveIntervalMs = 15000;
@@ -57,7 +64,8 @@ int QXIO::open_connection() {
         return -1;
     }
     if (connect_peer(host + L":" + std::to_wstring(direct ? serverPort_ : proxyPort_)) != 0 ||
-        (!direct && tunnel_through_proxy() != 0)) {
+        (!direct && tunnel_through_proxy() != 0) ||
+        (tlsInfo_.enabled && secure_connection() != 0)) {
         return -1;
     }
     return proactor_ == nullptr ? 0 : open_writer();
@@ -111,12 +119,58 @@ int QXIO::tunnel_through_proxy() {
     return -1;
 }
 
+void QXIO::UseTls(const CQXDB::QXTlsInfo& info) {
+    if (!ownsStream_ || info == tlsInfo_) {
+        return;
+    }
+    close_stream();
+    tlsInfo_ = info;
+}
+
+int QXIO::secure_connection() {
+    const std::chrono::milliseconds limit =
+        silenceMs_ == 0 ? kHandshakeTime
+                        : std::min(kHandshakeTime, std::chrono::milliseconds(silenceMs_));
+    const std::wstring context = L" TLS with " + serverHost_ + L":" + std::to_wstring(serverPort_);
+    try {
+        tls_ = std::make_unique<tls::ClientStream>(tls::ClientContext(tlsInfo_), *peer_, tlsInfo_,
+                                                   serverHost_);
+        if (tls_->Handshake(limit)) {
+            platform::sockets::SetReceiveTimeout(peer_->get_handle(), socketSilenceMs_);
+            return 0;
+        }
+        record_socket_error(context + L" error", lastErrorCode_, lastErrorText_);
+    } catch (const tls::TlsError& error) {
+        set_last_error(error.Reason().code,
+                       context + L" error, " +
+                           platform::text::CodedText(error.Reason().text, error.Reason().code));
+    } catch (...) {
+        close_stream();
+        throw;
+    }
+    close_stream();
+    return -1;
+}
+
+bool QXIO::refuse_asynchronous() {
+    if (!tlsInfo_.enabled) {
+        return false;
+    }
+    set_last_error(CQXDB::QXTLS_NOT_ASYNCHRONOUS,
+                   platform::text::CodedText(L"the asynchronous exchange has no TLS: use the "
+                                             L"blocking one",
+                                             CQXDB::QXTLS_NOT_ASYNCHRONOUS));
+    return true;
+}
+
 bool QXIO::probe_connection() {
     if (!ownsStream_ || peer_ == nullptr) {
         return false;
     }
-    bool idle = platform::sockets::ReadyToRead(*handleSet_, peer_->get_handle()) == 0;
-    if (idle) {
+    bool idle = tls_ != nullptr
+                    ? tls_->IsIdle()
+                    : platform::sockets::ReadyToRead(*handleSet_, peer_->get_handle()) == 0;
+    if (idle && tls_ == nullptr) {
         platform::sockets::AddToSet(*handleSet_, peer_->get_handle());
         platform::sockets::ClearLastError();
         char byte = 0;
@@ -133,6 +187,7 @@ void QXIO::close_stream() {
     if (peer_ == nullptr) {
         return;
     }
+    tls_.reset();
     if (handleSet_ != nullptr) {
         platform::sockets::RemoveFromSet(*handleSet_, peer_->get_handle());
     }

@@ -5,6 +5,7 @@
 #include "errors/caught_exception.h"
 #include "platform/sockets/errors.h"
 #include "platform/text/error_text.h"
+#include "tls/client_stream.h"
 #include "transport/frame_cipher.h"
 #include "util/text.h"
 
@@ -83,6 +84,12 @@ void QXIO::set_last_error(int code, const std::wstring& text) {
 
 void QXIO::record_socket_error(const std::wstring& context, int& code, std::wstring& text) const {
     const int error = errno;
+    if (tls_ != nullptr && tls_->GetFailure()) {
+        const tls::Failure& failure = *tls_->GetFailure();
+        code = failure.code;
+        text = context + L", " + platform::text::CodedText(failure.text, code);
+        return;
+    }
     const int number = platform::sockets::WinsockNumber(error);
     code = error == 0 ? -1 : number;
     text = context + L", " + platform::text::CodedText(ErrorDescription(error, number), code);

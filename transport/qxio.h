@@ -16,6 +16,7 @@
 #include <ace/os_include/sys/os_uio.h>
 
 #include <qxdb/QXIOBase.h>
+#include <qxdb/QXTlsInfo.h>
 
 #include "platform/sockets/options.h"
 #include "platform/sockets/proactor.h"
@@ -28,6 +29,9 @@ namespace CQXBASE {
 
 class FrameCipher;
 struct CaughtException;
+namespace tls {
+class ClientStream;
+}
 
 /// Moves one frame at a time over a socket, either by blocking calls (Syc_) or over a proactor that
 /// runs on the caller's thread (Asy_). Every such operation gives 0 on success and a negative code
@@ -104,6 +108,12 @@ class QXIO : public ACE_Handler {
     /// 5 seconds, stays where it is the shorter. Without effect on a wrapped stream's receives.
     void LimitSilence(std::uint32_t milliseconds) noexcept { silenceMs_ = milliseconds; }
 
+    /// How connections are protected that are made from now on; one that was made otherwise is
+    /// dropped. With TLS, frames travel plain whatever the caller asks for, connecting fails with a
+    /// CQXDB::QXTlsError as the last error, and the asynchronous exchange is refused. Without
+    /// effect on a wrapped stream.
+    void UseTls(const CQXDB::QXTlsInfo& info);
+
     // The connection.
 
     /// 0 when connected, already or just now; -1 otherwise. A wrapped stream counts as connected.
@@ -164,6 +174,8 @@ class QXIO : public ACE_Handler {
     bool check_port(const std::wstring& host, std::uint32_t port, const std::wstring& whose);
     int connect_peer(const std::wstring& target);
     int tunnel_through_proxy();
+    int secure_connection();
+    bool refuse_asynchronous();
     int open_writer();
 
     int send_with_retry(bool retry);
@@ -178,6 +190,7 @@ class QXIO : public ACE_Handler {
     int silence_timeout() const noexcept;
     int Syc_receive_length_field();
     bool receive_into_block(std::size_t count, std::uint64_t wholeSize);
+    bool read_exactly(char* bytes, std::size_t count);
     void drop_after_failed_read();
     int send_string(const std::string& utf8);
     int string_failure(const wchar_t* context);
@@ -250,6 +263,7 @@ class QXIO : public ACE_Handler {
     std::uint32_t proxyPort_ = 0;
     std::wstring proxyUser_;
     std::wstring proxyPassword_;
+    CQXDB::QXTlsInfo tlsInfo_;
     bool ownsStream_ = false;  ///< the stream is made, closed and deleted here
     ACE_INET_Addr remoteAddr_;
     std::string peerHost_;  ///< its host as text, which the log lines name
@@ -269,6 +283,7 @@ class QXIO : public ACE_Handler {
     bool midExchange_ = false;
 
     ACE_SOCK_Stream* peer_ = nullptr;  ///< owned when ownsStream_ is set; null when not connected
+    std::unique_ptr<tls::ClientStream> tls_;  ///< over peer_; null for a connection without TLS
     std::unique_ptr<ACE_Handle_Set> handleSet_;
     platform::sockets::ProactorPtr proactor_;
 

@@ -9,6 +9,7 @@
 #include "platform/text/string_table.h"
 #include "proxy/proxy_handshake.h"
 #include "proxy/socket_io.h"
+#include "tls/client_stream.h"
 #include "transport/frame.h"
 #include "transport/qxio.h"
 #include "transport/result_codes.h"
@@ -144,12 +145,16 @@ bool QXIO::receive_into_block(std::size_t count, std::uint64_t wholeSize) {
         platform::sockets::SetNotConnected();
         return false;
     }
-    if (!MakeRoom(*rxBlock_, count, wholeSize) ||
-        !platform::sockets::ReceiveExactly(*peer_, rxBlock_->wr_ptr(), count)) {
+    if (!MakeRoom(*rxBlock_, count, wholeSize) || !read_exactly(rxBlock_->wr_ptr(), count)) {
         return false;
     }
     rxBlock_->wr_ptr(count);
     return true;
+}
+
+bool QXIO::read_exactly(char* bytes, std::size_t count) {
+    return tls_ != nullptr ? tls_->ReceiveExactly(bytes, count)
+                           : platform::sockets::ReceiveExactly(*peer_, bytes, count);
 }
 
 void QXIO::drop_after_failed_read() {

@@ -6,6 +6,7 @@
 #include "errors/caught_exception.h"
 #include "platform/sockets/errors.h"
 #include "platform/sockets/transfer.h"
+#include "tls/client_stream.h"
 #include "transport/outgoing_frame.h"
 #include "transport/qxio.h"
 #include "transport/result_codes.h"
@@ -20,12 +21,13 @@ constexpr int kMaxAttempts = 3;
 
 int QXIO::Syc_sendobj(QXIOBase& obj, unsigned typeCode, bool encipher, bool retry) {
     const auto send = [&] {
+        const bool byCipher = encipher && !tlsInfo_.enabled;
         OutgoingFrame frame(obj);
-        if (pipe_before_send(frame.Body(), frame.Header(), typeCode, frame.MaxLength(), encipher,
+        if (pipe_before_send(frame.Body(), frame.Header(), typeCode, frame.MaxLength(), byCipher,
                              frame.CipherText()) != 0) {
             return kSendFailed;
         }
-        encipheredAnswer_ = encipher;
+        encipheredAnswer_ = byCipher;
         return send_with_retry(retry);
     };
     return RunProtected(QXDB_SITE(L"qxio", L"CQXBASE::QXIO::Syc_sendobj"), send,
@@ -73,7 +75,8 @@ bool QXIO::write_parts(const iovec* parts, int count, int timeoutMs) {
         return false;
     }
     midExchange_ = true;
-    return platform::sockets::SendParts(*peer_, parts, count, timeoutMs);
+    return tls_ != nullptr ? tls_->SendParts(parts, count, timeoutMs)
+                           : platform::sockets::SendParts(*peer_, parts, count, timeoutMs);
 }
 
 int QXIO::record_failed_send(int error) {

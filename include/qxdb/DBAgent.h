@@ -10,6 +10,7 @@
 #include <qxdb/QXProxyInfo.h>
 #include <qxdb/QXRsList.h>
 #include <qxdb/QXSvrInfo.h>
+#include <qxdb/QXTlsInfo.h>
 
 class ACE_SOCK_Stream;
 
@@ -31,7 +32,7 @@ namespace CQXDB {
 /// transport leaves as an exception, nor does a lack of memory or a failure of the lock that all
 /// remote exchanges share. Codes are 32-bit signed values: a database's own code, a Winsock number
 /// for a socket error on every platform, or one of this library's (DBMgrErrors.h for local work;
-/// -1, 1, 5003, -5004, -5005 and -5008 for remote work, docs/transport-notes.md).
+/// -1, 1, 5003, -5004, -5005 and -5008 for remote work, docs/transport-notes.md; QXTlsError).
 ///
 /// Copies are shallow: copy and original share the data source and the transport, and only one of
 /// them may be destroyed.
@@ -96,6 +97,17 @@ class QXDB_AGENT_API DBAgent {
     ///
     /// The agent's own setting, as SetMaxReplyBytes.
     void SetReplyTimeout(std::uint32_t milliseconds);
+
+    /// Protects the connections that are made from the next exchange on as `tls` says; off unless
+    /// set. A connection that was made otherwise is not used again: the next exchange drops it and
+    /// connects anew, and the session goes on, since it lives by its token. An agent with TLS never
+    /// sends a byte of a request without it, on reconnects and retries neither. What keeps it from
+    /// its server is told by a QXTlsError with a text that says what to do, 10060 when the
+    /// handshake took longer than 15 seconds (or a shorter SetReplyTimeout).
+    ///
+    /// The agent's own setting, as SetMaxReplyBytes. Copies of an agent share its transport: give
+    /// them the same setting, or each exchange connects anew.
+    void SetTls(const QXTlsInfo& tls);
 
     bool isLocal() const;
     std::wstring DefaultDB() const;   ///< the data source's database name
@@ -222,6 +234,7 @@ class QXDB_AGENT_API DBAgent {
     QXProxyInfo proxy_;
     bool isLocal_ = true;
     CQXBASE::QXIO* io_ = nullptr;  ///< owned; shared with copies
+    QXTlsInfo tls_;
     std::uint32_t replyTimeoutMs_ = 0;
     std::uint64_t maxReplyBytes_ = std::uint64_t{1} << 30;
 };
