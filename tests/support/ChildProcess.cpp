@@ -28,12 +28,16 @@ struct Launch {
 };
 
 /// Has the program killed when the thread that starts it is gone, so that a test that is killed
-/// leaves nothing behind. Windows has no such wish.
+/// leaves nothing behind. Windows has no such wish, but words that need quotes.
 Launch EndingWithItsStarter(Launch launch) {
     if (!kOnWindows) {
         std::vector<std::string>& words = launch.arguments;
         words.insert(words.begin(), {"--pdeathsig", "KILL", "--", launch.program});
         launch.program = "setpriv";
+        return launch;
+    }
+    for (std::string& each : launch.arguments) {
+        each = each.empty() ? "\"\"" : each;  // POCO would leave an empty word out
     }
     return launch;
 }
