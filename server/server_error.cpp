@@ -48,6 +48,8 @@ const wchar_t* Text(ServerError error) noexcept {
             return L"the server's request buffers are full: try again";
         case ServerError::TooManyWaiting:
             return L"too many logins of this address are under way: try again";
+        case ServerError::TlsRequired:
+            return L"this server serves requests over TLS only: switch TLS on";
         case ServerError::Internal:
             break;
     }

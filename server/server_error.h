@@ -32,6 +32,7 @@ enum class ServerError : std::int32_t {
     TooManySessions = -6032,
     OutOfBuffers = -6033,    ///< all connections together hold too much; try again
     TooManyWaiting = -6034,  ///< this address has too many logins under way; try again
+    TlsRequired = -6035,     ///< this server serves requests over TLS only; the connection closes
     Internal = -6099,        ///< a fault of the server; its log says more
 };
 

@@ -43,6 +43,13 @@ struct ClientDataSources {
     std::string folder;  ///< where SQLite files must be; "" is anywhere
 };
 
+struct TlsOptions {
+    std::string certificate;
+    std::string key;
+    std::string clientCa;
+    bool required = false;
+};
+
 struct ServerOptions {
     std::string dataDir;  ///< account store and the default database; made if missing
     std::string listen = "127.0.0.1:7777";  ///< HOST:PORT, [IPV6]:PORT; port 0 picks a free one
@@ -52,6 +59,7 @@ struct ServerOptions {
     std::string logLevel = "information";  ///< one that IsLogLevel accepts
     unsigned workers = 0;                  ///< threads for database work; 0 picks by the machine
     unsigned loginWorkers = 1;             ///< threads for password hashing
+    TlsOptions tls;
     Limits limits;
 };
 

@@ -42,6 +42,18 @@ Connection::~Connection() {
     peer_.close();
 }
 
+template <class Step>
+void Connection::Guarded(const Step& step) {
+    try {
+        step();
+    } catch (const std::exception& e) {
+        // No memory, most likely. What this client has sent or awaits is lost, which it must
+        // notice.
+        LogError("connection ", id_, ": closed: ", e.what());
+        Close();
+    }
+}
+
 bool Connection::Open(ACE_Reactor& newReactor) {
     int on = 1;
     reactor(&newReactor);
@@ -56,9 +68,14 @@ bool Connection::Open(ACE_Reactor& newReactor) {
     return true;
 }
 
+/// Where there is TLS, the client's first byte tells how the reply is to be sent.
 void Connection::Reject(ServerError error) {
     closing_ = true;
-    Guarded([&] { Send(host_.ErrorReply(error, false)); });
+    if (host_.Tls() != nullptr) {
+        rejection_ = error;
+    } else {
+        Guarded([&] { Send(host_.ErrorReply(error, false)); });
+    }
 }
 
 void Connection::Finish(Outcome outcome) {
@@ -66,10 +83,20 @@ void Connection::Finish(Outcome outcome) {
         return;
     }
     token_ = std::move(outcome.token);
+    if (!token_.empty()) {
+        tlsLease_.reset();
+    }
     if (outcome.reply) {
         Guarded([&] { Send(*std::move(outcome.reply)); });
     } else {
         Close();
+    }
+}
+
+void Connection::GoOnWithHandshake() {
+    if (state_ != State::Closed) {
+        awaitsHandshake_ = false;
+        Guarded([this] { LookAtTls(); });
     }
 }
 
@@ -96,6 +123,7 @@ void Connection::CloseUnlessBusy() {
 
 void Connection::Close() {
     if (state_ != State::Closed) {
+        SayFarewell();
         state_ = State::Closed;
         if (reactor() != nullptr) {
             reactor()->remove_handler(
@@ -103,18 +131,6 @@ void Connection::Close() {
         }
         peer_.close();
         host_.Retire(id_);
-    }
-}
-
-template <class Step>
-void Connection::Guarded(const Step& step) {
-    try {
-        step();
-    } catch (const std::exception& e) {
-        // No memory, most likely. What this client has sent or awaits is lost, which it must
-        // notice.
-        LogError("connection ", id_, ": closed: ", e.what());
-        Close();
     }
 }
 
@@ -129,20 +145,30 @@ void Connection::TakeInput() {
     if (count > 0) {
         Receive(static_cast<std::size_t>(count));
     } else if (count == 0) {
-        peerFinished_ = true;
-        finished_ = host_.Now();
-        if (state_ == State::Working || state_ == State::Writing) {
-            UpdateMask();
-        } else {
-            Close();
-        }
+        EndOfInput();
     } else if (!WouldBlock()) {
         Close();
     }
 }
 
+void Connection::EndOfInput() {
+    peerFinished_ = true;
+    finished_ = host_.Now();
+    if (state_ == State::Working || state_ == State::Writing) {
+        UpdateMask();
+    } else {
+        Close();
+    }
+}
+
 int Connection::handle_output(ACE_HANDLE) {
-    Guarded([this] { Flush(); });
+    Guarded([this] {
+        if (state_ == State::Writing) {
+            Flush();
+        } else if (FlushTls() && state_ == State::Draining) {
+            ShutWriter();
+        }
+    });
     return 0;
 }
 
@@ -165,12 +191,13 @@ void Connection::UpdateMask() {
     if (state_ == State::Closed) {
         return;
     }
-    const bool read = !peerFinished_ && (state_ == State::Draining || ahead_.empty());
+    const bool read =
+        !peerFinished_ && !awaitsHandshake_ && (state_ == State::Draining || ahead_.empty());
+    const bool write = (state_ == State::Writing && !starved_) || HasOutgoing();
     // Never no event at all: the reactor would keep a handler that is removed in that state.
     ACE_Reactor_Mask wanted = ACE_Event_Handler::EXCEPT_MASK;
     wanted |= read ? ACE_Event_Handler::READ_MASK : ACE_Event_Handler::NULL_MASK;
-    wanted |= state_ == State::Writing && !starved_ ? ACE_Event_Handler::WRITE_MASK
-                                                    : ACE_Event_Handler::NULL_MASK;
+    wanted |= write ? ACE_Event_Handler::WRITE_MASK : ACE_Event_Handler::NULL_MASK;
     if (wanted != mask_) {
         mask_ = wanted;
         if (reactor()->mask_ops(this, wanted, ACE_Reactor::SET_MASK) == -1) {
@@ -188,6 +215,9 @@ TimePoint Connection::Deadline() const {
     const TimePoint silence = lastMove_ + limits.requestTimeout;
     switch (state_) {
         case State::Reading:
+            if (Handshakes()) {
+                return since_ + limits.requestTimeout;
+            }
             if (reader_.Begun()) {
                 return std::min(silence, since_ + travel(reader_.BytesTaken()));
             }
@@ -205,7 +235,7 @@ TimePoint Connection::Deadline() const {
 }
 
 std::optional<TimePoint> Connection::IdleSince() const noexcept {
-    const bool idle = state_ == State::Reading && !reader_.Begun();
+    const bool idle = state_ == State::Reading && !reader_.Begun() && !Handshakes();
     return idle ? std::optional<TimePoint>(since_) : std::nullopt;
 }
 
@@ -213,6 +243,9 @@ std::optional<Connection::Held> Connection::HoldsBuffers() const noexcept {
     const ByteLease* const lease = state_ == State::Reading             ? &reader_.Lease()
                                    : state_ == State::Writing && reply_ ? &reply_->lease
                                                                         : nullptr;
+    if (tlsLease_ && (lease == nullptr || lease->Bytes() == 0)) {
+        return Held{&tlsLease_->Budget(), tlsLease_->Bytes(), lastMove_};
+    }
     return lease != nullptr ? std::optional<Held>({&lease->Budget(), lease->Bytes(), lastMove_})
                             : std::nullopt;
 }

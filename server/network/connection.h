@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,7 @@
 #include "server/network/frame_reader.h"
 #include "server/network/request.h"
 #include "server/server_options.h"
+#include "tls/server_session.h"
 
 namespace CQXSERVER::network {
 
@@ -42,6 +44,13 @@ class ConnectionHost {
     /// Receive buffer for the length of one event.
     virtual std::string& Scratch() = 0;
     virtual bool Stopping() const = 0;
+    /// What connections that begin with a TLS hello are given; null for a server without TLS.
+    virtual const CQXBASE::tls::Context& Tls() const = 0;
+    /// Whether requests are served over TLS only.
+    virtual bool RequiresTls() const = 0;
+    /// Has Connection::GoOnWithHandshake called when it is this one's turn.
+    virtual void AwaitHandshake(const Connection& connection) = 0;
+    virtual void NoteFailedHandshake() = 0;
     /// Has Connection::Continue called, on the reactor's thread.
     virtual ReplyBody::Wake Waker(ConnectionId id) = 0;
 };
@@ -65,6 +74,7 @@ class Connection : public ACE_Event_Handler {
     void Finish(Outcome outcome);
     /// Goes on with a reply that had to be waited for.
     void Continue();
+    void GoOnWithHandshake();
     /// Closes the connection when its peer has kept it waiting for too long; true when it did.
     bool CloseIfLate(TimePoint now);
     /// True while the peer owes the next frame, or the rest of one, or its farewell.
@@ -111,11 +121,20 @@ class Connection : public ACE_Event_Handler {
     template <class Step>
     void Guarded(const Step& step);
     void TakeInput();
+    void EndOfInput();
     void Enter(State state);
     void Receive(std::size_t count);
+    void BeginTls();
+    void Decipher();
+    void HandshakeIsOver();
+    bool FlushTls();
+    bool WriteTls(std::string_view body);
+    void SayFarewell();
+    void LookAtTls();
     void Consume(std::string_view bytes);
     void Read(std::string_view bytes);
     bool ReadOn();
+    bool LacksTls() const;
     void Submit();
     void RejectFrame(ServerError error);
     void Send(ReplyFrame reply);
@@ -124,6 +143,12 @@ class Connection : public ACE_Event_Handler {
     bool WriteSome(std::string_view body);
     void Sent();
     void Drain();
+    void ShutWriter();
+    bool HasOutgoing() const noexcept { return tls_ != nullptr && !tls_->Outgoing().empty(); }
+    bool Handshakes() const noexcept {
+        return tls_ != nullptr &&
+               tls_->GetState() == CQXBASE::tls::ServerSession::State::Handshaking;
+    }
     void UpdateMask();
     TimePoint Deadline() const;
 
@@ -137,10 +162,16 @@ class Connection : public ACE_Event_Handler {
     TimePoint lastMove_;     ///< when bytes of the frame, or of the reply, travelled last
     std::size_t moved_ = 0;  ///< bytes written, or dropped, in this state
     FrameReader reader_;
-    std::string ahead_;          ///< bytes that came before their turn
-    bool peerFinished_ = false;  ///< the peer has shut its sending side down
-    TimePoint finished_;         ///< when it did
-    bool closing_ = false;       ///< no further request is taken
+    std::string ahead_;                     ///< bytes that came before their turn
+    bool peerFinished_ = false;             ///< the peer has shut its sending side down
+    TimePoint finished_;                    ///< when it did
+    bool closing_ = false;                  ///< no further request is taken
+    bool begun_ = false;                    ///< a first byte has come
+    std::optional<ServerError> rejection_;  ///< what is said once it is known how
+    std::unique_ptr<CQXBASE::tls::ServerSession> tls_;
+    bool awaitsHandshake_ = false;       ///< until it may go on, nothing is read
+    bool writerOpen_ = true;             ///< the sending side isn't shut down
+    std::optional<ByteLease> tlsLease_;  ///< for TLS before a login
     std::optional<ReplyFrame> reply_;
     bool starved_ = false;  ///< nothing of the reply is ready to be sent
     std::string token_;     ///< accepted last; "" before a login

@@ -10,7 +10,21 @@ void Connection::Receive(std::size_t count) {
         lastMove_ = host_.Now();
         return;
     }
-    Consume(std::string_view(host_.Scratch()).substr(0, count));
+    const auto bytes = std::string_view(host_.Scratch()).substr(0, count);
+    if (!std::exchange(begun_, true)) {
+        if (bytes.front() == CQXBASE::tls::ServerSession::kFirstByte && host_.Tls() != nullptr) {
+            BeginTls();
+        } else if (rejection_) {
+            Send(host_.ErrorReply(*rejection_, false));
+            return;
+        }
+    }
+    if (tls_ == nullptr) {
+        Consume(bytes);
+    } else if (state_ != State::Closed) {
+        tls_->Feed(bytes);
+        Decipher();
+    }
 }
 
 /// Takes bytes in their order; those that come before their turn wait in ahead_, which is empty
@@ -38,8 +52,12 @@ void Connection::Read(std::string_view bytes) {
     } while (state_ == State::Reading && ReadOn());
     if (state_ == State::Reading && reader_.GetState() == FrameReader::State::Complete) {
         ahead_ = bytes;
-        Submit();
+        LacksTls() ? RejectFrame(ServerError::TlsRequired) : Submit();
     }
+}
+
+bool Connection::LacksTls() const {
+    return tls_ == nullptr && host_.RequiresTls();
 }
 
 /// True when the reader can take more of what is there.
@@ -49,7 +67,8 @@ bool Connection::ReadOn() {
         case FrameReader::State::Complete:
             return false;
         case FrameReader::State::Unadmitted: {
-            const ServerError error = host_.Admit(reader_, token_);
+            const ServerError error =
+                LacksTls() ? ServerError::TlsRequired : host_.Admit(reader_, token_);
             if (error != ServerError::None) {
                 RejectFrame(error);
                 return false;

@@ -29,6 +29,13 @@ void Connection::Flush() {
 
 /// Writes what is ready and the socket takes; false when that is nothing for now.
 bool Connection::FlushSome() {
+    if (tls_ != nullptr && !FlushTls()) {
+        return false;
+    }
+    if (moved_ == reply_->Size()) {  // of TLS, which has sent the last of it now
+        Sent();
+        return true;
+    }
     const std::size_t headerSize = reply_->header.size();
     std::string_view body;
     if (reply_->streamed) {
@@ -44,6 +51,9 @@ bool Connection::FlushSome() {
 }
 
 bool Connection::WriteSome(std::string_view body) {
+    if (tls_ != nullptr) {
+        return WriteTls(body);
+    }
     const std::size_t headerLeft = reply_->header.size() - std::min(moved_, reply_->header.size());
     using Length = decltype(iovec::iov_len);
     iovec parts[2] = {};
@@ -80,13 +90,25 @@ void Connection::Sent() {
         Enter(State::Reading);
         const std::string ahead = std::exchange(ahead_, std::string());
         Consume(ahead);
+        if (tls_ != nullptr && state_ == State::Reading) {
+            Decipher();
+        }
     }
 }
 
 void Connection::Drain() {
     Enter(State::Draining);
     ahead_ = std::string();
-    if (peerFinished_ || peer_.close_writer() == -1) {
+    SayFarewell();
+    if (HasOutgoing()) {
+        UpdateMask();
+    } else {
+        ShutWriter();
+    }
+}
+
+void Connection::ShutWriter() {
+    if (std::exchange(writerOpen_, false) && (peerFinished_ || peer_.close_writer() == -1)) {
         Close();
     }
 }

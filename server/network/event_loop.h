@@ -34,6 +34,9 @@ class EventLoop : private ACE_Event_Handler {
     /// Makes the calling thread the loop's; until then the constructing thread is.
     void BindToThisThread();
 
+    /// Has RunOnce return at once. From any thread.
+    void Nudge() noexcept { wakeup_.Signal(); }
+
     // The rest is for the loop's thread.
     ACE_Reactor& Reactor() noexcept { return *reactor_; }
     /// Runs `task` once at `when`, of the steady clock; once more later when it throws

@@ -10,6 +10,7 @@
 #include "platform/console/stop_signals.h"
 #include "platform/sockets/server_reactor.h"
 #include "server/log.h"
+#include "server/operation/tls_files.h"
 #include "server/requests/database_work.h"
 
 namespace CQXSERVER::operation {
@@ -64,6 +65,7 @@ Server::Server(ServerOptions options, Clock clock)
     : options_(FitToSystem(std::move(options))),
       clock_(std::move(clock)),
       services_(options_, clock_),
+      tls_(LoadTls(options_)),
       loop_(options_.limits.maxConnections + kOtherHandles),
       scratch_(kScratchBytes, '\0'),
       strangersBuffers_(StrangersBytes(options_.limits)),
@@ -90,6 +92,7 @@ std::size_t Server::Run() {
     loop_.BindToThisThread();
     while (!Finished()) {
         loop_.RunOnce();
+        GoOnWithHandshakes();
         retired_.clear();
     }
     return stats_.running;
@@ -102,9 +105,9 @@ void Server::Stop() {
 void Server::LogStatistics() const {
     LogAt(Poco::Message::PRIO_NOTICE, "connections: ", stats_.open, " open, ", stats_.accepted,
           " accepted, ", stats_.refused, " refused, ", stats_.displaced, " displaced, ",
-          stats_.timedOut, " timed out, ", stats_.stalled,
-          " stalled; sessions: ", services_.sessions.Count(), "; requests: ", stats_.running,
-          " running, ", stats_.requests, " in all");
+          stats_.timedOut, " timed out, ", stats_.stalled, " stalled, ", stats_.failedHandshakes,
+          " without a TLS handshake in order; sessions: ", services_.sessions.Count(),
+          "; requests: ", stats_.running, " running, ", stats_.requests, " in all");
 }
 
 void Server::Tick() {

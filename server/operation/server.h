@@ -15,6 +15,7 @@
 #include "server/clock.h"
 #include "server/network/connection.h"
 #include "server/network/event_loop.h"
+#include "server/network/handshake_queue.h"
 #include "server/network/listener.h"
 #include "server/operation/server_stats.h"
 #include "server/operation/services.h"
@@ -44,6 +45,9 @@ class Server : private network::ConnectionHost {
     /// Refuses new connections and closes the idle ones; running requests are answered.
     void Stop();
     void LogStatistics() const;
+    /// Reads certificates and keys again, for the connections made from now on; keeps those it has,
+    /// and tells the log, when the files can't be used.
+    void ReloadTls();
     const ServerStats& Stats() const noexcept { return stats_; }
     std::size_t Sessions() const { return services_.sessions.Count(); }
     sessions::AccountStore& Accounts() noexcept { return services_.accounts; }
@@ -76,6 +80,11 @@ class Server : private network::ConnectionHost {
     std::string& Scratch() override { return scratch_; }
     bool Stopping() const override { return stopping_; }
     network::ReplyBody::Wake Waker(network::ConnectionId id) override;
+    const CQXBASE::tls::Context& Tls() const override { return tls_; }
+    bool RequiresTls() const override { return options_.tls.required; }
+    void AwaitHandshake(const network::Connection& connection) override;
+    void NoteFailedHandshake() override { ++stats_.failedHandshakes; }
+    void GoOnWithHandshakes();
 
     void Accept(const ACE_SOCK_Stream& peer, const std::string& address);
     void Enlist(std::unique_ptr<network::Connection> connection, bool full);
@@ -102,7 +111,9 @@ class Server : private network::ConnectionHost {
     const Clock clock_;
     ServerStats stats_;
     Services services_;
+    CQXBASE::tls::Context tls_;  ///< null without TLS
     network::EventLoop loop_;
+    network::HandshakeQueue handshakes_;
     std::string scratch_;
     ByteBudget strangersBuffers_;
     Connections connections_;

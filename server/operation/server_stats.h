@@ -16,6 +16,7 @@ struct ServerStats {
     std::atomic<std::uint64_t> running{0};   ///< requests at the moment
     std::atomic<std::uint64_t> timedOut{0};  ///< connections closed for silence or slowness
     std::atomic<std::uint64_t> stalled{0};   ///< those closed since others needed their buffers
+    std::atomic<std::uint64_t> failedHandshakes{0};  ///< of TLS
 };
 
 }  // namespace CQXSERVER::operation
