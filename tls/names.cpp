@@ -7,13 +7,17 @@
 
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
+#include <openssl/evp.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
 
+#include "util/ascii.h"
 #include "util/printable.h"
 
 namespace CQXBASE::tls {
 namespace {
+
+constexpr char kDigits[] = "0123456789abcdef";
 
 std::string AddressText(const ASN1_OCTET_STRING& address) {
     const unsigned char* const bytes = ASN1_STRING_get0_data(&address);
@@ -25,7 +29,6 @@ std::string AddressText(const ASN1_OCTET_STRING& address) {
         }
         return text;
     }
-    constexpr char kDigits[] = "0123456789abcdef";
     for (int i = 0; i < length; ++i) {
         text += i != 0 && i % 2 == 0 ? ":" : "";
         text += {kDigits[bytes[i] >> 4], kDigits[bytes[i] & 15]};
@@ -78,6 +81,20 @@ std::string HostsText(const X509& certificate) {
         all += (all.empty() || one.empty() ? "" : ", ") + one;
     }
     return all.empty() ? "nobody" : all;
+}
+
+std::string FingerprintText(const X509& certificate) {
+    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+    unsigned length = 0;
+    if (X509_digest(&certificate, EVP_sha256(), digest.data(), &length) != 1) {
+        return "unknown";
+    }
+    std::string text;
+    for (unsigned i = 0; i < length; ++i) {
+        text += i != 0 ? ":" : "";
+        text += {kDigits[digest[i] >> 4], kDigits[digest[i] & 15]};
+    }
+    return UpperAscii(text);
 }
 
 }  // namespace CQXBASE::tls

@@ -14,5 +14,7 @@ std::string TimeText(const ASN1_TIME& time);
 /// The host names and addresses that the certificate is for, between commas, fit to be shown;
 /// "nobody" for none.
 std::string HostsText(const X509& certificate);
+/// The SHA-256 of the certificate, "0A:1B:...".
+std::string FingerprintText(const X509& certificate);
 
 }  // namespace CQXBASE::tls
