@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include <qxdb/QXTlsInfo.h>
+
 namespace CQXSERVER {
 
 constexpr std::size_t kKiB = 1024;
@@ -43,11 +45,17 @@ struct ClientDataSources {
     std::string folder;  ///< where SQLite files must be; "" is anywhere
 };
 
+/// Files are PEM, paths UTF-8. Without a certificate there is no TLS.
 struct TlsOptions {
+    /// The server's, its issuers' behind it; "" is the data folder's tls/server.pem, if it is
+    /// there.
     std::string certificate;
-    std::string key;
-    std::string clientCa;
-    bool required = false;
+    std::string key;        ///< not encrypted; "" is the certificate's file
+    std::string clientCa;   ///< who issues the certificates that clients then need; "": they don't
+    bool required = false;  ///< clients without TLS are refused
+    CQXDB::QXTlsVersion minVersion = CQXDB::QXTLS_1_2;
+    std::string ciphers;       ///< of TLS 1.2, as OpenSSL writes them; "" is the usual ones
+    std::string cipherSuites;  ///< of TLS 1.3
 };
 
 struct ServerOptions {
@@ -56,10 +64,10 @@ struct ServerOptions {
     std::string portFile;  ///< takes the port in decimal once listening; "" is none
     std::vector<std::pair<std::string, std::string>> databases;  ///< name and URL, in order
     ClientDataSources clientDataSources;
+    TlsOptions tls;
     std::string logLevel = "information";  ///< one that IsLogLevel accepts
     unsigned workers = 0;                  ///< threads for database work; 0 picks by the machine
     unsigned loginWorkers = 1;             ///< threads for password hashing
-    TlsOptions tls;
     Limits limits;
 };
 

@@ -23,7 +23,9 @@ class Parser {
         parsed_.options = std::move(options);
         parsed_.warnings = std::move(warnings);
         AddServerOptions();
+        AddTlsOptions();
         AddUserCommands();
+        AddTlsCommands();
     }
 
     void Parse(int argc, const char* const* argv) { app_.parse(argc, argv); }
@@ -100,6 +102,35 @@ class Parser {
             ->check([](const std::string& level) {
                 return IsLogLevel(level) ? std::string() : "unknown level " + level;
             });
+    }
+
+    void AddTlsOptions() {
+        TlsOptions& tls = parsed_.options.tls;
+        app_.add_option("--tls-certificate", tls.certificate,
+                        "The server's certificate; without it that of 'tls init', if it is there")
+            ->type_name("FILE");
+        app_.add_option("--tls-key", tls.key, "Its key, if that is not in the same file")
+            ->type_name("FILE");
+        app_.add_option("--tls-client-ca", tls.clientCa,
+                        "Clients need a certificate that one of these has issued")
+            ->type_name("FILE");
+        app_.add_flag("--require-tls", tls.required, "Refuse clients without TLS");
+    }
+
+    void AddTlsCommands() {
+        CLI::App* const tls =
+            app_.add_subcommand("tls", "Make the certificates of TLS; needs --data");
+        tls->fallthrough()->require_subcommand(1);
+        CLI::App* const init = tls->add_subcommand(
+            "init", "Make an authority, and a certificate that it issues to the server");
+        init->fallthrough()->callback([this] { parsed_.action = Action::InitTls; });
+        init->add_option("--host", parsed_.hosts,
+                         "Name or IP address that clients connect to (repeatable)")
+            ->type_name("NAME")
+            ->required()
+            ->allow_extra_args(false);
+        init->add_flag("--renew", parsed_.renew,
+                       "A new certificate from the authority that is there");
     }
 
     void AddUserCommands() {

@@ -10,13 +10,15 @@
 
 namespace CQXSERVER::operation {
 
-enum class Action { Serve, AddUser, RemoveUser, ListUsers, SetPassword, SetDatabases };
+enum class Action { Serve, AddUser, RemoveUser, ListUsers, SetPassword, SetDatabases, InitTls };
 
 struct CommandLine {
     Action action = Action::Serve;
-    ServerOptions options;       ///< defaults, then the configuration file, then the arguments
-    std::string user;            ///< the account that an action is about
-    AllowedDatabases databases;  ///< what the account may use
+    ServerOptions options;           ///< defaults, then the configuration file, then the arguments
+    std::string user;                ///< the account that an action is about
+    AllowedDatabases databases;      ///< what the account may use
+    std::vector<std::string> hosts;  ///< that a certificate is to be made for
+    bool renew = false;              ///< with the authority that is there
     std::vector<std::string> warnings;  ///< sentences about the arguments and the file
     bool allowCoreDumps = false;
 };

@@ -62,6 +62,14 @@ Setter LevelTo(std::string& target) {
     };
 }
 
+Setter VersionTo(CQXDB::QXTlsVersion& target) {
+    return [&target](const toml::node& node) {
+        const std::string version = node.value_or(std::string());
+        target = version == "1.2" ? CQXDB::QXTLS_1_2 : CQXDB::QXTLS_1_3;
+        return version == "1.2" || version == "1.3";
+    };
+}
+
 Setter KindsTo(std::vector<std::string>& target) {
     return [&target](const toml::node& node) {
         const std::vector<std::string> all = ClientDataSources().kinds;
@@ -183,6 +191,13 @@ std::vector<std::string> ReadConfigFile(const std::string& path, ServerOptions& 
            {"allow_client_data_sources", FlagTo(options.clientDataSources.allowed)},
            {"client_data_source_kinds", KindsTo(options.clientDataSources.kinds)},
            {"client_data_source_folder", PathTo(options.clientDataSources.folder, folder)},
+           {"tls_certificate", PathTo(options.tls.certificate, folder)},
+           {"tls_key", PathTo(options.tls.key, folder)},
+           {"tls_client_ca", PathTo(options.tls.clientCa, folder)},
+           {"require_tls", FlagTo(options.tls.required)},
+           {"tls_min_version", VersionTo(options.tls.minVersion)},
+           {"tls_ciphers", TextTo(options.tls.ciphers)},
+           {"tls_cipher_suites", TextTo(options.tls.cipherSuites)},
            {"workers", NumberTo(options.workers)},
            {"login_workers", NumberTo(options.loginWorkers)},
            {"databases", DatabasesTo(options, folder)},

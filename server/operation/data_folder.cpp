@@ -75,7 +75,7 @@ void CloseFolder(const fs::path& folder) {
 
 /// Throws when a store that is about to be made would not be the folder's owner's.
 void RequireOwn(const fs::path& folder) {
-    if (!fs::exists(folder / kAccounts) && !files::IsOwn(folder)) {
+    if (!files::IsOwn(folder)) {
         throw OperatorError("the data folder " + Quoted(folder) +
                             " belongs to another user: run this as that user");
     }
@@ -101,16 +101,9 @@ void MakeFolder(const fs::path& folder) {
     RequireFolder(folder);
 }
 
-std::string Prepared(const std::string& dataDir) {
-    const fs::path folder = Given(dataDir);
-    MakeFolder(folder);
-    CloseFolder(folder);
-    RequireOwn(folder);
-    return dataDir;
-}
-
 files::FileLock Lock(const std::string& dataDir) {
-    const fs::path file = fs::u8path(Prepared(dataDir)) / kLock;
+    PrepareDataFolder(dataDir);
+    const fs::path file = fs::u8path(dataDir) / kLock;
     try {
         return files::FileLock(file);
     } catch (const std::system_error& e) {
@@ -120,8 +113,24 @@ files::FileLock Lock(const std::string& dataDir) {
 
 }  // namespace
 
+void PrepareDataFolder(const std::string& dataDir) {
+    const fs::path folder = Given(dataDir);
+    MakeFolder(folder);
+    CloseFolder(folder);
+    if (!fs::exists(folder / kAccounts)) {
+        RequireOwn(folder);
+    }
+}
+
+void RequireOwnDataFolder(const std::string& dataDir) {
+    const fs::path folder = Given(dataDir);
+    RequireFolder(folder);
+    RequireOwn(folder);
+}
+
 std::string AccountStorePath(const std::string& dataDir) {
-    return (fs::u8path(Prepared(dataDir)) / kAccounts).u8string();
+    PrepareDataFolder(dataDir);
+    return (fs::u8path(dataDir) / kAccounts).u8string();
 }
 
 std::string ExistingAccountStorePath(const std::string& dataDir) {

@@ -15,6 +15,7 @@
 #include "server/operation/command_line.h"
 #include "server/operation/port_file.h"
 #include "server/operation/server.h"
+#include "server/operation/tls_init.h"
 #include "server/operation/user_commands.h"
 #include "server/server_error.h"
 
@@ -120,7 +121,11 @@ int main(int argc, char** argv) {
         }
         StartLog("warning", LogStyle::Command);
         Warn(command->warnings);
-        operation::RunUserCommand(*command);
+        if (command->action == operation::Action::InitTls) {
+            operation::InitTls(*command, std::cout);
+        } else {
+            operation::RunUserCommand(*command);
+        }
     } catch (const std::exception& e) {
         std::cerr << "qxdbserver: " << e.what() << '\n';
         status = EXIT_FAILURE;

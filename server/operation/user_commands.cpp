@@ -75,6 +75,7 @@ void RunUserCommand(const CommandLine& command) {
             List(accounts);
             break;
         case Action::Serve:
+        case Action::InitTls:
             break;
     }
 }

@@ -5,7 +5,7 @@
 
 namespace CQXSERVER::operation {
 
-/// Runs any action but Serve. Throws OperatorError.
+/// Runs an action on accounts. Throws OperatorError.
 void RunUserCommand(const CommandLine& command);
 
 }  // namespace CQXSERVER::operation
