@@ -1,4 +1,4 @@
-// What an operating system tells a long-running program: stop, or report.
+// What an operating system tells a long-running program: stop, report, or read its files again.
 #pragma once
 
 #include <atomic>
@@ -8,14 +8,16 @@
 namespace CQXBASE::platform::console {
 
 /// Calls back from a thread of its own, so the callbacks may do anything that a thread may. SIGTERM
-/// and SIGINT ask to stop, SIGUSR1 to report; on Windows Ctrl-C, Ctrl-Break and a closed console
-/// ask to stop, and nothing asks to report. SIGHUP asks to stop, at most once, when the process has
-/// a terminal, which then closes; without one it does nothing, nor does it when the starter of the
-/// process had it ignored. Make it before any other thread of the process starts, since they
-/// inherit that the signals are not delivered to them; one object a process at a time.
+/// and SIGINT ask to stop, SIGUSR1 to report, SIGHUP to reload; on Windows Ctrl-C, Ctrl-Break and a
+/// closed console ask to stop, and nothing asks for the others. The SIGHUP of a terminal that
+/// closes asks to stop, at most once, when it is the process's, and does nothing when the starter
+/// of the process had SIGHUP ignored. Make it before any other thread of the process starts, since
+/// they inherit that the signals are not delivered to them; one object a process at a time.
 class StopSignals {
   public:
-    StopSignals(std::function<void()> onStop, std::function<void()> onReport);
+    StopSignals(
+        std::function<void()> onStop, std::function<void()> onReport,
+        std::function<void()> onReload = [] {});
     ~StopSignals();
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
@@ -25,6 +27,7 @@ class StopSignals {
 
     std::function<void()> onStop_;
     std::function<void()> onReport_;
+    std::function<void()> onReload_;
     std::atomic<bool> quitting_{false};
     std::thread thread_;
 };

@@ -29,17 +29,33 @@ bool HasTerminal() noexcept {
     return terminal != -1;
 }
 
-/// Whether nobody has said that the process is to outlive its terminal.
-bool EndsWithTerminal() noexcept {
+/// Whether the process's starter has said that it is to outlive its terminal.
+bool OutlivesTerminal() noexcept {
     struct sigaction hangup {};
-    return sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN &&
-           HasTerminal();
+    return sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler == SIG_IGN;
 }
+
+/// Tells the SIGHUPs of a closing terminal from those that ask to reload, which may also come when
+/// the terminal has long been gone.
+class Terminal {
+  public:
+    bool TellsOfItsEnd(const siginfo_t& hangup) const noexcept {
+        const bool fromKernel = hangup.si_code > 0;
+        // A shell hands it on to what it has started, after the terminal is gone.
+        const bool fromShell = hangup.si_pid == starter_ || hangup.si_pid == getsid(0);
+        return had_ && (fromKernel || (fromShell && !HasTerminal()));
+    }
+
+  private:
+    const bool had_ = HasTerminal();
+    const pid_t starter_ = getppid();
+};
 
 }  // namespace
 
-StopSignals::StopSignals(std::function<void()> onStop, std::function<void()> onReport)
-    : onStop_(std::move(onStop)), onReport_(std::move(onReport)) {
+StopSignals::StopSignals(std::function<void()> onStop, std::function<void()> onReport,
+                         std::function<void()> onReload)
+    : onStop_(std::move(onStop)), onReport_(std::move(onReport)), onReload_(std::move(onReload)) {
     const sigset_t set = Watched();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     thread_ = std::thread([this] { Watch(); });
@@ -55,14 +71,22 @@ StopSignals::~StopSignals() {
 
 void StopSignals::Watch() {
     const sigset_t set = Watched();
+    const Terminal terminal;
     // The system and a shell may both tell of a terminal that closes.
-    bool heedsHangup = EndsWithTerminal();
-    int signal = 0;
-    while (sigwait(&set, &signal) == 0 && !quitting_) {
-        if (signal == SIGUSR1) {
+    bool endsWithTerminal = !OutlivesTerminal();
+    siginfo_t signal{};
+    while (!quitting_) {
+        const int number = sigwaitinfo(&set, &signal);
+        if (number == -1 || quitting_) {
+            continue;
+        }
+        const bool closed = number == SIGHUP && terminal.TellsOfItsEnd(signal);
+        if (number == SIGUSR1) {
             onReport_();
-        } else if (signal == SIGTERM || signal == SIGINT || (signal == SIGHUP && heedsHangup)) {
-            heedsHangup = false;
+        } else if (number == SIGHUP && !closed) {
+            onReload_();
+        } else if (number == SIGTERM || number == SIGINT || (closed && endsWithTerminal)) {
+            endsWithTerminal = false;
             onStop_();
         }
     }

@@ -17,8 +17,9 @@ BOOL WINAPI OnControl(DWORD) {
 
 }  // namespace
 
-StopSignals::StopSignals(std::function<void()> onStop, std::function<void()> onReport)
-    : onStop_(std::move(onStop)), onReport_(std::move(onReport)) {
+StopSignals::StopSignals(std::function<void()> onStop, std::function<void()> onReport,
+                         std::function<void()> onReload)
+    : onStop_(std::move(onStop)), onReport_(std::move(onReport)), onReload_(std::move(onReload)) {
     stopEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     SetConsoleCtrlHandler(OnControl, TRUE);
     thread_ = std::thread([this] { Watch(); });

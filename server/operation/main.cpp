@@ -15,6 +15,7 @@
 #include "server/operation/command_line.h"
 #include "server/operation/port_file.h"
 #include "server/operation/server.h"
+#include "server/operation/tls_files.h"
 #include "server/operation/tls_init.h"
 #include "server/operation/user_commands.h"
 #include "server/server_error.h"
@@ -23,6 +24,15 @@ namespace {
 
 using namespace CQXSERVER;
 namespace console = CQXBASE::platform::console;
+
+/// Tells the log of the certificates that are there, and of those that can't be used.
+void CheckTls(const ServerOptions& options) {
+    try {
+        operation::LoadTls(options);
+    } catch (const OperatorError& e) {
+        LogError("the TLS certificates stay as they were: ", e.what());
+    }
+}
 
 /// The server that signals reach, as long as there is one.
 class Target {
@@ -39,6 +49,13 @@ class Target {
         }
         stopped_ = true;
         server_->Stop();
+    }
+    /// New files for new connections; those that are open keep what they have.
+    void Reload(const ServerOptions& options) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (server_ != nullptr && !stopped_) {
+            CheckTls(options);
+        }
     }
     void Report() {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -66,14 +83,14 @@ bool IsLoopback(const std::string& address) {
     return parsed.is_loopback() || (mapped && parsed.get_ip_address() >> 24 == kLoopbackNet);
 }
 
-void WarnOfAccess(const std::string& listen, std::size_t accounts) {
+void WarnOfAccess(const ServerOptions& options, std::size_t accounts) {
     if (accounts == 0) {
         LogWarning("there are no accounts, so nobody can log in: 'qxdbserver user add' makes one");
     }
-    if (!IsLoopback(listen)) {
-        LogWarning("other machines can reach ", listen,
-                   ": nothing protects what they send from being read and changed on its way, "
-                   "unless a tunnel does (see SECURITY.md)");
+    if (!options.tls.required && !IsLoopback(options.listen)) {
+        LogWarning("other machines can reach ", options.listen,
+                   ": what they send without TLS can be read and changed on its way; require_tls "
+                   "refuses it");
     }
 }
 
@@ -81,15 +98,17 @@ int Serve(const operation::CommandLine& command) {
     const ServerOptions& options = command.options;
     StartLog(options.logLevel);
     Target target;
-    const console::StopSignals signals([&] { target.Stop(); }, [&] { target.Report(); });
+    const console::StopSignals signals([&] { target.Stop(); }, [&] { target.Report(); },
+                                       [&] { target.Reload(options); });
     operation::Server server(options);
+    operation::LoadTls(options);
     Warn(command.warnings);
     const std::size_t accounts = server.Accounts().List().size();
     const operation::PortFile portFile(options.portFile, server.Port());
     target.Set(&server);
     LogAt(Poco::Message::PRIO_NOTICE, "listening on ", options.listen, ", port ", server.Port(),
           "; accounts: ", accounts);
-    WarnOfAccess(options.listen, accounts);
+    WarnOfAccess(options, accounts);
     const std::size_t unfinished = server.Run();
     if (unfinished > 0) {
         // Their threads can't be told to end; their transactions are rolled back.

@@ -32,6 +32,14 @@ constexpr std::chrono::hours kDay{24};
 constexpr auto kAuthorityTime = 3652 * kDay;
 constexpr auto kServerTime = 730 * kDay;  // clients may refuse what is valid for over 825 days
 
+constexpr char kWhatNext[] = R"(
+
+The server takes it at its next start, or on SIGHUP. The keys stay where they are.
+Clients need a copy of ca.pem, which is no secret. The folder is closed to others,
+so hand the copy on:
+
+    qxdb --server )";
+
 std::string Quoted(const fs::path& path) {
     return "'" + path.u8string() + "'";
 }
@@ -145,11 +153,7 @@ void Tell(std::ostream& out, const CommandLine& command, const OwnTlsFiles& own,
         << "\n  valid until:          " << EndOf(authority.Own()) << "\nserver's certificate:   "
         << fs::absolute(own.certificate).lexically_normal().u8string()
         << "\n  for:                  " << tls::HostsText(*issued.certificate)
-        << "\n  valid until:          " << EndOf(issued)
-        << "\n\nThe server takes it at its next start; one that has TLS already does so on SIGHUP."
-           "\nClients need a copy of ca.pem, which is no secret. The folder is closed to others, so"
-           "\nhand the copy on. The keys beside it stay where they are."
-           "\n\n    qxdb --server "
+        << "\n  valid until:          " << EndOf(issued) << kWhatNext
         << ExampleAddress(command.hosts.front(), command.options.listen)
         << " --user NAME --tls --tls-ca ca.pem\n";
     if (!out.flush()) {
