@@ -4,6 +4,7 @@
 #include <new>
 
 #include <openssl/bio.h>
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
@@ -59,11 +60,15 @@ std::string Named(const char* what, const std::string& path) {
 void UseCertificate(SSL_CTX& context, const std::string& certificate, const std::string& key) {
     Require(SSL_CTX_use_certificate_chain_file(&context, certificate.c_str()),
             Named("the certificate file", certificate));
+    const std::string mismatch =
+        "the key in '" + key + "' is not that of the certificate in '" + certificate + "'";
     if (SSL_CTX_use_PrivateKey_file(&context, key.c_str(), SSL_FILETYPE_PEM) != 1) {
+        if (ERR_GET_REASON(ERR_peek_last_error()) == X509_R_KEY_VALUES_MISMATCH) {
+            Refuse(mismatch);
+        }
         Refuse(Named("the key file", key) + " (an encrypted key is not supported)");
     }
-    Require(SSL_CTX_check_private_key(&context),
-            "the key in '" + key + "' is not that of the certificate in '" + certificate + "'");
+    Require(SSL_CTX_check_private_key(&context), mismatch);  // keys of two kinds
 }
 
 void UseCiphers(SSL_CTX& context, const std::string& ciphers, const std::string& suites) {

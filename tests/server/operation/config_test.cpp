@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 #include "server/operation/command_line.h"
@@ -8,6 +10,7 @@
 namespace CQXSERVER {
 namespace {
 
+namespace fs = std::filesystem;
 using qxdb_test::TempDir;
 using qxdb_test::WriteFile;
 
@@ -63,6 +66,13 @@ TEST_F(ConfigTest, EveryKeyHasItsPlaceAndUnit) {
         port_file = "/run/port"
         log_level = "debug"
         allow_client_data_sources = true
+        tls_certificate = "tls/server.pem"
+        tls_key = "/key.pem"
+        tls_client_ca = "clients.pem"
+        require_tls = true
+        tls_min_version = "1.3"
+        tls_ciphers = "ECDHE+AESGCM"
+        tls_cipher_suites = "TLS_AES_128_GCM_SHA256"
         workers = 3
         login_workers = 2
         [limits]
@@ -83,6 +93,13 @@ TEST_F(ConfigTest, EveryKeyHasItsPlaceAndUnit) {
     EXPECT_EQ(options.portFile, Rooted("run/port"));
     EXPECT_EQ(options.logLevel, "debug");
     EXPECT_TRUE(options.clientDataSources.allowed);
+    EXPECT_EQ(fs::u8path(options.tls.certificate), folder_.Path() / "tls" / "server.pem");
+    EXPECT_EQ(options.tls.key, Rooted("key.pem"));
+    EXPECT_EQ(options.tls.clientCa, folder_.File("clients.pem"));
+    EXPECT_TRUE(options.tls.required);
+    EXPECT_EQ(options.tls.minVersion, CQXDB::QXTLS_1_3);
+    EXPECT_EQ(options.tls.ciphers, "ECDHE+AESGCM");
+    EXPECT_EQ(options.tls.cipherSuites, "TLS_AES_128_GCM_SHA256");
     EXPECT_EQ(options.workers, 3U);
     EXPECT_EQ(options.loginWorkers, 2U);
     const Numbers expected = {kMiB, 2 * kMiB, 3 * kMiB, 4,     5,     6,    7000,
@@ -111,8 +128,9 @@ TEST_F(ConfigTest, MistakesAreNamedWithTheirLine) {
               std::string::npos);
     for (const std::string bad :
          {"workers = 0", "workers = -1", "workers = 1.5", "data = 1", "log_level = 'loud'",
-          "allow_client_data_sources = 'yes'", "databases = 3", "limits = 'x'",
-          "limits.idle_timeout_s = 0", "limits.idle_timeout_s = -3", "limits.idle_timeout_s = '1'",
+          "allow_client_data_sources = 'yes'", "tls_min_version = '1.1'", "tls_min_version = 1.2",
+          "require_tls = 'no'", "databases = 3", "limits = 'x'", "limits.idle_timeout_s = 0",
+          "limits.idle_timeout_s = -3", "limits.idle_timeout_s = '1'",
           "limits.idle_timeout_s = nan", "limits.statement_timeout_s = 86401",
           "limits.max_frame_mib = 99999999999999", "databases.a = 1"}) {
         EXPECT_NE(ErrorOf(bad), "") << bad;
@@ -120,13 +138,16 @@ TEST_F(ConfigTest, MistakesAreNamedWithTheirLine) {
 }
 
 TEST_F(ConfigTest, TheCommandLineWins) {
-    WriteFile(
-        folder_.Path() / "c.toml",
-        "listen = 'h:1'\nlog_level = 'debug'\n[databases]\na = 'sqlite:/a'\nb = 'sqlite:/b'\n");
+    WriteFile(folder_.Path() / "c.toml",
+              "listen = 'h:1'\ntls_certificate = 'a.pem'\ntls_key = 'k.pem'\nlog_level = "
+              "'debug'\n[databases]\na = 'sqlite:/a'\nb = 'sqlite:/b'\n");
     const std::string config = folder_.File("c.toml");
     const operation::CommandLine line =
         Parse({"--config", config.c_str(), "--listen", "h:2", "--database", "a=sqlite:/c",
-               "--database", "d=odbc:DSN=x;UID=y"});
+               "--database", "d=odbc:DSN=x;UID=y", "--tls-certificate", "b.pem", "--require-tls"});
+    EXPECT_EQ(line.options.tls.certificate, "b.pem");
+    EXPECT_EQ(line.options.tls.key, folder_.File("k.pem"));
+    EXPECT_TRUE(line.options.tls.required);
     EXPECT_EQ(line.action, operation::Action::Serve);
     EXPECT_EQ(line.options.listen, "h:2");
     EXPECT_EQ(line.options.logLevel, "debug");
@@ -153,6 +174,9 @@ TEST_F(ConfigTest, TheExampleHoldsTheDefaults) {
     operation::ReadConfigFile(QXDB_EXAMPLE_CONFIG, options);
     EXPECT_EQ(options.listen, ServerOptions().listen);
     EXPECT_EQ(All(options.limits), All(Limits()));
+    EXPECT_FALSE(options.tls.required);
+    EXPECT_EQ(options.tls.minVersion, TlsOptions().minVersion);
+    EXPECT_EQ(options.tls.certificate + options.tls.ciphers + options.tls.cipherSuites, "");
 }
 
 }  // namespace

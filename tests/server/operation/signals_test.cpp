@@ -2,6 +2,7 @@
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <fcntl.h>
 #include <pty.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -98,12 +99,14 @@ class LooseServer {
     LooseServer(bool terminal, bool hangupIgnored) {
         const std::string data = folder_.File("data");
         const std::string port = folder_.File("port");
+        const std::string log = folder_.File("log");
         const std::array<const char*, 8> arguments = {
             QXDB_SERVER_PROGRAM, "--data",      data.c_str(), "--listen",
             "127.0.0.1:0",       "--port-file", port.c_str(), nullptr};
         pid_ = terminal ? forkpty(&terminal_, nullptr, nullptr, nullptr) : fork();
         if (pid_ == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
+            dup2(open(log.c_str(), O_WRONLY | O_CREAT, S_IRUSR | S_IWUSR), STDERR_FILENO);
             setsid();
             std::signal(SIGHUP, hangupIgnored ? SIG_IGN : SIG_DFL);
             execv(arguments[0], const_cast<char* const*>(arguments.data()));
@@ -122,6 +125,21 @@ class LooseServer {
 
     bool Serves() const { return std::filesystem::exists(folder_.File("port")); }
     void Signal(int number) const { kill(pid_, number); }
+    /// From a process that is neither its parent nor its session's leader.
+    void HangupByStranger() const {
+        RunToSuccess({"sh", "-c", "kill -HUP " + std::to_string(pid_)});
+    }
+    /// Waits until certificates were looked for so often, the start included.
+    bool HasLookedForCertificates(int times) const {
+        return Eventually([&] {
+            const std::string log = ReadFile(folder_.File("log"));
+            int found = 0;
+            for (std::size_t at = 0; (at = log.find("TLS: off", at)) != std::string::npos; ++at) {
+                ++found;
+            }
+            return found == times;
+        });
+    }
     void CloseTerminal() {
         if (terminal_ != -1) {
             close(std::exchange(terminal_, -1));
@@ -155,12 +173,31 @@ TEST(Signals, WhatAsksForNothingEndsNothing) {
     for (const bool terminal : {false, true}) {
         LooseServer server(terminal, terminal);
         ASSERT_TRUE(Eventually([&] { return server.Serves(); }));
-        for (const int each : {SIGHUP, SIGUSR2, SIGPIPE, SIGXFSZ}) {
+        for (const int each : {SIGUSR2, SIGPIPE, SIGXFSZ}) {
             server.Signal(each);
         }
         EXPECT_EQ(server.Connect().Handshake().Error(), 0);
         server.Signal(SIGTERM);
         EXPECT_EQ(server.Wait(), 0);
+    }
+}
+
+TEST(Signals, AHangupAsksForNewCertificatesUnlessTheTerminalCloses) {
+    for (const bool terminal : {false, true}) {
+        for (const bool ignored : {false, true}) {
+            LooseServer server(terminal, ignored);
+            ASSERT_TRUE(Eventually([&] { return server.Serves(); }));
+            server.Signal(SIGHUP);
+            EXPECT_TRUE(server.HasLookedForCertificates(2)) << terminal << ignored;
+            if (ignored) {
+                server.CloseTerminal();
+                server.HangupByStranger();
+                EXPECT_TRUE(server.HasLookedForCertificates(3)) << terminal;
+            }
+            EXPECT_EQ(server.Connect().Handshake().Error(), 0);
+            server.Signal(SIGTERM);
+            EXPECT_EQ(server.Wait(), 0);
+        }
     }
 }
 
