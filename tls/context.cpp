@@ -28,6 +28,9 @@ constexpr std::time_t kRenewalTime = 30 * 86400;
 
 [[noreturn]] void Refuse(const std::string& what) {
     std::string reason = TakeErrors();
+    if (reason.find("password") != std::string::npos) {
+        reason = "it is encrypted, which is not supported";
+    }
     const std::string text = what + (reason.empty() ? "" : ": " + reason);
     throw TlsError({CQXDB::QXTLS_BAD_SETTINGS, Utf8ToWide(text)});
 }
@@ -66,7 +69,7 @@ void UseCertificate(SSL_CTX& context, const std::string& certificate, const std:
         if (ERR_GET_REASON(ERR_peek_last_error()) == X509_R_KEY_VALUES_MISMATCH) {
             Refuse(mismatch);
         }
-        Refuse(Named("the key file", key) + " (an encrypted key is not supported)");
+        Refuse(Named("the key file", key));
     }
     Require(SSL_CTX_check_private_key(&context), mismatch);  // keys of two kinds
 }

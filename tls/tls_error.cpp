@@ -35,8 +35,9 @@ std::string TakeErrors() {
     while (const unsigned long error = ERR_get_error()) {
         const std::string reason = ReasonOf(error);
         // One failure often stands there several times, as each layer has met it.
-        if (all.size() < reason.size() ||
-            all.compare(all.size() - reason.size(), reason.size(), reason) != 0) {
+        const bool told = ERR_GET_REASON(error) == ERR_R_SYS_LIB && !all.empty();
+        if (!told && (all.size() < reason.size() ||
+                      all.compare(all.size() - reason.size(), reason.size(), reason) != 0)) {
             all += (all.empty() ? "" : "; ") + reason;
         }
     }

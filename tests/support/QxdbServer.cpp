@@ -6,7 +6,8 @@
 namespace qxdb_test {
 
 QxdbServer::QxdbServer(std::string program, std::vector<std::string> arguments,
-                       std::vector<std::string> environment)
+                       std::vector<std::string> environment,
+                       const std::function<void(const std::string&)>& prepare)
     : program_(std::move(program)),
       arguments_(std::move(arguments)),
       environment_(std::move(environment)) {
@@ -15,6 +16,9 @@ QxdbServer::QxdbServer(std::string program, std::vector<std::string> arguments,
     ChildProcess add(program_, {"--data", folder_.Path().string(), "user", "add", kUser}, options);
     if (add.Wait() != 0) {
         throw std::runtime_error("qxdbserver user add: " + add.Errors());
+    }
+    if (prepare) {
+        prepare(folder_.Path().string());
     }
     Start();
 }

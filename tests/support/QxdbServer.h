@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,9 +20,11 @@ class QxdbServer {
     static constexpr const char* kPassword = "correct horse battery";
 
     /// `program` is the path of qxdbserver; `arguments` go behind those for folder and port, and
-    /// `environment` is added to the test's own, "NAME=value" each.
+    /// `environment` is added to the test's own, "NAME=value" each. `prepare` gets the data folder
+    /// before the server starts.
     explicit QxdbServer(std::string program, std::vector<std::string> arguments = {},
-                        std::vector<std::string> environment = {});
+                        std::vector<std::string> environment = {},
+                        const std::function<void(const std::string&)>& prepare = {});
     ~QxdbServer();
 
     std::uint16_t Port() const noexcept { return port_; }
