@@ -15,7 +15,6 @@
 #include "server/operation/command_line.h"
 #include "server/operation/port_file.h"
 #include "server/operation/server.h"
-#include "server/operation/tls_files.h"
 #include "server/operation/tls_init.h"
 #include "server/operation/user_commands.h"
 #include "server/server_error.h"
@@ -24,15 +23,6 @@ namespace {
 
 using namespace CQXSERVER;
 namespace console = CQXBASE::platform::console;
-
-/// Tells the log of the certificates that are there, and of those that can't be used.
-void CheckTls(const ServerOptions& options) {
-    try {
-        operation::LoadTls(options);
-    } catch (const OperatorError& e) {
-        LogError("the TLS certificates stay as they were: ", e.what());
-    }
-}
 
 /// The server that signals reach, as long as there is one.
 class Target {
@@ -51,10 +41,10 @@ class Target {
         server_->Stop();
     }
     /// New files for new connections; those that are open keep what they have.
-    void Reload(const ServerOptions& options) {
+    void Reload() {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (server_ != nullptr && !stopped_) {
-            CheckTls(options);
+            server_->ReloadTls();
         }
     }
     void Report() {
@@ -99,9 +89,8 @@ int Serve(const operation::CommandLine& command) {
     StartLog(options.logLevel);
     Target target;
     const console::StopSignals signals([&] { target.Stop(); }, [&] { target.Report(); },
-                                       [&] { target.Reload(options); });
+                                       [&] { target.Reload(); });
     operation::Server server(options);
-    operation::LoadTls(options);
     Warn(command.warnings);
     const std::size_t accounts = server.Accounts().List().size();
     const operation::PortFile portFile(options.portFile, server.Port());
