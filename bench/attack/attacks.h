@@ -15,6 +15,8 @@ struct Attack {
 
 /// By clients without a login.
 const std::vector<Attack>& AttacksOfStrangers();
+/// The same, over TLS.
+const std::vector<Attack>& AttacksByHandshakes();
 /// By clients with an account of their own.
 const std::vector<Attack>& AttacksOfAccounts();
 

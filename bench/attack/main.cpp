@@ -55,7 +55,8 @@ int Run(int argc, char** argv) {
     const Databases databases;
     int tried = 0;
     int broken = 0;
-    for (const std::vector<Attack>* const all : {&AttacksOfStrangers(), &AttacksOfAccounts()}) {
+    for (const std::vector<Attack>* const all :
+         {&AttacksOfStrangers(), &AttacksByHandshakes(), &AttacksOfAccounts()}) {
         for (const Attack& each : *all) {
             if (each.name.find(only) != std::string::npos) {
                 ++tried;

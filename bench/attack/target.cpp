@@ -52,7 +52,11 @@ Target::Target(const std::string& program, const Databases& databases) {
                              std::to_string(kStatementLimit.count()) + "\n");
     server_ = std::make_unique<QxdbServer>(
         program,
-        std::vector<std::string>{"--config", folder_.File("c.toml"), "--log-level", "error"});
+        std::vector<std::string>{"--config", folder_.File("c.toml"), "--log-level", "error"},
+        std::vector<std::string>(), [&program](const std::string& data) {
+            qxdb_test::RunToSuccess(
+                {program, "tls", "init", "--data", data, "--host", "localhost"});
+        });
     CQXSERVER::sessions::AccountStore(server_->Folder().File("accounts.db"))
         .Add("eve", CQXSERVER::sessions::HashPassword("secret"),
              CQXSERVER::AllowedDatabases::All());

@@ -49,6 +49,7 @@ class Target {
     Target(const std::string& program, const Databases& databases);
 
     qxdb_test::QxdbServer& Server() noexcept { return *server_; }
+    std::uint16_t Port() const noexcept { return server_->Port(); }
     qxdb_test::RawClient Connect() const { return qxdb_test::RawClient(server_->Port()); }
     qxdb_test::RawClient Eve() const;
     qxdb_test::RawClient User() const;
