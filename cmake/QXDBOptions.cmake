@@ -27,11 +27,6 @@ add_library(qxdb_options INTERFACE)
 target_include_directories(qxdb_options INTERFACE
   "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>" "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>")
 
-if(WIN32)
-  # Its <windows.h> would otherwise bring <wincrypt.h>, whose macros have names of OpenSSL's types.
-  target_compile_definitions(qxdb_options INTERFACE NOCRYPT)
-endif()
-
 if(MSVC)
   target_compile_options(qxdb_options INTERFACE /W4 /WX /utf-8 /EHa /permissive- /wd4251)
   # Its <windows.h> would otherwise make macros of min and max.

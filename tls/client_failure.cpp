@@ -1,7 +1,9 @@
 // What has gone wrong with TLS, told so that a person knows what to do.
+#include "tls/client_stream.h"
+
+// Behind <windows.h>, whose macros have names of OpenSSL's types until OpenSSL takes them away.
 #include <openssl/err.h>
 
-#include "tls/client_stream.h"
 #include "tls/names.h"
 #include "util/text.h"
 
