@@ -1,13 +1,4 @@
-// winsock2.h is to come before windows.h.
-#include <wincrypt.h>
 #include <windows.h>
-#include <winsock2.h>
-// wincrypt.h has macros of these names.
-#undef X509_NAME
-#undef X509_EXTENSIONS
-#undef PKCS7_SIGNER_INFO
-#undef OCSP_REQUEST
-#undef OCSP_RESPONSE
 
 #include <openssl/x509.h>
 
