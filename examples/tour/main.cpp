@@ -1,6 +1,6 @@
 // usage: qxdb_tour BIN_DIR SQL_FILE WORK_DIR
 // Shows the library's public interface at work: on a local database, then on an application server
-// that it starts on a free loopback port, directly and through a SOCKS5 tunnel.
+// that it starts on a free loopback port, over TLS, directly and through a SOCKS5 tunnel.
 #include <exception>
 #include <iostream>
 
@@ -15,6 +15,7 @@ constexpr const char* kPassword = "correct horse battery";
 void Remote(const std::string& title, const tour::Server& server, const CQXDB::QXProxyInfo& proxy) {
     tour::Heading(title);
     CQXDB::DBAgent agent;
+    agent.SetTls(server.Tls());
     tour::LogIn(agent, server.Port(), proxy, kUser, kPassword);
     tour::Work(agent);
     tour::Session(agent);
@@ -30,9 +31,11 @@ void Tour(const std::string& binDir, const std::string& sqlFile, const std::stri
 
     const tour::Server server(binDir + "/qxdbserver", workDir, kUser, kPassword);
     {
-        tour::Heading("Remote: the same library on qxdbserver, 127.0.0.1:" +
+        tour::Heading("Remote, over TLS: the same library on qxdbserver, 127.0.0.1:" +
                       std::to_string(server.Port()));
         CQXDB::DBAgent loader;
+        tour::RefusedWithoutTls(server.Port(), kUser, kPassword);
+        loader.SetTls(server.Tls());
         tour::LogIn(loader, server.Port(), {}, kUser, kPassword);
         tour::Load(loader, sqlFile);
         tour::Work(loader);
@@ -40,7 +43,8 @@ void Tour(const std::string& binDir, const std::string& sqlFile, const std::stri
         tour::LogOut(loader, server.Port(), {}, kUser, kPassword);
     }
     const tour::SocksProxy proxy;
-    Remote("Remote again, through a SOCKS5 tunnel on 127.0.0.1:" + std::to_string(proxy.Port()),
+    Remote("Remote again, over TLS through a SOCKS5 tunnel on 127.0.0.1:" +
+               std::to_string(proxy.Port()),
            server, proxy.Info());
 }
 

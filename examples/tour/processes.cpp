@@ -13,6 +13,8 @@
 #include <Poco/Process.h>
 #include <Poco/Thread.h>
 
+#include <qxdb/QXValue.h>
+
 namespace tour {
 
 class Child {
@@ -91,18 +93,33 @@ void AddUser(const std::string& program, const std::string& workDir, const std::
 }  // namespace
 
 Server::Server(const std::string& program, const std::string& workDir, const std::string& user,
-               const std::string& password) {
+               const std::string& password)
+    : workDir_(workDir) {
     AddUser(program, workDir, user, password);
+    auto init =
+        Poco::Process::launch(program, {"tls", "init", "--data", workDir, "--host", "127.0.0.1"},
+                              nullptr, nullptr, nullptr);
+    if (init.wait() != 0) {
+        throw std::runtime_error("qxdbserver tls init failed");
+    }
     const std::string portFile = workDir + "/port";
-    child_ = std::make_unique<Child>(
-        program,
-        Poco::Process::Args{"--data", workDir, "--listen", "127.0.0.1:0", "--port-file", portFile},
-        Child::Ending::AtRequest);
+    child_ =
+        std::make_unique<Child>(program,
+                                Poco::Process::Args{"--data", workDir, "--listen", "127.0.0.1:0",
+                                                    "--port-file", portFile, "--require-tls"},
+                                Child::Ending::AtRequest);
     Await(*child_, "qxdbserver",
           [&] { return static_cast<bool>(std::ifstream(portFile) >> port_); });
 }
 
 Server::~Server() = default;
+
+CQXDB::QXTlsInfo Server::Tls() const {
+    CQXDB::QXTlsInfo tls;
+    tls.enabled = true;
+    tls.caFile = CQXDB::QXValue::TextUtf8(workDir_ + "/tls/ca.pem").ToText();
+    return tls;
+}
 
 SocksProxy::SocksProxy() {
     {

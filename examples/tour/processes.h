@@ -6,13 +6,14 @@
 #include <string>
 
 #include <qxdb/QXProxyInfo.h>
+#include <qxdb/QXTlsInfo.h>
 
 namespace tour {
 
 /// A child process; terminated and waited for on destruction.
 class Child;
 
-/// qxdbserver on a free port, with one account.
+/// qxdbserver on a free port, with one account and a certificate of its own, for TLS only.
 class Server {
   public:
     Server(const std::string& program, const std::string& workDir, const std::string& user,
@@ -22,8 +23,11 @@ class Server {
     Server& operator=(const Server&) = delete;
 
     std::uint16_t Port() const { return port_; }
+    /// Trusts the authority that has issued the certificate.
+    CQXDB::QXTlsInfo Tls() const;
 
   private:
+    std::string workDir_;
     std::unique_ptr<Child> child_;
     std::uint16_t port_ = 0;
 };

@@ -155,6 +155,16 @@ void LogIn(DBAgent& agent, std::uint16_t port, const CQXDB::QXProxyInfo& proxy,
                           ", driver type " + std::to_string(driver));
 }
 
+void RefusedWithoutTls(std::uint16_t port, const std::string& user, const std::string& password) {
+    DBAgent agent;
+    std::wstring info;
+    std::wstring token;
+    if (agent.Login(L"127.0.0.1", port, {}, LoginString(user, password), info, token)) {
+        throw std::runtime_error("a login without TLS was accepted");
+    }
+    Tell("without TLS", "error " + std::to_string(agent.errCode_) + ", " + Utf8(agent.errText_));
+}
+
 void Session(DBAgent& agent) {
     RequireSession(agent.Shakehand(), agent, "the handshake");
     Tell("handshake", "answered");

@@ -20,6 +20,7 @@ void Work(CQXDB::DBAgent& agent);
 void LogIn(CQXDB::DBAgent& agent, std::uint16_t port, const CQXDB::QXProxyInfo& proxy,
            const std::string& user, const std::string& password);
 /// A handshake and a message.
+void RefusedWithoutTls(std::uint16_t port, const std::string& user, const std::string& password);
 void Session(CQXDB::DBAgent& agent);
 void LogOut(CQXDB::DBAgent& agent, std::uint16_t port, const CQXDB::QXProxyInfo& proxy,
             const std::string& user, const std::string& password);

@@ -29,7 +29,7 @@ enum QXTlsError : int {
 /// leaves. Inside TLS frames travel plain: the cipher of frames would add nothing but time.
 ///
 /// Paths are the host's own; files are PEM and are read at each connect, so that a renewed one is
-/// used without further ado. The library reads no environment variable, those of OpenSSL included.
+/// used without further ado. SSL_CERT_FILE and SSL_CERT_DIR of the environment have no say.
 struct QXTlsInfo {
     bool enabled = false;
     /// The certificates of those who may issue a server's. Empty: those that the platform trusts
