@@ -38,7 +38,7 @@ std::string AddressText(const ASN1_OCTET_STRING& address) {
 
 }  // namespace
 
-std::string NameText(const X509_NAME& name) {
+std::string NameText(const X509_name_st& name) {
     const std::unique_ptr<BIO, decltype(&BIO_free)> out(BIO_new(BIO_s_mem()), BIO_free);
     if (out == nullptr ||
         X509_NAME_print_ex(out.get(), &name, 0,

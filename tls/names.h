@@ -7,8 +7,9 @@
 
 namespace CQXBASE::tls {
 
-/// A distinguished name in UTF-8, as "CN=db.example.org, O=Example", fit to be shown.
-std::string NameText(const X509_NAME& name);
+/// A distinguished name (X509_NAME, which is a macro of <windows.h>, too) in UTF-8, as
+/// "CN=db.example.org, O=Example", fit to be shown.
+std::string NameText(const X509_name_st& name);
 /// "2026-11-23 20:15:00 UTC".
 std::string TimeText(const ASN1_TIME& time);
 /// The host names and addresses that the certificate is for, between commas, fit to be shown;
