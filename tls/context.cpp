@@ -43,7 +43,7 @@ void Require(long done, const std::string& what) {
 
 Context NewContext(const SSL_METHOD* method, QXTlsVersion oldest) {
     ForgetErrors();
-    const Context context(SSL_CTX_new(method), SSL_CTX_free);
+    Context context(SSL_CTX_new(method), SSL_CTX_free);
     if (context == nullptr) {
         throw std::bad_alloc();
     }

@@ -17,11 +17,15 @@ constexpr std::chrono::microseconds kHandshakeTime{1000};
 void Server::ReloadTls() {
     try {
         CQXBASE::tls::Context fresh = LoadTls(options_);
-        loop_.Post([this, fresh] { tls_ = fresh; });
-        LogAt(Poco::Message::PRIO_NOTICE, fresh != nullptr ? "the TLS certificates were read again"
-                                                           : "reload: no TLS is configured");
+        loop_.Post([this, fresh] {
+            if (fresh == nullptr && tls_ != nullptr) {
+                LogError("TLS stays as it was: its certificate is gone");
+            } else {
+                tls_ = fresh;
+            }
+        });
     } catch (const std::exception& e) {
-        LogError("the TLS certificates stay as they were: ", e.what());
+        LogError("TLS stays as it was: ", e.what());
     }
 }
 

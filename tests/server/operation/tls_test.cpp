@@ -245,7 +245,7 @@ TEST(TlsReload, DropsNobodyAndKeepsWhatItHasWhenTheNewIsBroken) {
     WriteFile(data / "tls" / "server-key.pem", "");
     kill(server.Pid(), SIGHUP);
     EXPECT_TRUE(
-        server.Process().WaitForText("the TLS certificates stay as they were: TLS: the key"));
+        server.Process().WaitForText("TLS stays as it was: TLS: the key"));
     EXPECT_TRUE(serves("two.example"));
     EXPECT_TRUE(open->Running());
     EXPECT_NE(server.Log().find("TLS: on; certificate for two.example, valid until"),
