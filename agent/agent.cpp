@@ -5,6 +5,7 @@
 
 #include <qxdb/DBAgent.h>
 
+#include "agent/cancel_point.h"
 #include "errors/caught_exception.h"
 #include "transport/qxio.h"
 #include "util/split.h"
@@ -25,7 +26,7 @@ void CloseAbortively(ACE_SOCK_Stream& stream) {
 
 }  // namespace
 
-DBAgent::DBAgent() : dataSource_(new QXDataSource) {}
+DBAgent::DBAgent() : dataSource_(new QXDataSource), cancelPoint_(std::make_shared<CancelPoint>()) {}
 DBAgent::DBAgent(const DBAgent& other) = default;
 DBAgent& DBAgent::operator=(const DBAgent& other) = default;
 

@@ -2,14 +2,16 @@
 #include <qxdb/DBMgr.h>
 #include <qxdb/DBMgrWithPOCO.h>
 
+#include "agent/cancel_point.h"
 #include "agent/told.h"
 
 namespace CQXDB {
 namespace {
 
 template <typename Manager, typename Call>
-void RunOn(long& errCode, std::wstring& errText, const Call& call) {
+void RunOn(Cancellation* cancellation, long& errCode, std::wstring& errText, const Call& call) {
     Manager manager;
+    manager.SetCancellation(cancellation);
     call(manager);
     if (manager.errNumber() != 0) {
         errCode = manager.errNumber();
@@ -19,11 +21,12 @@ void RunOn(long& errCode, std::wstring& errText, const Call& call) {
 
 /// Makes one call on a fresh manager and hands its error on.
 template <typename Call>
-void RunLocal(bool throughPoco, long& errCode, std::wstring& errText, const Call& call) {
+void RunLocal(bool throughPoco, Cancellation* cancellation, long& errCode, std::wstring& errText,
+              const Call& call) {
     if (throughPoco) {
-        RunOn<DBMgrWithPOCO>(errCode, errText, call);
+        RunOn<DBMgrWithPOCO>(cancellation, errCode, errText, call);
     } else {
-        RunOn<DBMgr>(errCode, errText, call);
+        RunOn<DBMgr>(cancellation, errCode, errText, call);
     }
 }
 
@@ -35,28 +38,33 @@ void SetPage(QXRecordset& rs, long pageSize, long pageNo) {
 }  // namespace
 
 void DBAgent::ExecuteLocal(long& errCode, std::wstring& errText, QXCommand& cmd) {
-    RunLocal(useODBC_(), errCode, errText, [&](auto& manager) { manager.Execute(&cmd); });
+    RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
+             [&](auto& manager) { manager.Execute(&cmd); });
 }
 
 void DBAgent::ExecuteLocal(long& errCode, std::wstring& errText, QXCommandList& list) {
-    RunLocal(useODBC_(), errCode, errText, [&](auto& manager) { manager.Execute(&list); });
+    RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
+             [&](auto& manager) { manager.Execute(&list); });
 }
 
 void DBAgent::OpenQueryLocal(long& errCode, std::wstring& errText, QXCommand& cmd, QXRecordset& rs,
                              long pageSize, long pageNo) {
     SetPage(rs, pageSize, pageNo);
-    RunLocal(useODBC_(), errCode, errText, [&](auto& manager) { manager.OpenQuery(&cmd, rs); });
+    RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
+             [&](auto& manager) { manager.OpenQuery(&cmd, rs); });
 }
 
 void DBAgent::OpenQueryLocal(long& errCode, std::wstring& errText, QXCommandList& list,
                              QXRecordset& rs, long pageSize, long pageNo) {
     SetPage(rs, pageSize, pageNo);
-    RunLocal(useODBC_(), errCode, errText, [&](auto& manager) { manager.OpenQuery(&list, rs); });
+    RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
+             [&](auto& manager) { manager.OpenQuery(&list, rs); });
 }
 
 void DBAgent::BatchQryLocal(long& errCode, std::wstring& errText, QXCommandList& list,
                             QXRsList& out) {
-    RunLocal(useODBC_(), errCode, errText, [&](auto& manager) { manager.BatchQry(&list, out); });
+    RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
+             [&](auto& manager) { manager.BatchQry(&list, out); });
 }
 
 bool DBAgent::CanConnect(CQXDB_DSType_ENUM type, const std::wstring& server, long port,
@@ -70,7 +78,7 @@ bool DBAgent::CanConnect(CQXDB_DSType_ENUM type, const std::wstring& server, lon
         dataSource_->init(L"", type, server, port, database, user, password, trusted, std::string(),
                           1);
         dataSource_->initDriver(driver, driverName, dsn, connectionString, extra);
-        RunLocal(useODBC_(), errCode_, errText_,
+        RunLocal(useODBC_(), cancelPoint_->Local(), errCode_, errText_,
                  [&](auto& manager) { answer = manager.CanConnect(dataSource_); });
     });
     return answer && errCode_ == 0;
@@ -80,7 +88,8 @@ void DBAgent::CloseConn() {
     long errCode = 0;
     std::wstring errText;
     Told(errCode, errText, [&] {
-        RunLocal(useODBC_(), errCode, errText, [](auto& manager) { manager.CloseConn(); });
+        RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
+                 [](auto& manager) { manager.CloseConn(); });
     });
 }
 

@@ -1,8 +1,11 @@
 #include <new>
 #include <string>
+#include <utility>
 
 #include <qxdb/DBAgent.h>
+#include <qxdb/DBMgrErrors.h>
 
+#include "agent/cancel_point.h"
 #include "agent/told.h"
 #include "errors/caught_exception.h"
 #include "messages/message_holder.h"
@@ -103,6 +106,18 @@ int DBAgent::RemoteExec(long& errCode, std::wstring& errText, CQXBASE::QXIOBase&
     return outcome;
 }
 
+/// Tells what Cancel needs to know of the request; false when it was cancelled while it waited.
+bool DBAgent::goOut_(long& errCode, std::wstring& errText) {
+    const std::size_t colon = serverName_.rfind(L':');
+    RemoteCall call{serverName_.substr(0, colon), 0, proxy_, tls_, token_};
+    call.port = static_cast<unsigned>(CQXBASE::PieceToLong({serverName_.substr(colon + 1)}, 0));
+    if (cancelPoint_->GoesOut(std::move(call))) {
+        return true;
+    }
+    Fail(errCode, errText, DBMGR_CANCELLED, L"the call was cancelled");
+    return false;
+}
+
 int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& request,
                        unsigned requestCode, void* result) {
     char* data = nullptr;
@@ -110,6 +125,9 @@ int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& 
     std::string plainText;
     unsigned replyCode = 0;
     bool enciphered = false;
+    if (!goOut_(errCode, errText)) {
+        return -1;
+    }
     {
         const UnfinishedExchange unfinished(*io_);
         io_->LimitReceivedBody(maxReplyBytes_);

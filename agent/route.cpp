@@ -4,6 +4,7 @@
 #include <qxdb/DBAgent.h>
 #include <qxdb/DBMgrErrors.h>
 
+#include "agent/cancel_point.h"
 #include "agent/told.h"
 
 namespace CQXDB {
@@ -52,6 +53,7 @@ void ClearIf(bool local, QXRecordset& rs) {
 void DBAgent::Execute(long& errCode, std::wstring& errText, QXCommand& cmd,
                       const std::wstring& db) {
     Told(errCode, errText, [&] {
+        const CancelPoint::Call call(*cancelPoint_);
         Stamp(errCode, errText, cmd, *dataSource_, db, token_);
         if (isLocal_) {
             ExecuteLocal(errCode, errText, cmd);
@@ -64,6 +66,7 @@ void DBAgent::Execute(long& errCode, std::wstring& errText, QXCommand& cmd,
 void DBAgent::Execute(long& errCode, std::wstring& errText, QXCommandList& list,
                       const std::wstring& db) {
     Told(errCode, errText, [&] {
+        const CancelPoint::Call call(*cancelPoint_);
         Stamp(errCode, errText, list, *dataSource_, db, token_);
         if (isLocal_) {
             ExecuteLocal(errCode, errText, list);
@@ -76,6 +79,7 @@ void DBAgent::Execute(long& errCode, std::wstring& errText, QXCommandList& list,
 void DBAgent::OpenQuery(long& errCode, std::wstring& errText, QXCommand& cmd, QXRecordset& rs,
                         long pageSize, long pageNo, const std::wstring& db) {
     Told(errCode, errText, [&] {
+        const CancelPoint::Call call(*cancelPoint_);
         Stamp(errCode, errText, cmd, *dataSource_, db, token_);
         if (!TakesPage(errCode, errText, pageSize, pageNo)) {
             ClearIf(isLocal_, rs);
@@ -91,6 +95,7 @@ void DBAgent::OpenQuery(long& errCode, std::wstring& errText, QXCommand& cmd, QX
 void DBAgent::OpenQuery(long& errCode, std::wstring& errText, QXCommandList& list, QXRecordset& rs,
                         long pageSize, long pageNo, const std::wstring& db) {
     Told(errCode, errText, [&] {
+        const CancelPoint::Call call(*cancelPoint_);
         Stamp(errCode, errText, list, *dataSource_, db, token_);
         if (!TakesPage(errCode, errText, pageSize, pageNo)) {
             ClearIf(isLocal_, rs);
@@ -106,6 +111,7 @@ void DBAgent::OpenQuery(long& errCode, std::wstring& errText, QXCommandList& lis
 void DBAgent::BatchQry(long& errCode, std::wstring& errText, QXCommandList& list, QXRsList& out,
                        const std::wstring& db) {
     Told(errCode, errText, [&] {
+        const CancelPoint::Call call(*cancelPoint_);
         out.RemoveAll();
         Stamp(errCode, errText, list, *dataSource_, db, token_);
         if (isLocal_) {

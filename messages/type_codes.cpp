@@ -22,7 +22,7 @@ constexpr Row kTable[] = {
     {kHandshake, BodyClass::SimpleMsg, kStatusReply},
     {kBatchQuery, BodyClass::CommandList, kResultListReply},
     {kOtpData, BodyClass::OtpAuthData, kStatusReply},
-    {kOneString, BodyClass::OneString, kStatusReply},
+    {kCancel, BodyClass::OneString, kStatusReply},
     {kVirtualLogin, BodyClass::OneString, kSessionReply},
     {kVirtualLogout, BodyClass::OneString, kStatusReply},
     {kLogin, BodyClass::OneString, kSessionReply},

@@ -15,7 +15,7 @@ enum TypeCode : std::uint32_t {
     kHandshake = 6,      ///< is the session alive
     kBatchQuery = 7,     ///< a recordset for each command of a list
     kOtpData = 8,        ///< one-time-password data
-    kOneString = 20,     ///< a request with one string
+    kCancel = 20,        ///< end what runs for the session of this token
     kVirtualLogin = 28,  ///< login that also tells the database's kind and driver
     kVirtualLogout = 29,
     kLogin = 30,

@@ -56,8 +56,7 @@ void Separators(Target& target) {
     }
     const auto units = static_cast<std::uint32_t>(text.size() / 2);
     const std::string body = std::string(reinterpret_cast<const char*>(&units), 4) + text;
-    for (const std::uint32_t code :
-         {kVirtualLogout, kLogin, kVirtualLogin, kSendText, kOneString}) {
+    for (const std::uint32_t code : {kVirtualLogout, kLogin, kVirtualLogin, kSendText, kCancel}) {
         AtOnce(8, [&](int) {
             RawClient client = target.Connect();
             client.SendBytes(Claim(code, body.size()) + body);

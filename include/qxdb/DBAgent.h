@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include <qxdb/Export.h>
@@ -20,11 +21,14 @@ class QXIO;
 
 namespace CQXDB {
 
+class CancelPoint;
+
 /// One agent holds a data source, a session token, a server address, a proxy, and whether it works
 /// locally (the default: straight against the database) or remotely (through an application
 /// server).
 ///
-/// Threads: one thread uses one agent at a time; different agents may work on different threads.
+/// Threads: one thread uses one agent at a time, but for Cancel; different agents may work on
+/// different threads.
 /// Remote exchanges of all agents of a process run one after the other.
 ///
 /// Errors: the work operations set their first two arguments, 0 and "" on success; the session
@@ -141,6 +145,19 @@ class QXDB_AGENT_API DBAgent {
     void BatchQry(long& errCode, std::wstring& errText, QXCommandList& list, QXRsList& out,
                   const std::wstring& db = std::wstring());
 
+    /// Ends the Execute, OpenQuery or BatchQry that another thread is in: locally by the database's
+    /// own means, remotely over a second connection to the server, made in the same way as the
+    /// first and not waiting for the exchanges of others. The call then fails with
+    /// DBMGR_CANCELLED, its changes are rolled back, and agent and session go on; a call that is
+    /// done by then succeeds all the same. Asks again until the call has ended, for 10 seconds at
+    /// most.
+    ///
+    /// True when the call has ended, also by itself, or there was none. False when the database or
+    /// server goes on: it can't be reached, doesn't know the session any more, or can't cancel.
+    /// From any thread; the one operation that may run beside another one of the same agent. What
+    /// other agents run with the same session at the same time is cancelled too.
+    bool Cancel();
+
     // Local database. Both look at the data source, never at the server.
 
     /// Makes the arguments the agent's data source and tests it. False sets errCode_ and errText_;
@@ -200,6 +217,7 @@ class QXDB_AGENT_API DBAgent {
     void newConn_(const std::wstring& host, long port, QXProxyInfo proxy);
     int exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& request,
                   unsigned requestCode, void* result);
+    bool goOut_(long& errCode, std::wstring& errText);
     int proc_data(long& errCode, std::wstring& errText, int replyType, void* reply);
     void takeDatabaseKind_(const std::wstring& info);
 
@@ -235,6 +253,7 @@ class QXDB_AGENT_API DBAgent {
     bool isLocal_ = true;
     CQXBASE::QXIO* io_ = nullptr;  ///< owned; shared with copies
     QXTlsInfo tls_;
+    std::shared_ptr<CancelPoint> cancelPoint_;  ///< shared with copies
     std::uint32_t replyTimeoutMs_ = 0;
     std::uint64_t maxReplyBytes_ = std::uint64_t{1} << 30;
 };

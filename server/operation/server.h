@@ -19,7 +19,6 @@
 #include "server/network/listener.h"
 #include "server/operation/server_stats.h"
 #include "server/operation/services.h"
-#include "server/requests/canceller.h"
 #include "server/requests/worker_pool.h"
 #include "server/server_options.h"
 
@@ -134,7 +133,6 @@ class Server : private network::ConnectionHost {
     std::unique_ptr<network::Listener> listener_;
     std::uint16_t port_ = 0;
     // The last members, so that their threads end before what they use.
-    requests::Canceller canceller_;
     requests::WorkerPool strangersWorkers_;
     requests::WorkerPool loginWorkers_;
     requests::WorkerPool workers_;

@@ -125,7 +125,7 @@ void Server::Abandon(Place work) noexcept {
     }
     work->gone = true;
     try {
-        canceller_.Add(work->request.cancellation);
+        services_.canceller.Add(work->request.cancellation);
     } catch (const std::bad_alloc&) {
         LogError("connection ", work->request.connection, ": no memory to cancel its request");
     }

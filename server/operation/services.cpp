@@ -63,8 +63,10 @@ Services::Services(const ServerOptions& options, const Clock& clock)
               return sessions::NamedDatabase{name, databases.Require(name, account)};
           },
           encoder),
-      commands(logins, sessions, databases, encoder, options.limits.maxResultBytes),
-      handler(logins, commands, sessions, encoder, kDecodedTimes * options.limits.maxFrameBytes) {
+      running(canceller),
+      commands(logins, sessions, databases, running, encoder, options.limits.maxResultBytes),
+      handler(logins, commands, running, sessions, encoder,
+              kDecodedTimes * options.limits.maxFrameBytes) {
     AddDatabases(databases, options);
 }
 

@@ -5,9 +5,11 @@
 #include "server/clock.h"
 #include "server/network/reply_frame.h"
 #include "server/operation/data_folder.h"
+#include "server/requests/canceller.h"
 #include "server/requests/command_service.h"
 #include "server/requests/database_registry.h"
 #include "server/requests/request_handler.h"
+#include "server/requests/running_commands.h"
 #include "server/server_options.h"
 #include "server/sessions/account_store.h"
 #include "server/sessions/login_service.h"
@@ -32,6 +34,8 @@ struct Services {
     sessions::SessionTable sessions;
     sessions::LoginThrottle throttle;
     sessions::LoginService logins;
+    requests::Canceller canceller;
+    requests::RunningCommands running;
     requests::CommandService commands;
     requests::RequestHandler handler;
 };

@@ -14,11 +14,12 @@ namespace CQXSERVER::requests {
 using namespace CQXDB;
 
 CommandService::CommandService(sessions::LoginService& logins, sessions::SessionTable& sessions,
-                               const DatabaseRegistry& databases,
+                               const DatabaseRegistry& databases, RunningCommands& running,
                                const network::ReplyEncoder& encoder, std::size_t maxResultBytes)
     : logins_(logins),
       sessions_(sessions),
       databases_(databases),
+      running_(running),
       encoder_(encoder),
       maxResultBytes_(maxResultBytes) {}
 
@@ -38,6 +39,8 @@ network::Outcome CommandService::Serve(const network::Request& request,
 template <class Commands>
 network::Outcome CommandService::ServeAny(const network::Request& request, Commands& commands) {
     const Caller caller = Authorize(request, commands);
+    const RunningCommands::Entry entry(running_, CQXBASE::WideToUtf8(commands.Token()),
+                                       request.cancellation);
     if (request.Code() == CQXBASE::kExecute || request.Code() == CQXBASE::kExecuteList) {
         CQXBASE::QXSimpleMsg status(std::wstring(), 0);
         return Reply(request, Execute(caller, commands), status, commands.Token());
@@ -57,6 +60,8 @@ network::Outcome CommandService::ServeAny(const network::Request& request, Comma
 
 network::Outcome CommandService::Batch(const network::Request& request, QXCommandList& list) {
     const Caller caller = Authorize(request, list);
+    const RunningCommands::Entry entry(running_, CQXBASE::WideToUtf8(list.Token()),
+                                       request.cancellation);
     QXRsList results;
     const DatabaseAnswer answer = requests::Batch(caller, list, results, maxResultBytes_);
     return Reply(request, answer, results, list.Token());

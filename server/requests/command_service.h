@@ -9,6 +9,7 @@
 #include "server/network/request.h"
 #include "server/requests/database_registry.h"
 #include "server/requests/database_work.h"
+#include "server/requests/running_commands.h"
 #include "server/sessions/login_service.h"
 #include "server/sessions/session_table.h"
 
@@ -18,8 +19,8 @@ namespace CQXSERVER::requests {
 class CommandService {
   public:
     CommandService(sessions::LoginService& logins, sessions::SessionTable& sessions,
-                   const DatabaseRegistry& databases, const network::ReplyEncoder& encoder,
-                   std::size_t maxResultBytes);
+                   const DatabaseRegistry& databases, RunningCommands& running,
+                   const network::ReplyEncoder& encoder, std::size_t maxResultBytes);
 
     /// Runs what a decoded request of one of the five kinds asks for. A statement that fails is
     /// answered with the database's own number and text. Throws RequestRefused.
@@ -39,6 +40,7 @@ class CommandService {
     sessions::LoginService& logins_;
     sessions::SessionTable& sessions_;
     const DatabaseRegistry& databases_;
+    RunningCommands& running_;
     const network::ReplyEncoder& encoder_;
     const std::size_t maxResultBytes_;
 };

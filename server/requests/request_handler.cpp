@@ -28,7 +28,7 @@ void CheckServed(std::uint32_t code) {
     if (!CQXBASE::IsRequest(code)) {
         throw RequestRefused(ServerError::UnknownRequest);
     }
-    if (code == CQXBASE::kOtpData || code == CQXBASE::kOneString) {
+    if (code == CQXBASE::kOtpData) {
         throw RequestRefused(ServerError::NotSupported);
     }
 }
@@ -52,10 +52,11 @@ class FrameBlock {
 }  // namespace
 
 RequestHandler::RequestHandler(sessions::LoginService& logins, CommandService& commands,
-                               sessions::SessionTable& sessions,
+                               RunningCommands& running, sessions::SessionTable& sessions,
                                const network::ReplyEncoder& encoder, std::size_t mostMemory)
     : logins_(logins),
       commands_(commands),
+      running_(running),
       sessions_(sessions),
       encoder_(encoder),
       mostMemory_(mostMemory) {}
@@ -158,6 +159,9 @@ network::Outcome RequestHandler::Dispatch(network::Request& request) {
     if (code == CQXBASE::kSendText) {
         return TakeText(request, text);
     }
+    if (code == CQXBASE::kCancel) {
+        return CancelSession(request, text);
+    }
     return code == CQXBASE::kVirtualLogout ? Logout(request, text) : logins_.Login(request, text);
 }
 
@@ -247,6 +251,15 @@ network::Outcome RequestHandler::TakeText(const network::Request& request,
                                   : std::to_string(text.size()) + " characters";
     LogInformation("connection ", request.connection, ": message from '", session.account,
                    "': ", shown);
+    return Done(request, request.token);
+}
+
+/// Comes on a connection of its own, since the session's is waiting: the token says enough.
+network::Outcome RequestHandler::CancelSession(const network::Request& request,
+                                               const std::wstring& token) {
+    const std::string named = CQXBASE::WideToUtf8(token);
+    sessions_.Require(named);
+    running_.Cancel(named);
     return Done(request, request.token);
 }
 

@@ -20,8 +20,8 @@ class RequestHandler {
   public:
     /// A request may take `mostMemory` bytes when it is decoded.
     RequestHandler(sessions::LoginService& logins, CommandService& commands,
-                   sessions::SessionTable& sessions, const network::ReplyEncoder& encoder,
-                   std::size_t mostMemory);
+                   RunningCommands& running, sessions::SessionTable& sessions,
+                   const network::ReplyEncoder& encoder, std::size_t mostMemory);
 
     /// Whether the rest of a large frame is taken from a connection with `token`, for which the
     /// session has to be known: ServerError::None, or why it is not.
@@ -51,12 +51,14 @@ class RequestHandler {
                                   RequestMemory& memory) const;
     void RequireSession(const std::optional<std::wstring>& token) const;
     network::Outcome TakeText(const network::Request& request, const std::wstring& text);
+    network::Outcome CancelSession(const network::Request& request, const std::wstring& token);
     network::Outcome Shake(const network::Request& request);
     network::Outcome Logout(const network::Request& request, const std::wstring& login);
     network::Outcome Done(const network::Request& request, const std::string& token) const;
 
     sessions::LoginService& logins_;
     CommandService& commands_;
+    RunningCommands& running_;
     sessions::SessionTable& sessions_;
     const network::ReplyEncoder& encoder_;
     const std::size_t mostMemory_;

@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <fstream>
 #include <future>
+#include <memory>
 #include <pthread.h>
 #include <string>
 #include <sys/syscall.h>
@@ -14,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <qxdb/DBAgent.h>
+#include <qxdb/DBMgrErrors.h>
 
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
@@ -71,6 +73,22 @@ bool Waits(long thread) {
     return line.find(") S ") != std::string::npos;
 }
 
+/// Begins `work` on a thread of its own; returns once it waits for something, or is over.
+template <typename Work>
+std::thread UntilItWaits(Work work) {
+    const auto thread = std::make_shared<std::atomic<long>>(0);
+    const auto over = std::make_shared<std::atomic<bool>>(false);
+    std::thread worker([thread, over, work] {
+        *thread = syscall(SYS_gettid);
+        work();
+        *over = true;
+    });
+    while (*thread == 0 || !(*over || Waits(*thread))) {
+        std::this_thread::yield();
+    }
+    return worker;
+}
+
 TEST(ExchangeLock, ASecondAgentsRequestWaitsForTheFirstOnesReply) {
     Client first;
     Client second;
@@ -80,26 +98,37 @@ TEST(ExchangeLock, ASecondAgentsRequestWaitsForTheFirstOnesReply) {
         return false;
     });
     second.server.Reply(CQXBASE::kHandshake, QXSimpleMsg(L"", 0));
-    std::thread one([&] { first.Exchange(); });
-    while (!first.request.encoded) {
-        std::this_thread::yield();
-    }
-    std::atomic<long> thread{0};
-    std::atomic<bool> over{false};
-    std::thread two([&] {
-        thread = syscall(SYS_gettid);
-        second.Exchange();
-        over = true;
-    });
-    while (thread == 0 || !(over || Waits(thread))) {
-        std::this_thread::yield();
-    }
+    std::thread one = UntilItWaits([&] { first.Exchange(); });
+    std::thread two = UntilItWaits([&] { second.Exchange(); });
     EXPECT_FALSE(second.request.encoded) << "between the first one's request and its reply";
     answer.set_value();
     one.join();
     two.join();
     EXPECT_EQ(first.result, -1);
     EXPECT_EQ(second.result, 0) << "held by a call that failed";
+}
+
+TEST(ExchangeLock, ACallThatWaitsForItIsCancelledWithoutAByte) {
+    Client first;
+    Client second;
+    std::promise<void> answer;
+    first.server.Do([&](ACE_SOCK_Stream& /*peer*/) {
+        answer.get_future().wait();
+        return false;
+    });
+    second.agent.SetIsLocal(false);
+    std::thread one = UntilItWaits([&] { first.Exchange(); });
+    std::thread two = UntilItWaits([&] {
+        CQXDB::QXCommand command(L"SELECT 1");
+        second.agent.Execute(second.code, second.text, command);
+    });
+    std::thread cancel = UntilItWaits([&] { EXPECT_TRUE(second.agent.Cancel()); });
+    answer.set_value();
+    one.join();
+    two.join();
+    cancel.join();
+    EXPECT_EQ(second.code, CQXDB::DBMGR_CANCELLED);
+    EXPECT_TRUE(second.server.Requests().empty());
 }
 
 TEST(ExchangeLock, ItsFailureIsAFailureOfTheCall) {

@@ -375,8 +375,8 @@ TEST(Limits, StrangersTakeNoneOfTheUsersBuffers) {
     const std::string big = BigInsert(user, 6 * kMiB);
     std::vector<RawClient> strangers;
     for (const std::uint32_t code :
-         {kLogin, kVirtualLogin, kVirtualLogout, kHandshake, kSendText, kOneString, kOtpData,
-          kExecute, kQuery, kExecuteList, kQueryList, kBatchQuery, TypeCode{99}}) {
+         {kLogin, kVirtualLogin, kVirtualLogout, kHandshake, kSendText, kCancel, kOtpData, kExecute,
+          kQuery, kExecuteList, kQueryList, kBatchQuery, TypeCode{99}}) {
         strangers.push_back(server.Connect());
         std::string claim = MakeFrame(code, std::string(16, '\0'), false).substr(0, 8) +
                             HeaderClaiming(12 * kMiB).substr(8) + std::string(20 * kKiB, 'x');
@@ -438,8 +438,7 @@ TEST(Limits, HoldForWhatRequestsOfAnyCodeTakeInMemory) {
     }
     QXOneString text(separators);
     const PeakMemory memory;
-    for (const std::uint32_t code :
-         {kLogin, kVirtualLogin, kVirtualLogout, kSendText, kOneString}) {
+    for (const std::uint32_t code : {kLogin, kVirtualLogin, kVirtualLogout, kSendText, kCancel}) {
         for (const bool encipher : {false, true}) {
             std::vector<RawClient> crowd;
             for (int i = 0; i < 4; ++i) {

@@ -244,8 +244,7 @@ TEST(TlsReload, DropsNobodyAndKeepsWhatItHasWhenTheNewIsBroken) {
     EXPECT_TRUE(Eventually([&] { return serves("two.example"); }));
     WriteFile(data / "tls" / "server-key.pem", "");
     kill(server.Pid(), SIGHUP);
-    EXPECT_TRUE(
-        server.Process().WaitForText("TLS stays as it was: TLS: the key"));
+    EXPECT_TRUE(server.Process().WaitForText("TLS stays as it was: TLS: the key"));
     EXPECT_TRUE(serves("two.example"));
     EXPECT_TRUE(open->Running());
     EXPECT_NE(server.Log().find("TLS: on; certificate for two.example, valid until"),

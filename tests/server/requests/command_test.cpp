@@ -111,7 +111,7 @@ TEST_F(CommandTest, RequestsThatAreNoneLeaveTheConnectionUsable) {
         EXPECT_EQ(client_.Call(code, status).Error(), Number(ServerError::UnknownRequest)) << code;
     }
     EXPECT_EQ(client_.Call(kOtpData, text).Error(), Number(ServerError::NotSupported));
-    EXPECT_EQ(client_.Call(kOneString, text).Error(), Number(ServerError::NotSupported));
+    EXPECT_EQ(client_.Call(kCancel, text).Error(), Number(ServerError::UnknownToken));
     EXPECT_EQ(client_.Call(kQueryList, text).Error(), Number(ServerError::UndecodableBody));
     for (const bool encipher : {true, false}) {
         for (const std::string& body :
