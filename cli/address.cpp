@@ -1,6 +1,8 @@
 #include "cli/address.h"
 
 #include <map>
+#include <string_view>
+#include <vector>
 
 #include <Poco/Exception.h>
 #include <Poco/NumberParser.h>
@@ -40,13 +42,37 @@ std::int32_t KindOf(const std::string& scheme) {
                                     "socks5://host:port, with user:password@ before the host");
 }
 
-Poco::URI ParseUri(const std::string& text) {
+[[noreturn]] void RefuseServerUrl(const std::string& why) {
+    throw CliError(kWrongUsage, why +
+                                    "; a server's URL is written "
+                                    "qxdb://[USER@]HOST[:PORT][/DATABASE], with TLS qxdbs://...");
+}
+
+using Refuse = void (*)(const std::string& why);
+
+Poco::URI ParseUri(const std::string& text, Refuse refuse) {
     try {
         return Poco::URI(text);
     } catch (const Poco::Exception&) {
-        RefuseProxy("this is no address");
+        refuse("this is no address");
+        throw;
     }
 }
+
+/// "user:password", escaped.
+struct Credentials {
+    explicit Credentials(const std::string& text)
+        : user(Decoded(text.substr(0, text.find(':')))),
+          password(text.find(':') == std::string::npos ? L""
+                                                       : Decoded(text.substr(text.find(':') + 1))) {
+    }
+
+    std::wstring user;
+    std::wstring password;
+};
+
+constexpr std::string_view kPlainScheme = "qxdb://";
+constexpr std::string_view kTlsScheme = "qxdbs://";
 
 }  // namespace
 
@@ -68,22 +94,46 @@ ServerAddress ParseServer(const std::string& text) {
     return {std::move(host), port};
 }
 
+bool IsServerUrl(const std::string& text) {
+    return text.rfind(kPlainScheme, 0) == 0 || text.rfind(kTlsScheme, 0) == 0;
+}
+
+ServerUrl ParseServerUrl(const std::string& text) {
+    const Poco::URI uri = ParseUri(text, RefuseServerUrl);
+    const Credentials credentials(uri.getUserInfo());
+    std::vector<std::string> path;
+    uri.getPathSegments(path);
+    if (uri.getHost().empty()) {
+        RefuseServerUrl("its host is missing");
+    }
+    if (path.size() > 1 || !uri.getRawQuery().empty() || !uri.getFragment().empty()) {
+        RefuseServerUrl("something stands behind its database");
+    }
+    ServerUrl url;
+    url.tls = text.rfind(kTlsScheme, 0) == 0;
+    url.host = uri.getHost();
+    url.port = uri.getSpecifiedPort();
+    url.user = CQXBASE::WideToUtf8(credentials.user);
+    url.password = CQXBASE::WideToUtf8(credentials.password);
+    url.database = path.empty() ? "" : path[0];
+    return url;
+}
+
 QXProxyInfo ParseProxy(const std::string& text) {
     QXProxyInfo proxy;
     if (text.empty()) {
         return proxy;
     }
-    const Poco::URI uri = ParseUri(text);
+    const Poco::URI uri = ParseUri(text, RefuseProxy);
     proxy.kind = KindOf(uri.getScheme());
     if (proxy.kind == CQXDB::QXPROXY_NONE) {
         RefuseProxy("its kind is not known");
     }
-    const std::string& credentials = uri.getUserInfo();
-    const std::size_t colon = credentials.find(':');
+    const Credentials credentials(uri.getUserInfo());
     proxy.host = CQXBASE::Utf8ToWide(uri.getHost());
     proxy.port = uri.getSpecifiedPort();
-    proxy.user = Decoded(credentials.substr(0, colon));
-    proxy.password = colon == std::string::npos ? L"" : Decoded(credentials.substr(colon + 1));
+    proxy.user = credentials.user;
+    proxy.password = credentials.password;
     if (proxy.port == 0 && proxy.kind != CQXDB::QXPROXY_HTTP) {
         proxy.port = kSocksPort;
     }

@@ -17,6 +17,23 @@ struct ServerAddress {
 /// CliError (kWrongUsage).
 ServerAddress ParseServer(const std::string& text);
 
+/// What a URL of an application server tells; empty texts and port 0: nothing. UTF-8.
+struct ServerUrl {
+    bool tls = false;
+    std::string host;
+    std::int32_t port = 0;
+    std::string user;
+    std::string password;
+    std::string database;
+};
+
+/// True for "qxdb://" and "qxdbs://", whatever follows.
+bool IsServerUrl(const std::string& text);
+
+/// Reads "qxdb://[user[:password]@]host[:port][/database]", with TLS "qxdbs://...". Percent escapes
+/// are resolved. Throws CliError (kWrongUsage); its text never repeats the URL.
+ServerUrl ParseServerUrl(const std::string& text);
+
 /// Reads "http://[user[:password]@]host:port", "socks4://..." or "socks5://..."; a SOCKS proxy's
 /// usual port is 1080. Percent escapes in user and password are resolved. An empty text is no
 /// proxy. Throws CliError (kWrongUsage); its text never repeats the address, which may hold a

@@ -8,6 +8,7 @@
 
 #include "cli/address.h"
 #include "cli/dialect.h"
+#include "cli/server_tls.h"
 
 namespace CQXCLI {
 
@@ -16,8 +17,10 @@ struct ConnectionOptions {
     std::string url;           ///< of a database, for local work; else `server` is set
     std::string server;        ///< HOST:PORT of an application server
     std::string user;          ///< there
+    std::string password;      ///< of that user, from a URL; mostly empty
     std::string database;      ///< there, or instead of the URL's
     std::string proxy;         ///< URL of a proxy on the way there
+    TlsOptions tls;            ///< on the way there
     std::string passwordFile;  ///< its first line is the password
     std::string dialect;       ///< name of the dialect, for ODBC; empty: by the kind of database
     bool askPassword = false;  ///< ask on the terminal, for local work too

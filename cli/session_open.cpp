@@ -17,7 +17,9 @@ namespace {
 constexpr std::wstring_view kLoginSeparator = L"|~|";
 
 [[noreturn]] void RefuseConnection(const std::string& what, const Answer& answer) {
-    throw CliError(kNoConnection, what + ": " + ErrorText(answer));
+    const std::string hint = TlsHint(answer.code);
+    throw CliError(kNoConnection,
+                   what + ": " + ErrorText(answer) + (hint.empty() ? "" : "\n    " + hint));
 }
 
 QXDataSource ReadUrl(const std::string& url) {
@@ -89,12 +91,15 @@ void Session::OpenRemote(const ConnectionOptions& options) {
     const ServerAddress server = ParseServer(options.server);
     proxy_ = ParseProxy(options.proxy);
     const std::string prompt = "Password of " + options.user + " at " + options.server + ": ";
-    login_ = LoginText(options.user, FindPassword(options.passwordFile, prompt), options.database);
+    const std::string password =
+        options.password.empty() ? FindPassword(options.passwordFile, prompt) : options.password;
+    login_ = LoginText(options.user, password, options.database);
     const std::wstring host = Utf8ToWide(server.host);
     agent_.init(host + L':' + std::to_wstring(server.port), proxy_, std::wstring(), false);
     constexpr long kShortWait = 60;  // seconds
     shortWaitMs_ = Milliseconds(options.timeout < 0 ? kShortWait : options.timeout);
     longWaitMs_ = Milliseconds(std::max(0L, options.timeout));
+    agent_.SetTls(MakeTlsInfo(options.tls));
     agent_.SetReplyTimeout(shortWaitMs_);
     agent_.SetMaxReplyBytes(static_cast<std::uint64_t>(options.maxReply) << 20U);
     std::wstring token;

@@ -32,6 +32,7 @@ class CommandLine {
 
   private:
     void AddConnection(ConnectionOptions& to);
+    void AddTls(TlsOptions& to);
     void AddStatements(script::RunOptions& to);
     void AddOutput(script::RunOptions& to);
     void AddImport(transfer::ImportOptions& to);

@@ -10,6 +10,32 @@ namespace CQXCLI::program {
 
 namespace {
 
+/// A server's URL says in one what several options do, which win.
+void TakeServerUrl(ConnectionOptions& connection) {
+    const bool asDatabase = IsServerUrl(connection.url);
+    if (asDatabase && !connection.server.empty()) {
+        RefuseUsage("either --db or --server must tell where to work");
+    }
+    if (!asDatabase && !IsServerUrl(connection.server)) {
+        return;
+    }
+    const ServerUrl url = ParseServerUrl(asDatabase ? connection.url : connection.server);
+    const bool isNumber = url.host.find(':') != std::string::npos;
+    connection.server = isNumber ? '[' + url.host + ']' : url.host;
+    if (url.port != 0) {
+        connection.server += ':' + std::to_string(url.port);
+    }
+    connection.url.clear();
+    if (connection.user.empty()) {
+        connection.user = url.user;
+        connection.password = url.password;
+    }
+    if (connection.database.empty()) {
+        connection.database = url.database;
+    }
+    connection.tls.on = connection.tls.on || url.tls;
+}
+
 void CheckConnection(const ConnectionOptions& connection) {
     if (connection.url.empty() == connection.server.empty()) {
         RefuseUsage("either --db or --server must tell where to work");
@@ -19,6 +45,9 @@ void CheckConnection(const ConnectionOptions& connection) {
     }
     if (connection.server.empty() && connection.timeout >= 0) {
         RefuseUsage("--timeout goes with --server; a database has options of its own in its URL");
+    }
+    if (connection.server.empty() && connection.tls.Wanted()) {
+        RefuseUsage("--tls goes with --server; a database has options of its own in its URL");
     }
     if (connection.server.empty() && !connection.user.empty()) {
         RefuseUsage("--user goes with --server; a database's user stands in its URL");
@@ -62,7 +91,11 @@ Options ParseOptions(std::vector<std::string> arguments) {
     commandLine.Parse(std::move(arguments));
     options.task = commandLine.Task();
     options.inputs = commandLine.Inputs();
+    TakeServerUrl(options.connection);
     CheckConnection(options.connection);
+    if (!options.connection.server.empty()) {
+        options.connection.tls = WithEnvironment(std::move(options.connection.tls));
+    }
     CheckTask(options, written);
     Settle(options, written);
     return options;

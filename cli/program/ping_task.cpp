@@ -18,7 +18,11 @@ ExitStatus RunPing(const Options& options) {
         throw CliError(kNoConnection, whom + " does not answer: " + ErrorText(answer));
     }
     std::cout << whom << " answers: " << std::fixed << std::setprecision(3) << passed.count()
-              << " ms\n";
+              << " ms";
+    if (!server.empty()) {
+        std::cout << (options.connection.tls.Wanted() ? ", with TLS" : ", without TLS");
+    }
+    std::cout << '\n';
     return kDone;
 }
 

@@ -6,6 +6,7 @@
 #include "messages/type_codes.h"
 #include "tests/agent/scripted_server.h"
 #include "tests/cli/qxdb_program.h"
+#include "tests/support/Certificates.h"
 #include "tests/support/Lies.h"
 #include "tests/support/QxdbServer.h"
 
@@ -67,6 +68,42 @@ TEST_F(Remote, PingAndLoginsTellTheirOutcome) {
     EXPECT_EQ(Run({"ping", "--password-file", folder_.File("password")}, "", "wrong-word").status,
               0);
     EXPECT_EQ(Run({"ping", "--password-file", folder_.File("missing")}).status, 2);
+}
+
+TEST(RemoteTls, GoesByOptionsVariablesOrUrlAndHintsAtOptions) {
+    qxdb_test::Certificates certificates;
+    const qxdb_test::CertificateFiles files = certificates.Server({"db.example"});
+    const QxdbServer server(QXDB_SERVER_PROGRAM, {"--tls-certificate", files.certificate,
+                                                  "--tls-key", files.key, "--require-tls"});
+    const std::string url = "://" + std::string(QxdbServer::kUser) + "@" + server.Address();
+    const auto ping = [&](const std::string& scheme, std::vector<std::string> options,
+                          std::vector<std::string> environment = {}) {
+        options.insert(options.begin(), {"--db", scheme + url, "ping"});
+        environment.push_back("QXDB_PASSWORD=" + std::string(QxdbServer::kPassword));
+        return RunQxdb(options, {"", environment});
+    };
+    const std::vector<std::string> ca = {"--tls-ca", certificates.CaFile()};
+    const std::vector<std::string> variables = {"QXDB_TLS_CA=" + certificates.CaFile(),
+                                                "QXDB_TLS_NAME=db.example"};
+    for (const Ended& good :
+         {ping("qxdb", {ca[0], ca[1], "--tls-name", "db.example"}), ping("qxdbs", {}, variables),
+          ping("qxdb", {"--tls"}, variables), ping("qxdb", {}, variables),
+          ping("qxdbs", {"--tls-trust-any-server"}, {"QXDB_TLS=0", "QXDB_TLS_CA=nowhere"})}) {
+        EXPECT_EQ(good.status, 0) << good.err;
+        EXPECT_THAT(good.out, testing::EndsWith(", with TLS\n"));
+    }
+    const std::pair<Ended, const char*> refused[] = {
+        {ping("qxdbs", {}), "--tls-ca"},
+        {ping("qxdbs", ca), "--tls-name"},
+        {ping("qxdb", {}), "--tls "},
+        {ping("qxdb", {}, {"QXDB_TLS=0", variables[0]}), "--tls "},
+        {ping("qxdbs", {"--tls-ca", "nowhere.pem"}), "nowhere.pem"},
+    };
+    for (const auto& [ended, hint] : refused) {
+        EXPECT_EQ(ended.status, 3) << ended.out;
+        EXPECT_THAT(ended.err, HasSubstr(hint));
+    }
+    EXPECT_EQ(ping("qxdb", {}, {"QXDB_TLS=perhaps"}).status, 2);
 }
 
 class LyingServer : public testing::Test {
