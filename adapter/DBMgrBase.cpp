@@ -1,22 +1,50 @@
 #include <qxdb/DBMgrBase.h>
 
 #include "adapter/manager_call.h"
+#include "adapter/open_transactions.h"
 #include "adapter/pool_registry.h"
 #include "adapter/work.h"
 
 namespace CQXDB {
-namespace {
 
-template <typename Commands>
-const QXDataSource* DataSourceOf(const Commands* commands) {
-    return commands == nullptr ? nullptr : &commands->SysDataSrc();
+void DBMgrBase::Run(const QXDataSource* dataSource, const Work& work) {
+    Leave(adapter::CallManager(pools_(), dataSource, sessionUser_, cancellation_, work));
 }
 
-}  // namespace
+void DBMgrBase::Run(const QXCommandBase* commands, bool list, const Work& work) {
+    if (commands == nullptr || commands->Transaction().empty()) {
+        Run(commands == nullptr ? nullptr : &commands->SysDataSrc(), work);
+        return;
+    }
+    Leave(adapter::Guarded([&] {
+        adapter::OpenTransactions::Instance()
+            .Find(commands->Transaction())
+            ->Run({pools_(), sessionUser_, cancellation_, list}, commands->SysDataSrc(), work);
+    }));
+}
 
-void DBMgrBase::Run(const QXDataSource* dataSource,
-                    const std::function<void(adapter::Connection&)>& work) {
-    Leave(adapter::CallManager(pools_(), dataSource, sessionUser_, cancellation_, work));
+void DBMgrBase::Begin(QXDataSource* dataSource, const QXTransactionInfo& info, std::wstring& id) {
+    id.clear();
+    if (dataSource == nullptr) {
+        Run(nullptr, [](adapter::Connection&) {});
+        return;
+    }
+    Leave(adapter::Guarded([&] {
+        id = adapter::OpenTransactions::Instance().Begin(
+            {pools_(), sessionUser_, cancellation_, false}, *dataSource, info);
+    }));
+}
+
+void DBMgrBase::Commit(const std::wstring& id) {
+    Leave(adapter::Guarded([&] { adapter::OpenTransactions::Instance().Take(id)->Commit(); }));
+}
+
+void DBMgrBase::Rollback(const std::wstring& id) {
+    Leave(adapter::Guarded([&] { adapter::OpenTransactions::Instance().Take(id)->Rollback(); }));
+}
+
+void DBMgrBase::Abandon(const std::wstring& id) noexcept {
+    Leave(adapter::Guarded([&] { adapter::OpenTransactions::Instance().Take(id); }));
 }
 
 void DBMgrBase::Leave(adapter::CallResult result) noexcept {
@@ -31,12 +59,12 @@ bool DBMgrBase::CanConnect(QXDataSource* dataSource) {
 
 void DBMgrBase::Execute(QXCommand* command) {
     const auto work = [&](auto& connection) { adapter::Execute(connection, *command); };
-    Run(DataSourceOf(command), std::cref(work));
+    Run(command, false, std::cref(work));
 }
 
 void DBMgrBase::Execute(QXCommandList* list) {
     const auto work = [&](auto& connection) { adapter::Execute(connection, *list, cancellation_); };
-    Run(DataSourceOf(list), std::cref(work));
+    Run(list, true, std::cref(work));
 }
 
 void DBMgrBase::OpenQuery(QXCommand* command, QXRecordset& rs) {
@@ -44,7 +72,7 @@ void DBMgrBase::OpenQuery(QXCommand* command, QXRecordset& rs) {
     const auto work = [&](auto& connection) {
         adapter::OpenQuery(connection, *command, rs, maxResultBytes_, rowSink_);
     };
-    Run(DataSourceOf(command), std::cref(work));
+    Run(command, false, std::cref(work));
     if (errNumber_ != 0) {
         rs.Clear();
     }
@@ -55,7 +83,7 @@ void DBMgrBase::OpenQuery(QXCommandList* list, QXRecordset& rs) {
     const auto work = [&](auto& connection) {
         adapter::OpenQuery(connection, *list, rs, maxResultBytes_, cancellation_);
     };
-    Run(DataSourceOf(list), std::cref(work));
+    Run(list, true, std::cref(work));
     if (errNumber_ != 0) {
         rs.Clear();
     }
@@ -65,7 +93,7 @@ void DBMgrBase::BatchQry(QXCommandList* list, QXRsList& out) {
     const auto work = [&](auto& connection) {
         adapter::BatchQry(connection, *list, out, maxResultBytes_, cancellation_);
     };
-    Run(DataSourceOf(list), std::cref(work));
+    Run(list, true, std::cref(work));
     if (errNumber_ != 0) {
         out.RemoveAll();
     }

@@ -11,11 +11,12 @@ namespace CQXDB::adapter {
     throw DatabaseError(DBMGR_CANCELLED, "the call was cancelled");
 }
 
-/// Set by Connection::Cancel, and looked at before anything more goes to the database. Stays: such
-/// a connection is not used again.
+/// Set by Connection::Cancel, and looked at before anything more goes to the database. Stays, so
+/// that such a connection is not used again, unless it has a transaction that goes on.
 class CancelMark {
   public:
     void Set() noexcept { set_ = true; }
+    void Clear() noexcept { set_ = false; }
     bool IsSet() const noexcept { return set_; }
     /// Throws DatabaseError when set.
     void Check() const {

@@ -9,6 +9,7 @@
 
 #include <qxdb/QXColumn.h>
 #include <qxdb/QXRecordset.h>
+#include <qxdb/QXTransaction.h>
 #include <qxdb/QXValue.h>
 
 #include "adapter/page.h"
@@ -86,6 +87,19 @@ class Connection {
     /// Never throws: a connection that can't roll back counts as broken from then on.
     virtual void Rollback() noexcept = 0;
     virtual bool InTransaction() noexcept = 0;
+
+    // A transaction that lasts over several calls ends by Commit, Rollback or Abandon.
+    virtual void BeginLasting(const QXTransactionInfo& info) = 0;
+    /// False when it is over without having been ended: by the database, or with the connection.
+    virtual bool HoldsTransaction() noexcept { return InTransaction(); }
+    /// After a call that failed or was cancelled: makes the connection ready for the next one.
+    /// False when the transaction can't go on.
+    virtual bool Recover() noexcept { return HoldsTransaction(); }
+    /// False when a call has shown that the database can't be reached any more.
+    virtual bool Connected() noexcept { return true; }
+    /// Leaves the transaction for the database to undo, without waiting for that where it does so
+    /// at the end of the connection, which is then not Usable.
+    virtual void Abandon() noexcept { Rollback(); }
 
     /// Sends what follows to the database of that name, where one connection can reach several of
     /// a server; "" leaves it where it is.

@@ -21,9 +21,17 @@ Lease::Lease(std::shared_ptr<ConnectionPool> pool, std::unique_ptr<Connection> c
     : pool_(std::move(pool)), connection_(std::move(connection)), user_(std::move(user)) {}
 
 Lease::~Lease() {
+    if (connection_ && detached_) {
+        pool_->Attach(connection_);
+    }
     if (connection_) {
         pool_->Return(std::move(connection_), std::move(user_));
     }
+}
+
+void Lease::Detach() noexcept {
+    detached_ = true;
+    pool_->Detach();
 }
 
 ConnectionPool::ConnectionPool(Opener open, PoolLimits limits)
@@ -58,6 +66,10 @@ bool ConnectionPool::WaitForRoom(std::unique_lock<std::mutex>& lock,
         }
         CancellableWork::Check(cancellation);
         const auto now = std::chrono::steady_clock::now();
+        if (only_) {
+            throw DatabaseError(DBMGR_POOL_TIMEOUT,
+                                "the database's only connection is in a transaction");
+        }
         if (now >= end) {
             return false;
         }
@@ -111,6 +123,30 @@ void ConnectionPool::Return(std::unique_ptr<Connection> connection, std::string 
         Count(1);
     }
     freed_.notify_one();
+}
+
+void ConnectionPool::Detach() noexcept {
+    if (limits_.keepsData) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        only_ = true;
+        freed_.notify_all();
+    } else {
+        GiveUpOne();
+    }
+}
+
+void ConnectionPool::Attach(std::unique_ptr<Connection>& connection) noexcept {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (std::exchange(only_, false)) {
+            return;
+        }
+        if (open_ < limits_.maxConnections) {
+            ++open_;
+            return;
+        }
+    }
+    connection.reset();
 }
 
 void ConnectionPool::GiveUpOne() noexcept {

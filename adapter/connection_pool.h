@@ -39,10 +39,15 @@ class Lease {
     Connection& operator*() const noexcept { return *connection_; }
     Connection* operator->() const noexcept { return connection_.get(); }
 
+    /// Lets the pool open another connection in place of this one, which is out for long. Where
+    /// there can't be a second one, others are refused at once instead of waiting.
+    void Detach() noexcept;
+
   private:
     std::shared_ptr<ConnectionPool> pool_;
     std::unique_ptr<Connection> connection_;
     std::string user_;
+    bool detached_ = false;
 };
 
 /// Thread-safe. Opening, checking and closing of connections happens outside the lock.
@@ -92,6 +97,9 @@ class ConnectionPool : public std::enable_shared_from_this<ConnectionPool> {
     bool WaitForRoom(std::unique_lock<std::mutex>& lock, const Cancellation* cancellation);
     std::unique_ptr<Connection> OpenReserved();
     void Return(std::unique_ptr<Connection> connection, std::string user) noexcept;
+    void Detach() noexcept;
+    /// Takes a detached connection back for Return, or closes it when there is no room.
+    void Attach(std::unique_ptr<Connection>& connection) noexcept;
     void GiveUpOne() noexcept;
     /// Closes idle connections, from the oldest on, for as long as `condition` holds.
     template <typename Condition>
@@ -106,7 +114,8 @@ class ConnectionPool : public std::enable_shared_from_this<ConnectionPool> {
     std::condition_variable freed_;
     // Guarded by mutex_:
     Idle idle_;             ///< in the order of their return
-    std::size_t open_ = 0;  ///< idle ones, those in use, and those being opened
+    std::size_t open_ = 0;  ///< idle ones, those in use, and those being opened; none detached
+    bool only_ = false;     ///< the one connection there can be is detached
 };
 
 }  // namespace CQXDB::adapter

@@ -55,9 +55,7 @@ Lease PoolRegistry::Take(const QXDataSource& dataSource, const std::string& user
     std::shared_ptr<ConnectionPool> pool = PoolOf(dataSource);
     try {
         Lease lease = pool->Take(user, cancellation);
-        if (ChangeDatabase(dataSource)) {
-            lease->UseDatabase(CQXBASE::WideToUtf8(dataSource.database));
-        }
+        ChooseDatabase(*lease, dataSource);
         return lease;
     } catch (...) {
         pool.reset();
@@ -66,12 +64,22 @@ Lease PoolRegistry::Take(const QXDataSource& dataSource, const std::string& user
     }
 }
 
+std::wstring PoolRegistry::Key(const QXDataSource& dataSource) const {
+    return KeyOf(dataSource, ChangeDatabase(dataSource));
+}
+
+void PoolRegistry::ChooseDatabase(Connection& connection, const QXDataSource& dataSource) const {
+    if (ChangeDatabase(dataSource)) {
+        connection.UseDatabase(CQXBASE::WideToUtf8(dataSource.database));
+    }
+}
+
 bool PoolRegistry::ChangeDatabase(const QXDataSource& dataSource) const {
     return changesDatabase_ != nullptr && changesDatabase_(dataSource);
 }
 
 std::shared_ptr<ConnectionPool> PoolRegistry::PoolOf(const QXDataSource& dataSource) {
-    const std::wstring key = KeyOf(dataSource, ChangeDatabase(dataSource));
+    const std::wstring key = Key(dataSource);
     const std::lock_guard<std::mutex> lock(mutex_);
     std::shared_ptr<ConnectionPool>& pool = pools_[key];
     if (!pool) {

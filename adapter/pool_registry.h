@@ -31,6 +31,10 @@ class PoolRegistry {
     /// See ConnectionPool::Take; also throws what the pool's maker throws.
     Lease Take(const QXDataSource& dataSource, const std::string& user,
                const Cancellation* cancellation = nullptr);
+    /// The same for all data sources whose connections are of one pool.
+    std::wstring Key(const QXDataSource& dataSource) const;
+    /// Where connections of the data source can change to its database, does so.
+    void ChooseDatabase(Connection& connection, const QXDataSource& dataSource) const;
     void CloseIdle();
     /// Closes the connections that have been idle for longer than their pools keep them, and
     /// forgets the pools that have none.

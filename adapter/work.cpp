@@ -138,23 +138,40 @@ TransactionKind KindOf(const Connection& connection, const QXCommandList& list) 
                           [&](const QXCommand& command) { return writes(command.TextUtf8()); }));
 }
 
+/// The text of a single command, which can't end a transaction that it is in.
+const std::string& CheckedCommand(const std::string& text, Connection& connection) {
+    const SqlDialect& dialect = connection.Dialect();
+    if (connection.InTransaction() &&
+        HoldsTransactionControl(SplitStatements(text, dialect), dialect)) {
+        throw DatabaseError(DBMGR_TRANSACTION_CONTROL,
+                            "a command of a transaction can't begin or end one: use Commit or "
+                            "Rollback");
+    }
+    return CheckedText(text, dialect);
+}
+
 template <typename Work>
 void InOneTransaction(Connection& connection, const QXCommandList& list,
                       const Cancellation* cancellation, Work work) {
     if (list.Empty()) {
         return;
     }
-    connection.Begin(KindOf(connection, list));
+    const bool own = !connection.InTransaction();
+    if (own) {
+        connection.Begin(KindOf(connection, list));
+    }
     ListRun run(connection, list, cancellation);
     work(run);
     CancellableWork::Check(cancellation);
-    connection.Commit();
+    if (own) {
+        connection.Commit();
+    }
 }
 
 }  // namespace
 
 void Execute(Connection& connection, const QXCommand& command) {
-    connection.PrepareScript(CheckedText(command.TextUtf8(), connection.Dialect()))
+    connection.PrepareScript(CheckedCommand(command.TextUtf8(), connection))
         ->Execute(command.Params());
 }
 
@@ -172,8 +189,7 @@ void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs
                std::size_t maxBytes, const RowSink* sink) {
     Page page = Page::Of(rs, maxBytes);
     page.sink = sink;
-    Query(*connection.Prepare(CheckedText(command.TextUtf8(), connection.Dialect())), command, page,
-          rs);
+    Query(*connection.Prepare(CheckedCommand(command.TextUtf8(), connection)), command, page, rs);
 }
 
 void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs,

@@ -5,6 +5,7 @@
 
 #include <qxdb/DBAgent.h>
 
+#include "agent/agent_transaction.h"
 #include "agent/cancel_point.h"
 #include "errors/caught_exception.h"
 #include "transport/qxio.h"

@@ -133,8 +133,9 @@ int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& 
         io_->LimitReceivedBody(maxReplyBytes_);
         io_->LimitSilence(replyTimeoutMs_);
         io_->UseTls(tls_);
-        if (io_->Syc_sendobj(request, requestCode, true, true) != 0 ||
-            io_->Syc_receive_data(data, length, plainText, replyCode, enciphered) != 0) {
+        const bool sent = io_->Syc_sendobj(request, requestCode, true, true) == 0;
+        sentWhole_ = sent;
+        if (!sent || io_->Syc_receive_data(data, length, plainText, replyCode, enciphered) != 0) {
             return Fail(errCode, errText, io_->LastErrorCode(), io_->LastErrorText());
         }
     }
@@ -167,6 +168,9 @@ int DBAgent::proc_data(long& errCode, std::wstring& errText, int replyType, void
             errText = message.text;
             return message.code != 0 ? 1 : 0;
         }
+        case CQXBASE::kExecute:
+            statusText_ = As<QXSimpleMsg>(reply).text;
+            return 0;
         case CQXBASE::kSendText:
         case CQXBASE::kHandshake:
         case CQXBASE::kVirtualLogout:

@@ -5,23 +5,11 @@
 #include <qxdb/DBMgrErrors.h>
 
 #include "agent/cancel_point.h"
+#include "agent/stamp.h"
 #include "agent/told.h"
 
 namespace CQXDB {
 namespace {
-
-/// Resets the error arguments, then puts data source, database and token on a command or a list.
-template <typename Work>
-void Stamp(long& errCode, std::wstring& errText, Work& work, const QXDataSource& dataSource,
-           const std::wstring& db, const std::wstring& token) {
-    errCode = 0;
-    errText.clear();
-    work.SetSysDataSrc(dataSource);
-    if (!db.empty()) {
-        work.SetDB(db);
-    }
-    work.SetToken(token);
-}
 
 template <typename Work>
 void StampPage(Work& work, long pageSize, long pageNo) {
@@ -50,11 +38,28 @@ void ClearIf(bool local, QXRecordset& rs) {
 
 }  // namespace
 
+/// Resets the error arguments and stamps the work; false when it can't be run.
+template <typename Work>
+bool DBAgent::prepare_(long& errCode, std::wstring& errText, Work& work, const std::wstring& db) {
+    errCode = 0;
+    errText.clear();
+    Stamp(work, *dataSource_, db, token_, transaction_.get());
+    if (transaction_ == nullptr || transaction_->local == isLocal_) {
+        return true;
+    }
+    errCode = DBMGR_OTHER_DATABASE;
+    errText = transaction_->local ? L"the agent works remotely, and its transaction is local"
+                                  : L"the agent works locally, and its transaction is remote";
+    return false;
+}
+
 void DBAgent::Execute(long& errCode, std::wstring& errText, QXCommand& cmd,
                       const std::wstring& db) {
     Told(errCode, errText, [&] {
         const CancelPoint::Call call(*cancelPoint_);
-        Stamp(errCode, errText, cmd, *dataSource_, db, token_);
+        if (!prepare_(errCode, errText, cmd, db)) {
+            return;
+        }
         if (isLocal_) {
             ExecuteLocal(errCode, errText, cmd);
         } else {
@@ -67,7 +72,9 @@ void DBAgent::Execute(long& errCode, std::wstring& errText, QXCommandList& list,
                       const std::wstring& db) {
     Told(errCode, errText, [&] {
         const CancelPoint::Call call(*cancelPoint_);
-        Stamp(errCode, errText, list, *dataSource_, db, token_);
+        if (!prepare_(errCode, errText, list, db)) {
+            return;
+        }
         if (isLocal_) {
             ExecuteLocal(errCode, errText, list);
         } else {
@@ -80,8 +87,8 @@ void DBAgent::OpenQuery(long& errCode, std::wstring& errText, QXCommand& cmd, QX
                         long pageSize, long pageNo, const std::wstring& db) {
     Told(errCode, errText, [&] {
         const CancelPoint::Call call(*cancelPoint_);
-        Stamp(errCode, errText, cmd, *dataSource_, db, token_);
-        if (!TakesPage(errCode, errText, pageSize, pageNo)) {
+        if (!prepare_(errCode, errText, cmd, db) ||
+            !TakesPage(errCode, errText, pageSize, pageNo)) {
             ClearIf(isLocal_, rs);
         } else if (isLocal_) {
             OpenQueryLocal(errCode, errText, cmd, rs, pageSize, pageNo);
@@ -96,8 +103,8 @@ void DBAgent::OpenQuery(long& errCode, std::wstring& errText, QXCommandList& lis
                         long pageSize, long pageNo, const std::wstring& db) {
     Told(errCode, errText, [&] {
         const CancelPoint::Call call(*cancelPoint_);
-        Stamp(errCode, errText, list, *dataSource_, db, token_);
-        if (!TakesPage(errCode, errText, pageSize, pageNo)) {
+        if (!prepare_(errCode, errText, list, db) ||
+            !TakesPage(errCode, errText, pageSize, pageNo)) {
             ClearIf(isLocal_, rs);
         } else if (isLocal_) {
             OpenQueryLocal(errCode, errText, list, rs, pageSize, pageNo);
@@ -113,7 +120,9 @@ void DBAgent::BatchQry(long& errCode, std::wstring& errText, QXCommandList& list
     Told(errCode, errText, [&] {
         const CancelPoint::Call call(*cancelPoint_);
         out.RemoveAll();
-        Stamp(errCode, errText, list, *dataSource_, db, token_);
+        if (!prepare_(errCode, errText, list, db)) {
+            return;
+        }
         if (isLocal_) {
             BatchQryLocal(errCode, errText, list, out);
         } else {

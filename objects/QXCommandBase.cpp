@@ -13,6 +13,10 @@ const QXDataSource& DefaultDataSource() {
     return source;
 }
 
+std::wstring TokenField(const std::wstring& token, const std::wstring& transaction) {
+    return transaction.empty() ? token : token + L"|~|" + transaction;
+}
+
 }  // namespace
 
 QXCommandBase::~QXCommandBase() = default;
@@ -46,13 +50,15 @@ void QXCommandBase::SetPageNo(long page) {
 }
 
 bool QXCommandBase::WriteStamp(ACE_OutputCDR& out) const {
-    return SysDataSrc().toCDR(out) != 0 && CQXBASE::encoding::WriteWide(out, token_) &&
+    return SysDataSrc().toCDR(out) != 0 &&
+           CQXBASE::encoding::WriteWide(out, TokenField(token_, transaction_)) &&
            CQXBASE::encoding::WriteLong(out, pageSize_) &&
            CQXBASE::encoding::WriteLong(out, pageNo_);
 }
 
 bool QXCommandBase::ReadStamp(ACE_InputCDR& in) {
     QXDataSource dataSource;
+    transaction_.clear();
     if (dataSource.fromCDR(in) == 0 || !CQXBASE::encoding::ReadWide(in, token_) ||
         !CQXBASE::encoding::ReadLong(in, pageSize_) || !CQXBASE::encoding::ReadLong(in, pageNo_)) {
         return false;
@@ -62,7 +68,8 @@ bool QXCommandBase::ReadStamp(ACE_InputCDR& in) {
 }
 
 std::size_t QXCommandBase::StampSize() const {
-    return QXDataSource(SysDataSrc()).size() + CQXBASE::encoding::WideSize(token_) +
+    return QXDataSource(SysDataSrc()).size() +
+           CQXBASE::encoding::WideSize(TokenField(token_, transaction_)) +
            2 * CQXBASE::encoding::kNumberSize;
 }
 

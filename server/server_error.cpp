@@ -50,6 +50,8 @@ const wchar_t* Text(ServerError error) noexcept {
             return L"too many logins of this address are under way: try again";
         case ServerError::TlsRequired:
             return L"this server serves requests over TLS only: switch TLS on";
+        case ServerError::TooManyTransactions:
+            return L"too many transactions are under way: end one, or try again later";
         case ServerError::Internal:
             break;
     }

@@ -33,7 +33,8 @@ enum class ServerError : std::int32_t {
     OutOfBuffers = -6033,    ///< all connections together hold too much; try again
     TooManyWaiting = -6034,  ///< this address has too many logins under way; try again
     TlsRequired = -6035,     ///< this server serves requests over TLS only; the connection closes
-    Internal = -6099,        ///< a fault of the server; its log says more
+    TooManyTransactions = -6036,  ///< begun and not ended, by this account or by all
+    Internal = -6099,             ///< a fault of the server; its log says more
 };
 
 /// The sentence for people that goes with a number.

@@ -24,6 +24,9 @@ struct Limits {
     std::size_t sqliteBytes = 1024 * kMiB;       ///< what statements on SQLite hold together
     std::size_t maxConnections = 4096;
     std::size_t maxSessions = 10000;
+    /// Begun and not ended; each has a database connection of its own.
+    std::size_t maxTransactions = 100;
+    std::size_t maxTransactionsOfAccount = 20;
 
     std::chrono::milliseconds loginTimeout = std::chrono::minutes(1);  ///< silence before a login
     std::chrono::milliseconds idleTimeout = std::chrono::minutes(30);  ///< silence after one
@@ -32,7 +35,8 @@ struct Limits {
     std::chrono::milliseconds requestTimeout = std::chrono::seconds(30);
     std::size_t minBytesPerSecond = 64 * kKiB;
     std::chrono::milliseconds sessionIdle = std::chrono::minutes(30);
-    std::chrono::milliseconds sessionLifetime = std::chrono::hours(12);  ///< from the login
+    std::chrono::milliseconds sessionLifetime = std::chrono::hours(12);   ///< from the login
+    std::chrono::milliseconds transactionIdle = std::chrono::minutes(1);  ///< without a command
     std::chrono::milliseconds statementTimeout = std::chrono::minutes(10);
     std::chrono::milliseconds graceTimeout = std::chrono::seconds(30);  ///< from the stop signal
 };

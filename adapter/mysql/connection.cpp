@@ -4,6 +4,7 @@
 
 #include <mysqld_error.h>
 
+#include "adapter/isolation.h"
 #include "adapter/mysql/errors.h"
 #include "adapter/mysql/script.h"
 #include "adapter/mysql/statement.h"
@@ -56,6 +57,34 @@ void MySqlConnection::Begin(TransactionKind) {
     RunText("START TRANSACTION");
 }
 
+void MySqlConnection::BeginLasting(const QXTransactionInfo& info) {
+    const std::string level = IsolationText(info.isolation);
+    try {
+        RunText((level.empty() ? "" : "SET TRANSACTION " + level + "; ") +
+                (info.readOnly ? "START TRANSACTION READ ONLY" : "START TRANSACTION"));
+    } catch (...) {
+        GiveUp();  // the level would be the next transaction's
+        throw;
+    }
+}
+
+bool MySqlConnection::Connected() noexcept {
+    return !MeansConnectionLost(mysql_errno(Handle()));
+}
+
+bool MySqlConnection::Recover() noexcept {
+    if (givenUp_ || requests_ > kPoliteRequests || !HoldsTransaction()) {
+        return false;
+    }
+    if (std::exchange(killed_, false) || cancelled_.IsSet()) {
+        requests_ = 0;
+        cancelled_.Clear();
+        // Meets the request in place of the next statement, if that came too late for the last one.
+        mysql_query(Handle(), "DO 0");
+    }
+    return HoldsTransaction();
+}
+
 void MySqlConnection::Commit() {
     RunText("COMMIT");
 }
@@ -97,7 +126,7 @@ void MySqlConnection::Cancel() noexcept {
 }
 
 void MySqlConnection::EndStatement() noexcept {
-    givenUp_ = true;
+    killed_ = true;
     Kill("KILL QUERY ");
 }
 
@@ -111,8 +140,8 @@ void MySqlConnection::Kill(const std::string& what) noexcept {
 }
 
 bool MySqlConnection::Usable() noexcept {
-    return !givenUp_ && !cancelled_.IsSet() && Handle()->net.max_packet <= kMostBufferBytes &&
-           !MeansConnectionLost(mysql_errno(Handle())) && !InTransaction();
+    return !givenUp_ && !killed_ && !cancelled_.IsSet() &&
+           Handle()->net.max_packet <= kMostBufferBytes && Connected() && !InTransaction();
 }
 
 void MySqlConnection::RunText(const std::string& text) {

@@ -33,6 +33,12 @@ class MySqlConnection : public Connection {
     void Commit() override;
     void Rollback() noexcept override;
     bool InTransaction() noexcept override;
+    void BeginLasting(const QXTransactionInfo& info) override;
+    bool HoldsTransaction() noexcept override { return InTransaction() && Connected(); }
+    bool Connected() noexcept override;
+    bool Recover() noexcept override;
+    /// The server undoes it when it meets the end of the connection.
+    void Abandon() noexcept override { GiveUp(); }
     void UseDatabase(const std::string& name) override;
     bool Alive() noexcept override;
     /// From the third time on the server is told to end the connection.
@@ -47,7 +53,7 @@ class MySqlConnection : public Connection {
     /// DatabaseError.
     void RunText(const std::string& text);
     /// Has the server end the statement under way. What was asked for may come too late, so that
-    /// the connection is given up.
+    /// the connection is given up, unless its transaction goes on.
     void EndStatement() noexcept;
     /// To be called before anything is sent. Throws DatabaseError.
     void CheckCancelled() const { cancelled_.Check(); }
@@ -69,6 +75,7 @@ class MySqlConnection : public Connection {
     int requests_ = 0;      ///< calls of Cancel
     std::string database_;  ///< chosen last
     bool givenUp_ = false;
+    bool killed_ = false;  ///< a statement was, or the next one will be
 };
 
 }  // namespace CQXDB::adapter::mysql

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "adapter/isolation.h"
 #include "adapter/odbc/statement.h"
 #include "adapter/odbc/text.h"
 #include "adapter/statement_text.h"
@@ -66,6 +67,52 @@ void OdbcConnection::Begin(TransactionKind) {
     began_ = true;
 }
 
+void OdbcConnection::BeginLasting(const QXTransactionInfo& info) {
+    changed_ = info.isolation != QXISOLATION_DEFAULT || info.readOnly;
+    undone_ = false;
+    SetLevel(info.isolation);
+    if (info.readOnly) {
+        SetReadOnly();
+    }
+    Begin(TransactionKind::Write);
+}
+
+void OdbcConnection::SetLevel(QXIsolation isolation) {
+    if (IsolationText(isolation).empty() || dialect_ == &kSqliteDialect) {
+        return;  // SQLite has one level, and its driver no attribute
+    }
+    static constexpr std::uintptr_t kLevels[] = {SQL_TXN_READ_UNCOMMITTED, SQL_TXN_READ_COMMITTED,
+                                                 SQL_TXN_REPEATABLE_READ, SQL_TXN_SERIALIZABLE};
+    const std::uintptr_t level = kLevels[isolation - QXISOLATION_READ_UNCOMMITTED];
+    CheckConnection(
+        SQLSetConnectAttrW(*handle_, SQL_ATTR_TXN_ISOLATION, OdbcNumber(level), SQL_IS_UINTEGER));
+}
+
+/// For the whole session, since drivers begin a transaction, and set savepoints in it, when they
+/// like.
+void OdbcConnection::SetReadOnly() {
+    if (dialect_ == &kSqliteDialect) {
+        RunText("PRAGMA query_only = 1");
+    } else if (dialect_ == &kPostgreSqlDialect) {
+        RunText("SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY");
+    } else if (dialect_ == &kMySqlDialect) {
+        RunText("SET SESSION TRANSACTION READ ONLY");
+    } else {
+        throw DatabaseError(DBMGR_BAD_VALUE,
+                            "transactions that only read are not available for this database "
+                            "through ODBC");
+    }
+}
+
+void OdbcConnection::RunText(const std::string& text) {
+    OdbcStatement(*this, text, false).Execute({});
+}
+
+bool OdbcConnection::Recover() noexcept {
+    cancelled_.Clear();
+    return HoldsTransaction();
+}
+
 void OdbcConnection::Commit() {
     CheckConnection(SQLEndTran(SQL_HANDLE_DBC, *handle_, SQL_COMMIT));
     SetAutocommit(true);
@@ -95,7 +142,7 @@ void OdbcConnection::SetAutocommit(bool on) {
 
 bool OdbcConnection::Alive() noexcept {
     try {
-        OdbcStatement(*this, probe_, false).Execute({});
+        RunText(probe_);
     } catch (...) {
         return false;
     }
@@ -145,6 +192,7 @@ void OdbcConnection::Check(SQLHSTMT statement, SQLRETURN code) {
 void OdbcConnection::ThrowError(SQLSMALLINT handleType, SQLHANDLE handle) {
     const OdbcDiagnosis diagnosis = OdbcDiagnosis::Of(handleType, handle);
     broken_ = broken_ || diagnosis.ConnectionLost();
+    undone_ = undone_ || diagnosis.UndoesTransaction(dialect_ == &kSqliteDialect);
     throw diagnosis.Error(dialect_ == &kPostgreSqlDialect);
 }
 

@@ -31,10 +31,14 @@ class OdbcConnection : public Connection {
     void Commit() override;
     void Rollback() noexcept override;
     bool InTransaction() noexcept override { return began_ || userBegan_; }
+    void BeginLasting(const QXTransactionInfo& info) override;
+    bool HoldsTransaction() noexcept override { return began_ && !broken_ && !undone_; }
+    bool Recover() noexcept override;
+    bool Connected() noexcept override { return !broken_; }
     bool Alive() noexcept override;
     /// Passes it to the driver, which may not heed it before the next row.
     void Cancel() noexcept override;
-    bool Usable() noexcept override { return !broken_ && !cancelled_.IsSet(); }
+    bool Usable() noexcept override { return !broken_ && !changed_ && !cancelled_.IsSet(); }
 
     // What the statements need.
 
@@ -65,6 +69,9 @@ class OdbcConnection : public Connection {
     void Check(SQLHSTMT statement, SQLRETURN code);
 
   private:
+    void SetLevel(QXIsolation isolation);
+    void SetReadOnly();
+    void RunText(const std::string& text);
     std::string DatabaseName() const;
     void CheckConnection(SQLRETURN code);
     [[noreturn]] void ThrowError(SQLSMALLINT handleType, SQLHANDLE handle);
@@ -77,6 +84,8 @@ class OdbcConnection : public Connection {
     bool began_ = false;      ///< by Begin()
     bool userBegan_ = false;  ///< by a text
     bool broken_ = false;
+    bool undone_ = false;   ///< the database has rolled back by itself, which drivers don't tell
+    bool changed_ = false;  ///< has settings of a transaction, which its next user doesn't expect
     CancelMark cancelled_;
     /// SQLite's driver closes the statement that it is to cancel, whoever uses it at the time. All
     /// it has to know is the connection, so it is named a statement that nobody uses.

@@ -21,6 +21,12 @@ OdbcDiagnosis OdbcDiagnosis::Of(SQLSMALLINT handleType, SQLHANDLE handle) {
     return {FromOdbcText(state), native, FromOdbcText(text)};
 }
 
+bool OdbcDiagnosis::UndoesTransaction(bool sqlite) const noexcept {
+    // No memory, interrupted, a file's fault, no room: what makes SQLite give up all.
+    const bool givenUp = native == 7 || native == 9 || native == 10 || native == 13;
+    return state.compare(0, 2, "40") == 0 || (sqlite && givenUp);
+}
+
 DatabaseError OdbcDiagnosis::Error(bool byState) const {
     return {native != 0 && !byState ? native : SqlStateCode(state.c_str()), state + ": " + message};
 }

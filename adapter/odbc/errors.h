@@ -17,6 +17,8 @@ struct OdbcDiagnosis {
     static OdbcDiagnosis Of(SQLSMALLINT handleType, SQLHANDLE handle);
     /// True when the connection is of no further use.
     bool ConnectionLost() const noexcept { return state.compare(0, 2, "08") == 0; }
+    /// True when the database, which may be SQLite, has rolled all of the transaction back.
+    bool UndoesTransaction(bool sqlite) const noexcept;
     /// The driver's own number, or that of the SQLSTATE where the driver gives none or where the
     /// SQLSTATE is the database's own code.
     DatabaseError Error(bool byState = false) const;

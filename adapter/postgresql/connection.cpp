@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "adapter/isolation.h"
 #include "adapter/postgresql/errors.h"
 #include "adapter/postgresql/parameters.h"
 #include "adapter/postgresql/statement.h"
@@ -58,6 +59,28 @@ std::shared_ptr<Statement> PgConnection::PrepareScript(const std::string& text) 
 
 void PgConnection::Begin(TransactionKind) {
     RunText("BEGIN");
+}
+
+void PgConnection::BeginLasting(const QXTransactionInfo& info) {
+    const std::string level = IsolationText(info.isolation);
+    RunText("BEGIN" + (level.empty() ? "" : ' ' + level) + (info.readOnly ? " READ ONLY" : ""));
+}
+
+bool PgConnection::Recover() noexcept {
+    if (requests_ > kStatementRequests || givenUp_) {
+        return false;  // the session is ended, or about to be
+    }
+    requests_ = 0;
+    cancelled_.Clear();
+    if (waiting_ != 0) {
+        EndStatement();
+    }
+    try {
+        Settle();
+    } catch (...) {
+        // Has been told, or belongs to what has failed already.
+    }
+    return HoldsTransaction();
 }
 
 void PgConnection::Commit() {

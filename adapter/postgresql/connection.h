@@ -65,6 +65,13 @@ class PgConnection final : public Connection {
     void Commit() override;
     void Rollback() noexcept override;
     bool InTransaction() noexcept override;
+    void BeginLasting(const QXTransactionInfo& info) override;
+    bool Recover() noexcept override;
+    bool Connected() noexcept override {
+        return !givenUp_ && PQstatus(handle_.get()) == CONNECTION_OK;
+    }
+    /// The server undoes it when it meets the end of the connection.
+    void Abandon() noexcept override {}
     bool Alive() noexcept override;
     /// Libpq asks without TLS, also where the connection has it. From the third time on the server
     /// is told to end the session: a statement can catch what ends it. From the fifth time on the

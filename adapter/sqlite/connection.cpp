@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "adapter/isolation.h"
 #include "adapter/sqlite/errors.h"
 #include "adapter/sqlite/guard.h"
 #include "adapter/sqlite/script.h"
@@ -59,12 +60,26 @@ void SqliteConnection::Begin(TransactionKind kind) {
     RunOnce(kind == TransactionKind::Write ? "BEGIN IMMEDIATE" : "BEGIN");
 }
 
+void SqliteConnection::BeginLasting(const QXTransactionInfo& info) {
+    IsolationText(info.isolation);  // which checks it
+    const bool lock = info.isolation == QXISOLATION_SERIALIZABLE && !info.readOnly;
+    Begin(lock ? TransactionKind::Write : TransactionKind::Read);
+    opened_->session.readOnly = info.readOnly;
+}
+
+bool SqliteConnection::Recover() noexcept {
+    opened_->session.timer.EndCall();
+    return InTransaction();
+}
+
 void SqliteConnection::Commit() {
     RunOnce("COMMIT");
+    opened_->session.readOnly = false;
 }
 
 void SqliteConnection::Rollback() noexcept {
     opened_->session.timer.EndCall();  // or it would be cancelled too
+    opened_->session.readOnly = false;
     if (InTransaction()) {
         const SqliteHeap::Scope scope(opened_->session.Heap());
         sqlite3_exec(opened_->session.db, "ROLLBACK", nullptr, nullptr, nullptr);

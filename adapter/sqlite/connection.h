@@ -28,6 +28,10 @@ class SqliteConnection : public Connection {
     void Commit() override;
     void Rollback() noexcept override;
     bool InTransaction() noexcept override;
+    /// Serializable, whatever is asked for. Asked for by name, it takes the write lock at once;
+    /// else with the first change, which fails when others have changed what was read.
+    void BeginLasting(const QXTransactionInfo& info) override;
+    bool Recover() noexcept override;
     bool Alive() noexcept override;
     void Cancel() noexcept override { opened_->session.timer.Cancel(); }
     /// Opening a file anew leaves nothing, and takes no longer than looking for what there may be.

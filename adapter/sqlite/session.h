@@ -22,6 +22,7 @@ struct SqliteSession {
     SqliteTimer timer;
     SqliteHeap heap;
     const bool confined;     ///< see ConfineSqlite
+    bool readOnly = false;   ///< no statement may change anything
     bool preparing = false;  ///< a text of the connection's user, not one of SQLite's own
     SqliteFormat format;
 };

@@ -54,6 +54,9 @@ class SqliteStatement::Run {
     explicit Run(SqliteStatement& statement)
         : scope_(statement.session_.Heap()), statement_(statement) {
         statement.session_.timer.Start();
+        if (statement.session_.readOnly && sqlite3_stmt_readonly(statement.handle_.get()) == 0) {
+            throw DatabaseError(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY));
+        }
     }
 
     const SqliteHeap::Scope scope_;

@@ -12,6 +12,7 @@
 #include <qxdb/QXRsList.h>
 #include <qxdb/QXSvrInfo.h>
 #include <qxdb/QXTlsInfo.h>
+#include <qxdb/QXTransaction.h>
 
 class ACE_SOCK_Stream;
 
@@ -22,6 +23,7 @@ class QXIO;
 namespace CQXDB {
 
 class CancelPoint;
+struct AgentTransaction;
 
 /// One agent holds a data source, a session token, a server address, a proxy, and whether it works
 /// locally (the default: straight against the database) or remotely (through an application
@@ -145,6 +147,33 @@ class QXDB_AGENT_API DBAgent {
     void BatchQry(long& errCode, std::wstring& errText, QXCommandList& list, QXRsList& out,
                   const std::wstring& db = std::wstring());
 
+    // Transactions that last over several calls, on every database, locally and remotely.
+
+    /// Begins one: from now on every Execute, OpenQuery and BatchQry runs in it, on a connection of
+    /// its own, until Commit or Rollback. `db` names a database as for the work operations and
+    /// holds for them too; a command that names another one fails with DBMGR_OTHER_DATABASE. A list
+    /// is all or nothing in it as well; what other failed commands leave behind is the database's
+    /// own rule (docs/adapter.md). A statement that would end it (COMMIT) is refused with
+    /// DBMGR_TRANSACTION_CONTROL, and Begin in a transaction with DBMGR_IN_TRANSACTION.
+    ///
+    /// Remotely it belongs to the session and to the connection: the server rolls it back when one
+    /// of them ends, when it has had no command for the server's `transaction_idle_s` (60 seconds),
+    /// and when the server stops. Locally it is rolled back with the agent. A command of one that
+    /// is over, for these reasons or because the database has ended it, is never run outside of it:
+    /// it fails with DBMGR_TRANSACTION_OVER, as all that follow, until Commit or Rollback.
+    void Begin(long& errCode, std::wstring& errText,
+               const QXTransactionInfo& info = QXTransactionInfo(),
+               const std::wstring& db = std::wstring());
+    /// Ends the transaction, also when it fails. Then nothing of it stays, but for
+    /// DBMGR_OUTCOME_UNKNOWN: the database's or server's answer was lost.
+    void Commit(long& errCode, std::wstring& errText);
+    /// Ends the transaction; nothing of it stays. Fails only when there is none
+    /// (DBMGR_TRANSACTION_OVER) or no memory: where a connection was lost, its other end rolls
+    /// back.
+    void Rollback(long& errCode, std::wstring& errText);
+    /// From a Begin that succeeded until Commit or Rollback.
+    bool InTransaction() const;
+
     /// Ends the Execute, OpenQuery or BatchQry that another thread is in: locally by the database's
     /// own means, remotely over a second connection to the server, made in the same way as the
     /// first and not waiting for the exchanges of others. The call then fails with
@@ -221,6 +250,16 @@ class QXDB_AGENT_API DBAgent {
     int proc_data(long& errCode, std::wstring& errText, int replyType, void* reply);
     void takeDatabaseKind_(const std::wstring& info);
 
+    template <typename Work>
+    bool prepare_(long& errCode, std::wstring& errText, Work& work, const std::wstring& db);
+    void beginLocal_(long& errCode, std::wstring& errText, const QXTransactionInfo& info,
+                     const std::wstring& db, std::wstring& id);
+    void beginRemote_(long& errCode, std::wstring& errText, const QXTransactionInfo& info,
+                      const std::wstring& db, std::wstring& id);
+    void end_(long& errCode, std::wstring& errText, bool commit);
+    void endRemote_(long& errCode, std::wstring& errText, const AgentTransaction& transaction,
+                    bool commit);
+
     bool useODBC_() const;
     void myRaiseError(long code, std::wstring text);
 
@@ -253,7 +292,10 @@ class QXDB_AGENT_API DBAgent {
     bool isLocal_ = true;
     CQXBASE::QXIO* io_ = nullptr;  ///< owned; shared with copies
     QXTlsInfo tls_;
-    std::shared_ptr<CancelPoint> cancelPoint_;  ///< shared with copies
+    std::shared_ptr<CancelPoint> cancelPoint_;       ///< shared with copies
+    std::shared_ptr<AgentTransaction> transaction_;  ///< shared with copies; null outside of any
+    std::wstring statusText_;  ///< of the last reply to a request that is answered by one
+    bool sentWhole_ = false;   ///< the last request was, so that the server may have done it
     std::uint32_t replyTimeoutMs_ = 0;
     std::uint64_t maxReplyBytes_ = std::uint64_t{1} << 30;
 };

@@ -12,6 +12,7 @@
 #include <qxdb/QXCommandList.h>
 #include <qxdb/QXDataSource.h>
 #include <qxdb/QXRsList.h>
+#include <qxdb/QXTransaction.h>
 #include <qxdb/RowSink.h>
 
 namespace CQXDB {
@@ -48,6 +49,24 @@ class QXDB_ADAPTER_API DBMgrBase {
     /// Runs the commands in one transaction and appends one recordset for each to `out`; after an
     /// error `out` is empty.
     void BatchQry(QXCommandList* list, QXRsList& out);
+
+    // Transactions that last over several calls. Begin takes a connection out of the pool and gives
+    // an identity, by which any manager of the same class and session user reaches it: a command
+    // with that identity (SetTransaction) runs there, and nowhere else, so that one whose
+    // transaction is over fails with DBMGR_TRANSACTION_OVER. A list in a transaction is all or
+    // nothing too; what other failed calls leave is the database's own rule (docs/adapter.md).
+    // Calls of one transaction run one after the other.
+
+    /// `id` is empty after an error.
+    void Begin(QXDataSource* dataSource, const QXTransactionInfo& info, std::wstring& id);
+    /// Ends it, also when it fails: then all of it is rolled back, unless the connection was lost
+    /// in the very moment.
+    void Commit(const std::wstring& id);
+    /// Rolls back what is still there to be; fails only for an identity that is unknown.
+    void Rollback(const std::wstring& id);
+    /// The same without waiting for the database, which PostgreSQL and MySQL undo it without.
+    void Abandon(const std::wstring& id) noexcept;
+
     /// Closes the pooled connections, of all data sources of the manager's kind, that this process
     /// does not use at the moment. The database of ":memory:" goes with its connection.
     void CloseConn();
@@ -87,7 +106,10 @@ class QXDB_ADAPTER_API DBMgrBase {
     ~DBMgrBase() = default;
 
   private:
-    void Run(const QXDataSource* dataSource, const std::function<void(adapter::Connection&)>& work);
+    using Work = std::function<void(adapter::Connection&)>;
+
+    void Run(const QXDataSource* dataSource, const Work& work);
+    void Run(const QXCommandBase* commands, bool list, const Work& work);
 
     void Leave(adapter::CallResult result) noexcept;
 

@@ -24,6 +24,11 @@ enum DBMgrError : long {
     DBMGR_RESULT_TOO_LARGE = -7013,     ///< the rows take up more memory than was allowed
     DBMGR_OUT_OF_MEMORY = -7014,        ///< the process got no memory; also the agent's own code
     DBMGR_CANCELLED = -7015,            ///< ended by Cancellation::Cancel
+    DBMGR_TRANSACTION_OVER = -7016,  ///< nothing was run: the transaction that the command belongs
+                                     ///< to has ended, or none was begun
+    DBMGR_OTHER_DATABASE = -7017,    ///< the transaction is on another database than the command
+    DBMGR_OUTCOME_UNKNOWN = -7018,   ///< the answer to a commit was lost; the agent's own code
+    DBMGR_IN_TRANSACTION = -7019,    ///< one has begun already; the agent's own code
 };
 
 /// The number that errNumber() gives for an SQLSTATE, which PostgreSQL has for every error and ODBC

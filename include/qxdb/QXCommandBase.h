@@ -22,6 +22,9 @@ class QXDB_OBJECTS_API QXCommandBase : public CQXBASE::QXIOBase {
     const std::wstring& DB() const noexcept;
     void SetToken(const std::wstring& token) { token_ = token; }
     const std::wstring& Token() const noexcept { return token_; }
+    /// Identity of the transaction that this belongs to; empty for one of its own.
+    void SetTransaction(const std::wstring& id) { transaction_ = id; }
+    const std::wstring& Transaction() const noexcept { return transaction_; }
     /// Rows a page, below 2^31; 0: all rows. A number beyond 32 bits becomes -1, which the query
     /// refuses.
     void SetPageSize(long rows);
@@ -37,7 +40,9 @@ class QXDB_OBJECTS_API QXCommandBase : public CQXBASE::QXIOBase {
     QXCommandBase& operator=(const QXCommandBase&) = default;
     QXCommandBase& operator=(QXCommandBase&&) = default;
 
-    // The stamp travels in front of the statements. These are as toCDR, fromCDR and size.
+    // The stamp travels in front of the statements, the transaction behind the token, with "|~|"
+    // between them, where there is one; a received stamp's token is both. These are as toCDR,
+    // fromCDR and size.
     bool WriteStamp(ACE_OutputCDR& out) const;
     bool ReadStamp(ACE_InputCDR& in);
     std::size_t StampSize() const;
@@ -45,6 +50,7 @@ class QXDB_OBJECTS_API QXCommandBase : public CQXBASE::QXIOBase {
   private:
     std::shared_ptr<const QXDataSource> dataSource_;  ///< null stands for a default one
     std::wstring token_;
+    std::wstring transaction_;
     std::int32_t pageSize_ = 0;
     std::int32_t pageNo_ = 1;
 };

@@ -96,12 +96,15 @@ Setter LimitsTo(Limits& limits, const std::string& file) {
                    {"sqlite_memory_mib", NumberTo(limits.sqliteBytes, kMiB)},
                    {"max_connections", NumberTo(limits.maxConnections)},
                    {"max_sessions", NumberTo(limits.maxSessions)},
+                   {"max_transactions", NumberTo(limits.maxTransactions)},
+                   {"max_account_transactions", NumberTo(limits.maxTransactionsOfAccount)},
                    {"login_timeout_s", DurationTo(limits.loginTimeout)},
                    {"idle_timeout_s", DurationTo(limits.idleTimeout)},
                    {"request_timeout_s", DurationTo(limits.requestTimeout)},
                    {"min_bytes_per_second", NumberTo(limits.minBytesPerSecond)},
                    {"session_idle_s", DurationTo(limits.sessionIdle)},
                    {"session_lifetime_s", DurationTo(limits.sessionLifetime)},
+                   {"transaction_idle_s", DurationTo(limits.transactionIdle)},
                    {"statement_timeout_s", DurationTo(limits.statementTimeout, kLongestStatement)},
                    {"grace_timeout_s", DurationTo(limits.graceTimeout)}});
         }

@@ -54,8 +54,8 @@ ServerOptions FitToSystem(ServerOptions options) {
 
 /// Often enough that no time limit is overrun by more than a quarter.
 milliseconds TickInterval(const Limits& limits) {
-    const milliseconds shortest =
-        std::min({limits.loginTimeout, limits.idleTimeout, limits.requestTimeout});
+    const milliseconds shortest = std::min(
+        {limits.loginTimeout, limits.idleTimeout, limits.requestTimeout, limits.transactionIdle});
     return std::clamp(shortest / 4, milliseconds(5), milliseconds(1000));
 }
 
@@ -107,7 +107,8 @@ void Server::LogStatistics() const {
           " accepted, ", stats_.refused, " refused, ", stats_.displaced, " displaced, ",
           stats_.timedOut, " timed out, ", stats_.stalled, " stalled, ", stats_.failedHandshakes,
           " without a TLS handshake in order; sessions: ", services_.sessions.Count(),
-          "; requests: ", stats_.running, " running, ", stats_.requests, " in all");
+          "; transactions: ", services_.transactions.Count(), "; requests: ", stats_.running,
+          " running, ", stats_.requests, " in all");
 }
 
 void Server::Tick() {
@@ -118,6 +119,7 @@ void Server::Tick() {
         }
     }
     KeepBuffersFree();
+    services_.transactions.EndExpired();
     CloseUnusedDatabases();
     if (listener_ != nullptr) {
         listener_->Resume();

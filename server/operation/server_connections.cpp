@@ -178,6 +178,7 @@ void Server::Retire(network::ConnectionId id) {
     if (work != working_.end()) {
         Abandon(work->second);
     }
+    services_.transactions.EndConnection(id);
     for (Connections* const each : {&connections_, &rejected_}) {
         const auto found = each->find(id);
         if (found != each->end()) {

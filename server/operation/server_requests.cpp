@@ -79,6 +79,7 @@ void Server::Complete(Place work) {
     --stats_.running;
     network::Outcome& outcome = work->outcome;
     if (work->gone) {
+        services_.transactions.EndConnection(work->request.connection);  // one begun meanwhile
         const bool command = requests::RequestHandler::IsCommand(work->request.Code());
         if (!command && outcome.token != work->request.token) {
             services_.sessions.End(outcome.token);  // a login's, of which nobody was told

@@ -64,7 +64,9 @@ Services::Services(const ServerOptions& options, const Clock& clock)
           },
           encoder),
       running(canceller),
-      commands(logins, sessions, databases, running, encoder, options.limits.maxResultBytes),
+      transactions(options.limits, sessions, clock),
+      commands(logins, sessions, databases, running, transactions, encoder,
+               options.limits.maxResultBytes),
       handler(logins, commands, running, sessions, encoder,
               kDecodedTimes * options.limits.maxFrameBytes) {
     AddDatabases(databases, options);

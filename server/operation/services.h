@@ -10,6 +10,7 @@
 #include "server/requests/database_registry.h"
 #include "server/requests/request_handler.h"
 #include "server/requests/running_commands.h"
+#include "server/requests/transactions.h"
 #include "server/server_options.h"
 #include "server/sessions/account_store.h"
 #include "server/sessions/login_service.h"
@@ -36,6 +37,7 @@ struct Services {
     sessions::LoginService logins;
     requests::Canceller canceller;
     requests::RunningCommands running;
+    requests::Transactions transactions;
     requests::CommandService commands;
     requests::RequestHandler handler;
 };

@@ -64,6 +64,20 @@ DatabaseAnswer Batch(const Caller& caller, QXCommandList& list, QXRsList& out,
         manager.BatchQry(&list, out);
     });
 }
+DatabaseAnswer Begin(const Caller& caller, const QXDataSource& dataSource,
+                     const QXTransactionInfo& info, std::wstring& id) {
+    QXDataSource copy = dataSource;
+    return Run(caller, dataSource, [&](auto& manager) { manager.Begin(&copy, info, id); });
+}
+DatabaseAnswer Commit(const std::wstring& id) {
+    return RunOn<DBMgr>({}, [&](auto& manager) { manager.Commit(id); });
+}
+DatabaseAnswer Rollback(const std::wstring& id) {
+    return RunOn<DBMgr>({}, [&](auto& manager) { manager.Rollback(id); });
+}
+void Abandon(const std::wstring& id) noexcept {
+    DBMgr().Abandon(id);
+}
 DatabaseAnswer Probe(const QXDataSource& dataSource) {
     QXDataSource copy = dataSource;
     return Run({}, dataSource, [&](auto& manager) { manager.CanConnect(&copy); });

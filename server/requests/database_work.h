@@ -7,6 +7,7 @@
 #include <qxdb/QXCommandList.h>
 #include <qxdb/QXDataSource.h>
 #include <qxdb/QXRsList.h>
+#include <qxdb/QXTransaction.h>
 #include <qxdb/RowSink.h>
 
 namespace CQXSERVER::requests {
@@ -36,6 +37,15 @@ DatabaseAnswer Query(const Caller& caller, CQXDB::QXCommandList& list, CQXDB::QX
                      std::size_t maxBytes, const CQXDB::RowSink& sink);
 DatabaseAnswer Batch(const Caller& caller, CQXDB::QXCommandList& list, CQXDB::QXRsList& out,
                      std::size_t maxBytes);
+
+/// Begins a transaction that lasts until one of the next three; `id` is its identity, which the
+/// commands in it carry.
+DatabaseAnswer Begin(const Caller& caller, const CQXDB::QXDataSource& dataSource,
+                     const CQXDB::QXTransactionInfo& info, std::wstring& id);
+DatabaseAnswer Commit(const std::wstring& id);
+DatabaseAnswer Rollback(const std::wstring& id);
+/// Rolls back without waiting for databases that do so by themselves.
+void Abandon(const std::wstring& id) noexcept;
 
 DatabaseAnswer Probe(const CQXDB::QXDataSource& dataSource);
 

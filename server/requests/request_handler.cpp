@@ -9,6 +9,7 @@
 
 #include "messages/command_token.h"
 #include "messages/session_records.h"
+#include "messages/transaction_fields.h"
 #include "messages/type_codes.h"
 #include "server/log.h"
 #include "util/split.h"
@@ -183,7 +184,9 @@ network::Outcome RequestHandler::Command(network::Request& request) {
     return {std::nullopt,
             request.token,
             [this, &request] { return RunCommand(request); },
-            {network::Crew::Databases, sessions_.AccountOf(CQXBASE::WideToUtf8(*token)), false}};
+            {network::Crew::Databases,
+             sessions_.AccountOf(CQXBASE::WideToUtf8(CQXBASE::SplitTokenField(*token).session)),
+             false}};
 }
 
 network::Outcome RequestHandler::RunCommand(network::Request& request) {
@@ -201,7 +204,7 @@ void RequestHandler::RequireSession(const std::optional<std::wstring>& token) co
     if (!token) {
         throw RequestRefused(ServerError::UndecodableBody);
     }
-    sessions_.Require(CQXBASE::WideToUtf8(*token));
+    sessions_.Require(CQXBASE::WideToUtf8(CQXBASE::SplitTokenField(*token).session));
 }
 
 /// The deciphered body, for which the frame's bytes are given up; "" for one that came plain.
@@ -279,6 +282,7 @@ network::Outcome RequestHandler::Logout(const network::Request& request,
         throw RequestRefused(ServerError::NotLoggedIn);
     }
     sessions_.End(request.token);
+    commands_.EndSession(request.token);
     LogInformation("connection ", request.connection, ": '", session->account, "' logged out");
     return Done(request, {});
 }

@@ -79,6 +79,12 @@ std::string SessionTable::AccountOf(const std::string& token) const {
     return found == byToken_.end() ? std::string() : found->second->account;
 }
 
+bool SessionTable::Knows(const std::string& token) const noexcept {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = byToken_.find(token);
+    return found != byToken_.end() && !Expired(*found->second, clock_());
+}
+
 std::size_t SessionTable::Count() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return sessions_.size();

@@ -48,6 +48,9 @@ class SessionTable {
     /// The account of a session; "" when there is none of that token.
     std::string AccountOf(const std::string& token) const;
 
+    /// False once the session has ended, by its time too.
+    bool Knows(const std::string& token) const noexcept;
+
     std::size_t Count() const;
 
   private:

@@ -24,6 +24,7 @@ class Dummy : public Connection {
     std::shared_ptr<Statement> PrepareScript(const std::string&) override { return nullptr; }
     const SqlDialect& Dialect() const noexcept override { return kSqliteDialect; }
     void Begin(TransactionKind) override {}
+    void BeginLasting(const QXTransactionInfo&) override {}
     void Commit() override {}
     void Rollback() noexcept override {}
     bool InTransaction() noexcept override { return false; }
@@ -95,6 +96,36 @@ TEST_F(ConnectionPoolTest, NobodyWaitsForEver) {
         EXPECT_EQ(error.Code(), DBMGR_POOL_TIMEOUT);
         EXPECT_NE(std::string(error.what()).find("2 connections"), std::string::npos);
     }
+}
+
+TEST_F(ConnectionPoolTest, ADetachedConnectionLeavesItsPlaceToAnother) {
+    const auto pool = Pool(1, 0);
+    {
+        Lease out = pool->Take();
+        out.Detach();
+        const Lease other = pool->Take();
+        EXPECT_EQ(alive, 2);
+    }
+    EXPECT_EQ(alive, 1) << "there is no room for both";
+    {
+        Lease out = pool->Take();
+        out.Detach();
+    }
+    const Lease again = pool->Take();
+    EXPECT_EQ(opened, 2);
+}
+
+TEST_F(ConnectionPoolTest, NobodyWaitsForTheOneConnectionThatHoldsTheData) {
+    PoolLimits limits{1, std::chrono::hours(24)};
+    limits.keepsData = true;
+    PoolRegistry pools = Registry(limits);
+    {
+        Lease out = pools.Take(Source(1), {});
+        out.Detach();
+        EXPECT_THROW(pools.Take(Source(1), {}), DatabaseError);
+    }
+    const Lease again = pools.Take(Source(1), {});
+    EXPECT_EQ(opened, 1);
 }
 
 TEST_F(ConnectionPoolTest, OneWhoWaitsCanBeCancelled) {

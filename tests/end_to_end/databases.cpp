@@ -19,4 +19,14 @@ Databases::Databases()
 
 Databases::~Databases() = default;
 
+std::vector<std::pair<std::string, std::string>> Databases::AllUrls() const {
+    auto all = urls_;
+    all.emplace_back(
+        "odbc", "odbc:DRIVER=/usr/lib/x86_64-linux-gnu/odbc/psqlodbcw.so;SERVER=127.0.0.1;PORT=" +
+                    std::to_string(servers_->postgres.Port()) +
+                    ";DATABASE=" + PostgresServer::Database() + ";UID=" + PostgresServer::User() +
+                    ";PWD={" + PostgresServer::Password() + "}");
+    return all;
+}
+
 }  // namespace qxdb_test

@@ -24,6 +24,9 @@ class Databases {
     /// Names and URLs.
     const std::vector<std::pair<std::string, std::string>>& Urls() const noexcept { return urls_; }
 
+    /// The same, and PostgreSQL through ODBC, which names types of its own.
+    std::vector<std::pair<std::string, std::string>> AllUrls() const;
+
   private:
     struct Servers;
 

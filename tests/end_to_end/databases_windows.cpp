@@ -8,4 +8,8 @@ Databases::Databases() : urls_{{"sqlite", "sqlite:" + folder_.File("both.db")}} 
 
 Databases::~Databases() = default;
 
+std::vector<std::pair<std::string, std::string>> Databases::AllUrls() const {
+    return urls_;
+}
+
 }  // namespace qxdb_test
