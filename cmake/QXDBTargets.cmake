@@ -35,3 +35,9 @@ function(qxdb_test name)
   target_link_libraries(${name} PRIVATE qxdb_options ${T_LIBS} GTest::gmock GTest::gtest_main)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${T_TIMEOUT})
 endfunction()
+
+# Runs the tests of a program once more, with TLS beneath them; more arguments are a filter of googletest's.
+function(qxdb_test_over_tls name)
+  add_test(NAME ${name}_over_tls COMMAND ${name} --gtest_brief=1 ${ARGN})
+  set_tests_properties(${name}_over_tls PROPERTIES TIMEOUT 300 ENVIRONMENT QXDB_TEST_TLS=1)
+endfunction()

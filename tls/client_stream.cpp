@@ -36,10 +36,11 @@ std::string NameToVerify(const CQXDB::QXTlsInfo& info, const std::wstring& host)
     return name;
 }
 
-bool IsReadable(ACE_HANDLE socket) {
+/// 1 when there is something to read, 0 when not, -1 with errno when nobody can tell.
+int Readiness(ACE_HANDLE socket) {
     ACE_Handle_Set one;
     sockets::AddToSet(one, socket);
-    return sockets::ReadyToRead(one, socket) != 0;
+    return sockets::ReadyToRead(one, socket);
 }
 
 void Require(int done) {
@@ -179,9 +180,13 @@ void ClientStream::LookForFarewell() {
 }
 
 std::ptrdiff_t ClientStream::ReadWire(char* bytes, std::size_t count) noexcept {
-    const bool ready = waits_ ? (FlushOut() && PrepareRead()) : IsReadable(stream_.get_handle());
-    if (!ready) {
-        return waits_ ? -1 : kLater;
+    if (waits_ && !(FlushOut() && PrepareRead())) {
+        return -1;
+    }
+    const int ready = waits_ ? 1 : Readiness(stream_.get_handle());
+    if (ready <= 0) {
+        error_ = errno;
+        return ready == 0 ? kLater : -1;
     }
     const std::ptrdiff_t received = sockets::ReceiveSome(stream_, bytes, count);
     error_ = received < 0 ? errno : 0;
@@ -215,15 +220,20 @@ std::ptrdiff_t ClientStream::WriteWire(const char* bytes, std::size_t count) noe
     return sent ? static_cast<std::ptrdiff_t>(count) : -1;
 }
 
-bool ClientStream::FlushOut() {
+bool ClientStream::FlushOut() noexcept {
     if (out_.empty()) {
         return true;
     }
     iovec part{};
     part.iov_base = out_.data();
     part.iov_len = static_cast<decltype(part.iov_len)>(out_.size());
-    const bool sent = sockets::SendParts(stream_, &part, 1, timeoutMs_);
-    error_ = sent ? 0 : errno;
+    bool sent = false;
+    try {
+        sent = sockets::SendParts(stream_, &part, 1, timeoutMs_);
+        error_ = sent ? 0 : errno;
+    } catch (const std::bad_alloc&) {
+        error_ = ENOMEM;
+    }
     out_.clear();
     return sent;
 }

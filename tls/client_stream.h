@@ -49,7 +49,7 @@ class ClientStream : private Wire {
     std::ptrdiff_t WriteWire(const char* bytes, std::size_t count) noexcept override;
     bool PrepareRead() noexcept;
     bool WriteOut(const char* bytes, std::size_t count);
-    bool FlushOut();
+    bool FlushOut() noexcept;
     bool HasClosed() const noexcept;
     bool Failed(int result);
     void LookForFarewell();

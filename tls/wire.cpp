@@ -1,6 +1,7 @@
 #include "tls/wire.h"
 
 #include <memory>
+#include <new>
 
 namespace CQXBASE::tls {
 namespace {
@@ -35,26 +36,31 @@ long Control(BIO* /*bio*/, int command, long /*number*/, void* /*pointer*/) {
 
 using Method = std::unique_ptr<BIO_METHOD, decltype(&BIO_meth_free)>;
 
-Method NewMethod() noexcept {
+Method NewMethod() {
     Method method(BIO_meth_new(BIO_get_new_index() | BIO_TYPE_SOURCE_SINK, "wire"), BIO_meth_free);
-    if (method != nullptr) {
-        BIO_meth_set_read_ex(method.get(), Read);
-        BIO_meth_set_write_ex(method.get(), Write);
-        BIO_meth_set_ctrl(method.get(), Control);
+    if (method == nullptr) {
+        throw std::bad_alloc();
     }
+    BIO_meth_set_read_ex(method.get(), Read);
+    BIO_meth_set_write_ex(method.get(), Write);
+    BIO_meth_set_ctrl(method.get(), Control);
     return method;
 }
 
 }  // namespace
 
 BIO* NewBio(Wire& wire) noexcept {
-    static const Method kMethod = NewMethod();
-    BIO* const bio = kMethod != nullptr ? BIO_new(kMethod.get()) : nullptr;
-    if (bio != nullptr) {
-        BIO_set_data(bio, &wire);
-        BIO_set_init(bio, 1);
+    try {
+        static const Method kMethod = NewMethod();  // tried again by the next call when it fails
+        BIO* const bio = BIO_new(kMethod.get());
+        if (bio != nullptr) {
+            BIO_set_data(bio, &wire);
+            BIO_set_init(bio, 1);
+        }
+        return bio;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
     }
-    return bio;
 }
 
 }  // namespace CQXBASE::tls

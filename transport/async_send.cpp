@@ -21,6 +21,9 @@ constexpr std::size_t kMostOfHeader = 512;
 /// A block over memory that stays the caller's.
 BlockPtr BlockOver(const char* bytes, std::size_t count) {
     BlockPtr block(new (std::nothrow) ACE_Message_Block(bytes, count));
+    if (block != nullptr && block->data_block() == nullptr) {
+        block.reset();
+    }
     if (block != nullptr) {
         block->wr_ptr(count);
     }

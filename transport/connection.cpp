@@ -51,6 +51,9 @@ int QXIO::open_connection() {
     if (!ownsStream_) {
         return 0;
     }
+    if (tlsInfo_.enabled && tls_ == nullptr) {
+        close_stream();  // what is left of an attempt; nothing is ever sent on it
+    }
     if (peer_ != nullptr) {
         probe_connection();
     }
@@ -131,7 +134,9 @@ int QXIO::secure_connection() {
     const std::chrono::milliseconds limit =
         silenceMs_ == 0 ? kHandshakeTime
                         : std::min(kHandshakeTime, std::chrono::milliseconds(silenceMs_));
-    const std::wstring context = L" TLS with " + serverHost_ + L":" + std::to_wstring(serverPort_);
+    const auto context = [this] {
+        return L" TLS with " + serverHost_ + L":" + std::to_wstring(serverPort_) + L" error";
+    };
     try {
         tls_ = std::make_unique<tls::ClientStream>(tls::ClientContext(tlsInfo_), *peer_, tlsInfo_,
                                                    serverHost_);
@@ -139,10 +144,10 @@ int QXIO::secure_connection() {
             platform::sockets::SetReceiveTimeout(peer_->get_handle(), socketSilenceMs_);
             return 0;
         }
-        record_socket_error(context + L" error", lastErrorCode_, lastErrorText_);
+        record_socket_error(context(), lastErrorCode_, lastErrorText_);
     } catch (const tls::TlsError& error) {
         set_last_error(error.Reason().code,
-                       context + L" error, " +
+                       context() + L", " +
                            platform::text::CodedText(error.Reason().text, error.Reason().code));
     } catch (...) {
         close_stream();

@@ -42,6 +42,9 @@ std::string_view BodyOf(const network::Request& request) noexcept {
 class FrameBlock {
   public:
     explicit FrameBlock(const std::string& bytes) : block_(bytes.data(), bytes.size()) {
+        if (block_.data_block() == nullptr) {
+            throw std::bad_alloc();  // ACE doesn't
+        }
         block_.wr_ptr(bytes.size());
     }
     const ACE_Message_Block& Get() const noexcept { return block_; }

@@ -20,6 +20,7 @@
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
 #include "tests/agent/scripted_server.h"
+#include "tests/support/TestTls.h"
 
 namespace {
 
@@ -52,7 +53,10 @@ class Request : public QXSimpleMsg {
 };
 
 struct Client {
-    Client() { agent.init(L"127.0.0.1:" + std::to_wstring(server.Port()), {}, L"", false); }
+    Client() {
+        agent.init(L"127.0.0.1:" + std::to_wstring(server.Port()), {}, L"", false);
+        qxdb_test::UseTestTls(agent);
+    }
     void Exchange() {
         result = agent.RemoteExec(code, text, request, CQXBASE::kHandshake, nullptr);
     }

@@ -18,6 +18,7 @@
 #include "tests/support/Frame.h"
 #include "tests/support/Lies.h"
 #include "tests/support/PeakMemory.h"
+#include "tests/support/TestTls.h"
 
 namespace {
 
@@ -59,6 +60,7 @@ class LyingServer : public testing::Test {
         DBAgent agent;
         agent.SetMaxReplyBytes(most_);
         agent.init(L"127.0.0.1:" + std::to_wstring(server_.Port()), {}, L"token", false);
+        qxdb_test::UseTestTls(agent);
         QXCommand command(L"SELECT 1");
         QXRecordset rows;
         QXRsList list;

@@ -18,6 +18,7 @@
 #include "messages/type_codes.h"
 #include "scripted_server.h"
 #include "tests/support/Frame.h"
+#include "tests/support/TestTls.h"
 #include "transport/frame.h"
 
 namespace {
@@ -38,6 +39,7 @@ class RemoteAgent : public testing::Test {
   protected:
     RemoteAgent() {
         agent_.init(L"127.0.0.1:" + std::to_wstring(server_.Port()), {}, L"tok", false, L"main");
+        qxdb_test::UseTestTls(agent_);
     }
 
     ScriptedServer server_;
@@ -82,7 +84,7 @@ TEST_F(RemoteAgent, EachWorkOperationSendsItsCodeWithTheStampedCommand) {
     EXPECT_EQ(requests[2].code, 3U);
     EXPECT_EQ(requests[3].code, 5U);
     EXPECT_EQ(requests[4].code, 7U);
-    EXPECT_TRUE(requests[0].enciphered);
+    EXPECT_NE(requests[0].enciphered, qxdb_test::TestsRunOverTls());
     EXPECT_EQ(requests[4].connection, 1);
     EXPECT_EQ(requests[2].body, EncodeRecord(command_));
     EXPECT_EQ(command_.Token(), L"tok");

@@ -6,6 +6,7 @@
 #include <ace/SOCK_Connector.h>
 
 #include "tests/support/Frame.h"
+#include "tests/support/TestTls.h"
 
 namespace qxdb_test {
 
@@ -20,10 +21,12 @@ ScriptedServer::ScriptedServer() {
     acceptor_.get_local_addr(local);
     port_ = local.get_port_number();
     thread_ = std::thread([this] { Serve(); });
+    front_ = TestsRunOverTls() ? std::make_unique<TlsFront>(port_) : nullptr;
 }
 
 // A connection that sends nothing ends the accept loop.
 ScriptedServer::~ScriptedServer() {
+    front_.reset();
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         script_.clear();

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -12,6 +13,8 @@
 #include <ace/SOCK_Acceptor.h>
 
 #include <qxdb/QXIOBase.h>
+
+#include "tests/support/TlsFront.h"
 
 namespace qxdb_test {
 
@@ -29,7 +32,8 @@ class ScriptedServer {
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
 
-    std::uint16_t Port() const { return port_; }
+    /// Of the TLS in front of it, where TestsRunOverTls.
+    std::uint16_t Port() const { return front_ ? front_->Port() : port_; }
 
     /// Answers one request; true keeps the connection.
     using Step = std::function<bool(ACE_SOCK_Stream&)>;
@@ -59,6 +63,7 @@ class ScriptedServer {
     std::vector<Request> requests_;
     bool stopping_ = false;
     std::thread thread_;
+    std::unique_ptr<TlsFront> front_;
 };
 
 }  // namespace qxdb_test

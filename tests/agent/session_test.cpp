@@ -6,6 +6,7 @@
 #include "messages/type_codes.h"
 #include "scripted_server.h"
 #include "tests/support/Frame.h"
+#include "tests/support/TestTls.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ QXSesInfo Session(std::uint32_t code, const wchar_t* text, const wchar_t* token,
 
 class AgentSession : public testing::Test {
   protected:
+    AgentSession() { qxdb_test::UseTestTls(agent_); }
     bool Login(const wchar_t* host = L"127.0.0.1") {
         return agent_.Login(host, server_.Port(), {}, L"ada|~|secret", info_, token_);
     }

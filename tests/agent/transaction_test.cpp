@@ -8,6 +8,7 @@
 #include "messages/type_codes.h"
 #include "objects/encoding/cdr_fields.h"
 #include "scripted_server.h"
+#include "tests/support/TestTls.h"
 
 namespace {
 
@@ -19,6 +20,7 @@ class AgentTransaction : public testing::Test {
   protected:
     AgentTransaction() {
         agent_.init(L"127.0.0.1:" + std::to_wstring(server_.Port()), {}, L"tok", false, L"main");
+        qxdb_test::UseTestTls(agent_);
     }
     void Begin() {
         server_.Reply(CQXBASE::kExecute, QXSimpleMsg(L"id", 0));

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "tests/support/RemoteAgent.h"
+#include "tests/support/TestTls.h"
 
 namespace qxdb_test {
 namespace {
@@ -161,6 +162,7 @@ RemoteBench::RemoteBench(QxdbServer& server) : server_(server) {
 
 void RemoteBench::Renew() {
     agent_ = std::make_unique<DBAgent>();
+    UseTestTls(*agent_);
     LogIn(*agent_, server_);
 }
 
@@ -170,6 +172,7 @@ Result RemoteBench::LogInAgain() {
     agent_->VirLogout(host, server_.Port(), {}, L"");
     agent_ = std::make_unique<DBAgent>();  // so that it has to connect
     agent_->SetIsLocal(false);
+    UseTestTls(*agent_);
     std::wstring info;
     std::wstring token;
     const std::wstring login = Wide(std::string(QxdbServer::kUser) + "|~|" + QxdbServer::kPassword);

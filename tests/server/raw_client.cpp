@@ -9,9 +9,13 @@
 #include <ace/SOCK_Connector.h>
 #include <ace/Time_Value.h>
 #include <ace/os_include/netinet/os_tcp.h>
+#include <openssl/err.h>
 
 #include "messages/type_codes.h"
 #include "platform/sockets/handshake.h"
+#include "tests/support/TestTls.h"
+#include "tls/context.h"
+#include "tls/tls_error.h"
 
 namespace qxdb_test {
 namespace {
@@ -72,7 +76,7 @@ RawClient::RawClient(std::uint16_t port) {
 }
 
 RawClient::RawClient(RawClient&& other) noexcept
-    : token(std::move(other.token)), stream_(other.stream_) {
+    : token(std::move(other.token)), stream_(other.stream_), tls_(std::move(other.tls_)) {
     other.stream_.set_handle(ACE_INVALID_HANDLE);
 }
 
@@ -80,10 +84,25 @@ RawClient::~RawClient() {
     stream_.close();
 }
 
+SSL* RawClient::Tls() {
+    if (!tls_ && TestsRunOverTls()) {
+        static const tls::Context context = tls::ClientContext(TestTls::Get().client);
+        tls_.reset(SSL_new(context.get()));
+        SSL_set_fd(tls_.get(), SocketNumber(stream_.get_handle()));
+        tls::ForgetErrors();
+        Require(SSL_connect(tls_.get()) == 1, "no TLS");
+    }
+    return tls_.get();
+}
+
 void RawClient::SendBytes(std::string_view bytes) {
     while (!bytes.empty()) {
+        SSL* const secure = Tls();
+        tls::ForgetErrors();
         const std::ptrdiff_t count =
-            platform::sockets::SendSome(stream_.get_handle(), bytes.data(), bytes.size());
+            secure != nullptr
+                ? SSL_write(secure, bytes.data(), static_cast<int>(bytes.size()))
+                : platform::sockets::SendSome(stream_.get_handle(), bytes.data(), bytes.size());
         Require(count > 0, "can't send");
         bytes.remove_prefix(static_cast<std::size_t>(count));
     }
@@ -120,7 +139,9 @@ Reply RawClient::Handshake() {
 }
 
 bool RawClient::Readable() {
-    return ACE::handle_read_ready(stream_.get_handle(), &ACE_Time_Value::zero) > 0;
+    SSL* const secure = Tls();
+    return (secure != nullptr && SSL_has_pending(secure) == 1) ||
+           ACE::handle_read_ready(stream_.get_handle(), &ACE_Time_Value::zero) > 0;
 }
 
 bool RawClient::AtEnd() {
@@ -138,6 +159,9 @@ std::string RawClient::ReadAll() {
 }
 
 void RawClient::FinishSending() {
+    if (tls_) {
+        SSL_shutdown(tls_.get());
+    }
     stream_.close_writer();
 }
 
@@ -188,6 +212,15 @@ std::int64_t RawClient::Number(const std::wstring& sql) {
 }
 
 std::size_t RawClient::ReadSome(char* into, std::size_t count) {
+    if (SSL* const secure = Tls()) {
+        tls::ForgetErrors();
+        const int got = SSL_read(secure, into, static_cast<int>(count));
+        const int error = got > 0 ? SSL_ERROR_NONE : SSL_get_error(secure, got);
+        const bool ended = error == SSL_ERROR_ZERO_RETURN ||
+                           ERR_GET_REASON(ERR_peek_error()) == SSL_R_UNEXPECTED_EOF_WHILE_READING;
+        Require(got > 0 || ended, "can't receive");
+        return got > 0 ? static_cast<std::size_t>(got) : 0;
+    }
     const ssize_t got = ACE_OS::recv(stream_.get_handle(), into, count);
     Require(got >= 0, "can't receive");
     return static_cast<std::size_t>(got);

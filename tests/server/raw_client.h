@@ -3,10 +3,12 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include <ace/SOCK_Stream.h>
+#include <openssl/ssl.h>
 
 #include <qxdb/QXCommandList.h>
 #include <qxdb/QXRecordset.h>
@@ -32,7 +34,8 @@ struct Reply {
     std::int32_t Error() const;
 };
 
-/// Reads give up after 60 seconds of silence. Throws std::runtime_error for what fails.
+/// Speaks TLS beneath the frames where TestsRunOverTls. Reads give up after 60 seconds of silence.
+/// Throws std::runtime_error for what fails.
 class RawClient {
   public:
     explicit RawClient(std::uint16_t port);
@@ -70,10 +73,13 @@ class RawClient {
     std::int64_t Number(const std::wstring& sql);
 
   private:
+    /// Makes the handshake with the first byte in either direction.
+    SSL* Tls();
     std::size_t ReadSome(char* into, std::size_t count);
     std::string ReadExactly(std::size_t count);
 
     ACE_SOCK_Stream stream_;
+    std::unique_ptr<SSL, void (*)(SSL*)> tls_{nullptr, SSL_free};
 };
 
 }  // namespace qxdb_test

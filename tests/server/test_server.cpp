@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "server/sessions/password_hash.h"
+#include "tests/support/TestTls.h"
 
 namespace qxdb_test {
 
@@ -13,6 +14,11 @@ TestServer::TestServer(const Change& change, Clock clock) {
     ServerOptions options;
     options.dataDir = folder_.File("data");
     options.listen = "127.0.0.1:0";
+    if (TestsRunOverTls()) {
+        options.tls.certificate = TestTls::Get().server.certificate;
+        options.tls.key = TestTls::Get().server.key;
+        options.tls.required = true;
+    }
     if (change) {
         change(options);
     }
