@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "bench/timing.h"
+#include "tests/support/Certificates.h"
 #include "tests/support/DatabaseUrl.h"
 #include "tests/support/PostgresServer.h"
 #include "tests/support/RemoteAgent.h"
@@ -75,9 +76,7 @@ Medians Compare(std::vector<DBAgent>& agents, const Work& work) {
     return {Median(seconds[0]), Median(seconds[1])};
 }
 
-void Run(const std::string& program) {
-    const PostgresServer postgres;
-    const QxdbServer server(program, {"--database", "pg=" + DatabaseUrl("postgresql", postgres)});
+void MeasureWaiting(const QxdbServer& server) {
     for (const std::size_t count : {1, 2, 4, 8}) {
         std::vector<DBAgent> agents(count);
         for (DBAgent& agent : agents) {
@@ -88,24 +87,46 @@ void Run(const std::string& program) {
         std::printf("%zu agents, half a second of waiting each: %.2f s, %.2f s\n", count,
                     waiting.serial, waiting.concurrent);
     }
-    std::vector<DBAgent> agents(4);
+}
+
+void MeasureBusy(const QxdbServer& server, std::vector<DBAgent>& agents) {
     for (DBAgent& agent : agents) {
         LogIn(agent, server);
     }
     const Medians busy = Compare(agents, [](DBAgent& agent) {
         Ask(agent,
             L"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
-            L"WHERE i < 2000000) SELECT count(*) FROM n");
+            L"WHERE i < 1000000) SELECT count(*) FROM n");
     });
     std::printf("4 agents, a busy statement each: %.2f s, %.2f s\n", busy.serial, busy.concurrent);
-    constexpr int kQueries = 100;
-    const Medians small = Compare(agents, [](DBAgent& agent) {
-        for (int i = 0; i < kQueries; ++i) {
+}
+
+void MeasureSmall(const char* how, std::vector<DBAgent>& agents, int queries) {
+    const Medians small = Compare(agents, [queries](DBAgent& agent) {
+        for (int i = 0; i < queries; ++i) {
             Ask(agent, L"SELECT 1");
         }
     });
-    std::printf("4 agents, small queries a second: %.0f, %.0f\n", 4 * kQueries / small.serial,
-                4 * kQueries / small.concurrent);
+    const auto all = static_cast<double>(agents.size()) * queries;
+    std::printf("4 agents, small queries a second, %s: %.0f, %.0f\n", how, all / small.serial,
+                all / small.concurrent);
+}
+
+void Run(const std::string& program) {
+    const PostgresServer postgres;
+    Certificates certificates;
+    const CertificateFiles files = certificates.Server();
+    const QxdbServer server(
+        program, {"--database", "pg=" + DatabaseUrl("postgresql", postgres), "--tls-certificate",
+                  files.certificate, "--tls-key", files.key});
+    MeasureWaiting(server);
+    std::vector<DBAgent> agents(4);
+    MeasureBusy(server, agents);
+    MeasureSmall("a key derived for each frame", agents, 100);
+    for (DBAgent& agent : agents) {
+        agent.SetTls(certificates.Info());
+    }
+    MeasureSmall("TLS", agents, 1000);
 }
 
 }  // namespace
