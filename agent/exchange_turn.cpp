@@ -6,7 +6,7 @@
 #include <new>
 #include <system_error>
 
-#include "util/critical_section.h"
+#include "agent/lock_of.h"
 
 namespace CQXDB {
 namespace {
@@ -43,12 +43,7 @@ Queue& AfterChange() noexcept {
 
 void Wait() {
     Queue& queue = TheQueue();
-    std::unique_lock<std::mutex> lock(queue.mutex, std::defer_lock);
-    try {
-        lock.lock();
-    } catch (const std::system_error&) {
-        throw CQXBASE::critical_section_error("critical_section lock exception");
-    }
+    std::unique_lock<std::mutex> lock = LockOf(queue.mutex);
     queue.changed.wait(lock, [] { return concurrent || underWay == 0; });
     ++underWay;
 }

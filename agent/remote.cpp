@@ -7,6 +7,7 @@
 
 #include "agent/cancel_point.h"
 #include "agent/exchange_turn.h"
+#include "agent/lock_of.h"
 #include "agent/shared_transport.h"
 #include "agent/told.h"
 #include "errors/caught_exception.h"
@@ -14,7 +15,6 @@
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
 #include "transport/result_codes.h"
-#include "util/auto_lock.h"
 #include "util/split.h"
 
 namespace CQXDB {
@@ -122,7 +122,7 @@ int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& 
     std::string plainText;
     unsigned replyCode = 0;
     bool enciphered = false;
-    const CQXBASE::auto_lock<CQXBASE::critical_section> guard(transport_->lock);
+    const auto lock = LockOf(transport_->mutex);
     if (!goOut_(errCode, errText)) {
         return -1;
     }

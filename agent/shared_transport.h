@@ -1,10 +1,10 @@
 // The way of an agent and its copies to their server.
 #pragma once
 
+#include <mutex>
 #include <utility>
 
 #include "transport/qxio.h"
-#include "util/critical_section.h"
 
 namespace CQXDB {
 
@@ -13,7 +13,7 @@ struct SharedTransport {
     explicit SharedTransport(Arguments&&... arguments)
         : io(std::forward<Arguments>(arguments)...) {}
 
-    CQXBASE::critical_section lock;  ///< held from sending a request to decoding its reply
+    std::recursive_mutex mutex;  ///< held from sending a request to decoding its reply
     CQXBASE::QXIO io;
 };
 

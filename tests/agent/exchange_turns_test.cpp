@@ -177,7 +177,7 @@ TEST_F(ExchangeTurns, CopiesOfAnAgentTakeTurnsOnItsConnection) {
     Client client;
     client.Withhold(1);
     client.server.Reply(CQXBASE::kHandshake, QXSimpleMsg(L"", 2));
-    // A copy must never be destroyed beside its original; this one just ends with its storage.
+    // A copy must never be destroyed beside its original; this one just stays.
     alignas(CQXDB::DBAgent) static unsigned char storage[sizeof(CQXDB::DBAgent)];
     auto* const copy = new (storage) CQXDB::DBAgent(client.agent);
     Request request;
