@@ -188,8 +188,8 @@ OpenTransactions& OpenTransactions::Instance() {
 
 std::wstring OpenTransactions::Begin(const TransactionCall& call, const QXDataSource& dataSource,
                                      const QXTransactionInfo& info) {
-    auto transaction = std::make_shared<OpenTransaction>(call, dataSource, info);
     std::wstring id = NewIdentity();
+    auto transaction = std::make_shared<OpenTransaction>(call, dataSource, info);
     const std::lock_guard<std::mutex> lock(mutex_);
     transactions_.emplace(id, std::move(transaction));
     return id;

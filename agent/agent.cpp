@@ -7,8 +7,9 @@
 
 #include "agent/agent_transaction.h"
 #include "agent/cancel_point.h"
+#include "agent/exchange_turn.h"
+#include "agent/shared_transport.h"
 #include "errors/caught_exception.h"
-#include "transport/qxio.h"
 #include "util/split.h"
 #include "util/text.h"
 
@@ -38,11 +39,15 @@ DBAgent::~DBAgent() {
             CloseAbortively(*sock_);
             delete std::exchange(sock_, nullptr);
         }
-        delete std::exchange(io_, nullptr);
+        delete std::exchange(transport_, nullptr);
     };
     // A destructor lets nothing out.
     CQXBASE::RunProtected(QXDB_SITE(L"agent", L"CQXDB::DBAgent::~DBAgent"), release,
                           [](const CQXBASE::CaughtException& /*caught*/) {});
+}
+
+void DBAgent::AllowConcurrentExchanges(bool allow) noexcept {
+    ExchangeTurn::AllowConcurrent(allow);
 }
 
 void DBAgent::init(const std::wstring& server, QXProxyInfo proxy, const std::wstring& token,

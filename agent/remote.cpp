@@ -6,15 +6,15 @@
 #include <qxdb/DBMgrErrors.h>
 
 #include "agent/cancel_point.h"
+#include "agent/exchange_turn.h"
+#include "agent/lock_of.h"
+#include "agent/shared_transport.h"
 #include "agent/told.h"
 #include "errors/caught_exception.h"
 #include "messages/message_holder.h"
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
-#include "transport/qxio.h"
 #include "transport/result_codes.h"
-#include "util/auto_lock.h"
-#include "util/critical_section.h"
 #include "util/split.h"
 
 namespace CQXDB {
@@ -25,9 +25,6 @@ using CQXBASE::QXSesInfo;
 using CQXBASE::QXSimpleMsg;
 
 constexpr long kNoExchange = -1;
-
-/// Serialises every exchange of the process, from sending the request to decoding its reply.
-CQXBASE::critical_section exchangeLock;
 
 /// Codes travel as 32 bits and are signed.
 long SignedCode(std::uint32_t code) {
@@ -91,9 +88,9 @@ int DBAgent::RemoteExec(long& errCode, std::wstring& errText, CQXBASE::QXIOBase&
     int outcome = -1;
     Told(errCode, errText, [&] {
         try {
-            const CQXBASE::auto_lock<CQXBASE::critical_section> guard(exchangeLock);
+            const ExchangeTurn turn;
             outcome =
-                io_ == nullptr
+                transport_ == nullptr
                     ? Fail(errCode, errText, kNoExchange,
                            L"no server: give one with init, Login or VirLogin first.")
                     : exchange_(errCode, errText, request, static_cast<unsigned>(type), result);
@@ -125,18 +122,20 @@ int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& 
     std::string plainText;
     unsigned replyCode = 0;
     bool enciphered = false;
+    const auto lock = LockOf(transport_->mutex);
     if (!goOut_(errCode, errText)) {
         return -1;
     }
     {
-        const UnfinishedExchange unfinished(*io_);
-        io_->LimitReceivedBody(maxReplyBytes_);
-        io_->LimitSilence(replyTimeoutMs_);
-        io_->UseTls(tls_);
-        const bool sent = io_->Syc_sendobj(request, requestCode, true, true) == 0;
+        CQXBASE::QXIO& io = transport_->io;
+        const UnfinishedExchange unfinished(io);
+        io.LimitReceivedBody(maxReplyBytes_);
+        io.LimitSilence(replyTimeoutMs_);
+        io.UseTls(tls_);
+        const bool sent = io.Syc_sendobj(request, requestCode, true, true) == 0;
         sentWhole_ = sent;
-        if (!sent || io_->Syc_receive_data(data, length, plainText, replyCode, enciphered) != 0) {
-            return Fail(errCode, errText, io_->LastErrorCode(), io_->LastErrorText());
+        if (!sent || io.Syc_receive_data(data, length, plainText, replyCode, enciphered) != 0) {
+            return Fail(errCode, errText, io.LastErrorCode(), io.LastErrorText());
         }
     }
     try {
@@ -169,7 +168,7 @@ int DBAgent::proc_data(long& errCode, std::wstring& errText, int replyType, void
             return message.code != 0 ? 1 : 0;
         }
         case CQXBASE::kExecute:
-            statusText_ = As<QXSimpleMsg>(reply).text;
+            statusText_ = std::move(As<QXSimpleMsg>(reply).text);
             return 0;
         case CQXBASE::kSendText:
         case CQXBASE::kHandshake:

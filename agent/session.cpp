@@ -7,10 +7,10 @@
 
 #include <qxdb/DBAgent.h>
 
+#include "agent/shared_transport.h"
 #include "agent/told.h"
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
-#include "transport/qxio.h"
 
 namespace CQXDB {
 namespace {
@@ -33,13 +33,14 @@ unsigned PortNumber(long port) {
 
 void DBAgent::newConn_(const std::wstring& host, long port, QXProxyInfo proxy) {
     std::wstring key = host + L":" + std::to_wstring(port);
-    if (io_ != nullptr && !EqualIgnoringCase(key, serverName_)) {
-        delete io_;
-        io_ = nullptr;
+    if (transport_ != nullptr && !EqualIgnoringCase(key, serverName_)) {
+        delete transport_;
+        transport_ = nullptr;
     }
-    if (io_ == nullptr) {
+    if (transport_ == nullptr) {
         ACE::init();
-        io_ = new CQXBASE::QXIO(host, PortNumber(port), static_cast<unsigned>(proxy.kind),
+        transport_ =
+            new SharedTransport(host, PortNumber(port), static_cast<unsigned>(proxy.kind),
                                 proxy.host, PortNumber(proxy.port), proxy.user, proxy.password);
     }
     serverName_ = std::move(key);

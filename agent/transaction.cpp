@@ -8,6 +8,8 @@
 
 #include "agent/agent_transaction.h"
 #include "agent/cancel_point.h"
+#include "agent/lock_of.h"
+#include "agent/shared_transport.h"
 #include "agent/stamp.h"
 #include "agent/told.h"
 #include "messages/transaction_fields.h"
@@ -45,11 +47,12 @@ void DBAgent::Begin(long& errCode, std::wstring& errText, const QXTransactionInf
             return;
         }
         const CancelPoint::Call call(*cancelPoint_);
-        std::wstring id;
-        isLocal_ ? beginLocal_(errCode, errText, info, db, id)
-                 : beginRemote_(errCode, errText, info, db, id);
+        // Before it begins: nothing may fail between its beginning and its being known.
+        auto transaction = std::make_shared<AgentTransaction>(isLocal_, db);
+        isLocal_ ? beginLocal_(errCode, errText, info, db, transaction->id)
+                 : beginRemote_(errCode, errText, info, db, transaction->id);
         if (errCode == 0) {
-            transaction_ = std::make_shared<AgentTransaction>(id, isLocal_, db);
+            transaction_ = std::move(transaction);
         }
     });
 }
@@ -72,10 +75,21 @@ void DBAgent::beginRemote_(long& errCode, std::wstring& errText, const QXTransac
     Stamp(command, *dataSource_, db, token_, nullptr);
     command.SetTransaction(CQXBASE::VerbField(L"", CQXBASE::TransactionVerb::Begin));
     statusText_.clear();
-    ExecuteRemote(errCode, errText, command);
+    sentWhole_ = false;
+    if (ExecuteRemote(errCode, errText, command) == -1 && sentWhole_) {
+        dropConnection_();  // one may have begun whose identity was lost
+    }
     id = std::exchange(statusText_, std::wstring());
     if (errCode == 0 && id.empty()) {
         Tell(errCode, errText, DBMGR_UNEXPECTED, L"the server began no transaction");
+    }
+}
+
+/// The server rolls back what was begun on it.
+void DBAgent::dropConnection_() {
+    if (transport_ != nullptr) {
+        const auto lock = LockOf(transport_->mutex);
+        transport_->io.close_stream();
     }
 }
 
@@ -104,7 +118,12 @@ void DBAgent::end_(long& errCode, std::wstring& errText, bool commit) {
             commit ? manager.Commit(transaction->id) : manager.Rollback(transaction->id);
             Tell(errCode, errText, manager);
         } else {
-            endRemote_(errCode, errText, *transaction, commit);
+            try {
+                endRemote_(errCode, errText, *transaction, commit);
+            } catch (...) {
+                dropConnection_();
+                throw;
+            }
         }
         if (!commit) {
             // Nothing of it is left, or will be when whoever has it meets the end of the
@@ -124,6 +143,10 @@ void DBAgent::endRemote_(long& errCode, std::wstring& errText, const AgentTransa
                                                   : CQXBASE::TransactionVerb::Rollback));
     sentWhole_ = false;
     const int outcome = ExecuteRemote(errCode, errText, command);
+    if (errCode == 0) {
+        return;
+    }
+    dropConnection_();  // the refusal may be the request's, with the transaction still under way
     if (commit && outcome == -1 && sentWhole_) {
         errCode = DBMGR_OUTCOME_UNKNOWN;
         errText = L"whether the transaction was committed is unknown, since the answer was lost: " +

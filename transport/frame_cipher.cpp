@@ -4,6 +4,7 @@
 #include <new>
 
 #include <Poco/Crypto/CipherKey.h>
+#include <Poco/Crypto/OpenSSLInitializer.h>
 #include <Poco/Exception.h>
 
 #include "platform/sm4_vector.h"
@@ -55,6 +56,14 @@ std::size_t PaddingOf(std::string_view padded) noexcept {
     return padding.find_first_not_of(padding.back()) == std::string_view::npos ? count : 0;
 }
 
+/// Each key sets up POCO's use of OpenSSL when it is the only one there and tears it down when it
+/// was the last; POCO counts them, but does neither under a lock: two threads could free the same
+/// memory. This one stays.
+void KeepPocoSetUp() {
+    static const bool kept = (Poco::Crypto::OpenSSLInitializer::initialize(), true);
+    static_cast<void>(kept);
+}
+
 constexpr const char* kNoCipherText = "incomplete ciphertext";
 constexpr const char* kNoPlainText = "incomplete plaintext";
 
@@ -67,6 +76,7 @@ FrameCipher::FrameCipher() : sm4_(EVP_CIPHER_fetch(nullptr, "SM4-CBC", nullptr))
     if (sm4_ == nullptr || md5 == nullptr) {
         throw Poco::NotImplementedException("OpenSSL offers no SM4 or no MD5");
     }
+    KeepPocoSetUp();
     const Poco::Crypto::CipherKey key("sm4", kPassphrase, kSalt, kIterations, "md5");
     std::copy_n(key.getKey().begin(), kBlock, key_.begin());
     std::copy_n(key.getIV().begin(), kBlock, vector_.begin());

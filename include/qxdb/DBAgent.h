@@ -17,13 +17,14 @@
 class ACE_SOCK_Stream;
 
 namespace CQXBASE {
-class QXIO;
+class QXIOBase;
 }
 
 namespace CQXDB {
 
 class CancelPoint;
 struct AgentTransaction;
+struct SharedTransport;
 
 /// One agent holds a data source, a session token, a server address, a proxy, and whether it works
 /// locally (the default: straight against the database) or remotely (through an application
@@ -31,14 +32,15 @@ struct AgentTransaction;
 ///
 /// Threads: one thread uses one agent at a time, but for Cancel; different agents may work on
 /// different threads.
-/// Remote exchanges of all agents of a process run one after the other.
+/// Remote exchanges of all agents of a process run one after the other, each from sending its
+/// request to decoding its reply, unless AllowConcurrentExchanges lets them run side by side.
 ///
 /// Errors: the work operations set their first two arguments, 0 and "" on success; the session
 /// operations and CanConnect set errCode_ and errText_. No failure of a database, the server or the
-/// transport leaves as an exception, nor does a lack of memory or a failure of the lock that all
-/// remote exchanges share. Codes are 32-bit signed values: a database's own code, a Winsock number
-/// for a socket error on every platform, or one of this library's (DBMgrErrors.h for local work;
-/// -1, 1, 5003, -5004, -5005 and -5008 for remote work, docs/transport-notes.md; QXTlsError).
+/// transport leaves as an exception, nor does a lack of memory or a failure of the locks that give
+/// remote exchanges their turns. Codes are 32-bit signed values: a database's own code, a Winsock
+/// number for a socket error on every platform, or one of this library's (DBMgrErrors.h for local
+/// work; -1, 1, 5003, -5004, -5005 and -5008 for remote work, docs/transport-notes.md; QXTlsError).
 ///
 /// Copies are shallow: copy and original share the data source and the transport, and only one of
 /// them may be destroyed.
@@ -52,6 +54,19 @@ class QXDB_AGENT_API DBAgent {
     DBAgent& operator=(const DBAgent& other);
     /// Closes the connection to the server and drops the data source. Lets no exception out.
     ~DBAgent();
+
+    /// Whether remote exchanges of different agents may run at the same time, for all agents of the
+    /// process; false unless set: then one slow statement holds up the remote work of all.
+    ///
+    /// Whatever is set, exchanges over one connection, that of an agent and its copies, run one
+    /// after the other. With true, what an exchange calls may be called by several threads at once:
+    /// toCDR and fromCDR of the host's own records, and a callback for ACE's log. Requests and
+    /// results are not shared between threads then.
+    ///
+    /// From any thread and at any time, also while exchanges are under way, which are left alone.
+    /// True lets go at once what waits for other agents' exchanges; after false, an exchange begins
+    /// when all that are under way have ended. Cancel waits for nobody's exchange in either case.
+    static void AllowConcurrentExchanges(bool allow) noexcept;
 
     // Configuration.
 
@@ -259,6 +274,7 @@ class QXDB_AGENT_API DBAgent {
     void end_(long& errCode, std::wstring& errText, bool commit);
     void endRemote_(long& errCode, std::wstring& errText, const AgentTransaction& transaction,
                     bool commit);
+    void dropConnection_();
 
     bool useODBC_() const;
     void myRaiseError(long code, std::wstring text);
@@ -290,7 +306,7 @@ class QXDB_AGENT_API DBAgent {
     std::wstring serverName_;
     QXProxyInfo proxy_;
     bool isLocal_ = true;
-    CQXBASE::QXIO* io_ = nullptr;  ///< owned; shared with copies
+    SharedTransport* transport_ = nullptr;  ///< owned; shared with copies
     QXTlsInfo tls_;
     std::shared_ptr<CancelPoint> cancelPoint_;       ///< shared with copies
     std::shared_ptr<AgentTransaction> transaction_;  ///< shared with copies; null outside of any

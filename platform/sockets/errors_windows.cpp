@@ -1,7 +1,8 @@
 #include <cerrno>
+#include <cstring>
 
+#include <ace/ACE.h>
 #include <ace/OS_NS_errno.h>
-#include <ace/OS_NS_string.h>
 
 #include "platform/sockets/errors.h"
 
@@ -33,9 +34,14 @@ int WinsockNumber(int error) noexcept {
     }
 }
 
+// ACE_OS::strerror hands out memory that all threads share.
 std::string SocketErrorText(int error) {
-    const char* text = ACE_OS::strerror(WinsockNumber(error));
-    return text == nullptr ? std::string() : std::string(text);
+    const int number = WinsockNumber(error);
+    if (ACE::is_sock_error(number)) {
+        return ACE_TEXT_ALWAYS_CHAR(ACE::sock_error(number));
+    }
+    char text[128] = {};
+    return strerror_s(text, sizeof text, number) == 0 ? text : "";
 }
 
 void ClearLastError() noexcept {

@@ -76,8 +76,13 @@ network::Outcome CommandService::Control(const network::Request& request, QXComm
         answer = verb == CQXBASE::TransactionVerb::Commit ? Commit(command.Transaction())
                                                           : Rollback(command.Transaction());
     }
-    CQXBASE::QXSimpleMsg status(id, 0);
-    return Reply(request, answer, status, command.Token());
+    try {
+        CQXBASE::QXSimpleMsg status(id, 0);
+        return Reply(request, answer, status, command.Token());
+    } catch (...) {
+        transactions_.End(id);  // nobody gets to know it
+        throw;
+    }
 }
 
 template <class Commands>

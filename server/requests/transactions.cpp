@@ -55,7 +55,7 @@ Transactions::Transactions(const Limits& limits, const sessions::SessionTable& s
       thread_([this] { RollBackEnded(); }) {}
 
 Transactions::~Transactions() {
-    EndIf([](const Entry&) { return true; });
+    EndIf([](const std::wstring&, const Entry&) { return true; });
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         stopping_ = true;
@@ -122,7 +122,7 @@ template <class Condition>
 void Transactions::EndIf(Condition condition) noexcept {
     const std::lock_guard<std::mutex> lock(mutex_);
     for (auto& [id, entry] : entries_) {
-        if (!entry.ended && condition(entry)) {
+        if (!entry.ended && condition(id, entry)) {
             entry.ended = true;
             ++ended_;
             wake_.notify_all();
@@ -131,16 +131,22 @@ void Transactions::EndIf(Condition condition) noexcept {
 }
 
 void Transactions::EndConnection(network::ConnectionId connection) noexcept {
-    EndIf([=](const Entry& entry) { return entry.owner.connection == connection; });
+    EndIf([=](const std::wstring&, const Entry& entry) {
+        return entry.owner.connection == connection;
+    });
 }
 
 void Transactions::EndSession(const std::string& token) noexcept {
-    EndIf([&](const Entry& entry) { return entry.owner.token == token; });
+    EndIf([&](const std::wstring&, const Entry& entry) { return entry.owner.token == token; });
+}
+
+void Transactions::End(const std::wstring& id) noexcept {
+    EndIf([&](const std::wstring& each, const Entry&) { return each == id; });
 }
 
 void Transactions::EndExpired() noexcept {
     const TimePoint now = clock_();
-    EndIf([&](const Entry& entry) {
+    EndIf([&](const std::wstring&, const Entry& entry) {
         return !entry.busy && (now - entry.used >= idle_ || !sessions_.Knows(entry.owner.token));
     });
 }

@@ -73,6 +73,7 @@ class Transactions {
     // By the event loop; none of them waits for a database.
     void EndConnection(network::ConnectionId connection) noexcept;
     void EndSession(const std::string& token) noexcept;
+    void End(const std::wstring& id) noexcept;
     /// Ends those that nobody has used for too long, or whose session has ended.
     void EndExpired() noexcept;
     std::size_t Count() const;

@@ -98,9 +98,8 @@ TEST(AgentConfiguration, CopiesShareTheDataSource) {
     DBAgent agent;
     agent.SetDB(L"a");
     agent.init(L"s:1", {}, L"tok", true);
-    // A copy must never be destroyed beside its original; this one just ends with its storage. Its
-    // strings have at most the three letters that need no memory of their own.
-    alignas(DBAgent) unsigned char storage[sizeof(DBAgent)];
+    // A copy must never be destroyed beside its original; this one just stays.
+    alignas(DBAgent) static unsigned char storage[sizeof(DBAgent)];
     auto* copy = new (storage) DBAgent(agent);
     EXPECT_EQ(copy->token(), L"tok");
     copy->SetDB(L"b");

@@ -86,10 +86,32 @@ Result QueryBatch(Bench& bench) {
     return result;
 }
 
+/// What a failed command leaves behind is rolled back, with a lack of memory or not.
+Result ExecuteInTransaction(Bench& bench) {
+    QXCommand insert = Insert(bench.NextMark());
+    Result result = bench.Try([&](Result& out) {
+        DBAgent& agent = bench.Agent();
+        agent.Begin(out.code, out.text);
+        for (int i = 0; out.code == 0 && i < 2; ++i) {
+            agent.Execute(out.code, out.text, insert);
+        }
+        if (out.code == 0) {
+            agent.Commit(out.code, out.text);
+        }
+    });
+    if (bench.Agent().InTransaction()) {
+        Result rollback;
+        bench.Agent().Rollback(rollback.code, rollback.text);
+        result.right = rollback.code == 0;
+    }
+    return result;
+}
+
 }  // namespace
 
 std::vector<Operation> Bench::Operations() const {
     return {{"execute", ExecuteOne, 1},
+            {"transaction", ExecuteInTransaction, 2},
             {"execute a list", ExecuteList, 3},
             {"query", QueryRows, 0},
             {"batch", QueryBatch, 1}};

@@ -76,7 +76,8 @@ class Sweep {
                 grown += injection_.Live() > again ? 1 : 0;
             }
             if (grown == kLeakRounds) {
-                std::printf("%s: call %ld leaves allocations behind\n", operation.name, first_);
+                std::printf("%s%s: call %ld leaves allocations behind\n", operation.name,
+                            fresh ? ", fresh" : "", first_);
                 ++leaks;
             }
             points += failed_ > 0 ? 1 : 0;

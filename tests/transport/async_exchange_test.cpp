@@ -50,6 +50,18 @@ TEST_F(AsyncExchange, FramesOfAllSizesRoundTripInTurnWithBlockingCalls) {
     EXPECT_EQ(io.LastErrorCode(), 0);
 }
 
+TEST_F(AsyncExchange, HasNoTlsAndSaysSo) {
+    LoopbackPeer peer({[](ACE_SOCK_Stream& stream) { EXPECT_EQ(Read(stream, 1), ""); }});
+    OpenQXIO io(peer.Port());
+    CQXDB::QXTlsInfo tls;
+    tls.enabled = true;
+    io.UseTls(tls);
+    EXPECT_EQ(Send(io, "body"), -1);
+    EXPECT_EQ(io.LastErrorCode(), CQXDB::QXTLS_NOT_ASYNCHRONOUS);
+    EXPECT_EQ(got_.AsyncFrom(io), -1);
+    EXPECT_EQ(io.LastErrorCode(), CQXDB::QXTLS_NOT_ASYNCHRONOUS);
+}
+
 TEST_F(AsyncExchange, ClosedPeerEndsASend) {
     for (const std::size_t taken : {0U, 16U, 1000000U}) {
         StreamPair pair;
