@@ -1,3 +1,6 @@
+#include <functional>
+#include <utility>
+
 #include <qxdb/DBMgrBase.h>
 
 #include "adapter/manager_call.h"
@@ -7,72 +10,136 @@
 
 namespace CQXDB {
 
-void DBMgrBase::Run(const QXDataSource* dataSource, const Work& work) {
-    Leave(adapter::CallManager(pools_(), dataSource, sessionUser_, cancellation_, work));
+using adapter::OpenTransactions;
+using adapter::TransactionCall;
+
+template <typename Call>
+void DBMgrBase::Reported(const Call& call) {
+    adapter::CallReport report;
+    Leave(call(report));
+    notices_ = std::move(report.notices);
 }
 
+template <typename Work>
 void DBMgrBase::Run(const QXCommandBase* commands, bool list, const Work& work) {
-    if (commands == nullptr || commands->Transaction().empty()) {
-        Run(commands == nullptr ? nullptr : &commands->SysDataSrc(), work);
+    Reported([&](adapter::CallReport& report) {
+        const auto on = [&](adapter::Connection& connection) { work(connection); };
+        if (commands == nullptr || commands->Transaction().empty()) {
+            return adapter::CallManager(pools_(),
+                                        commands == nullptr ? nullptr : &commands->SysDataSrc(),
+                                        sessionUser_, cancellation_, &report, std::cref(on));
+        }
+        return adapter::Guarded([&] {
+            OpenTransactions::Instance()
+                .Find(commands->Transaction())
+                ->Run({pools_(), sessionUser_, cancellation_, &report, list},
+                      commands->SysDataSrc(), std::cref(on));
+        });
+    });
+}
+
+/// `work` gets the transaction that the command belongs to and how to call it.
+template <typename Work>
+void DBMgrBase::OnTransaction(const QXCommand* command, const Work& work) {
+    if (command == nullptr) {
+        CanConnect(nullptr);
         return;
     }
-    Leave(adapter::Guarded([&] {
-        adapter::OpenTransactions::Instance()
-            .Find(commands->Transaction())
-            ->Run({pools_(), sessionUser_, cancellation_, list}, commands->SysDataSrc(), work);
-    }));
+    Reported([&](adapter::CallReport& report) {
+        return adapter::Guarded([&] {
+            work(*OpenTransactions::Instance().Find(command->Transaction()),
+                 {pools_(), sessionUser_, cancellation_, &report, false});
+        });
+    });
 }
 
 void DBMgrBase::Begin(QXDataSource* dataSource, const QXTransactionInfo& info, std::wstring& id) {
     id.clear();
     if (dataSource == nullptr) {
-        Run(nullptr, [](adapter::Connection&) {});
+        CanConnect(nullptr);
         return;
     }
-    Leave(adapter::Guarded([&] {
-        id = adapter::OpenTransactions::Instance().Begin(
-            {pools_(), sessionUser_, cancellation_, false}, *dataSource, info);
-    }));
+    Reported([&](adapter::CallReport& report) {
+        return adapter::Guarded([&] {
+            id = OpenTransactions::Instance().Begin(
+                {pools_(), sessionUser_, cancellation_, &report, false}, *dataSource, info);
+        });
+    });
 }
 
 void DBMgrBase::Commit(const std::wstring& id) {
-    Leave(adapter::Guarded([&] { adapter::OpenTransactions::Instance().Take(id)->Commit(); }));
+    Leave(adapter::Guarded([&] { OpenTransactions::Instance().Take(id)->Commit(); }));
 }
 
 void DBMgrBase::Rollback(const std::wstring& id) {
-    Leave(adapter::Guarded([&] { adapter::OpenTransactions::Instance().Take(id)->Rollback(); }));
+    Leave(adapter::Guarded([&] { OpenTransactions::Instance().Take(id)->Rollback(); }));
 }
 
 void DBMgrBase::Abandon(const std::wstring& id) noexcept {
-    Leave(adapter::Guarded([&] { adapter::OpenTransactions::Instance().Take(id); }));
+    Leave(adapter::Guarded([&] { OpenTransactions::Instance().Take(id); }));
+}
+
+void DBMgrBase::OpenCursor(QXCommand* command, long cursor) {
+    OnTransaction(command, [&](auto& transaction, const TransactionCall& call) {
+        transaction.OpenCursor(call, *command, cursor);
+    });
+}
+
+void DBMgrBase::FetchCursor(QXCommand* command, long cursor, QXRecordset& rs) {
+    rs.Clear();
+    OnTransaction(command, [&](auto& transaction, const TransactionCall& call) {
+        transaction.FetchCursor(call, *command, cursor, rs, maxResultBytes_);
+    });
+    if (errNumber_ != 0) {
+        rs.Clear();
+    }
+}
+
+void DBMgrBase::CloseCursor(QXCommand* command, long cursor) {
+    OnTransaction(command, [&](auto& transaction, const TransactionCall& call) {
+        transaction.CloseCursor(call, *command, cursor);
+    });
 }
 
 void DBMgrBase::Leave(adapter::CallResult result) noexcept {
     errNumber_ = result.code;
     errDesc_ = std::move(result.text);
+    notices_.clear();
 }
 
 bool DBMgrBase::CanConnect(QXDataSource* dataSource) {
-    Run(dataSource, [](adapter::Connection&) {});
+    const std::function<void(adapter::Connection&)> nothing = [](adapter::Connection&) {};
+    Reported([&](adapter::CallReport& report) {
+        return adapter::CallManager(pools_(), dataSource, sessionUser_, cancellation_, &report,
+                                    nothing);
+    });
     return errNumber_ == 0;
 }
 
 void DBMgrBase::Execute(QXCommand* command) {
-    const auto work = [&](auto& connection) { adapter::Execute(connection, *command); };
-    Run(command, false, std::cref(work));
+    QXCountList counts;
+    Run(command, false, [&](auto& connection) { adapter::Execute(connection, *command, counts); });
+    Count(command, std::move(counts));
 }
 
 void DBMgrBase::Execute(QXCommandList* list) {
-    const auto work = [&](auto& connection) { adapter::Execute(connection, *list, cancellation_); };
-    Run(list, true, std::cref(work));
+    QXCountList counts;
+    Run(list, true,
+        [&](auto& connection) { adapter::Execute(connection, *list, cancellation_, counts); });
+    Count(list, std::move(counts));
+}
+
+void DBMgrBase::Count(QXCommandBase* commands, QXCountList counts) noexcept {
+    if (commands != nullptr) {
+        commands->SetCounts(errNumber_ == 0 ? std::move(counts) : QXCountList());
+    }
 }
 
 void DBMgrBase::OpenQuery(QXCommand* command, QXRecordset& rs) {
     rs.Clear();
-    const auto work = [&](auto& connection) {
+    Run(command, false, [&](auto& connection) {
         adapter::OpenQuery(connection, *command, rs, maxResultBytes_, rowSink_);
-    };
-    Run(command, false, std::cref(work));
+    });
     if (errNumber_ != 0) {
         rs.Clear();
     }
@@ -80,23 +147,27 @@ void DBMgrBase::OpenQuery(QXCommand* command, QXRecordset& rs) {
 
 void DBMgrBase::OpenQuery(QXCommandList* list, QXRecordset& rs) {
     rs.Clear();
-    const auto work = [&](auto& connection) {
+    Run(list, true, [&](auto& connection) {
         adapter::OpenQuery(connection, *list, rs, maxResultBytes_, cancellation_);
-    };
-    Run(list, true, std::cref(work));
+    });
     if (errNumber_ != 0) {
         rs.Clear();
     }
 }
 
 void DBMgrBase::BatchQry(QXCommandList* list, QXRsList& out) {
-    const auto work = [&](auto& connection) {
+    Run(list, true, [&](auto& connection) {
         adapter::BatchQry(connection, *list, out, maxResultBytes_, cancellation_);
-    };
-    Run(list, true, std::cref(work));
+    });
     if (errNumber_ != 0) {
         out.RemoveAll();
     }
+}
+
+void DBMgrBase::Describe(QXCommand* command, std::vector<QXColumnInfo>& columns) {
+    columns.clear();
+    Run(command, false,
+        [&](auto& connection) { columns = adapter::Describe(connection, *command); });
 }
 
 void DBMgrBase::CloseConn() {

@@ -5,13 +5,17 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <qxdb/QXColumn.h>
-#include <qxdb/QXRecordset.h>
+#include <qxdb/QXColumnInfo.h>
+#include <qxdb/QXCounts.h>
+#include <qxdb/QXRsList.h>
 #include <qxdb/QXTransaction.h>
 #include <qxdb/QXValue.h>
 
+#include "adapter/call_report.h"
 #include "adapter/page.h"
 #include "adapter/sql_lexer.h"
 
@@ -34,6 +38,8 @@ struct ParameterRow {
     }
 };
 
+class RowCursor;
+
 /// A prepared text. Every call checks the number of parameters before anything runs, and throws
 /// DatabaseError for what the database refuses.
 class Statement {
@@ -44,16 +50,45 @@ class Statement {
     virtual ~Statement() = default;
 
     /// Runs to the end; rows are dropped.
-    virtual void Execute(const Parameters& parameters) = 0;
-    /// The same, but a connection that can send several commands at a time may throw the error of
-    /// one in a later call, or in Connection::Settle.
-    virtual void ExecuteSoon(const Parameters& parameters) { Execute(parameters); }
-    virtual void ExecuteRowSoon(const ParameterRow& parameters) {
-        ExecuteSoon(parameters.Values());
+    virtual QXCounts Execute(const Parameters& parameters) = 0;
+    /// The same, and adds its counts to `counts`. A connection that can send several commands at a
+    /// time may do so, and throw the error of one, in a later call, or in Connection::Settle.
+    virtual void ExecuteSoon(const Parameters& parameters, QXCountList& counts) {
+        counts.Add(Execute(parameters));
+    }
+    virtual void ExecuteRowSoon(const ParameterRow& parameters, QXCountList& counts) {
+        ExecuteSoon(parameters.Values(), counts);
     }
     /// Appends columns and the rows of the page to `rs`, which is empty. A statement without a
     /// result set runs and leaves `rs` without columns.
     virtual void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) = 0;
+    /// Appends a recordset for each result that the statement has, or one without columns.
+    /// `page` has all rows.
+    virtual void QueryEach(const Parameters& parameters, const Page& page, QXRsList& out) {
+        QXRecordset rs;
+        Query(parameters, page, rs);
+        out.Add(std::move(rs));
+    }
+    /// Describes the result's columns without running anything; none for a statement that gives no
+    /// rows.
+    virtual std::vector<QXColumnInfo> Describe() = 0;
+    /// Runs a query whose rows are taken in portions, within a transaction. One at a time; it lives
+    /// no longer than the statement.
+    virtual std::unique_ptr<RowCursor> OpenCursor(const Parameters& parameters) = 0;
+};
+
+/// The rows of one execution, of which others than those of the latest portion take no memory, here
+/// or in the client library, as far as that allows it. Ends the execution with its destruction.
+class RowCursor {
+  public:
+    RowCursor() = default;
+    RowCursor(const RowCursor&) = delete;
+    RowCursor& operator=(const RowCursor&) = delete;
+    virtual ~RowCursor() = default;
+
+    /// Adds the columns and at most `page.count` of the rows that come next to `rs`, which is
+    /// empty; fewer when kPortionBytes are reached, and none behind the last one.
+    virtual void Fetch(const Page& page, QXRecordset& rs) = 0;
 };
 
 /// Client libraries make their buffers as large as the largest row, and never smaller again. A
@@ -72,11 +107,18 @@ class Connection {
 
     /// The text is UTF-8. The statement must not outlive the connection.
     virtual std::shared_ptr<Statement> Prepare(const std::string& text) = 0;
+    /// The same, for a statement that others of the same text don't meet while it runs.
+    virtual std::shared_ptr<Statement> PrepareAlone(const std::string& text) {
+        return Prepare(text);
+    }
     /// Prepares what may be a script: several statements, which take no parameters and run as one
     /// transaction unless they hold BEGIN, COMMIT or the like themselves. A failed script may leave
     /// its transaction open, for the caller to roll back. `text` must outlive the statement.
     virtual std::shared_ptr<Statement> PrepareScript(const std::string& text) = 0;
     virtual const SqlDialect& Dialect() const noexcept = 0;
+
+    /// Where the calls that follow leave their notices; null for nowhere.
+    void SetReport(CallReport* report) noexcept { report_ = report; }
 
     /// Waits for everything that ExecuteSoon has started. All else that goes to the database does
     /// so first.
@@ -117,6 +159,9 @@ class Connection {
     /// tables, locks and the like. False when that can't be done; the connection is then of no more
     /// use.
     virtual bool Reset() noexcept { return false; }
+
+  protected:
+    CallReport* report_ = nullptr;
 };
 
 }  // namespace CQXDB::adapter

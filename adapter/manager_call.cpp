@@ -5,16 +5,18 @@
 
 #include "adapter/cancellable_work.h"
 #include "adapter/database_error.h"
+#include "adapter/reported_work.h"
 #include "util/out_of_memory.h"
 #include "util/text.h"
 
 namespace CQXDB::adapter {
 namespace {
 
-void RunAndSettle(Connection& connection, Cancellation* cancellation,
+void RunAndSettle(Connection& connection, Cancellation* cancellation, CallReport* report,
                   const std::function<void(Connection&)>& work) {
     try {
         const CancellableWork running(cancellation, connection);
+        const ReportedWork reported(connection, report);
         work(connection);
     } catch (const std::exception&) {
         connection.Rollback();
@@ -50,13 +52,14 @@ CallResult Describe() {
 }  // namespace
 
 CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource, const std::string& user,
-                       Cancellation* cancellation, const std::function<void(Connection&)>& work) {
+                       Cancellation* cancellation, CallReport* report,
+                       const std::function<void(Connection&)>& work) {
     return Guarded([&] {
         if (dataSource == nullptr) {
             throw DatabaseError(DBMGR_NO_COMMAND, "no command or data source was given");
         }
         const Lease lease = pools.Take(*dataSource, user, cancellation);
-        RunAndSettle(*lease, cancellation, work);
+        RunAndSettle(*lease, cancellation, report, work);
     });
 }
 

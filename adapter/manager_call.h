@@ -21,10 +21,11 @@ struct CallResult {
 
 /// Runs `work` on a connection of the data source, for the user of ConnectionPool::Take. When it
 /// fails, or leaves a transaction open, the connection is rolled back before it returns to the
-/// pool. `cancellation` may be null. Lets no std::exception out. A `work` that wraps a reference
-/// costs no memory.
+/// pool. `cancellation` and `report` may be null. Lets no std::exception out. A `work` that wraps a
+/// reference costs no memory.
 CallResult CallManager(PoolRegistry& pools, const QXDataSource* dataSource, const std::string& user,
-                       Cancellation* cancellation, const std::function<void(Connection&)>& work);
+                       Cancellation* cancellation, CallReport* report,
+                       const std::function<void(Connection&)>& work);
 
 /// Inside a handler: the std::exception being handled as a result.
 CallResult CurrentFailure() noexcept;

@@ -5,6 +5,7 @@
 
 #include "adapter/cancellable_work.h"
 #include "adapter/database_error.h"
+#include "adapter/reported_work.h"
 
 namespace CQXDB::adapter {
 namespace {
@@ -65,6 +66,7 @@ OpenTransaction::OpenTransaction(const TransactionCall& call, const QXDataSource
     Lease lease = call.pools.Take(dataSource, call.user, call.cancellation);
     try {
         const CancellableWork running(call.cancellation, *lease);
+        const ReportedWork reported(*lease, call.report);
         lease->BeginLasting(info);
     } catch (...) {
         lease->Rollback();
@@ -76,6 +78,7 @@ OpenTransaction::OpenTransaction(const TransactionCall& call, const QXDataSource
 }
 
 OpenTransaction::~OpenTransaction() {
+    cursors_.clear();
     if (lease_) {
         (*lease_)->Abandon();
     }
@@ -90,6 +93,7 @@ Connection& OpenTransaction::Open() const {
 
 void OpenTransaction::Lose(const char* reason) noexcept {
     over_ = reason;
+    cursors_.clear();
     (*lease_)->Rollback();
     lease_.reset();
 }
@@ -105,6 +109,7 @@ void OpenTransaction::Run(const TransactionCall& call, const QXDataSource& dataS
     bool marked = false;
     try {
         const CancellableWork running(call.cancellation, connection);
+        const ReportedWork reported(connection, call.report);
         call.pools.ChooseDatabase(connection, dataSource);
         call.list ? RunMarked(connection, work, marked) : work(connection);
     } catch (const std::exception&) {
@@ -149,8 +154,33 @@ void OpenTransaction::Repair(bool marked) noexcept {
     }
 }
 
+void OpenTransaction::OpenCursor(const TransactionCall& call, const QXCommand& command,
+                                 long number) {
+    Run(call, command.SysDataSrc(), [&](Connection& connection) {
+        cursors_.erase(number);
+        cursors_.try_emplace(number, connection, command);
+    });
+}
+
+void OpenTransaction::FetchCursor(const TransactionCall& call, const QXCommand& command,
+                                  long number, QXRecordset& rs, std::size_t maxBytes) {
+    Run(call, command.SysDataSrc(), [&](Connection&) {
+        const auto cursor = cursors_.find(number);
+        if (cursor == cursors_.end()) {
+            throw DatabaseError(DBMGR_NO_CURSOR, "no such cursor is open");
+        }
+        cursor->second.Fetch(rs, maxBytes);
+    });
+}
+
+void OpenTransaction::CloseCursor(const TransactionCall& call, const QXCommand& command,
+                                  long number) {
+    Run(call, command.SysDataSrc(), [&](Connection&) { cursors_.erase(number); });
+}
+
 void OpenTransaction::Commit() {
     const std::lock_guard<std::mutex> lock(mutex_);
+    cursors_.clear();
     if (committed_) {
         return;
     }

@@ -9,10 +9,11 @@
 #include <string>
 
 #include <qxdb/Cancellation.h>
-#include <qxdb/QXCommandBase.h>
+#include <qxdb/QXCommand.h>
 #include <qxdb/QXTransaction.h>
 
 #include "adapter/pool_registry.h"
+#include "adapter/work.h"
 
 namespace CQXDB::adapter {
 
@@ -21,6 +22,7 @@ struct TransactionCall {
     PoolRegistry& pools;
     const std::string& user;
     Cancellation* cancellation;
+    CallReport* report;
     bool list;  ///< all or nothing, by a savepoint
 };
 
@@ -37,6 +39,15 @@ class OpenTransaction {
     /// another data source.
     void Run(const TransactionCall& call, const QXDataSource& dataSource,
              const std::function<void(Connection&)>& work);
+
+    // Queries whose rows are taken in portions. `number` is the caller's, one for each that is open
+    // at the same time.
+    void OpenCursor(const TransactionCall& call, const QXCommand& command, long number);
+    void FetchCursor(const TransactionCall& call, const QXCommand& command, long number,
+                     QXRecordset& rs, std::size_t maxBytes);
+    /// One that isn't open is closed.
+    void CloseCursor(const TransactionCall& call, const QXCommand& command, long number);
+
     /// Gives the connection back, whatever comes out of it.
     void Commit();
     void Rollback() noexcept;
@@ -52,9 +63,10 @@ class OpenTransaction {
     const std::wstring key_;  ///< of the pool that the connection is from
     const std::string user_;
     std::mutex mutex_;
-    std::optional<Lease> lease_;  ///< guarded by mutex_, as below; none when over
-    const char* over_ = "";       ///< why, when it is
-    bool committed_ = false;      ///< the database has done so by itself
+    std::optional<Lease> lease_;            ///< guarded by mutex_, as below; none when over
+    const char* over_ = "";                 ///< why, when it is
+    std::map<long, OpenedCursor> cursors_;  ///< guarded by mutex_; of the lease's connection
+    bool committed_ = false;                ///< the database has done so by itself
 };
 
 /// Those of the process, by their identities. Thread-safe.

@@ -27,6 +27,9 @@ class BodyWatch {
     void Word(std::string_view word) noexcept {
         if (words_ == 0) {
             create_ = SameAsciiWord(word, "CREATE");
+            begin_ = SameAsciiWord(word, "BEGIN");
+        } else if (nestedBodies_ && begin_ && words_ == 1) {
+            body_ = SameAsciiWord(word, "NOT");  // BEGIN NOT ATOMIC
         } else if (create_ && !body_) {
             body_ = SameAsciiWord(word, "TRIGGER") ||
                     (nestedBodies_ && IsOneOf(word, {"PROCEDURE", "FUNCTION", "EVENT", "PACKAGE"}));
@@ -50,6 +53,7 @@ class BodyWatch {
     bool nestedBodies_;
     int words_ = 0;
     bool create_ = false;
+    bool begin_ = false;
     bool body_ = false;
     bool afterSemicolon_ = false;
     bool closing_ = false;  ///< the last two tokens were a semicolon and END

@@ -59,16 +59,16 @@ class ListRun {
         Settle(i);
     }
 
-    void Execute(const QXCommand& command) {
-        Script(command.TextUtf8()).ExecuteSoon(command.Params());
+    void Execute(const QXCommand& command, QXCountList& counts) {
+        Script(command.TextUtf8()).ExecuteSoon(command.Params(), counts);
     }
     /// Runs all commands out of the columns in which the list has them.
-    void ExecuteAll(const encoding::CommandGroups& groups) {
+    void ExecuteAll(const encoding::CommandGroups& groups, QXCountList& counts) {
         std::vector<std::size_t> next(groups.Count());  // the row of each group's next command
         Each([&](std::size_t i) {
             const auto index = static_cast<std::size_t>(groups.Order().Int64At(i));
             const encoding::CommandGroup& group = groups.Groups()[index];
-            Script(*group.text).ExecuteRowSoon({group.params, next[index]++});
+            Script(*group.text).ExecuteRowSoon({group.params, next[index]++}, counts);
         });
     }
     Statement& One(const QXCommand& command) {
@@ -170,17 +170,18 @@ void InOneTransaction(Connection& connection, const QXCommandList& list,
 
 }  // namespace
 
-void Execute(Connection& connection, const QXCommand& command) {
-    connection.PrepareScript(CheckedCommand(command.TextUtf8(), connection))
-        ->Execute(command.Params());
+void Execute(Connection& connection, const QXCommand& command, QXCountList& counts) {
+    counts.Add(connection.PrepareScript(CheckedCommand(command.TextUtf8(), connection))
+                   ->Execute(command.Params()));
 }
 
-void Execute(Connection& connection, const QXCommandList& list, const Cancellation* cancellation) {
+void Execute(Connection& connection, const QXCommandList& list, const Cancellation* cancellation,
+             QXCountList& counts) {
     InOneTransaction(connection, list, cancellation, [&](ListRun& run) {
         if (const encoding::CommandGroups* const columns = list.Columns()) {
-            run.ExecuteAll(*columns);
+            run.ExecuteAll(*columns, counts);
         } else {
-            run.Each([&](std::size_t i) { run.Execute(list.At(i)); });
+            run.Each([&](std::size_t i) { run.Execute(list.At(i), counts); });
         }
     });
 }
@@ -195,11 +196,12 @@ void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs
 void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& rs,
                std::size_t maxBytes, const Cancellation* cancellation) {
     const Page page = Page::Of(rs, maxBytes);
+    QXCountList ignored;
     InOneTransaction(connection, list, cancellation, [&](ListRun& run) {
         const std::size_t last = list.Count() - 1;
         run.Each([&](std::size_t i) {
             if (i < last) {
-                run.Execute(list.At(i));
+                run.Execute(list.At(i), ignored);
             } else {
                 Query(run.One(list.At(i)), list.At(i), page, rs);
             }
@@ -212,15 +214,39 @@ void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out,
     std::size_t bytes = 0;
     InOneTransaction(connection, list, cancellation, [&](ListRun& run) {
         run.Each([&](std::size_t i) {
-            QXRecordset rs;
+            const std::size_t before = out.Count();
             Page all;
             all.maxBytes = maxBytes;
             all.bytesBefore = bytes;
-            Query(run.One(list.At(i)), list.At(i), all, rs);
-            bytes += rs.MemoryBytes();
-            out.Add(std::move(rs));
+            run.One(list.At(i)).QueryEach(list.At(i).Params(), all, out);
+            for (std::size_t k = before; k < out.Count(); ++k) {
+                out.At(k).FillDone();
+                bytes += out.At(k).MemoryBytes();
+            }
         });
     });
+}
+
+std::vector<QXColumnInfo> Describe(Connection& connection, const QXCommand& command) {
+    return connection.Prepare(CheckedCommand(command.TextUtf8(), connection))->Describe();
+}
+
+OpenedCursor::OpenedCursor(Connection& connection, const QXCommand& command)
+    : text_(command.SharedText()) {
+    const SqlDialect& dialect = connection.Dialect();
+    if (!LooksReadOnly(CheckedCommand(*text_, connection), dialect)) {
+        throw DatabaseError(DBMGR_NO_CURSOR,
+                            "a cursor takes a query that changes nothing: SELECT, VALUES or WITH");
+    }
+    statement_ = connection.PrepareAlone(*text_);
+    rows_ = statement_->OpenCursor(command.Params());
+}
+
+void OpenedCursor::Fetch(QXRecordset& rs, std::size_t maxBytes) {
+    Page page = Page::Of(rs, maxBytes);
+    page.first = 0;
+    page.count = page.All() ? kPortionRows : page.count;
+    rows_->Fetch(page, rs);
 }
 
 }  // namespace CQXDB::adapter

@@ -3,6 +3,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include <qxdb/Cancellation.h>
 #include <qxdb/QXCommandList.h>
@@ -12,10 +16,12 @@
 
 namespace CQXDB::adapter {
 
-void Execute(Connection& connection, const QXCommand& command);
+// What the commands changed is added to `counts`, which outlives the connection's use.
+void Execute(Connection& connection, const QXCommand& command, QXCountList& counts);
 
 // Between the commands of a list they look whether they are cancelled; `cancellation` may be null.
-void Execute(Connection& connection, const QXCommandList& list, const Cancellation* cancellation);
+void Execute(Connection& connection, const QXCommandList& list, const Cancellation* cancellation,
+             QXCountList& counts);
 
 // `maxBytes` bounds the memory of all rows that the call brings; 0 is no bound.
 void OpenQuery(Connection& connection, const QXCommand& command, QXRecordset& rs,
@@ -24,5 +30,25 @@ void OpenQuery(Connection& connection, const QXCommandList& list, QXRecordset& r
                std::size_t maxBytes, const Cancellation* cancellation);
 void BatchQry(Connection& connection, const QXCommandList& list, QXRsList& out,
               std::size_t maxBytes, const Cancellation* cancellation);
+
+/// Runs nothing.
+std::vector<QXColumnInfo> Describe(Connection& connection, const QXCommand& command);
+
+/// A query whose rows are taken in portions, in the transaction that the connection is in. Lives no
+/// longer than that.
+class OpenedCursor {
+  public:
+    OpenedCursor(Connection& connection, const QXCommand& command);
+
+    /// The next portion, of at most so many rows as the page size says; see RowCursor.
+    void Fetch(QXRecordset& rs, std::size_t maxBytes);
+
+  private:
+    static constexpr std::int64_t kPortionRows = 1000;  ///< unless told
+
+    const std::shared_ptr<const std::string> text_;
+    std::shared_ptr<Statement> statement_;
+    std::unique_ptr<RowCursor> rows_;
+};
 
 }  // namespace CQXDB::adapter

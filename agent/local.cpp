@@ -1,34 +1,14 @@
 #include <qxdb/DBAgent.h>
 #include <qxdb/DBMgr.h>
+#include <qxdb/DBMgrErrors.h>
 #include <qxdb/DBMgrWithPOCO.h>
 
 #include "agent/cancel_point.h"
 #include "agent/told.h"
+#include "messages/transaction_fields.h"
 
 namespace CQXDB {
 namespace {
-
-template <typename Manager, typename Call>
-void RunOn(Cancellation* cancellation, long& errCode, std::wstring& errText, const Call& call) {
-    Manager manager;
-    manager.SetCancellation(cancellation);
-    call(manager);
-    if (manager.errNumber() != 0) {
-        errCode = manager.errNumber();
-        errText = manager.errDesc();
-    }
-}
-
-/// Makes one call on a fresh manager and hands its error on.
-template <typename Call>
-void RunLocal(bool throughPoco, Cancellation* cancellation, long& errCode, std::wstring& errText,
-              const Call& call) {
-    if (throughPoco) {
-        RunOn<DBMgrWithPOCO>(cancellation, errCode, errText, call);
-    } else {
-        RunOn<DBMgr>(cancellation, errCode, errText, call);
-    }
-}
 
 void SetPage(QXRecordset& rs, long pageSize, long pageNo) {
     rs.setPageSize(pageSize);
@@ -37,34 +17,73 @@ void SetPage(QXRecordset& rs, long pageSize, long pageNo) {
 
 }  // namespace
 
+/// Makes one call on a fresh manager and hands on what it has to tell.
+template <typename Call>
+void DBAgent::runLocal_(long& errCode, std::wstring& errText, const Call& call) {
+    const auto run = [&](auto manager) {
+        manager->SetCancellation(cancelPoint_->Local());
+        call(*manager);
+        if (manager->errNumber() != 0) {
+            errCode = manager->errNumber();
+            errText = manager->errDesc();
+        }
+        if (errCode == DBMGR_BAD_DATA_SOURCE && !token_.empty()) {
+            errText +=
+                L" The agent is logged in to a server but works locally: SetIsLocal(false) "
+                L"sends commands there.";
+        }
+        notices_ = manager->Notices();
+    };
+    if (useODBC_()) {
+        DBMgrWithPOCO manager;
+        run(&manager);
+    } else {
+        DBMgr manager;
+        run(&manager);
+    }
+}
+
 void DBAgent::ExecuteLocal(long& errCode, std::wstring& errText, QXCommand& cmd) {
-    RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
-             [&](auto& manager) { manager.Execute(&cmd); });
+    runLocal_(errCode, errText, [&](auto& manager) { manager.Execute(&cmd); });
 }
 
 void DBAgent::ExecuteLocal(long& errCode, std::wstring& errText, QXCommandList& list) {
-    RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
-             [&](auto& manager) { manager.Execute(&list); });
+    runLocal_(errCode, errText, [&](auto& manager) { manager.Execute(&list); });
 }
 
 void DBAgent::OpenQueryLocal(long& errCode, std::wstring& errText, QXCommand& cmd, QXRecordset& rs,
                              long pageSize, long pageNo) {
     SetPage(rs, pageSize, pageNo);
-    RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
-             [&](auto& manager) { manager.OpenQuery(&cmd, rs); });
+    runLocal_(errCode, errText, [&](auto& manager) { manager.OpenQuery(&cmd, rs); });
 }
 
 void DBAgent::OpenQueryLocal(long& errCode, std::wstring& errText, QXCommandList& list,
                              QXRecordset& rs, long pageSize, long pageNo) {
     SetPage(rs, pageSize, pageNo);
-    RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
-             [&](auto& manager) { manager.OpenQuery(&list, rs); });
+    runLocal_(errCode, errText, [&](auto& manager) { manager.OpenQuery(&list, rs); });
 }
 
 void DBAgent::BatchQryLocal(long& errCode, std::wstring& errText, QXCommandList& list,
                             QXRsList& out) {
-    RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
-             [&](auto& manager) { manager.BatchQry(&list, out); });
+    runLocal_(errCode, errText, [&](auto& manager) { manager.BatchQry(&list, out); });
+}
+
+void DBAgent::describeLocal_(long& errCode, std::wstring& errText, QXCommand& cmd,
+                             std::vector<QXColumnInfo>& columns) {
+    runLocal_(errCode, errText, [&](auto& manager) { manager.Describe(&cmd, columns); });
+}
+
+void DBAgent::cursorLocal_(long& errCode, std::wstring& errText, CQXBASE::TransactionVerb verb,
+                           QXCommand& cmd, long number, QXRecordset* rs) {
+    runLocal_(errCode, errText, [&](auto& manager) {
+        if (rs != nullptr) {
+            manager.FetchCursor(&cmd, number, *rs);
+        } else if (verb == CQXBASE::TransactionVerb::OpenCursor) {
+            manager.OpenCursor(&cmd, number);
+        } else {
+            manager.CloseCursor(&cmd, number);
+        }
+    });
 }
 
 bool DBAgent::CanConnect(CQXDB_DSType_ENUM type, const std::wstring& server, long port,
@@ -78,8 +97,8 @@ bool DBAgent::CanConnect(CQXDB_DSType_ENUM type, const std::wstring& server, lon
         dataSource_->init(L"", type, server, port, database, user, password, trusted, std::string(),
                           1);
         dataSource_->initDriver(driver, driverName, dsn, connectionString, extra);
-        RunLocal(useODBC_(), cancelPoint_->Local(), errCode_, errText_,
-                 [&](auto& manager) { answer = manager.CanConnect(dataSource_); });
+        runLocal_(errCode_, errText_,
+                  [&](auto& manager) { answer = manager.CanConnect(dataSource_); });
     });
     return answer && errCode_ == 0;
 }
@@ -87,10 +106,8 @@ bool DBAgent::CanConnect(CQXDB_DSType_ENUM type, const std::wstring& server, lon
 void DBAgent::CloseConn() {
     long errCode = 0;
     std::wstring errText;
-    Told(errCode, errText, [&] {
-        RunLocal(useODBC_(), cancelPoint_->Local(), errCode, errText,
-                 [](auto& manager) { manager.CloseConn(); });
-    });
+    Told(errCode, errText,
+         [&] { runLocal_(errCode, errText, [](auto& manager) { manager.CloseConn(); }); });
 }
 
 }  // namespace CQXDB

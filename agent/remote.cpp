@@ -11,8 +11,11 @@
 #include "agent/shared_transport.h"
 #include "agent/told.h"
 #include "errors/caught_exception.h"
+#include "messages/column_rows.h"
 #include "messages/message_holder.h"
+#include "messages/reply_details.h"
 #include "messages/session_records.h"
+#include "messages/transaction_fields.h"
 #include "messages/type_codes.h"
 #include "transport/result_codes.h"
 #include "util/split.h"
@@ -139,9 +142,12 @@ int DBAgent::exchange_(long& errCode, std::wstring& errText, CQXBASE::QXIOBase& 
         }
     }
     try {
+        CQXBASE::ReplyDetails details;
         const auto reply = MessageHolder::Reply(requestCode, replyCode,
                                                 CQXBASE::ReceivedBody::Of(data, length, enciphered),
-                                                result, maxReplyBytes_);
+                                                result, maxReplyBytes_, &details);
+        notices_ = std::move(details.notices);
+        replyCounts_ = std::move(details.counts);
         if (reply.GetState() == MessageHolder::State::TooLarge) {
             return Fail(errCode, errText, CQXBASE::kReplyTooLarge,
                         CQXBASE::ReplyTooLargeText(maxReplyBytes_));
@@ -207,6 +213,18 @@ int DBAgent::ExecuteRemote(long& errCode, std::wstring& errText, QXCommand& cmd)
 
 int DBAgent::ExecuteRemote(long& errCode, std::wstring& errText, QXCommandList& list) {
     return RemoteExec(errCode, errText, list, CQXBASE::kExecuteList, nullptr);
+}
+
+void DBAgent::describeRemote_(long& errCode, std::wstring& errText, QXCommand& cmd,
+                              std::vector<QXColumnInfo>& columns) {
+    const std::wstring transaction = cmd.Transaction();
+    cmd.SetTransaction(CQXBASE::VerbField(transaction, CQXBASE::TransactionVerb::Describe));
+    QXRecordset rs;
+    const int outcome = RemoteExec(errCode, errText, cmd, CQXBASE::kQuery, &rs);
+    cmd.SetTransaction(transaction);
+    if (outcome == 0 && errCode == 0 && !CQXBASE::ReadColumnRows(rs, columns)) {
+        Fail(errCode, errText, kBadReply, L"the server's reply describes no columns.");
+    }
 }
 
 void DBAgent::OpenQueryRemote(long& errCode, std::wstring& errText, QXCommand& cmd, QXRecordset& rs,

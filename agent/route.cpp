@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include <qxdb/DBAgent.h>
 #include <qxdb/DBMgrErrors.h>
@@ -43,13 +44,20 @@ template <typename Work>
 bool DBAgent::prepare_(long& errCode, std::wstring& errText, Work& work, const std::wstring& db) {
     errCode = 0;
     errText.clear();
+    notices_.clear();
+    work.SetCounts({});
     Stamp(work, *dataSource_, db, token_, transaction_.get());
-    if (transaction_ == nullptr || transaction_->local == isLocal_) {
+    return transaction_ == nullptr || sameRoute_(errCode, errText, *transaction_);
+}
+
+bool DBAgent::sameRoute_(long& errCode, std::wstring& errText,
+                         const AgentTransaction& transaction) const {
+    if (transaction.local == isLocal_) {
         return true;
     }
     errCode = DBMGR_OTHER_DATABASE;
-    errText = transaction_->local ? L"the agent works remotely, and its transaction is local"
-                                  : L"the agent works locally, and its transaction is remote";
+    errText = transaction.local ? L"the agent works remotely, and its transaction is local"
+                                : L"the agent works locally, and its transaction is remote";
     return false;
 }
 
@@ -62,8 +70,8 @@ void DBAgent::Execute(long& errCode, std::wstring& errText, QXCommand& cmd,
         }
         if (isLocal_) {
             ExecuteLocal(errCode, errText, cmd);
-        } else {
-            ExecuteRemote(errCode, errText, cmd);
+        } else if (ExecuteRemote(errCode, errText, cmd) == 0) {
+            cmd.SetCounts(std::move(replyCounts_));
         }
     });
 }
@@ -77,8 +85,8 @@ void DBAgent::Execute(long& errCode, std::wstring& errText, QXCommandList& list,
         }
         if (isLocal_) {
             ExecuteLocal(errCode, errText, list);
-        } else {
-            ExecuteRemote(errCode, errText, list);
+        } else if (ExecuteRemote(errCode, errText, list) == 0) {
+            list.SetCounts(std::move(replyCounts_));
         }
     });
 }
@@ -128,6 +136,19 @@ void DBAgent::BatchQry(long& errCode, std::wstring& errText, QXCommandList& list
         } else {
             BatchQryRemote(errCode, errText, list, out);
         }
+    });
+}
+
+void DBAgent::DescribeQuery(long& errCode, std::wstring& errText, QXCommand& cmd,
+                            std::vector<QXColumnInfo>& columns, const std::wstring& db) {
+    Told(errCode, errText, [&] {
+        const CancelPoint::Call call(*cancelPoint_);
+        columns.clear();
+        if (!prepare_(errCode, errText, cmd, db)) {
+            return;
+        }
+        isLocal_ ? describeLocal_(errCode, errText, cmd, columns)
+                 : describeRemote_(errCode, errText, cmd, columns);
     });
 }
 

@@ -47,14 +47,21 @@ void DBAgent::Begin(long& errCode, std::wstring& errText, const QXTransactionInf
             return;
         }
         const CancelPoint::Call call(*cancelPoint_);
-        // Before it begins: nothing may fail between its beginning and its being known.
-        auto transaction = std::make_shared<AgentTransaction>(isLocal_, db);
-        isLocal_ ? beginLocal_(errCode, errText, info, db, transaction->id)
-                 : beginRemote_(errCode, errText, info, db, transaction->id);
-        if (errCode == 0) {
-            transaction_ = std::move(transaction);
-        }
+        begin_(errCode, errText, info, db, transaction_);
     });
+}
+
+/// `transaction` is null, and stays so when it fails.
+void DBAgent::begin_(long& errCode, std::wstring& errText, const QXTransactionInfo& info,
+                     const std::wstring& db, std::shared_ptr<AgentTransaction>& transaction) {
+    notices_.clear();
+    // Before it begins: nothing may fail between its beginning and its being known.
+    auto begun = std::make_shared<AgentTransaction>(isLocal_, db);
+    isLocal_ ? beginLocal_(errCode, errText, info, db, begun->id)
+             : beginRemote_(errCode, errText, info, db, begun->id);
+    if (errCode == 0) {
+        transaction = std::move(begun);
+    }
 }
 
 void DBAgent::beginLocal_(long& errCode, std::wstring& errText, const QXTransactionInfo& info,
@@ -94,15 +101,15 @@ void DBAgent::dropConnection_() {
 }
 
 void DBAgent::Commit(long& errCode, std::wstring& errText) {
-    end_(errCode, errText, true);
+    endOwn_(errCode, errText, true);
 }
 
 void DBAgent::Rollback(long& errCode, std::wstring& errText) {
-    end_(errCode, errText, false);
+    endOwn_(errCode, errText, false);
 }
 
 /// Whatever comes out of it, the transaction is not the agent's any more.
-void DBAgent::end_(long& errCode, std::wstring& errText, bool commit) {
+void DBAgent::endOwn_(long& errCode, std::wstring& errText, bool commit) {
     Told(errCode, errText, [&] {
         errCode = 0;
         errText.clear();
@@ -112,26 +119,31 @@ void DBAgent::end_(long& errCode, std::wstring& errText, bool commit) {
             Tell(errCode, errText, DBMGR_TRANSACTION_OVER, L"no transaction was begun");
             return;
         }
-        if (transaction->local) {
-            transaction->ended = true;
-            DBMgr manager;
-            commit ? manager.Commit(transaction->id) : manager.Rollback(transaction->id);
-            Tell(errCode, errText, manager);
-        } else {
-            try {
-                endRemote_(errCode, errText, *transaction, commit);
-            } catch (...) {
-                dropConnection_();
-                throw;
-            }
-        }
-        if (!commit) {
-            // Nothing of it is left, or will be when whoever has it meets the end of the
-            // connection.
-            errCode = 0;
-            errText.clear();
-        }
+        end_(errCode, errText, *transaction, commit);
     });
+}
+
+void DBAgent::end_(long& errCode, std::wstring& errText, AgentTransaction& transaction,
+                   bool commit) {
+    notices_.clear();
+    if (transaction.local) {
+        transaction.ended = true;
+        DBMgr manager;
+        commit ? manager.Commit(transaction.id) : manager.Rollback(transaction.id);
+        Tell(errCode, errText, manager);
+    } else {
+        try {
+            endRemote_(errCode, errText, transaction, commit);
+        } catch (...) {
+            dropConnection_();
+            throw;
+        }
+    }
+    if (!commit) {
+        // Nothing of it is left, or will be when whoever has it meets the end of the connection.
+        errCode = 0;
+        errText.clear();
+    }
 }
 
 void DBAgent::endRemote_(long& errCode, std::wstring& errText, const AgentTransaction& transaction,

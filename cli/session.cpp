@@ -38,6 +38,15 @@ Answer Session::Told(long code, const std::wstring& text) {
     return MakeAnswer(code, text);
 }
 
+Answer Session::Worked(long code, const std::wstring& text) {
+    for (const CQXDB::QXNotice& notice : agent_.Notices()) {
+        if (onNotice_) {
+            onNotice_(notice);
+        }
+    }
+    return Told(code, text);
+}
+
 std::string Session::Database() const {
     return WideToUtf8(database_.empty() ? agent_.DefaultDB() : database_);
 }
@@ -46,21 +55,35 @@ Answer Session::Query(CQXDB::QXCommand& command, CQXDB::QXRecordset& rs, long pa
     long code = 0;
     std::wstring text;
     agent_.OpenQuery(code, text, command, rs, pageSize, page, database_);
-    return Told(code, text);
+    return Worked(code, text);
+}
+
+Answer Session::OpenCursor(CQXDB::QXCommand& command, CQXDB::QXCursor& cursor) {
+    long code = 0;
+    std::wstring text;
+    agent_.OpenCursor(code, text, command, cursor, database_);
+    return Worked(code, text);
+}
+
+Answer Session::Fetch(CQXDB::QXCursor& cursor, CQXDB::QXRecordset& rs, long rows) {
+    long code = 0;
+    std::wstring text;
+    cursor.Fetch(code, text, rs, rows);
+    return Worked(code, text);
 }
 
 Answer Session::Batch(CQXDB::QXCommandList& list, CQXDB::QXRsList& results) {
     long code = 0;
     std::wstring text;
     agent_.BatchQry(code, text, list, results, database_);
-    return Told(code, text);
+    return Worked(code, text);
 }
 
 Answer Session::Execute(CQXDB::QXCommandList& list) {
     long code = 0;
     std::wstring text;
     agent_.Execute(code, text, list, database_);
-    return Told(code, text);
+    return Worked(code, text);
 }
 
 Answer Session::Switch(const std::string& database) {

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include <qxdb/DBAgent.h>
 
@@ -58,10 +60,16 @@ class Session {
     /// Runs any statement; one without a result leaves `rs` without columns.
     Answer Query(CQXDB::QXCommand& command, CQXDB::QXRecordset& rs, long pageSize = 0,
                  long page = 1);
+    /// Runs a query whose rows Fetch takes in portions of `rows` at most.
+    Answer OpenCursor(CQXDB::QXCommand& command, CQXDB::QXCursor& cursor);
+    Answer Fetch(CQXDB::QXCursor& cursor, CQXDB::QXRecordset& rs, long rows);
     /// Runs the list in one transaction, one recordset a command.
     Answer Batch(CQXDB::QXCommandList& list, CQXDB::QXRsList& results);
     /// Runs the list in one transaction and drops rows.
     Answer Execute(CQXDB::QXCommandList& list);
+
+    /// Called with what the database says beside the results of these calls.
+    void OnNotice(std::function<void(const CQXDB::QXNotice&)> call) { onNotice_ = std::move(call); }
 
     /// False when the connection description doesn't let another database be named.
     bool CanSwitch() const noexcept { return canSwitch_; }
@@ -75,10 +83,12 @@ class Session {
     void OpenLocal(const ConnectionOptions& options);
     void OpenRemote(const ConnectionOptions& options);
     Answer Told(long code, const std::wstring& text);
+    Answer Worked(long code, const std::wstring& text);
     Answer CheckLocal(const CQXDB::QXDataSource& source);
     Answer Ask();
 
     CQXDB::DBAgent agent_;
+    std::function<void(const CQXDB::QXNotice&)> onNotice_;
     const Dialect* dialect_ = nullptr;
     ServerAddress server_;  ///< empty host: local work
     CQXDB::QXProxyInfo proxy_;

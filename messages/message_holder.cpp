@@ -10,6 +10,7 @@
 #include <qxdb/QXRsList.h>
 
 #include "messages/body_stream.h"
+#include "messages/reply_details.h"
 #include "messages/session_records.h"
 #include "objects/encoding/cdr_fields.h"
 
@@ -89,9 +90,10 @@ MessageHolder MessageHolder::Request(std::uint32_t code, const ReceivedBody& bod
 }
 
 MessageHolder MessageHolder::Reply(std::uint32_t requestCode, std::uint32_t replyCode,
-                                   const ReceivedBody& body, void* result,
-                                   std::uint64_t mostBytes) {
+                                   const ReceivedBody& body, void* result, std::uint64_t mostBytes,
+                                   ReplyDetails* details) {
     MessageHolder holder(replyCode);
+    holder.details_ = details;
     const BodyClass expected = ExpectedReply(requestCode);
     const BodyClass received = ExpectedReply(replyCode);
     if (received != expected && received != BodyClass::None && replyCode != kErrorReply) {
@@ -104,6 +106,7 @@ MessageHolder MessageHolder::Reply(std::uint32_t requestCode, std::uint32_t repl
     holder.memory_ = mostBytes == 0 ? nullptr : &memory;
     holder.Decode(body);
     holder.memory_ = nullptr;
+    holder.details_ = nullptr;
     if (memory.TooMuch()) {
         holder.state_ = State::TooLarge;
     }
@@ -156,6 +159,9 @@ void MessageHolder::DecodeFrom(encoding::BoundedInput& in) {
     in.memory = memory_;
     const bool skip = mayBeEmpty_ && in.good_bit() && in.length() == 0;
     state_ = skip || object_->fromCDR(in) != 0 ? State::Good : State::Undecodable;
+    if (state_ == State::Good && details_ != nullptr) {
+        *details_ = ReadDetails(in);
+    }
 }
 
 }  // namespace CQXBASE

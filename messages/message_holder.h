@@ -18,6 +18,8 @@ class BoundedInput;
 class DecodeMemory;
 }  // namespace encoding
 
+struct ReplyDetails;
+
 /// The bytes that came with a code, as the transport hands them over. Borrowed: they outlive the
 /// call that decodes them.
 class ReceivedBody {
@@ -64,9 +66,10 @@ class MessageHolder {
     /// request that is answered by a recordset, a CQXDB::QXRsList for one answered by a result
     /// list; with other requests it is not looked at. It stays the caller's. `mostBytes` bounds the
     /// memory that the decoded object and the decompression of its columns take, apart from the
-    /// body; 0 doesn't.
+    /// body; 0 doesn't. `details`, unless null, takes what stands behind a good record.
     static MessageHolder Reply(std::uint32_t requestCode, std::uint32_t replyCode,
-                               const ReceivedBody& body, void* result, std::uint64_t mostBytes = 0);
+                               const ReceivedBody& body, void* result, std::uint64_t mostBytes = 0,
+                               ReplyDetails* details = nullptr);
 
     State GetState() const noexcept { return state_; }
     std::uint32_t Code() const noexcept { return code_; }  ///< as received, or kUnknownCode
@@ -93,6 +96,7 @@ class MessageHolder {
     std::uint32_t receivedCode_;
     std::unique_ptr<QXIOBase> owned_;
     encoding::DecodeMemory* memory_ = nullptr;  ///< borrowed, for decoding alone
+    ReplyDetails* details_ = nullptr;           ///< likewise
     QXIOBase* object_ = nullptr;                ///< owned_'s, or the caller's
     bool mayBeEmpty_ = false;
     State state_ = State::UnknownCode;

@@ -33,6 +33,14 @@ const wchar_t* VerbText(TransactionVerb verb) noexcept {
             return L"commit";
         case TransactionVerb::Rollback:
             return L"rollback";
+        case TransactionVerb::OpenCursor:
+            return L"open";
+        case TransactionVerb::FetchCursor:
+            return L"fetch";
+        case TransactionVerb::CloseCursor:
+            return L"close";
+        case TransactionVerb::Describe:
+            return L"describe";
         default:
             return L"";
     }
@@ -56,7 +64,9 @@ TokenField SplitTokenField(const std::wstring& field) {
     const std::wstring word = rest.substr(verb + kSeparator.size());
     result.verb = TransactionVerb::Unknown;
     for (const TransactionVerb each :
-         {TransactionVerb::Begin, TransactionVerb::Commit, TransactionVerb::Rollback}) {
+         {TransactionVerb::Begin, TransactionVerb::Commit, TransactionVerb::Rollback,
+          TransactionVerb::OpenCursor, TransactionVerb::FetchCursor, TransactionVerb::CloseCursor,
+          TransactionVerb::Describe}) {
         result.verb = word == VerbText(each) ? each : result.verb;
     }
     return result;

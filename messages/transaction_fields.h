@@ -9,7 +9,17 @@
 namespace CQXBASE {
 
 /// What a command's token field asks of its transaction, in place of running its statement.
-enum class TransactionVerb { None, Begin, Commit, Rollback, Unknown };
+enum class TransactionVerb {
+    None,
+    Begin,
+    Commit,
+    Rollback,
+    OpenCursor,   ///< run the statement; the command's page number names the cursor, here and below
+    FetchCursor,  ///< the rows that come next, at most a page
+    CloseCursor,
+    Describe,  ///< the columns of the statement's result, without running it
+    Unknown
+};
 
 /// What the token field of a received command holds.
 struct TokenField {
@@ -19,10 +29,10 @@ struct TokenField {
 };
 
 /// Reads "session", "session|~|identity" or "session|~|identity|~|verb", where the identity of a
-/// transaction that is to begin is empty.
+/// transaction that is to begin, or of none, is empty.
 TokenField SplitTokenField(const std::wstring& field);
 
-/// What stands behind the session and "|~|" for Begin, Commit or Rollback.
+/// What stands behind the session and "|~|" for a verb.
 std::wstring VerbField(const std::wstring& transaction, TransactionVerb verb);
 
 /// "BEGIN", with "ISOLATION LEVEL ..." and "READ ONLY" behind it where asked for, in capitals.

@@ -1,3 +1,4 @@
+#include <new>
 #include <utility>
 
 #include <qxdb/QXCommandBase.h>
@@ -39,6 +40,22 @@ void QXCommandBase::SetDB(const std::wstring& database) {
 
 const std::wstring& QXCommandBase::DB() const noexcept {
     return SysDataSrc().database;
+}
+
+const QXCountList& QXCommandBase::Counts() const noexcept {
+    static const QXCountList none;
+    return counts_ ? *counts_ : none;
+}
+
+void QXCommandBase::SetCounts(QXCountList counts) noexcept {
+    counts_.reset();
+    try {
+        if (counts.Count() != 0) {
+            counts_ = std::make_shared<const QXCountList>(std::move(counts));
+        }
+    } catch (const std::bad_alloc&) {
+        // What was done is no failure for that.
+    }
 }
 
 void QXCommandBase::SetPageSize(long rows) {

@@ -1,5 +1,6 @@
 #include "adapter/mysql/connection.h"
 
+#include <cstdlib>
 #include <utility>
 
 #include <mysqld_error.h>
@@ -15,6 +16,9 @@ namespace {
 
 /// How often a statement is asked to end before its connection is ended.
 constexpr int kPoliteRequests = 2;
+
+/// First byte of the packet behind a result's rows; the number of warnings comes next.
+constexpr unsigned char kEndOfRows = 0xFE;
 
 }  // namespace
 
@@ -144,18 +148,50 @@ bool MySqlConnection::Usable() noexcept {
            Handle()->net.max_packet <= kMostBufferBytes && Connected() && !InTransaction();
 }
 
-void MySqlConnection::RunText(const std::string& text) {
+QXCounts MySqlConnection::RunText(const std::string& text) {
     CheckCancelled();
     if (mysql_real_query(Handle(), text.data(), static_cast<unsigned long>(text.size())) != 0) {
         throw MySqlError(Handle());
     }
+    QXCounts counts;
+    unsigned warnings = 0;
     int more = 0;
     do {
+        if (mysql_field_count(Handle()) == 0) {
+            counts += {static_cast<std::int64_t>(mysql_affected_rows(Handle())),
+                       static_cast<std::int64_t>(mysql_insert_id(Handle()))};
+        }
         DropRows();
+        warnings = mysql_warning_count(Handle());
         more = mysql_next_result(Handle());
     } while (more == 0);
     if (more > 0) {
         throw MySqlError(Handle());
+    }
+    CollectWarnings(warnings);
+    return counts;
+}
+
+unsigned MySqlConnection::WarningsBehindRows() {
+    const unsigned char* packet = Handle()->net.read_pos;
+    return packet != nullptr && packet[0] == kEndOfRows ? packet[1] + packet[2] * 256U : 0;
+}
+
+void MySqlConnection::CollectWarnings(unsigned count) {
+    if (count == 0 || report_ == nullptr || !report_->TakesNotices() ||
+        (Handle()->server_status & SERVER_MORE_RESULTS_EXIST) != 0) {
+        return;
+    }
+    // What fails here is no failure of the statement.
+    if (mysql_query(Handle(), "SHOW WARNINGS LIMIT 100") != 0) {
+        return;
+    }
+    const std::unique_ptr<MYSQL_RES, void (*)(MYSQL_RES*)> rows(mysql_store_result(Handle()),
+                                                                mysql_free_result);
+    while (MYSQL_ROW row = rows ? mysql_fetch_row(rows.get()) : nullptr) {
+        if (row[0] != nullptr && row[1] != nullptr && row[2] != nullptr) {
+            report_->AddNotice(row[0], std::strtol(row[1], nullptr, 10), row[2]);
+        }
     }
 }
 

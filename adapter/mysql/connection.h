@@ -49,9 +49,13 @@ class MySqlConnection : public Connection {
 
     // What the statements need.
     MYSQL* Handle() const noexcept { return *session_; }
-    /// Runs any number of statements without parameters, and drops their rows. Throws
-    /// DatabaseError.
-    void RunText(const std::string& text);
+    /// Runs any number of statements without parameters, drops their rows and gives what they
+    /// changed. Throws DatabaseError.
+    QXCounts RunText(const std::string& text);
+    /// What the end of a result told, which the client library skips when rows aren't stored.
+    unsigned WarningsBehindRows();
+    /// Asks for the `count` warnings of the latest statement, unless nobody wants them.
+    void CollectWarnings(unsigned count);
     /// Has the server end the statement under way. What was asked for may come too late, so that
     /// the connection is given up, unless its transaction goes on.
     void EndStatement() noexcept;

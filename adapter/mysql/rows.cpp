@@ -11,7 +11,6 @@
 namespace CQXDB::adapter::mysql {
 namespace {
 
-constexpr unsigned kBinaryCharset = 63;
 constexpr unsigned long kFirstBufferBytes = 256;
 
 template <typename Number>

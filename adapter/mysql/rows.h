@@ -12,6 +12,9 @@
 
 namespace CQXDB::adapter::mysql {
 
+/// Of what is bytes rather than text.
+constexpr unsigned kBinaryCharset = 63;
+
 /// Fetches the rows of an executed statement one by one.
 class MySqlRowReader {
   public:
@@ -25,6 +28,9 @@ class MySqlRowReader {
     bool Fetch();
     /// Appends the row.
     void Append();
+
+    /// The type that a column has before it has rows.
+    static QXValueType TypeOf(const MYSQL_FIELD& field) { return ColumnOf(field).type; }
 
   private:
     /// What a column's bytes are.

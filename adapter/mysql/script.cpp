@@ -10,8 +10,8 @@ namespace CQXDB::adapter::mysql {
 MySqlScript::MySqlScript(MySqlConnection& connection, const std::string& text)
     : connection_(connection), text_(text) {}
 
-void MySqlScript::Execute(const Parameters& parameters) {
-    parameters.empty() ? RunText() : Prepared().Execute(parameters);
+QXCounts MySqlScript::Execute(const Parameters& parameters) {
+    return parameters.empty() ? RunText() : Prepared().Execute(parameters);
 }
 
 void MySqlScript::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
@@ -25,10 +25,13 @@ Statement& MySqlScript::Prepared() {
     return *prepared_;
 }
 
-void MySqlScript::RunText() {
+QXCounts MySqlScript::RunText() {
     const SqlDialect& dialect = connection_.Dialect();
     CheckParameterCount(ToNative(text_, dialect, ParameterStyle::QuestionMark).parameters, 0);
-    RunScript(connection_, SplitStatements(text_, dialect), [this] { connection_.RunText(text_); });
+    QXCounts counts;
+    RunScript(connection_, SplitStatements(text_, dialect),
+              [&] { counts = connection_.RunText(text_); });
+    return counts;
 }
 
 }  // namespace CQXDB::adapter::mysql

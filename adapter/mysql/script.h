@@ -17,12 +17,16 @@ class MySqlScript : public Statement {
     /// `text` must outlive the script.
     MySqlScript(MySqlConnection& connection, const std::string& text);
 
-    void Execute(const Parameters& parameters) override;
+    QXCounts Execute(const Parameters& parameters) override;
     void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
+    std::vector<QXColumnInfo> Describe() override { return Prepared().Describe(); }
+    std::unique_ptr<RowCursor> OpenCursor(const Parameters& parameters) override {
+        return Prepared().OpenCursor(parameters);
+    }
 
   private:
     Statement& Prepared();
-    void RunText();
+    QXCounts RunText();
 
     MySqlConnection& connection_;
     const std::string& text_;

@@ -73,9 +73,19 @@ void MySqlStatement::Run(const Parameters& parameters) {
     }
 }
 
-void MySqlStatement::Execute(const Parameters& parameters) {
+QXCounts MySqlStatement::Execute(const Parameters& parameters) {
     Run(parameters);
-    Finish();
+    QXCounts counts = Counts();
+    counts += Finish();
+    return counts;
+}
+
+QXCounts MySqlStatement::Counts() {
+    if (mysql_stmt_field_count(executor_) != 0) {
+        return {readOnly_ ? 0 : -1, 0};  // of RETURNING nobody counts the rows
+    }
+    return {static_cast<std::int64_t>(mysql_stmt_affected_rows(executor_)),
+            static_cast<std::int64_t>(mysql_stmt_insert_id(executor_))};
 }
 
 void MySqlStatement::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
@@ -84,6 +94,11 @@ void MySqlStatement::Query(const Parameters& parameters, const Page& page, QXRec
         limit.emplace(connection_, executor_, page);
     }
     Run(parameters);
+    QueryOne(page, rs);
+    Finish();
+}
+
+void MySqlStatement::QueryOne(const Page& page, QXRecordset& rs) {
     MySqlRowReader reader(connection_.Handle(), executor_, rs);
     try {
         FetchPage(reader, page, rs);
@@ -91,18 +106,44 @@ void MySqlStatement::Query(const Parameters& parameters, const Page& page, QXRec
         connection_.EndStatement();  // Else all other rows are read before it can be closed.
         throw;
     }
-    Finish();
 }
 
-void MySqlStatement::Finish() {
-    int more = 0;
+void MySqlStatement::QueryEach(const Parameters& parameters, const Page& page, QXRsList& out) {
+    Run(parameters);
+    Page rest = page;
+    const std::size_t before = out.Count();
     do {
-        mysql_stmt_free_result(executor_);
-        more = mysql_stmt_next_result(executor_);
-    } while (more == 0);
+        QXRecordset rs;
+        QueryOne(rest, rs);
+        rest.bytesBefore += rs.MemoryBytes();
+        // A procedure ends with a result of its own, which has no columns.
+        if (rs.ColumnCount() != 0) {
+            rs.FillDone();
+            out.Add(std::move(rs));
+        }
+    } while (Next());
+    if (out.Count() == before) {
+        out.Add(QXRecordset());
+    }
+}
+
+bool MySqlStatement::Next() {
+    const unsigned before = mysql_stmt_warning_count(executor_);
+    mysql_stmt_free_result(executor_);
+    connection_.CollectWarnings(std::max(before, connection_.WarningsBehindRows()));
+    const int more = mysql_stmt_next_result(executor_);
     if (more > 0) {
         Fail();
     }
+    return more == 0;
+}
+
+QXCounts MySqlStatement::Finish() {
+    QXCounts counts;
+    while (Next()) {
+        counts += Counts();
+    }
+    return counts;
 }
 
 }  // namespace CQXDB::adapter::mysql

@@ -16,15 +16,25 @@ class MySqlStatement : public Statement {
   public:
     MySqlStatement(MySqlConnection& connection, const std::string& text);
 
-    void Execute(const Parameters& parameters) override;
+    QXCounts Execute(const Parameters& parameters) override;
     void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
+    void QueryEach(const Parameters& parameters, const Page& page, QXRsList& out) override;
+    std::vector<QXColumnInfo> Describe() override;
+    std::unique_ptr<RowCursor> OpenCursor(const Parameters& parameters) override;
 
   private:
+    class Cursor;
+
     void Run(const Parameters& parameters);
+    void QueryOne(const Page& page, QXRecordset& rs);
+    /// What the result under way changed.
+    QXCounts Counts();
     [[noreturn]] void Fail();
     /// Reads and drops whatever the statement still has to give, such as the results of a
-    /// procedure.
-    void Finish();
+    /// procedure, and gives what those changed.
+    QXCounts Finish();
+    /// Drops what is left of the result under way and goes to the next one, if any.
+    bool Next();
 
     MySqlConnection& connection_;
     bool readOnly_;

@@ -1,5 +1,6 @@
 #include "adapter/odbc/connection.h"
 
+#include <optional>
 #include <utility>
 
 #include "adapter/isolation.h"
@@ -186,6 +187,17 @@ void OdbcConnection::CheckConnection(SQLRETURN code) {
 void OdbcConnection::Check(SQLHSTMT statement, SQLRETURN code) {
     if (OdbcFailed(code)) {
         ThrowError(SQL_HANDLE_STMT, statement);
+    }
+}
+
+void OdbcConnection::CheckRun(SQLHSTMT statement, SQLRETURN code) {
+    Check(statement, code);
+    for (SQLSMALLINT i = 1; code == SQL_SUCCESS_WITH_INFO && report_ != nullptr; ++i) {
+        const std::optional<OdbcDiagnosis> said = OdbcDiagnosis::At(SQL_HANDLE_STMT, statement, i);
+        if (!said || !report_->TakesNotices()) {
+            return;
+        }
+        report_->AddNotice("WARNING", said->Error(true).Code(), said->message);
     }
 }
 

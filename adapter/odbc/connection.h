@@ -60,13 +60,18 @@ class OdbcConnection : public Connection {
     void CheckCancelled() const { cancelled_.Check(); }
     Handle& Native() const noexcept { return *handle_; }
     std::uintptr_t StatementSeconds() const noexcept { return statementSeconds_; }
-    /// True when the driver runs only the first statement of a text.
-    bool OneStatementATime() const noexcept { return dialect_ == &kSqliteDialect; }
+    /// True when the driver runs only the first statement of a text, or none of several unless
+    /// its options say otherwise.
+    bool OneStatementATime() const noexcept {
+        return dialect_ == &kSqliteDialect || dialect_ == &kMySqlDialect;
+    }
     /// To be told of every text before it runs, since no driver tells whether it began a
     /// transaction.
     void Watch(const std::string& text);
     /// Throws the error of a statement when `code` is one.
     void Check(SQLHSTMT statement, SQLRETURN code);
+    /// The same for one that has run, or goes to its next result, with its warnings.
+    void CheckRun(SQLHSTMT statement, SQLRETURN code);
 
   private:
     void SetLevel(QXIsolation isolation);

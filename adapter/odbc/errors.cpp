@@ -6,19 +6,25 @@
 
 namespace CQXDB::adapter::odbc {
 
-OdbcDiagnosis OdbcDiagnosis::Of(SQLSMALLINT handleType, SQLHANDLE handle) {
-    OdbcDiagnosis diagnosis;
+std::optional<OdbcDiagnosis> OdbcDiagnosis::At(SQLSMALLINT handleType, SQLHANDLE handle,
+                                               SQLSMALLINT number) {
     SQLWCHAR state[SQL_SQLSTATE_SIZE + 1] = {};
     SQLWCHAR text[SQL_MAX_MESSAGE_LENGTH * 4] = {};
     SQLINTEGER native = 0;
     SQLSMALLINT length = 0;
-    const SQLRETURN code = SQLGetDiagRecW(handleType, handle, 1, state, &native, text,
+    const SQLRETURN code = SQLGetDiagRecW(handleType, handle, number, state, &native, text,
                                           static_cast<SQLSMALLINT>(std::size(text)), &length);
     if (OdbcFailed(code) || code == SQL_NO_DATA) {
-        return {"HY000", 0, "the ODBC driver reports an error without telling which"};
+        return std::nullopt;
     }
     // The length is that of the whole message, which the buffer may not hold.
-    return {FromOdbcText(state), native, FromOdbcText(text)};
+    return OdbcDiagnosis{FromOdbcText(state), native, FromOdbcText(text)};
+}
+
+OdbcDiagnosis OdbcDiagnosis::Of(SQLSMALLINT handleType, SQLHANDLE handle) {
+    return At(handleType, handle, 1)
+        .value_or(
+            OdbcDiagnosis{"HY000", 0, "the ODBC driver reports an error without telling which"});
 }
 
 bool OdbcDiagnosis::UndoesTransaction(bool sqlite) const noexcept {

@@ -1,6 +1,7 @@
 // ODBC's return codes and diagnostics as DatabaseError.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "adapter/database_error.h"
@@ -15,6 +16,9 @@ struct OdbcDiagnosis {
 
     /// The first, most important record of a handle.
     static OdbcDiagnosis Of(SQLSMALLINT handleType, SQLHANDLE handle);
+    /// Record `number`, from 1, if there is one.
+    static std::optional<OdbcDiagnosis> At(SQLSMALLINT handleType, SQLHANDLE handle,
+                                           SQLSMALLINT number);
     /// True when the connection is of no further use.
     bool ConnectionLost() const noexcept { return state.compare(0, 2, "08") == 0; }
     /// True when the database, which may be SQLite, has rolled all of the transaction back.

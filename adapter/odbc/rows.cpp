@@ -57,21 +57,7 @@ QXValueType ValueType(SQLSMALLINT sqlType, bool isUnsigned) noexcept {
 
 }  // namespace
 
-OdbcRowReader::OdbcRowReader(OdbcConnection& connection, SQLHSTMT statement, QXRecordset& rs)
-    : connection_(connection), statement_(statement) {
-    SQLSMALLINT count = 0;
-    Check(SQLNumResultCols(statement, &count));
-    for (SQLUSMALLINT i = 1; i <= count; ++i) {
-        QXColumn& target = AddColumn(i, rs);
-        columns_.push_back({&target, target.Type()});
-    }
-}
-
-void OdbcRowReader::Check(SQLRETURN code) {
-    connection_.Check(statement_, code);
-}
-
-QXColumn& OdbcRowReader::AddColumn(SQLUSMALLINT index, QXRecordset& rs) {
+OdbcColumn OdbcColumn::Of(OdbcConnection& connection, SQLHSTMT statement, SQLUSMALLINT index) {
     OdbcText name(256, 0);
     SQLSMALLINT length = 0;
     SQLSMALLINT type = 0;
@@ -79,8 +65,9 @@ QXColumn& OdbcRowReader::AddColumn(SQLUSMALLINT index, QXRecordset& rs) {
     SQLSMALLINT nullable = 0;
     SQLULEN size = 0;
     const auto describe = [&] {
-        Check(SQLDescribeColW(statement_, index, name.data(), static_cast<SQLSMALLINT>(name.size()),
-                              &length, &type, &size, &digits, &nullable));
+        connection.Check(statement, SQLDescribeColW(statement, index, name.data(),
+                                                    static_cast<SQLSMALLINT>(name.size()), &length,
+                                                    &type, &size, &digits, &nullable));
     };
     describe();
     if (static_cast<std::size_t>(length) >= name.size()) {
@@ -88,9 +75,23 @@ QXColumn& OdbcRowReader::AddColumn(SQLUSMALLINT index, QXRecordset& rs) {
         describe();
     }
     SQLLEN isUnsigned = SQL_FALSE;
-    SQLColAttributeW(statement_, index, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned);
-    return rs.AddColumn(FromOdbcText(name.data(), static_cast<std::size_t>(length)),
-                        ValueType(type, isUnsigned == SQL_TRUE));
+    SQLColAttributeW(statement, index, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned);
+    return {FromOdbcText(name.data(), static_cast<std::size_t>(length)),
+            ValueType(type, isUnsigned == SQL_TRUE)};
+}
+
+OdbcRowReader::OdbcRowReader(OdbcConnection& connection, SQLHSTMT statement, QXRecordset& rs)
+    : connection_(connection), statement_(statement) {
+    SQLSMALLINT count = 0;
+    Check(SQLNumResultCols(statement, &count));
+    for (SQLUSMALLINT i = 1; i <= count; ++i) {
+        const OdbcColumn column = OdbcColumn::Of(connection, statement, i);
+        columns_.push_back({&rs.AddColumn(column.name, column.type), column.type});
+    }
+}
+
+void OdbcRowReader::Check(SQLRETURN code) {
+    connection_.Check(statement_, code);
 }
 
 bool OdbcRowReader::Fetch() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 #include <qxdb/QXRecordset.h>
@@ -11,6 +12,15 @@
 namespace CQXDB::adapter::odbc {
 
 class OdbcConnection;
+
+/// What a driver says of a result's column.
+struct OdbcColumn {
+    /// `index` is from 1. Throws DatabaseError.
+    static OdbcColumn Of(OdbcConnection& connection, SQLHSTMT statement, SQLUSMALLINT index);
+
+    std::string name;
+    QXValueType type;
+};
 
 /// Fetches the rows of an executed statement one by one.
 class OdbcRowReader {
@@ -30,7 +40,6 @@ class OdbcRowReader {
     };
 
     void Check(SQLRETURN code);
-    QXColumn& AddColumn(SQLUSMALLINT index, QXRecordset& rs);
     void AppendCell(SQLUSMALLINT index, const Column& column);
     void AppendTimestamp(SQLUSMALLINT index, QXColumn& target);
     void AppendText(SQLUSMALLINT index, const Column& column);

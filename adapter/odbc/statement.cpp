@@ -42,14 +42,47 @@ void OdbcStatement::Check(SQLRETURN code) {
     connection_.Check(handle_, code);
 }
 
-void OdbcStatement::Execute(const Parameters& parameters) {
+QXCounts OdbcStatement::Execute(const Parameters& parameters) {
     const OdbcConnection::Running running(connection_, handle_);
     if (script_ && parameters.empty()) {
         CheckParameterCount(parameterCount_, 0);
-        RunScript();
-    } else {
-        Start(parameters);
-        Finish();
+        return RunScript();
+    }
+    Start(parameters);
+    QXCounts counts = Counts();
+    counts += Finish();
+    return counts;
+}
+
+QXCounts OdbcStatement::Counts() {
+    SQLSMALLINT columns = 0;
+    SQLLEN rows = -1;
+    Check(SQLNumResultCols(handle_, &columns));
+    Check(SQLRowCount(handle_, &rows));
+    if (columns != 0 && LooksReadOnly(text_, connection_.Dialect())) {
+        rows = 0;  // what the driver tells is what was found
+    }
+    return {rows, 0};
+}
+
+void OdbcStatement::QueryEach(const Parameters& parameters, const Page& page, QXRsList& out) {
+    const OdbcConnection::Running running(connection_, handle_);
+    Start(parameters);
+    Page rest = page;
+    const std::size_t before = out.Count();
+    do {
+        QXRecordset rs;
+        OdbcRowReader reader(connection_, handle_, rs);
+        FetchPage(reader, rest, rs);
+        rest.bytesBefore += rs.MemoryBytes();
+        // Between those of a procedure some drivers give results without columns.
+        if (rs.ColumnCount() != 0) {
+            rs.FillDone();
+            out.Add(std::move(rs));
+        }
+    } while (Next());
+    if (out.Count() == before) {
+        out.Add(QXRecordset());
     }
 }
 
@@ -90,37 +123,50 @@ void OdbcStatement::Start(const Parameters& parameters) {
     }
     const OdbcParameters bound(connection_, handle_, parameters);
     connection_.CheckCancelled();
-    Check(SQLExecute(handle_));
+    connection_.CheckRun(handle_, SQLExecute(handle_));
 }
 
-void OdbcStatement::RunText(std::string_view text) {
+QXCounts OdbcStatement::RunText(std::string_view text) {
     OdbcText sql = ToOdbcText(text);
     connection_.CheckCancelled();
-    Check(SQLExecDirectW(handle_, sql.data(), static_cast<SQLINTEGER>(sql.size())));
-    Finish();
+    connection_.CheckRun(handle_,
+                         SQLExecDirectW(handle_, sql.data(), static_cast<SQLINTEGER>(sql.size())));
+    QXCounts counts = Counts();
+    counts += Finish();
+    return counts;
 }
 
-void OdbcStatement::RunScript() {
+QXCounts OdbcStatement::RunScript() {
+    QXCounts counts;
     const std::vector<std::string_view> statements = SplitStatements(text_, connection_.Dialect());
     adapter::RunScript(connection_, statements, [&] {
         connection_.Watch(text_);
         if (connection_.OneStatementATime()) {
             for (const std::string_view statement : statements) {
-                RunText(statement);
+                counts += RunText(statement);
             }
         } else {
-            RunText(text_);
+            counts = RunText(text_);
         }
     });
+    return counts;
 }
 
-void OdbcStatement::Finish() {
-    SQLRETURN code = SQL_SUCCESS;
-    do {
-        code = SQLMoreResults(handle_);
-        Check(code);
-    } while (code != SQL_NO_DATA);
-    SQLFreeStmt(handle_, SQL_CLOSE);
+bool OdbcStatement::Next() {
+    const SQLRETURN code = SQLMoreResults(handle_);
+    connection_.CheckRun(handle_, code);
+    if (code == SQL_NO_DATA) {
+        SQLFreeStmt(handle_, SQL_CLOSE);
+    }
+    return code != SQL_NO_DATA;
+}
+
+QXCounts OdbcStatement::Finish() {
+    QXCounts counts;
+    while (Next()) {
+        counts += Counts();
+    }
+    return counts;
 }
 
 }  // namespace CQXDB::adapter::odbc

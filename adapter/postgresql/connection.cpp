@@ -39,7 +39,7 @@ PgConnection::PgConnection(PgHandle handle, const Session& session, Reconnect re
       reconnect_(std::move(reconnect)),
       backend_(PQbackendPID(handle_.get())),
       settings_(kFormats) {
-    PQsetNoticeReceiver(handle_.get(), DropNotice, this);
+    PQsetNoticeReceiver(handle_.get(), TakeNotice, this);
     if (!session.timeZone.empty()) {
         settings_ += "; SET TimeZone = " + Quoted(handle_.get(), session.timeZone);
     }
@@ -139,6 +139,26 @@ bool PgConnection::Reset() noexcept {
     }
 }
 
+PgResult PgConnection::Describe(const std::string& sql) {
+    SettleEarlier();
+    parsed_ = nullptr;
+    cancelled_.Check();
+    if (PQsendPrepare(handle_.get(), "", sql.c_str(), 0, nullptr) == 0) {
+        throw PgError(handle_.get(), nullptr);
+    }
+    Collect(DropPgRows);
+    if (PQsendDescribePrepared(handle_.get(), "") == 0) {
+        throw PgError(handle_.get(), nullptr);
+    }
+    return Collect(DropPgRows);
+}
+
+void PgConnection::CloseCursor(const std::string& name) {
+    if (!givenUp_ && PQtransactionStatus(handle_.get()) == PQTRANS_INTRANS) {
+        RunText("CLOSE " + name);
+    }
+}
+
 PgResult PgConnection::RunText(const std::string& text, const PgRowSink& sink) {
     SettleEarlier();
     parsed_ = nullptr;
@@ -180,9 +200,11 @@ PgResult PgConnection::Collect(const PgRowSink& sink) {
     PgResult kept;
     std::optional<DatabaseError> error;
     std::exception_ptr stopped;
+    counts_ = {};
     PQsetSingleRowMode(connection);
     while (PgResult result = NextResult()) {
         const ExecStatusType status = PQresultStatus(result.get());
+        counts_ += PgCounts(result.get());
         if (stopped) {
             continue;
         }

@@ -84,13 +84,20 @@ class PgConnection final : public Connection {
 
     /// Runs any number of statements without parameters; gives the last result without columns.
     PgResult RunText(const std::string& text, const PgRowSink& sink = DropPgRows);
+    /// What the latest of these changed.
+    const QXCounts& Counts() const noexcept { return counts_; }
+    /// The columns of one statement's result.
+    PgResult Describe(const std::string& sql);
+    /// Which no other cursor of the connection has.
+    std::string NewCursorName() { return "qx_cursor_" + std::to_string(++cursors_); }
+    void CloseCursor(const std::string& name);
     /// Runs one statement. `owner` is remembered: when it runs next, and nothing was parsed in
     /// between, the server does not have to parse it again. What `sink` throws ends the statement.
     void RunStatement(const Statement* owner, const std::string& sql,
                       const PgParameters& parameters, const PgRowSink& sink = DropPgRows);
     /// The same without waiting for the result, which is dropped; see Statement::ExecuteSoon.
     void SendStatement(const Statement* owner, const std::string& sql,
-                       const PgParameters& parameters);
+                       const PgParameters& parameters, QXCountList& counts);
     /// Forgets the statement that the server holds parsed for `owner`.
     void Forget(const Statement* owner) noexcept;
 
@@ -110,7 +117,7 @@ class PgConnection final : public Connection {
     void TakeInput();
     /// Makes libpq read results too, so not before it has been told how.
     void DropNotifications() noexcept;
-    static void DropNotice(void* connection, const PGresult* notice);
+    static void TakeNotice(void* of, const PGresult* notice) noexcept;
     /// To be told of the size of what has come, in bytes.
     void Measure(std::size_t bytes) noexcept;
 
@@ -126,11 +133,14 @@ class PgConnection final : public Connection {
     Reconnect reconnect_;
     const int backend_;  ///< the server's process
     CancelMark cancelled_;
-    int requests_ = 0;                   ///< calls of Cancel
-    std::atomic<bool> givenUp_{false};   ///< nobody waits for the server any more
-    bool swollen_ = false;               ///< libpq has made its buffer very large, which it keeps
-    std::string settings_;               ///< the statements that set the session up
-    std::size_t waiting_ = 0;            ///< commands whose results are outstanding
+    int requests_ = 0;                  ///< calls of Cancel
+    std::atomic<bool> givenUp_{false};  ///< nobody waits for the server any more
+    bool swollen_ = false;              ///< libpq has made its buffer very large, which it keeps
+    std::string settings_;              ///< the statements that set the session up
+    std::size_t waiting_ = 0;           ///< commands whose results are outstanding
+    QXCountList* waitingCounts_ = nullptr;  ///< where theirs go, which outlives them
+    QXCounts counts_;
+    unsigned cursors_ = 0;               ///< names that were given
     const Statement* parsed_ = nullptr;  ///< whose text is the server's unnamed statement
     std::vector<Oid> parsedTypes_;       ///< and the parameter types it was parsed with
 };

@@ -3,6 +3,9 @@
 
 #include <libpq-fe.h>
 
+#include <qxdb/QXCounts.h>
+
+#include "adapter/call_report.h"
 #include "adapter/database_error.h"
 
 namespace CQXDB::adapter::postgresql {
@@ -12,5 +15,10 @@ namespace CQXDB::adapter::postgresql {
 DatabaseError PgError(PGconn* connection, const PGresult* result);
 /// The error of a connection that could not be made.
 DatabaseError PgConnectError(PGconn* connection);
+
+/// What a command's result says that it changed; nothing for null.
+QXCounts PgCounts(PGresult* result);
+
+void AddPgNotice(CallReport& report, const PGresult* notice);
 
 }  // namespace CQXDB::adapter::postgresql

@@ -1,11 +1,13 @@
 // What comes from the server, without keeping what nobody asked for.
 #include <cstdint>
 #include <memory>
+#include <new>
 
 #include <ace/ACE.h>
 #include <ace/Time_Value.h>
 
 #include "adapter/postgresql/connection.h"
+#include "adapter/postgresql/errors.h"
 
 namespace CQXDB::adapter::postgresql {
 namespace {
@@ -63,8 +65,16 @@ void PgConnection::DropNotifications() noexcept {
     }
 }
 
-void PgConnection::DropNotice(void* connection, const PGresult* notice) {
-    static_cast<PgConnection*>(connection)->Measure(PQresultMemorySize(notice));
+void PgConnection::TakeNotice(void* of, const PGresult* notice) noexcept {
+    auto& connection = *static_cast<PgConnection*>(of);
+    connection.Measure(PQresultMemorySize(notice));
+    try {
+        if (connection.report_ != nullptr) {
+            AddPgNotice(*connection.report_, notice);
+        }
+    } catch (const std::bad_alloc&) {
+        // Libpq, which calls this, knows no exceptions.
+    }
 }
 
 void PgConnection::Measure(std::size_t bytes) noexcept {

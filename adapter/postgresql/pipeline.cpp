@@ -1,5 +1,6 @@
 // Sending commands without waiting for each: a list costs as many round trips as it has batches.
 #include <algorithm>
+#include <utility>
 
 #include "adapter/postgresql/connection.h"
 #include "adapter/postgresql/errors.h"
@@ -25,7 +26,7 @@ bool Failed(const PGresult* result) noexcept {
 }  // namespace
 
 void PgConnection::SendStatement(const Statement* owner, const std::string& sql,
-                                 const PgParameters& parameters) {
+                                 const PgParameters& parameters, QXCountList& counts) {
     if (waiting_ == 0 && PQenterPipelineMode(handle_.get()) == 0) {
         throw PgError(handle_.get(), nullptr);
     }
@@ -38,6 +39,7 @@ void PgConnection::SendStatement(const Statement* owner, const std::string& sql,
         throw;
     }
     ++waiting_;
+    waitingCounts_ = &counts;
     parsed_ = owner;
     if (waiting_ >= kMostWaiting) {
         Settle();
@@ -73,6 +75,7 @@ std::optional<DatabaseError> PgConnection::CollectPipeline() {
     }
     std::optional<DatabaseError> error;
     std::size_t left = waiting_;
+    QXCounts counts;
     const auto failed = [&](const PGresult* result) {
         const DatabaseError bare = PgError(connection, result);
         error.emplace(bare.Code(), bare.what(), left - std::min<std::size_t>(left, 1));
@@ -81,9 +84,13 @@ std::optional<DatabaseError> PgConnection::CollectPipeline() {
     PQsetSingleRowMode(connection);
     while (PQstatus(connection) == CONNECTION_OK) {
         const PgResult result = NextResult();
+        counts += PgCounts(result.get());
         if (!result) {
             // The end of one command's results, or of the connection.
-            left -= left > 0 ? 1 : 0;
+            if (left > 0) {
+                --left;
+                waitingCounts_->Add(std::exchange(counts, {}));
+            }
             PQsetSingleRowMode(connection);
         } else if (PQresultStatus(result.get()) == PGRES_PIPELINE_SYNC) {
             return error;

@@ -48,15 +48,18 @@ bool PgStatement::RanAsScript(const Parameters& parameters) {
     return runs;
 }
 
-void PgStatement::Execute(const Parameters& parameters) {
+QXCounts PgStatement::Execute(const Parameters& parameters) {
     if (!RanAsScript(parameters)) {
         connection_.RunStatement(this, native_.sql, PgParameters(parameters));
     }
+    return connection_.Counts();
 }
 
-void PgStatement::ExecuteSoon(const Parameters& parameters) {
-    if (!RanAsScript(parameters)) {
-        connection_.SendStatement(this, native_.sql, PgParameters(parameters));
+void PgStatement::ExecuteSoon(const Parameters& parameters, QXCountList& counts) {
+    if (RanAsScript(parameters)) {
+        counts.Add(connection_.Counts());
+    } else {
+        connection_.SendStatement(this, native_.sql, PgParameters(parameters), counts);
     }
 }
 

@@ -16,9 +16,11 @@ class PgStatement : public Statement {
     PgStatement(PgConnection& connection, const std::string& text, bool script);
     ~PgStatement() override;
 
-    void Execute(const Parameters& parameters) override;
-    void ExecuteSoon(const Parameters& parameters) override;
+    QXCounts Execute(const Parameters& parameters) override;
+    void ExecuteSoon(const Parameters& parameters, QXCountList& counts) override;
     void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
+    std::vector<QXColumnInfo> Describe() override;
+    std::unique_ptr<RowCursor> OpenCursor(const Parameters& parameters) override;
 
   private:
     /// Runs what may be a script if it is to run as one; false, and nothing run, otherwise.

@@ -21,6 +21,10 @@ SqliteConnection::Opened::Opened(const SqliteSettings& settings, SqliteOpener op
     : file(open(settings)),
       session(file.db, settings.statementTimeout, settings.confined),
       cache(kCachedStatements, kCachedBytes) {
+    const auto changed = [](void* of, int change, const char*, const char*, sqlite3_int64) {
+        static_cast<SqliteSession*>(of)->inserted |= change == SQLITE_INSERT;
+    };
+    sqlite3_update_hook(session.db, changed, &session);
     if (settings.confined) {
         ConfineSqlite(session, settings.confinement);
     }
@@ -39,6 +43,10 @@ std::shared_ptr<Statement> SqliteConnection::Prepare(const std::string& text) {
     return cached;
 }
 
+std::shared_ptr<Statement> SqliteConnection::PrepareAlone(const std::string& text) {
+    return std::make_shared<SqliteStatement>(opened_->session, text, false);
+}
+
 std::shared_ptr<Statement> SqliteConnection::PrepareScript(const std::string& text) {
     if (std::shared_ptr<Statement> statement = opened_->cache.Find(text)) {
         return statement;
@@ -50,8 +58,8 @@ std::shared_ptr<Statement> SqliteConnection::PrepareScript(const std::string& te
     return Prepare(text);
 }
 
-void SqliteConnection::RunOnce(std::string_view statement) {
-    SqliteStatement(opened_->session, statement, false).Execute({});
+QXCounts SqliteConnection::RunOnce(std::string_view statement) {
+    return SqliteStatement(opened_->session, statement, false).Execute({});
 }
 
 void SqliteConnection::Begin(TransactionKind kind) {

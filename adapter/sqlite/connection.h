@@ -21,6 +21,7 @@ class SqliteConnection : public Connection {
     SqliteConnection(const SqliteSettings& settings, SqliteOpener open);
 
     std::shared_ptr<Statement> Prepare(const std::string& text) override;
+    std::shared_ptr<Statement> PrepareAlone(const std::string& text) override;
     std::shared_ptr<Statement> PrepareScript(const std::string& text) override;
     const SqlDialect& Dialect() const noexcept override { return kSqliteDialect; }
 
@@ -41,7 +42,7 @@ class SqliteConnection : public Connection {
     bool Usable() noexcept override;
 
     /// Runs one statement that is not worth keeping.
-    void RunOnce(std::string_view statement);
+    QXCounts RunOnce(std::string_view statement);
 
   private:
     /// All that goes when the database is closed; the statements first.

@@ -26,39 +26,50 @@ bool BelongsBeforeTransaction(std::string_view statement) {
 SqliteScript::SqliteScript(SqliteConnection& connection, std::vector<std::string_view> statements)
     : connection_(connection), statements_(std::move(statements)) {}
 
-void SqliteScript::Execute(const Parameters& parameters) {
+QXCounts SqliteScript::Execute(const Parameters& parameters) {
     if (!parameters.empty()) {
         Refuse();
     }
-    RunsAsItStands(connection_, statements_) ? RunFrom(0) : RunAsTransaction();
+    return RunsAsItStands(connection_, statements_) ? RunFrom(0) : RunAsTransaction();
 }
 
 void SqliteScript::Query(const Parameters&, const Page&, QXRecordset&) {
     Refuse();
 }
 
-void SqliteScript::RunFrom(std::size_t first) {
+std::vector<QXColumnInfo> SqliteScript::Describe() {
+    Refuse();
+}
+
+std::unique_ptr<RowCursor> SqliteScript::OpenCursor(const Parameters&) {
+    Refuse();
+}
+
+QXCounts SqliteScript::RunFrom(std::size_t first) {
+    QXCounts counts;
     for (std::size_t i = first; i < statements_.size(); ++i) {
         try {
-            connection_.RunOnce(statements_[i]);
+            counts += connection_.RunOnce(statements_[i]);
         } catch (const DatabaseError& error) {
             throw DatabaseError(error.Code(), std::string(error.what()) + " (statement " +
                                                   std::to_string(i + 1) + " of the script)");
         }
     }
+    return counts;
 }
 
-void SqliteScript::RunAsTransaction() {
+QXCounts SqliteScript::RunAsTransaction() {
     std::size_t first = 0;
     while (first < statements_.size() && BelongsBeforeTransaction(statements_[first])) {
         connection_.RunOnce(statements_[first++]);
     }
     if (first == statements_.size()) {
-        return;
+        return {};
     }
     connection_.Begin(TransactionKind::Write);
-    RunFrom(first);
+    const QXCounts counts = RunFrom(first);
     connection_.Commit();
+    return counts;
 }
 
 }  // namespace CQXDB::adapter::sqlite

@@ -18,12 +18,14 @@ class SqliteScript : public Statement {
     /// `statements` view the command's text, which outlives the script.
     SqliteScript(SqliteConnection& connection, std::vector<std::string_view> statements);
 
-    void Execute(const Parameters& parameters) override;
+    QXCounts Execute(const Parameters& parameters) override;
     void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
+    std::vector<QXColumnInfo> Describe() override;
+    std::unique_ptr<RowCursor> OpenCursor(const Parameters& parameters) override;
 
   private:
-    void RunFrom(std::size_t first);
-    void RunAsTransaction();
+    QXCounts RunFrom(std::size_t first);
+    QXCounts RunAsTransaction();
 
     SqliteConnection& connection_;
     std::vector<std::string_view> statements_;

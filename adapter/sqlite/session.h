@@ -24,6 +24,7 @@ struct SqliteSession {
     const bool confined;     ///< see ConfineSqlite
     bool readOnly = false;   ///< no statement may change anything
     bool preparing = false;  ///< a text of the connection's user, not one of SQLite's own
+    bool inserted = false;   ///< a row with an id, since it was last looked at
     SqliteFormat format;
 };
 

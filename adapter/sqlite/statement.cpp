@@ -2,6 +2,7 @@
 
 #include <climits>
 
+#include "adapter/portion.h"
 #include "adapter/sqlite/errors.h"
 #include "adapter/sqlite/rows.h"
 #include "adapter/statement_checks.h"
@@ -114,19 +115,29 @@ bool SqliteStatement::Step() {
     return code == SQLITE_ROW;
 }
 
-void SqliteStatement::RunToEnd() {
+QXCounts SqliteStatement::RunToEnd() {
+    sqlite3* const db = session_.db;
+    const std::int64_t before = sqlite3_total_changes64(db);
+    session_.inserted = false;
     while (Step()) {
     }
+    QXCounts counts;
+    // Else SQLite still tells those of an earlier statement.
+    if (sqlite3_total_changes64(db) != before) {
+        counts.rowsAffected = sqlite3_changes64(db);
+    }
+    counts.lastInsertId = session_.inserted ? sqlite3_last_insert_rowid(db) : 0;
+    return counts;
 }
 
-void SqliteStatement::Execute(const Parameters& parameters) {
+QXCounts SqliteStatement::Execute(const Parameters& parameters) {
     const Run run(*this, parameters);
-    RunToEnd();
+    return RunToEnd();
 }
 
-void SqliteStatement::ExecuteRowSoon(const ParameterRow& parameters) {
+void SqliteStatement::ExecuteRowSoon(const ParameterRow& parameters, QXCountList& counts) {
     const Run run(*this, parameters);
-    RunToEnd();
+    counts.Add(RunToEnd());
 }
 
 void SqliteStatement::Query(const Parameters& parameters, const Page& page, QXRecordset& rs) {
@@ -154,6 +165,68 @@ void SqliteStatement::Query(const Parameters& parameters, const Page& page, QXRe
     rest.CheckBytes(rs);
     // Ending early can fail too: a statement that changed rows commits only now.
     Check(sqlite3_reset(handle_.get()));
+}
+
+/// Holds the parameters, which the statement looks at as long as it runs.
+class SqliteStatement::Cursor : public RowCursor {
+  public:
+    Cursor(SqliteStatement& statement, const Parameters& parameters)
+        : statement_(statement), parameters_(parameters) {
+        const Call call(statement_);
+        CheckParameterCount(statement.binder_->Count(), parameters.size());
+        statement.binder_->Bind(parameters_);
+        try {
+            row_ = statement.Step();
+            portion_.emplace(
+                [this](QXRecordset& rows) { reader_.emplace(statement_.handle_.get(), rows); });
+        } catch (...) {
+            End();
+            throw;
+        }
+    }
+    Cursor(const Cursor&) = delete;
+    Cursor& operator=(const Cursor&) = delete;
+    ~Cursor() override {
+        const SqliteHeap::Scope scope(statement_.session_.Heap());
+        End();
+    }
+
+    void Fetch(const Page& page, QXRecordset& rs) override {
+        const Call call(statement_);
+        const auto next = [this] {
+            const bool appended = row_;
+            if (appended) {
+                reader_->Append();
+                row_ = false;  // should the step fail
+                row_ = statement_.Step();
+            }
+            return appended;
+        };
+        portion_->Fill(page, next, rs);
+    }
+
+  private:
+    struct Call {
+        explicit Call(SqliteStatement& statement) : scope(statement.session_.Heap()) {
+            statement.session_.timer.Start();
+        }
+        const SqliteHeap::Scope scope;
+    };
+
+    void End() noexcept {
+        sqlite3_reset(statement_.handle_.get());
+        statement_.binder_->Done();
+    }
+
+    SqliteStatement& statement_;
+    const Parameters parameters_;
+    bool row_ = false;  ///< the statement stands on one
+    std::optional<SqliteRowReader> reader_;
+    std::optional<Portion> portion_;
+};
+
+std::unique_ptr<RowCursor> SqliteStatement::OpenCursor(const Parameters& parameters) {
+    return std::make_unique<Cursor>(*this, parameters);
 }
 
 }  // namespace CQXDB::adapter::sqlite

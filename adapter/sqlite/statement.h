@@ -23,18 +23,21 @@ class SqliteStatement : public Statement {
     /// What it holds of SQLite's memory.
     std::size_t MemoryBytes() const noexcept;
 
-    void Execute(const Parameters& parameters) override;
-    void ExecuteRowSoon(const ParameterRow& parameters) override;
+    QXCounts Execute(const Parameters& parameters) override;
+    void ExecuteRowSoon(const ParameterRow& parameters, QXCountList& counts) override;
     void Query(const Parameters& parameters, const Page& page, QXRecordset& rs) override;
+    std::vector<QXColumnInfo> Describe() override;
+    std::unique_ptr<RowCursor> OpenCursor(const Parameters& parameters) override;
 
   private:
     struct Finalizer {
         void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
     };
     class Run;
+    class Cursor;
 
     void Prepare(std::string_view text, bool keep);
-    void RunToEnd();
+    QXCounts RunToEnd();
     /// Throws the error that `code` is, if any. Out of time, SQLite is refused memory and
     /// permission.
     void Check(int code);

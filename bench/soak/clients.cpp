@@ -50,6 +50,8 @@ class Worker {
             Insert(3);
         } else if (turn % 8 == 4) {
             Look();
+        } else if (turn % 8 == 6) {
+            InsertInTransaction(3);
         } else {
             Insert(1);
         }
@@ -109,6 +111,30 @@ class Worker {
                 list.Add(Insertion());
             }
             agent_.Execute(code, text, list);
+        }
+        if (Succeeded(code)) {
+            ledger_.Acknowledged(first, count);
+            acknowledged_ += count;
+        }
+    }
+
+    /// The same by calls of their own.
+    void InsertInTransaction(int count) {
+        const std::int64_t first = next_;
+        ledger_.Tried(first, count);
+        long code = 0;
+        std::wstring text;
+        agent_.Begin(code, text);
+        for (int i = 0; code == 0 && i < count; ++i) {
+            QXCommand insert = Insertion();
+            agent_.Execute(code, text, insert);
+        }
+        next_ = first + count;
+        if (code == 0) {
+            agent_.Commit(code, text);
+        } else if (agent_.InTransaction()) {
+            long ignored = 0;
+            agent_.Rollback(ignored, text);
         }
         if (Succeeded(code)) {
             ledger_.Acknowledged(first, count);

@@ -19,6 +19,9 @@ int Run(int argc, char** argv) {
     task.client = -1;
     CLI::App app("Load, deaths and leftovers of qxdbserver");
     app.add_option("SERVER", plan.server, "The program qxdbserver")->required();
+    app.add_option("--database", plan.database, "sqlite, postgresql or mariadb")
+        ->check(CLI::IsMember({"sqlite", "postgresql", "mariadb"}))
+        ->capture_default_str();
     app.add_option("--seconds", plan.seconds, "Length of the run")->capture_default_str();
     app.add_option("--kills", plan.kills, "Deaths of the server")->capture_default_str();
     app.add_option("--busy", plan.busy, "Working clients")->capture_default_str();

@@ -9,8 +9,10 @@ namespace qxdb_soak {
 struct Plan {
     std::string program;  ///< this one, for the client processes
     std::string server;   ///< qxdbserver
+    std::string database = "sqlite";
     int seconds = 300;
-    int kills = 20;   ///< of the server; as often a third of the clients and each proxy go too
+    int kills = 20;   ///< of the server; as often the database, a third of the clients and the
+                      ///< proxies go too
     int busy = 64;    ///< client processes that work
     int idle = 1000;  ///< sessions that only stay
     std::uint32_t seed = 1;

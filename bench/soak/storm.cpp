@@ -13,6 +13,7 @@
 #include <qxdb/DBAgent.h>
 
 #include "crowd.h"
+#include "database.h"
 #include "ledger.h"
 #include "server/sessions/account_store.h"
 #include "server/sessions/password_hash.h"
@@ -79,6 +80,11 @@ class RestartedProxy {
     std::string portFile_;
     std::unique_ptr<ProxyServer> proxy_;
 };
+
+std::ptrdiff_t DescriptorsOf(int process) {
+    const std::filesystem::directory_iterator entries("/proc/" + std::to_string(process) + "/fd");
+    return std::distance(begin(entries), end(entries));
+}
 
 struct Event {
     milliseconds at;
@@ -164,8 +170,8 @@ Verdict Compare(const Account& account, std::map<Account::Row, std::int64_t> the
 void Print(const Plan& plan, const Account& account, const Verdict& verdict, long killedClients) {
     std::printf("%d s, seed %u: %d busy clients, %d idle sessions\n", plan.seconds, plan.seed,
                 plan.busy, plan.idle);
-    std::printf("killed: server %d times, clients %ld, each proxy %d times\n", plan.kills,
-                killedClients, plan.kills);
+    std::printf("%s; killed: server %d times, clients %ld, database and each proxy %d times\n",
+                plan.database.c_str(), plan.kills, killedClients, plan.kills);
     std::printf("logins of busy clients %ld, longest call %lld ms, failed calls by code:",
                 account.logins, static_cast<long long>(account.longestCallMs));
     for (const auto& [code, count] : account.failures) {
@@ -184,7 +190,12 @@ void Print(const Plan& plan, const Account& account, const Verdict& verdict, lon
 bool RunStorm(const Plan& plan) {
     const qxdb_test::TempDir folder;
     const std::string path = folder.Path().string();
-    SoakServer server(plan.server);
+    const std::unique_ptr<Database> database = StartDatabase(plan.database);
+    std::vector<std::string> databases;
+    if (!database->Url().empty()) {
+        databases = {"--database", "main=" + database->Url()};
+    }
+    SoakServer server(plan.server, databases);
     server.MakeLoginsCheap();
     CreateTable(server);
     RestartedProxy http(qxdb_test::StartTinyproxy, path + "/http");
@@ -203,6 +214,7 @@ bool RunStorm(const Plan& plan) {
                               server.StartAgain();
                           }});
         events.push_back({sometime(), [&] { crowd.KillAThird(random); }});
+        events.push_back({sometime(), [&] { database->KillAndStart(); }});
         events.push_back({sometime(), [&] { http.Restart(); }});
         events.push_back({sometime(), [&] { socks.Restart(); }});
     }
@@ -211,6 +223,8 @@ bool RunStorm(const Plan& plan) {
     stuck += crowd.Stuck();
     idleThere = crowd.AllIdleThere() && idleThere;
     stuck += crowd.Stop();
+    const long open = database->OpenTransactions();
+    const std::ptrdiff_t descriptors = DescriptorsOf(server.Pid());
     server.Kill();
     server.StartAgain();
 
@@ -223,10 +237,12 @@ bool RunStorm(const Plan& plan) {
     if (!stuck.empty()) {
         std::printf("stuck or ended clients:%s\n", stuck.c_str());
     }
+    std::printf("transactions left open in the database %ld, descriptors of the server %td\n", open,
+                descriptors);
     std::printf("idle sessions: %s\n", idleThere ? "all there" : "NOT all there");
-    return stuck.empty() && idleThere && verdict.acknowledged > 0 && verdict.missing == 0 &&
-           verdict.doubled == 0 && verdict.halves == 0 && verdict.foreign == 0 &&
-           account.missed == 0;
+    return stuck.empty() && open == 0 && idleThere && verdict.acknowledged > 0 &&
+           verdict.missing == 0 && verdict.doubled == 0 && verdict.halves == 0 &&
+           verdict.foreign == 0 && account.missed == 0;
 }
 
 }  // namespace qxdb_soak

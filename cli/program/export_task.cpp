@@ -1,5 +1,6 @@
 #include <iostream>
 
+#include "cli/output/notice.h"
 #include "cli/output/output_file.h"
 #include "cli/output/progress.h"
 #include "cli/program/tasks.h"
@@ -12,20 +13,18 @@ ExitStatus RunExport(const Options& options) {
     const StopRequest stop;
     Session session(options.connection);
     const bool shown = CQXBASE::platform::console::ErrorIsTerminal();
+    output::FirstNotices notices;
+    session.OnNotice([&](const CQXDB::QXNotice& notice) { notices.Add(notice); });
     auto bar = std::make_unique<output::ProgressBar>(std::cerr, shown,
                                                      CQXBASE::platform::console::TerminalColumns());
-    std::uint64_t total = 0;
-    transfer::Export* running = nullptr;
     transfer::Export exporting(session, options.export_, [&](std::uint64_t rows) {
-        // Only a result of several pages is worth the counting.
-        total = shown && total == 0 ? running->CountAll() : total;
-        bar->Update(rows, total, rows);
+        bar->Update(rows, 0, rows);
         return !stop.Made();
     });
-    running = &exporting;
     output::OutputFile file(options.export_.file);
     const bool whole = exporting.Run(file.Stream());
     bar.reset();
+    notices.Write(std::cerr);
     if (!whole && stop.Made()) {
         throw CliError(kFailed, "stopped; " + options.export_.file + " was not written");
     }

@@ -2,6 +2,7 @@
 #include <fstream>
 #include <iostream>
 
+#include "cli/output/notice.h"
 #include "cli/output/progress.h"
 #include "cli/program/tasks.h"
 #include "cli/stop_request.h"
@@ -46,6 +47,8 @@ ExitStatus RunImport(const Options& options) {
     std::istream& in = Open(options.import.file, file);
     const std::uint64_t size = SizeOf(options.import.file);
     Session session(options.connection);
+    output::FirstNotices notices;
+    session.OnNotice([&](const CQXDB::QXNotice& notice) { notices.Add(notice); });
     auto bar = std::make_unique<output::ProgressBar>(std::cerr,
                                                      CQXBASE::platform::console::ErrorIsTerminal(),
                                                      CQXBASE::platform::console::TerminalColumns());
@@ -59,10 +62,12 @@ ExitStatus RunImport(const Options& options) {
         whole = import.Run(in);
     } catch (const CliError& error) {
         bar.reset();
+        notices.Write(std::cerr);
         throw CliError(error.Status(),
                        name + ": " + error.what() + "; " + HowToGoOn(import.Progress()));
     }
     bar.reset();
+    notices.Write(std::cerr);
     if (!whole) {
         throw CliError(kFailed, name + ": stopped; " + HowToGoOn(import.Progress()));
     }

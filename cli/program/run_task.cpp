@@ -12,6 +12,7 @@ namespace CQXCLI::program {
 namespace {
 
 constexpr const char* kStandardInput = "standard input";
+constexpr long kPortionRows = 1000;
 
 script::Outcome RunFile(script::ScriptRunner& runner, const std::string& name) {
     if (name == "-") {
@@ -66,6 +67,7 @@ void CheckParameters(const Options& options, const Dialect& dialect) {
 void Talk(Session& session, script::RunOptions options) {
     options.confirm = true;
     options.keepGoing = true;
+    options.portionRows = options.pageSize == 0 ? kPortionRows : 0;
     script::ScriptRunner runner(session, std::cout, std::cerr, options);
     prompt::LineEditor editor;
     std::cout << "qxdb " QXDB_VERSION ", \\? for help\n" << std::flush;

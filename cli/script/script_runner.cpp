@@ -5,7 +5,9 @@
 #include <iomanip>
 
 #include "cli/output/display_text.h"
+#include "cli/output/notice.h"
 #include "cli/script/meta_commands.h"
+#include "cli/script/portioned_query.h"
 #include "cli/script/script_reader.h"
 #include "util/printable.h"
 
@@ -36,9 +38,16 @@ ScriptRunner::ScriptRunner(Session& session, std::ostream& out, std::ostream& er
       err_(err),
       options_(options),
       writer_(output::MakeWriter(options.format, out, options.header)),
-      commands_(std::make_unique<MetaCommands>(*this)) {}
+      commands_(std::make_unique<MetaCommands>(*this)) {
+    session_.OnNotice([this](const CQXDB::QXNotice& notice) {
+        out_.flush();
+        output::WriteNotice(err_, notice);
+    });
+}
 
-ScriptRunner::~ScriptRunner() = default;
+ScriptRunner::~ScriptRunner() {
+    session_.OnNotice({});
+}
 
 void ScriptRunner::SetFormat(output::Format format) {
     options_.format = format;
@@ -126,6 +135,9 @@ Outcome ScriptRunner::RunQuery(const Statement& statement, const std::string& na
         held_.Add(statement);
         return Outcome::Done;
     }
+    if (options_.portionRows != 0) {
+        return RunPortioned(statement, name);
+    }
     CQXDB::QXCommand command;
     command.SetTextUtf8(statement.text);
     for (const CQXDB::QXValue& value : options_.parameters) {
@@ -138,6 +150,30 @@ Outcome ScriptRunner::RunQuery(const Statement& statement, const std::string& na
     }
     Show(rs);
     return Outcome::Done;
+}
+
+Outcome ScriptRunner::RunPortioned(const Statement& statement, const std::string& name) {
+    PortionedQuery query(session_, statement.text, options_.parameters, options_.portionRows);
+    CQXDB::QXRecordset rs;
+    Answer answer = query.Run(rs);
+    if (answer.Ok() && !query.More()) {
+        Show(rs);
+        return Outcome::Done;
+    }
+    for (bool first = true; answer.Ok(); first = false) {
+        if (first) {
+            writer_->Begin(rs);
+        }
+        writer_->Rows(rs);
+        out_.flush();
+        if (!query.More()) {
+            writer_->End();
+            out_.flush();
+            return Outcome::Done;
+        }
+        answer = query.Next(rs);
+    }
+    return FailStatement(name, statement, ErrorText(answer));
 }
 
 Outcome ScriptRunner::Use(const std::string& database, std::size_t line, const std::string& name) {

@@ -20,9 +20,11 @@ namespace CQXCLI::script {
 
 struct RunOptions {
     output::Format format = output::Format::Table;
-    bool header = true;                           ///< a line of column names in csv and tsv
-    long pageSize = 0;                            ///< rows of a result to fetch; 0: all
-    long page = 1;                                ///< which page of that size
+    bool header = true;  ///< a line of column names in csv and tsv
+    long pageSize = 0;   ///< rows of a result to fetch; 0: all
+    long page = 1;       ///< which page of that size
+    /// Where no page size is given, results of queries come in portions of so many rows; 0: whole.
+    long portionRows = 0;
     bool oneTransaction = false;                  ///< each script is one transaction
     bool keepGoing = false;                       ///< a failed statement doesn't end its script
     bool timing = false;                          ///< tell how long each statement took
@@ -81,6 +83,7 @@ class ScriptRunner {
     Outcome RunKind(const Statement& statement, const StatementClass& kind,
                     const std::string& name);
     Outcome RunQuery(const Statement& statement, const std::string& name);
+    Outcome RunPortioned(const Statement& statement, const std::string& name);
     Outcome Begin(const Statement& statement, const std::string& modes, const std::string& name);
     Outcome Rollback(const Statement& statement, const std::string& name);
     Outcome Commit(const std::string& name, std::size_t line);

@@ -114,7 +114,7 @@ StatementClass Classify(const Dialect& dialect, std::string_view sql) {
     return {};
 }
 
-bool IsRepeatableQuery(const Dialect& dialect, std::string_view sql) {
+bool OnlyReads(const Dialect& dialect, std::string_view sql) {
     const Words words = WordsOf(dialect, sql, sql.size());
     return !words.empty() && IsOneOf(words[0], {"SELECT", "VALUES", "TABLE", "WITH", "("}) &&
            std::none_of(words.begin(), words.end(), CQXBASE::ChangesData);

@@ -24,8 +24,8 @@ struct StatementClass {
 
 StatementClass Classify(const Dialect& dialect, std::string_view sql);
 
-/// True for a query that can be run again for each of its pages: one that begins with SELECT,
-/// VALUES, TABLE or WITH, and holds no word that could change data.
-bool IsRepeatableQuery(const Dialect& dialect, std::string_view sql);
+/// True for a query that begins with SELECT, VALUES, TABLE or WITH and holds no word that could
+/// change data.
+bool OnlyReads(const Dialect& dialect, std::string_view sql);
 
 }  // namespace CQXCLI::script

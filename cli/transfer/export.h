@@ -10,6 +10,7 @@
 #include <qxdb/QXValue.h>
 
 #include "cli/output/result_writer.h"
+#include "cli/script/portioned_query.h"
 #include "cli/session.h"
 
 namespace CQXCLI::transfer {
@@ -23,32 +24,26 @@ struct ExportOptions {
     std::vector<CQXDB::QXValue> parameters = {};
 };
 
-/// A query is fetched page by page, so the memory needed doesn't grow with the result. Each page
-/// runs the query again. Any other statement with a result (INSERT ... RETURNING) runs once.
+/// The statement runs once. The rows of one that only reads come in portions, so the memory needed
+/// doesn't grow with the result.
 class Export {
   public:
-    /// Called after each page with the rows so far; false stops the export.
+    /// Called after each portion with the rows so far; false stops the export.
     using Callback = std::function<bool(std::uint64_t rows)>;
 
-    Export(Session& session, const ExportOptions& options, Callback afterPage);
+    Export(Session& session, const ExportOptions& options, Callback afterPortion);
 
     /// Writes all rows. False when the callback stopped it. Throws CliError (kFailed).
     bool Run(std::ostream& out);
     std::uint64_t Rows() const noexcept { return rows_; }
-    /// Rows that the query has in all; 0 when the database doesn't say.
-    std::uint64_t CountAll();
 
   private:
-    void Fetch(CQXDB::QXRecordset& rs);
-    void ChooseNextPage(const CQXDB::QXRecordset& rs);
+    static void Check(const Answer& answer);
 
-    Session& session_;
-    const ExportOptions options_;
-    const Callback afterPage_;
-    std::string sql_;  ///< without ";"
-    long pageSize_;    ///< 0: all rows at once
-    long page_ = 1;
-    bool growing_;  ///< pages may still become larger
+    const output::Format format_;
+    const bool header_;
+    const Callback afterPortion_;
+    script::PortionedQuery query_;
     std::uint64_t rows_ = 0;
 };
 

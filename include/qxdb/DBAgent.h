@@ -4,10 +4,14 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <qxdb/Export.h>
+#include <qxdb/QXColumnInfo.h>
 #include <qxdb/QXCommandList.h>
+#include <qxdb/QXCursor.h>
 #include <qxdb/QXDataSource.h>
+#include <qxdb/QXNotice.h>
 #include <qxdb/QXProxyInfo.h>
 #include <qxdb/QXRsList.h>
 #include <qxdb/QXSvrInfo.h>
@@ -18,7 +22,8 @@ class ACE_SOCK_Stream;
 
 namespace CQXBASE {
 class QXIOBase;
-}
+enum class TransactionVerb;
+}  // namespace CQXBASE
 
 namespace CQXDB {
 
@@ -88,7 +93,8 @@ class QXDB_AGENT_API DBAgent {
     void initDB(const QXDataSource& dataSource);
     /// Changes the data source's database name; an empty name changes nothing.
     void SetDB(const std::wstring& db);
-    /// Switches the route. Switching to remote gets a transport to the remembered server.
+    /// Switches the route. Switching to remote gets a transport to the remembered server. An agent
+    /// works locally until this says otherwise, also after Login.
     void SetIsLocal(bool local);
 
     /// Most bytes that one reply of a server may have as it travels, and, separately, that it may
@@ -138,9 +144,10 @@ class QXDB_AGENT_API DBAgent {
     // Work. `db`, when not empty, names a database for this one call. Each resets errCode and
     // errText, then stamps the command with the data source, database and token.
 
+    /// The command then knows what it changed: RowsAffected, LastInsertId.
     void Execute(long& errCode, std::wstring& errText, QXCommand& cmd,
                  const std::wstring& db = std::wstring());
-    /// All commands in one transaction: all or nothing.
+    /// All commands in one transaction: all or nothing. The list knows what each has changed.
     void Execute(long& errCode, std::wstring& errText, QXCommandList& list,
                  const std::wstring& db = std::wstring());
     /// Fills `rs` with page `pageNo` (from 1) of `pageSize` rows; page size 0 means all rows. A
@@ -157,10 +164,25 @@ class QXDB_AGENT_API DBAgent {
     /// after a failure, the same.
     void OpenQuery(long& errCode, std::wstring& errText, QXCommandList& list, QXRecordset& rs,
                    long pageSize = 0, long pageNo = 1, const std::wstring& db = std::wstring());
-    /// Runs the list in one transaction, one recordset a command. `out` is emptied first and empty
-    /// after any failure, locally and remotely.
+    /// Runs the list in one transaction, one recordset a command; a command with several results,
+    /// such as a procedure's, gives all of them, one after the other. `out` is emptied first and
+    /// empty after any failure, locally and remotely.
     void BatchQry(long& errCode, std::wstring& errText, QXCommandList& list, QXRsList& out,
                   const std::wstring& db = std::wstring());
+
+    /// Runs a query, whose rows are then taken from `cursor` portion by portion, so that a result
+    /// may be larger than memory: see QXCursor, which is closed first. The query changes nothing
+    /// (SELECT, VALUES, WITH); others give DBMGR_NO_CURSOR.
+    void OpenCursor(long& errCode, std::wstring& errText, QXCommand& cmd, QXCursor& cursor,
+                    const std::wstring& db = std::wstring());
+    /// Describes the columns of a statement's result, without running it or looking at its
+    /// parameters; none for one that gives no rows.
+    void DescribeQuery(long& errCode, std::wstring& errText, QXCommand& cmd,
+                       std::vector<QXColumnInfo>& columns, const std::wstring& db = std::wstring());
+    /// What the database said beside the result of the latest of these calls, or of the latest
+    /// Begin or QXCursor::Fetch, in order, also when it failed: PostgreSQL's notices, MySQL's
+    /// warnings, an ODBC driver's. The first hundred, of at most 256 KiB.
+    const std::vector<QXNotice>& Notices() const noexcept { return notices_; }
 
     // Transactions that last over several calls, on every database, locally and remotely.
 
@@ -271,14 +293,34 @@ class QXDB_AGENT_API DBAgent {
                      const std::wstring& db, std::wstring& id);
     void beginRemote_(long& errCode, std::wstring& errText, const QXTransactionInfo& info,
                       const std::wstring& db, std::wstring& id);
-    void end_(long& errCode, std::wstring& errText, bool commit);
+    void begin_(long& errCode, std::wstring& errText, const QXTransactionInfo& info,
+                const std::wstring& db, std::shared_ptr<AgentTransaction>& transaction);
+    void endOwn_(long& errCode, std::wstring& errText, bool commit);
+    void end_(long& errCode, std::wstring& errText, AgentTransaction& transaction, bool commit);
+    bool sameRoute_(long& errCode, std::wstring& errText,
+                    const AgentTransaction& transaction) const;
     void endRemote_(long& errCode, std::wstring& errText, const AgentTransaction& transaction,
                     bool commit);
     void dropConnection_();
 
+    friend class QXCursor;
+    void callCursor_(long& errCode, std::wstring& errText, CQXBASE::TransactionVerb verb,
+                     QXCommand& cmd, const QXCursor::State& state, QXRecordset* rs);
+    void fetchCursor_(long& errCode, std::wstring& errText, const QXCursor::State& state,
+                      QXRecordset& rs, long rows);
+    void closeCursor_(long& errCode, std::wstring& errText, const QXCursor::State& state);
+    void cursorLocal_(long& errCode, std::wstring& errText, CQXBASE::TransactionVerb verb,
+                      QXCommand& cmd, long number, QXRecordset* rs);
+    void describeLocal_(long& errCode, std::wstring& errText, QXCommand& cmd,
+                        std::vector<QXColumnInfo>& columns);
+    void describeRemote_(long& errCode, std::wstring& errText, QXCommand& cmd,
+                         std::vector<QXColumnInfo>& columns);
+
     bool useODBC_() const;
     void myRaiseError(long code, std::wstring text);
 
+    template <typename Call>
+    void runLocal_(long& errCode, std::wstring& errText, const Call& call);
     void ExecuteLocal(long& errCode, std::wstring& errText, QXCommand& cmd);
     void ExecuteLocal(long& errCode, std::wstring& errText, QXCommandList& list);
     void OpenQueryLocal(long& errCode, std::wstring& errText, QXCommand& cmd, QXRecordset& rs,
@@ -310,6 +352,8 @@ class QXDB_AGENT_API DBAgent {
     QXTlsInfo tls_;
     std::shared_ptr<CancelPoint> cancelPoint_;       ///< shared with copies
     std::shared_ptr<AgentTransaction> transaction_;  ///< shared with copies; null outside of any
+    std::vector<QXNotice> notices_;
+    QXCountList replyCounts_;  ///< of the last reply
     std::wstring statusText_;  ///< of the last reply to a request that is answered by one
     bool sentWhole_ = false;   ///< the last request was, so that the server may have done it
     std::uint32_t replyTimeoutMs_ = 0;

@@ -2,15 +2,17 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <qxdb/Cancellation.h>
 #include <qxdb/DBMgrErrors.h>
 #include <qxdb/Export.h>
+#include <qxdb/QXColumnInfo.h>
 #include <qxdb/QXCommandList.h>
 #include <qxdb/QXDataSource.h>
+#include <qxdb/QXNotice.h>
 #include <qxdb/QXRsList.h>
 #include <qxdb/QXTransaction.h>
 #include <qxdb/RowSink.h>
@@ -20,6 +22,7 @@ namespace CQXDB {
 namespace adapter {
 class Connection;
 class PoolRegistry;
+class CallReport;
 struct CallResult;
 }  // namespace adapter
 
@@ -36,9 +39,10 @@ class QXDB_ADAPTER_API DBMgrBase {
     /// True when a connection to the described database can be made. SQLite creates a missing file
     /// unless the option "mode" forbids it.
     bool CanConnect(QXDataSource* dataSource);
-    /// A text without parameters may be a script of several statements.
+    /// A text without parameters may be a script of several statements. The command then knows what
+    /// it changed (QXCommandBase::Counts).
     void Execute(QXCommand* command);
-    /// Runs the commands in one transaction: all or nothing.
+    /// Runs the commands in one transaction: all or nothing. The list then knows what each changed.
     void Execute(QXCommandList* list);
     /// Fills `rs` with the page that its page size and current page ask for; page size 0 means all
     /// rows. Rows after the page are not fetched. After an error `rs` is empty. A statement that
@@ -46,9 +50,13 @@ class QXDB_ADAPTER_API DBMgrBase {
     void OpenQuery(QXCommand* command, QXRecordset& rs);
     /// Runs the commands in one transaction; `rs` takes the rows of the last one.
     void OpenQuery(QXCommandList* list, QXRecordset& rs);
-    /// Runs the commands in one transaction and appends one recordset for each to `out`; after an
-    /// error `out` is empty.
+    /// Runs the commands in one transaction and appends to `out` one recordset for each, without
+    /// columns for one that gives no rows; one that has several results (a procedure) adds them
+    /// all. After an error `out` is empty.
     void BatchQry(QXCommandList* list, QXRsList& out);
+    /// Describes the columns of one statement's result without running it. Some databases need no
+    /// values for its parameters, none looks at them.
+    void Describe(QXCommand* command, std::vector<QXColumnInfo>& columns);
 
     // Transactions that last over several calls. Begin takes a connection out of the pool and gives
     // an identity, by which any manager of the same class and session user reaches it: a command
@@ -66,6 +74,20 @@ class QXDB_ADAPTER_API DBMgrBase {
     void Rollback(const std::wstring& id);
     /// The same without waiting for the database, which PostgreSQL and MySQL undo it without.
     void Abandon(const std::wstring& id) noexcept;
+
+    // Results that are larger than memory, within a transaction that Begin has begun: the command
+    // carries its identity. `cursor` is a number of the caller's choice, one for each that is open
+    // at a time; all end with the transaction.
+
+    /// Runs a query that changes nothing: SELECT, VALUES or WITH. A cursor of the same number is
+    /// closed before.
+    void OpenCursor(QXCommand* command, long cursor);
+    /// Fills `rs` with the rows that come next, at most as many as its page size says (0: 1,000),
+    /// fewer when they take more than 4 MiB, and none behind the last one. Of the command only data
+    /// source and transaction are looked at, here and below.
+    void FetchCursor(QXCommand* command, long cursor, QXRecordset& rs);
+    /// What it has not given is not read. Closing one that isn't open is no error.
+    void CloseCursor(QXCommand* command, long cursor);
 
     /// Closes the pooled connections, of all data sources of the manager's kind, that this process
     /// does not use at the moment. The database of ":memory:" goes with its connection.
@@ -95,6 +117,11 @@ class QXDB_ADAPTER_API DBMgrBase {
     /// of SetCancellation; null, as at the start, is nothing.
     void SetCancellation(Cancellation* cancellation) noexcept { cancellation_ = cancellation; }
 
+    /// What the database said beside the result of the last call, in order, also when that failed:
+    /// PostgreSQL's notices, MySQL's warnings, an ODBC driver's. The first hundred, of at most 256
+    /// KiB.
+    const std::vector<QXNotice>& Notices() const noexcept { return notices_; }
+
     /// The database's own code of the last call's error, or a DBMgrError; 0 is success.
     long errNumber() const noexcept { return errNumber_; }
     /// Its text, for people; "" after a success.
@@ -106,10 +133,13 @@ class QXDB_ADAPTER_API DBMgrBase {
     ~DBMgrBase() = default;
 
   private:
-    using Work = std::function<void(adapter::Connection&)>;
-
-    void Run(const QXDataSource* dataSource, const Work& work);
+    template <typename Call>
+    void Reported(const Call& call);
+    template <typename Work>
     void Run(const QXCommandBase* commands, bool list, const Work& work);
+    template <typename Work>
+    void OnTransaction(const QXCommand* command, const Work& work);
+    void Count(QXCommandBase* commands, QXCountList counts) noexcept;
 
     void Leave(adapter::CallResult result) noexcept;
 
@@ -120,6 +150,7 @@ class QXDB_ADAPTER_API DBMgrBase {
     const RowSink* rowSink_ = nullptr;
     std::string sessionUser_;
     Cancellation* cancellation_ = nullptr;
+    std::vector<QXNotice> notices_;
 };
 
 }  // namespace CQXDB

@@ -29,6 +29,7 @@ enum DBMgrError : long {
     DBMGR_OTHER_DATABASE = -7017,    ///< the transaction is on another database than the command
     DBMGR_OUTCOME_UNKNOWN = -7018,   ///< the answer to a commit was lost; the agent's own code
     DBMGR_IN_TRANSACTION = -7019,    ///< one has begun already; the agent's own code
+    DBMGR_NO_CURSOR = -7020,         ///< no such cursor is open, or the statement can have none
 };
 
 /// The number that errNumber() gives for an SQLSTATE, which PostgreSQL has for every error and ODBC

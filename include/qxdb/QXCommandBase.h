@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include <qxdb/QXCounts.h>
 #include <qxdb/QXDataSource.h>
 #include <qxdb/QXIOBase.h>
 
@@ -33,6 +34,19 @@ class QXDB_OBJECTS_API QXCommandBase : public CQXBASE::QXIOBase {
     void SetPageNo(long page);
     long PageNo() const noexcept { return pageNo_; }
 
+    /// What the latest Execute changed, a command of a list each; empty before it, after a failure,
+    /// and after anything else than Execute. Never travels with the commands.
+    const QXCountList& Counts() const noexcept;
+    void SetCounts(QXCountList counts) noexcept;
+    /// -1 where it isn't known, see QXCounts.
+    std::int64_t RowsAffected(std::size_t command = 0) const noexcept {
+        return Counts().At(command).rowsAffected;
+    }
+    /// 0 for none.
+    std::int64_t LastInsertId(std::size_t command = 0) const noexcept {
+        return Counts().At(command).lastInsertId;
+    }
+
   protected:
     QXCommandBase() = default;
     QXCommandBase(const QXCommandBase&) = default;
@@ -51,6 +65,7 @@ class QXDB_OBJECTS_API QXCommandBase : public CQXBASE::QXIOBase {
     std::shared_ptr<const QXDataSource> dataSource_;  ///< null stands for a default one
     std::wstring token_;
     std::wstring transaction_;
+    std::shared_ptr<const QXCountList> counts_;  ///< null stands for an empty one
     std::int32_t pageSize_ = 0;
     std::int32_t pageNo_ = 1;
 };

@@ -49,8 +49,10 @@ ReplyFrame ReplyEncoder::EncodeError(ServerError error, bool encipher) const {
     return EncodeError(static_cast<std::int32_t>(error), Text(error), encipher);
 }
 
-ReplyFrame ReplyEncoder::EncodeError(long code, const std::wstring& text, bool encipher) const {
-    CQXBASE::QXSimpleMsg record(text, static_cast<std::uint32_t>(code));
+ReplyFrame ReplyEncoder::EncodeError(long code, const std::wstring& text, bool encipher,
+                                     const CQXBASE::ReplyDetails& details) const {
+    CQXBASE::QXSimpleMsg message(text, static_cast<std::uint32_t>(code));
+    CQXBASE::DetailedRecord record(message, details);
     return Frame(CQXBASE::kErrorReply, EncodeRecord(record, record.size()), encipher,
                  ByteLease(*budget_));
 }

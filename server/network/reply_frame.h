@@ -9,6 +9,7 @@
 
 #include <qxdb/QXIOBase.h>
 
+#include "messages/reply_details.h"
 #include "server/byte_budget.h"
 #include "server/network/reply_body.h"
 #include "server/server_error.h"
@@ -47,7 +48,8 @@ class ReplyEncoder {
     ReplyFrame Encode(std::uint32_t code, CQXBASE::QXIOBase& record, bool encipher) const;
 
     ReplyFrame EncodeError(ServerError error, bool encipher) const;
-    ReplyFrame EncodeError(long code, const std::wstring& text, bool encipher) const;
+    ReplyFrame EncodeError(long code, const std::wstring& text, bool encipher,
+                           const CQXBASE::ReplyDetails& details = {}) const;
 
     const CQXBASE::FrameCipher& Cipher() const noexcept { return cipher_; }
     ByteBudget& Budget() const noexcept { return *budget_; }

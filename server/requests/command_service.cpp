@@ -4,6 +4,8 @@
 
 #include <qxdb/DBMgrErrors.h>
 
+#include "messages/column_rows.h"
+#include "messages/reply_details.h"
 #include "messages/session_records.h"
 #include "messages/transaction_fields.h"
 #include "messages/type_codes.h"
@@ -13,6 +15,7 @@
 
 namespace CQXSERVER::requests {
 using namespace CQXDB;
+using CQXBASE::TransactionVerb;
 
 CommandService::CommandService(sessions::LoginService& logins, sessions::SessionTable& sessions,
                                const DatabaseRegistry& databases, RunningCommands& running,
@@ -53,36 +56,82 @@ DatabaseAnswer CommandService::Within(const network::Request& request, const Cal
     return use ? work() : Transactions::Over();
 }
 
-/// Begins or ends a transaction.
 network::Outcome CommandService::Control(const network::Request& request, QXCommand& command,
-                                         CQXBASE::TransactionVerb verb) {
+                                         TransactionVerb verb) {
     const Caller caller = Authorize(request, command);
     const RunningCommands::Entry entry(running_, CQXBASE::WideToUtf8(command.Token()),
                                        request.cancellation);
     const TransactionOwner owner{CQXBASE::WideToUtf8(command.Token()), caller.account,
                                  request.connection};
-    DatabaseAnswer answer = Transactions::Over();
-    std::wstring id;
-    const auto info = CQXBASE::ParseBeginText(command.TextUtf8());
-    const bool begins = verb == CQXBASE::TransactionVerb::Begin;
-    if (verb == CQXBASE::TransactionVerb::Unknown || request.Code() != CQXBASE::kExecute ||
-        (begins && !info)) {
+    const bool rows = verb == TransactionVerb::FetchCursor || verb == TransactionVerb::Describe;
+    if (verb == TransactionVerb::Unknown ||
+        request.Code() != (rows ? CQXBASE::kQuery : CQXBASE::kExecute)) {
         throw RequestRefused(ServerError::UndecodableBody);
     }
-    if (begins) {
-        answer = transactions_.Begin(owner, caller, command.SysDataSrc(), *info, id);
-    } else if (Transactions::Use use(transactions_, owner, command.Transaction()); use) {
-        use.End();
-        answer = verb == CQXBASE::TransactionVerb::Commit ? Commit(command.Transaction())
-                                                          : Rollback(command.Transaction());
+    if (rows) {
+        return Rows(request, caller, command, verb);
     }
+    if (verb == TransactionVerb::Begin) {
+        return Begin(request, owner, caller, command);
+    }
+    DatabaseAnswer answer = Transactions::Over();
+    if (verb == TransactionVerb::Commit || verb == TransactionVerb::Rollback) {
+        answer = End(owner, command, verb);
+    } else if (!command.Transaction().empty()) {
+        answer = Within(request, caller, command, [&] {
+            return verb == TransactionVerb::OpenCursor ? OpenCursor(caller, command)
+                                                       : CloseCursor(caller, command);
+        });
+    }
+    CQXBASE::QXSimpleMsg status(std::wstring(), 0);
+    return Reply(request, answer, status, command);
+}
+
+network::Outcome CommandService::Begin(const network::Request& request,
+                                       const TransactionOwner& owner, const Caller& caller,
+                                       QXCommand& command) {
+    const auto info = CQXBASE::ParseBeginText(command.TextUtf8());
+    if (!info) {
+        throw RequestRefused(ServerError::UndecodableBody);
+    }
+    std::wstring id;
+    const DatabaseAnswer answer =
+        transactions_.Begin(owner, caller, command.SysDataSrc(), *info, id);
     try {
         CQXBASE::QXSimpleMsg status(id, 0);
-        return Reply(request, answer, status, command.Token());
+        return Reply(request, answer, status, command);
     } catch (...) {
         transactions_.End(id);  // nobody gets to know it
         throw;
     }
+}
+
+DatabaseAnswer CommandService::End(const TransactionOwner& owner, const QXCommand& command,
+                                   TransactionVerb verb) {
+    Transactions::Use use(transactions_, owner, command.Transaction());
+    if (!use) {
+        return Transactions::Over();
+    }
+    use.End();
+    return verb == TransactionVerb::Commit ? Commit(command.Transaction())
+                                           : Rollback(command.Transaction());
+}
+
+/// Answers with a recordset: a cursor's next portion, or a description.
+network::Outcome CommandService::Rows(const network::Request& request, const Caller& caller,
+                                      QXCommand& command, TransactionVerb verb) {
+    QXRecordset rs;
+    std::vector<QXColumnInfo> columns;
+    DatabaseAnswer answer = Transactions::Over();
+    if (verb == TransactionVerb::Describe) {
+        answer =
+            Within(request, caller, command, [&] { return Describe(caller, command, columns); });
+        CQXBASE::WriteColumnRows(columns, rs);
+    } else if (!command.Transaction().empty()) {
+        answer = Within(request, caller, command,
+                        [&] { return FetchCursor(caller, command, rs, maxResultBytes_); });
+    }
+    return Reply(request, answer, rs, command);
 }
 
 template <class Commands>
@@ -94,21 +143,22 @@ network::Outcome CommandService::ServeAny(const network::Request& request, Comma
         CQXBASE::QXSimpleMsg status(std::wstring(), 0);
         const DatabaseAnswer answer =
             Within(request, caller, commands, [&] { return Execute(caller, commands); });
-        return Reply(request, answer, status, commands.Token());
+        return Reply(request, answer, status, commands);
     }
     QXRecordset rs;
     StreamedReply streamed(encoder_, request.Enciphered());
-    const DatabaseAnswer answer = Within(request, caller, commands, [&] {
+    DatabaseAnswer answer = Within(request, caller, commands, [&] {
         return Query(caller, commands, rs, maxResultBytes_, streamed.Sink());
     });
     if (streamed.Begun() && answer.code == 0) {
         network::Outcome outcome;
         outcome.token = CQXBASE::WideToUtf8(commands.Token());
-        outcome.reply = streamed.Finish(request.Code(), std::move(rs));
+        outcome.reply =
+            streamed.Finish(request.Code(), std::move(rs), {{}, std::move(answer.notices)});
         return outcome;
     }
     streamed.Check();
-    return Reply(request, answer, rs, commands.Token());
+    return Reply(request, answer, rs, commands);
 }
 
 network::Outcome CommandService::Batch(const network::Request& request, QXCommandList& list) {
@@ -119,7 +169,7 @@ network::Outcome CommandService::Batch(const network::Request& request, QXComman
     const DatabaseAnswer answer = Within(request, caller, list, [&] {
         return requests::Batch(caller, list, results, maxResultBytes_);
     });
-    return Reply(request, answer, results, list.Token());
+    return Reply(request, answer, results, list);
 }
 
 template <class Commands>
@@ -135,15 +185,18 @@ Caller CommandService::Authorize(const network::Request& request, Commands& comm
 
 network::Outcome CommandService::Reply(const network::Request& request,
                                        const DatabaseAnswer& answer, CQXBASE::QXIOBase& record,
-                                       const std::wstring& token) const {
+                                       const QXCommandBase& commands) const {
     if (answer.code == DBMGR_RESULT_TOO_LARGE) {
         throw RequestRefused(ServerError::ResultTooLarge);
     }
+    const CQXBASE::ReplyDetails details{commands.Counts(), answer.notices};
+    CQXBASE::DetailedRecord detailed(record, details);
     network::Outcome outcome;
-    outcome.token = CQXBASE::WideToUtf8(token);
-    outcome.reply = answer.code == 0
-                        ? encoder_.Encode(request.Code(), record, request.Enciphered())
-                        : encoder_.EncodeError(answer.code, answer.text, request.Enciphered());
+    outcome.token = CQXBASE::WideToUtf8(commands.Token());
+    outcome.reply =
+        answer.code == 0
+            ? encoder_.Encode(request.Code(), detailed, request.Enciphered())
+            : encoder_.EncodeError(answer.code, answer.text, request.Enciphered(), details);
     return outcome;
 }
 

@@ -37,8 +37,15 @@ class CommandService {
     template <class Commands, class Work>
     DatabaseAnswer Within(const network::Request& request, const Caller& caller,
                           const Commands& commands, Work work);
+    /// What isn't the command's statement: transactions, cursors, descriptions.
     network::Outcome Control(const network::Request& request, CQXDB::QXCommand& command,
                              CQXBASE::TransactionVerb verb);
+    network::Outcome Begin(const network::Request& request, const TransactionOwner& owner,
+                           const Caller& caller, CQXDB::QXCommand& command);
+    DatabaseAnswer End(const TransactionOwner& owner, const CQXDB::QXCommand& command,
+                       CQXBASE::TransactionVerb verb);
+    network::Outcome Rows(const network::Request& request, const Caller& caller,
+                          CQXDB::QXCommand& command, CQXBASE::TransactionVerb verb);
     template <class Commands>
     network::Outcome ServeAny(const network::Request& request, Commands& commands);
     /// Checks the token that the commands carry, puts the data source to use in the place of
@@ -47,7 +54,7 @@ class CommandService {
     Caller Authorize(const network::Request& request, Commands& commands);
     network::Outcome Batch(const network::Request& request, CQXDB::QXCommandList& list);
     network::Outcome Reply(const network::Request& request, const DatabaseAnswer& answer,
-                           CQXBASE::QXIOBase& record, const std::wstring& token) const;
+                           CQXBASE::QXIOBase& record, const CQXDB::QXCommandBase& commands) const;
 
     sessions::LoginService& logins_;
     sessions::SessionTable& sessions_;

@@ -14,7 +14,7 @@ DatabaseAnswer RunOn(const Caller& caller, Work work) {
     manager.SetSessionUser(caller.account);
     manager.SetCancellation(caller.cancellation);
     work(manager);
-    return {manager.errNumber(), manager.errDesc()};
+    return {manager.errNumber(), manager.errDesc(), manager.Notices()};
 }
 
 template <class Work>
@@ -63,6 +63,27 @@ DatabaseAnswer Batch(const Caller& caller, QXCommandList& list, QXRsList& out,
         manager.SetMaxResultBytes(maxBytes);
         manager.BatchQry(&list, out);
     });
+}
+DatabaseAnswer Describe(const Caller& caller, QXCommand& command,
+                        std::vector<QXColumnInfo>& columns) {
+    return Run(caller, command.SysDataSrc(),
+               [&](auto& manager) { manager.Describe(&command, columns); });
+}
+DatabaseAnswer OpenCursor(const Caller& caller, QXCommand& command) {
+    return Run(caller, command.SysDataSrc(),
+               [&](auto& manager) { manager.OpenCursor(&command, command.PageNo()); });
+}
+DatabaseAnswer FetchCursor(const Caller& caller, QXCommand& command, QXRecordset& rs,
+                           std::size_t maxBytes) {
+    rs.setPageSize(command.PageSize());
+    return Run(caller, command.SysDataSrc(), [&](auto& manager) {
+        manager.SetMaxResultBytes(maxBytes);
+        manager.FetchCursor(&command, command.PageNo(), rs);
+    });
+}
+DatabaseAnswer CloseCursor(const Caller& caller, QXCommand& command) {
+    return Run(caller, command.SysDataSrc(),
+               [&](auto& manager) { manager.CloseCursor(&command, command.PageNo()); });
 }
 DatabaseAnswer Begin(const Caller& caller, const QXDataSource& dataSource,
                      const QXTransactionInfo& info, std::wstring& id) {

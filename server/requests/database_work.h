@@ -2,10 +2,13 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <qxdb/Cancellation.h>
+#include <qxdb/QXColumnInfo.h>
 #include <qxdb/QXCommandList.h>
 #include <qxdb/QXDataSource.h>
+#include <qxdb/QXNotice.h>
 #include <qxdb/QXRsList.h>
 #include <qxdb/QXTransaction.h>
 #include <qxdb/RowSink.h>
@@ -16,6 +19,7 @@ namespace CQXSERVER::requests {
 struct DatabaseAnswer {
     long code = 0;
     std::wstring text;
+    std::vector<CQXDB::QXNotice> notices = {};
 };
 
 /// For whom commands run.
@@ -37,6 +41,17 @@ DatabaseAnswer Query(const Caller& caller, CQXDB::QXCommandList& list, CQXDB::QX
                      std::size_t maxBytes, const CQXDB::RowSink& sink);
 DatabaseAnswer Batch(const Caller& caller, CQXDB::QXCommandList& list, CQXDB::QXRsList& out,
                      std::size_t maxBytes);
+
+/// Describes the columns of a statement's result.
+DatabaseAnswer Describe(const Caller& caller, CQXDB::QXCommand& command,
+                        std::vector<CQXDB::QXColumnInfo>& columns);
+
+// Queries in portions; the command carries the transaction and, as its page number, the cursor's
+// number, for the next portion also the most rows that it may have.
+DatabaseAnswer OpenCursor(const Caller& caller, CQXDB::QXCommand& command);
+DatabaseAnswer FetchCursor(const Caller& caller, CQXDB::QXCommand& command, CQXDB::QXRecordset& rs,
+                           std::size_t maxBytes);
+DatabaseAnswer CloseCursor(const Caller& caller, CQXDB::QXCommand& command);
 
 /// Begins a transaction that lasts until one of the next three; `id` is its identity, which the
 /// commands in it carry.

@@ -86,7 +86,8 @@ void StreamedReply::Encode(Part& part) {
     ACE_OutputCDR out(kFirstPiece, kLittleEndian, CQXBASE::encoding::CdrMemory::Instance(),
                       CQXBASE::encoding::CdrMemory::Instance(),
                       CQXBASE::encoding::CdrMemory::Instance());
-    if (part.rows.PartToCDR(out, first_, part.last) == 0) {
+    if (part.rows.PartToCDR(out, first_, part.last) == 0 ||
+        (part.last && !CQXBASE::WriteDetails(out, details_))) {
         throw RequestRefused(ServerError::Internal);
     }
     if (out.total_length() > network::ReplyEncoder::kLongestBody - body_->PlainSize()) {
@@ -123,7 +124,9 @@ void StreamedReply::Check() {
     }
 }
 
-network::ReplyFrame StreamedReply::Finish(std::uint32_t code, CQXDB::QXRecordset last) {
+network::ReplyFrame StreamedReply::Finish(std::uint32_t code, CQXDB::QXRecordset last,
+                                          CQXBASE::ReplyDetails details) {
+    details_ = std::move(details);
     Take({std::move(last), true});
     Check();
     body_->Close();

@@ -12,6 +12,7 @@
 
 #include <qxdb/RowSink.h>
 
+#include "messages/reply_details.h"
 #include "server/network/reply_frame.h"
 
 namespace CQXSERVER::requests {
@@ -34,7 +35,8 @@ class StreamedReply {
     /// is too long or there are no buffers for it.
     void Check();
     /// The reply, `last` being the rows behind those that the sink has got. Throws like Check.
-    network::ReplyFrame Finish(std::uint32_t code, CQXDB::QXRecordset last);
+    network::ReplyFrame Finish(std::uint32_t code, CQXDB::QXRecordset last,
+                               CQXBASE::ReplyDetails details);
 
   private:
     struct Part {
@@ -61,6 +63,7 @@ class StreamedReply {
     ByteLease lease_;
     std::unique_ptr<network::ReplyBody> body_;
     bool first_ = true;
+    CQXBASE::ReplyDetails details_;  ///< set before the last part is taken
 };
 
 }  // namespace CQXSERVER::requests

@@ -53,6 +53,8 @@ TEST(StatementText, ScriptsFallApartAtTheirSemicolons) {
     const std::string procedure =
         "CREATE PROCEDURE p() BEGIN IF 1 THEN BEGIN SELECT 1; END; END IF; END; CALL p()";
     EXPECT_EQ(SplitStatements(procedure, kMySqlDialect), Pieces{procedure});
+    const std::string block = "BEGIN NOT ATOMIC SELECT 1; SELECT 2; END";
+    EXPECT_EQ(SplitStatements(block, kMySqlDialect), Pieces{block});
     EXPECT_EQ(SplitStatements("/*!40101 SET a */; /* b; */; /*M! SET c */", kMySqlDialect),
               (Pieces{"/*!40101 SET a */", "/*M! SET c */"}));
     EXPECT_EQ(SplitStatements("DO $x$ BEGIN a; END $x$; b", kPostgreSqlDialect),

@@ -51,6 +51,12 @@ TEST_F(AgentSession, LoginFillsTokenAndInfoAndARefusalEmptiesThem) {
     EXPECT_EQ(token_, L"t0k");
     EXPECT_EQ(agent_.token(), L"t0k");
     EXPECT_EQ(info_, L"welcome");
+    long code = 0;
+    std::wstring text;
+    QXCommand command(L"SELECT 1");
+    agent_.Execute(code, text, command);
+    EXPECT_EQ(code, -7008) << "still local";
+    EXPECT_NE(text.find(L"SetIsLocal(false)"), std::wstring::npos);
     const auto request = server_.Requests().at(0);
     EXPECT_EQ(request.code, 30U);
     CQXBASE::QXOneString login(L"ada|~|secret");

@@ -15,6 +15,7 @@ namespace qxdb_test {
 class Databases {
   public:
     static constexpr std::size_t kCount = kOnWindows ? 1 : 3;
+    static constexpr std::size_t kAllCount = kOnWindows ? 1 : 5;
 
     Databases();
     ~Databases();
@@ -24,7 +25,7 @@ class Databases {
     /// Names and URLs.
     const std::vector<std::pair<std::string, std::string>>& Urls() const noexcept { return urls_; }
 
-    /// The same, and PostgreSQL through ODBC, which names types of its own.
+    /// The same, and PostgreSQL and MariaDB through ODBC.
     std::vector<std::pair<std::string, std::string>> AllUrls() const;
 
   private:

@@ -3,6 +3,7 @@
 #include <qxdb/QXRsList.h>
 
 #include "messages/message_holder.h"
+#include "messages/reply_details.h"
 #include "tests/fuzz/fuzz_input.h"
 
 namespace {
@@ -25,7 +26,13 @@ MessageHolder Decode(std::uint32_t request, std::uint32_t received, bool isReply
     } else if (expected == BodyClass::RsList) {
         result = &list;
     }
-    return MessageHolder::Reply(request, received, body, result);
+    CQXBASE::ReplyDetails details;
+    MessageHolder holder =
+        MessageHolder::Reply(request, received, body, result, std::uint64_t{1} << 24U, &details);
+    for (std::uint64_t i = 0; i < 3; ++i) {
+        details.counts.At(details.counts.Count() - i);
+    }
+    return holder;
 }
 
 void CheckState(const MessageHolder& holder, bool isReply) {

@@ -6,6 +6,7 @@
 
 #include <ace/CDR_Stream.h>
 
+#include "messages/reply_details.h"
 #include "messages/session_records.h"
 #include "messages/type_codes.h"
 #include "tests/fuzz/request_seed.h"
@@ -67,6 +68,12 @@ void SeedHolder() {
     CQXDB::QXRsList list = qxdb_test::FilledRsList(1);
     CQXDB::QXCommand command = qxdb_test::FilledCommand();
     Seed("message_holder", "status", "\1\1" + raw + Encode(status));
+    CQXBASE::ReplyDetails details;
+    details.counts.Add({1, 7});
+    details.counts.Add({-1, 0});
+    details.notices.push_back({L"NOTICE", 3, L"text"});
+    CQXBASE::DetailedRecord detailed(status, details);
+    Seed("message_holder", "status_with_details", "\1\1" + raw + Encode(detailed));
     Seed("message_holder", "error_in_a_frame", std::string("\3\0", 2) + frame + Encode(status));
     Seed("message_holder", "recordset", "\3\3" + raw + Encode(recordset));
     Seed("message_holder", "results_in_a_frame", "\7\7" + frame + Encode(list));

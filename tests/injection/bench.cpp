@@ -86,6 +86,29 @@ Result QueryBatch(Bench& bench) {
     return result;
 }
 
+/// A cursor without a transaction of the agent's, which is left in the middle.
+Result FetchFromCursor(Bench& bench) {
+    bench.NextMark();
+    QXCommand query = Select();
+    QXRecordset rs;
+    bool whole = false;
+    Result result = bench.Try([&](Result& out) {
+        QXCursor cursor;
+        bench.Agent().OpenCursor(out.code, out.text, query, cursor);
+        std::int64_t next = 1;
+        whole = true;
+        for (int portion = 0; out.code == 0 && portion < 2; ++portion) {
+            cursor.Fetch(out.code, out.text, rs, 7);
+            for (const auto row : rs) {
+                whole = whole && row.GetInt64(0) == next++;
+            }
+        }
+        whole = whole && next == 15;
+    });
+    result.right = result.code == 0 ? whole : rs.RowCount() == 0;
+    return result;
+}
+
 /// What a failed command leaves behind is rolled back, with a lack of memory or not.
 Result ExecuteInTransaction(Bench& bench) {
     QXCommand insert = Insert(bench.NextMark());
@@ -110,11 +133,9 @@ Result ExecuteInTransaction(Bench& bench) {
 }  // namespace
 
 std::vector<Operation> Bench::Operations() const {
-    return {{"execute", ExecuteOne, 1},
-            {"transaction", ExecuteInTransaction, 2},
-            {"execute a list", ExecuteList, 3},
-            {"query", QueryRows, 0},
-            {"batch", QueryBatch, 1}};
+    return {{"execute", ExecuteOne, 1},         {"transaction", ExecuteInTransaction, 2},
+            {"execute a list", ExecuteList, 3}, {"query", QueryRows, 0},
+            {"cursor", FetchFromCursor, 0},     {"batch", QueryBatch, 1}};
 }
 
 std::map<std::int64_t, std::int64_t> Bench::RowsOfMarks() {

@@ -21,6 +21,6 @@ check() {
     stray=$(grep -vE "^($kinds)?($2)(::|\$)" <<<"$names" || true)
     [ -z "$stray" ] || { echo "$1 also exports:"; echo "$stray"; exit 1; }
 }
-check "$1" 'CQXBASE::QXIOBase|CQXDB::QX(Value|DateTime|DataSource|ProxyInfo|SvrInfo|Command|CommandBase|CommandList|Column|Recordset|RsList)'
+check "$1" 'CQXBASE::QXIOBase|CQXDB::QX(Value|DateTime|DataSource|ProxyInfo|SvrInfo|Command|CommandBase|CommandList|Column|Recordset|RsList|Counts|CountList)'
 check "$2" 'CQXDB::Cancellation|CQXDB::DBMgrBase|CQXDB::DBMgr|CQXDB::DBMgrWithPOCO'
-check "$3" 'CQXDB::DBAgent|CQXDB::QXOtpAuth'
+check "$3" 'CQXDB::DBAgent|CQXDB::QXCursor|CQXDB::QXOtpAuth'

@@ -1,6 +1,7 @@
 #include "tests/support/DatabaseServer.h"
 
 #include <csignal>
+#include <fstream>
 #include <stdexcept>
 #include <utility>
 
@@ -24,6 +25,21 @@ void DatabaseServer::Start() {
     if (!server_->WaitForText(ready_)) {
         throw std::runtime_error(command_[0] + " does not start: " + server_->Errors());
     }
+}
+
+void DatabaseServer::Kill() {
+    const std::string pid = std::to_string(server_->Pid());
+    kill(server_->Pid(), SIGSTOP);
+    std::ifstream children("/proc/" + pid + "/task/" + pid + "/children");
+    std::vector<pid_t> processes{server_->Pid()};
+    for (pid_t child = 0; children >> child;) {
+        processes.push_back(child);
+    }
+    for (const pid_t process : processes) {
+        kill(process, SIGKILL);
+    }
+    server_->Wait();
+    server_.reset();
 }
 
 void DatabaseServer::Stop() {

@@ -21,6 +21,8 @@ class DatabaseServer {
     std::uint16_t Port() const noexcept { return port_; }
     /// Ends the server at once, as a crash would; the port stays its own.
     void Stop();
+    /// The same by SIGKILL to all its processes.
+    void Kill();
     void Start();
 
   protected:

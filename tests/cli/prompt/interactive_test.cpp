@@ -67,6 +67,19 @@ TEST_F(Interactive, ErrorsAndCtrlCLeaveThePrompt) {
     EXPECT_EQ(terminal.WaitForEnd(), 0);
 }
 
+TEST_F(Interactive, LongResultsComeInPortions) {
+    Terminal terminal(QXDB_PROGRAM, OnDatabase(), Environment());
+    const std::string rows =
+        " FROM (WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM c";
+    terminal.Answer("qxdb> ", "SELECT n" + rows + " LIMIT 2500) SELECT n FROM c);\n");
+    terminal.WaitFor("2500\r\n(2500 rows)");
+    terminal.Answer("qxdb> ", "SELECT CASE n WHEN 1500 THEN json('x') ELSE n END AS v" + rows +
+                                  ") SELECT n FROM c);\n");
+    EXPECT_THAT(terminal.WaitFor("malformed JSON"), HasSubstr(" 1000\r\n"));
+    terminal.Answer("qxdb> ", "SELECT 40 + 2;\n");
+    terminal.WaitFor("    42");
+}
+
 TEST_F(Interactive, LinesAreRememberedForTheirOwner) {
     {
         Terminal first(QXDB_PROGRAM, OnDatabase(), Environment());

@@ -37,15 +37,15 @@ TEST(Classify, KeepsWhatFollows) {
     EXPECT_EQ(KindOf("postgresql", "COPY t FROM '/tmp/stdin'"), script::StatementKind::Other);
 }
 
-TEST(IsRepeatableQuery, RefusesWhatCouldChangeData) {
+TEST(OnlyReads, RefusesWhatCouldChangeData) {
     const Dialect& dialect = *FindDialect("postgresql");
     for (const char* sql : {"SELECT 'INSERT' AS \"update\" -- DELETE", "(SELECT 1) UNION SELECT 2",
                             "WITH a AS (SELECT 1) SELECT * FROM a", "VALUES (1), (2)"}) {
-        EXPECT_TRUE(script::IsRepeatableQuery(dialect, sql)) << sql;
+        EXPECT_TRUE(script::OnlyReads(dialect, sql)) << sql;
     }
     for (const char* sql : {"INSERT INTO t VALUES (1) RETURNING id", "SELECT 1 INTO t", "CALL f()",
                             "WITH a AS (DELETE FROM t RETURNING *) SELECT * FROM a", ""}) {
-        EXPECT_FALSE(script::IsRepeatableQuery(dialect, sql)) << sql;
+        EXPECT_FALSE(script::OnlyReads(dialect, sql)) << sql;
     }
 }
 
