@@ -10,6 +10,7 @@
 #include "agent/exchange_turn.h"
 #include "agent/shared_transport.h"
 #include "errors/caught_exception.h"
+#include "transport/frame_cipher.h"
 #include "util/split.h"
 #include "util/text.h"
 
@@ -48,6 +49,10 @@ DBAgent::~DBAgent() {
 
 void DBAgent::AllowConcurrentExchanges(bool allow) noexcept {
     ExchangeTurn::AllowConcurrent(allow);
+}
+
+void DBAgent::KeepFrameKey(bool keep) noexcept {
+    CQXBASE::FrameCipher::Keep(keep);
 }
 
 void DBAgent::init(const std::wstring& server, QXProxyInfo proxy, const std::wstring& token,

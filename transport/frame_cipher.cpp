@@ -1,11 +1,13 @@
 #include "transport/frame_cipher.h"
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 
 #include <Poco/Crypto/CipherKey.h>
 #include <Poco/Crypto/OpenSSLInitializer.h>
 #include <Poco/Exception.h>
+#include <openssl/objects.h>
 
 #include "platform/sm4_vector.h"
 
@@ -15,6 +17,7 @@ namespace {
 constexpr char kPassphrase[] = "qmvdkarlop\x0b\x0c";
 constexpr char kSalt[] = "Few ripe figs";
 constexpr int kIterations = 2000;
+constexpr const char* kMissing = "OpenSSL offers no SM4 or no MD5";
 constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;  ///< OpenSSL counts bytes with an int
 
 const unsigned char* Bytes(const char* text) noexcept {
@@ -64,22 +67,57 @@ void KeepPocoSetUp() {
     static_cast<void>(kept);
 }
 
+/// A name by which OpenSSL finds MD5 as it was fetched once. By its own name it finds one that is
+/// to be fetched again for each of the thousands of hashes. The digest stays for the process:
+/// somebody may be looking it up.
+const char* DigestName() {
+    static const char* const name = [] {
+        constexpr const char* kName = "qxdb-frame-key-md5";
+        EVP_MD* const md5 = EVP_MD_fetch(nullptr, "MD5", nullptr);
+        // An OpenSSL restricted to approved algorithms has none, and POCO would go on without it.
+        if (md5 == nullptr) {
+            throw Poco::NotImplementedException(kMissing);
+        }
+        if (OBJ_NAME_add(kName, OBJ_NAME_TYPE_MD_METH, reinterpret_cast<const char*>(md5)) != 1) {
+            EVP_MD_free(md5);
+            throw std::bad_alloc();
+        }
+        return kName;
+    }();
+    return name;
+}
+
+std::atomic<bool> keeps{QXDB_KEEP_FRAME_KEY != 0};
+
 constexpr const char* kNoCipherText = "incomplete ciphertext";
 constexpr const char* kNoPlainText = "incomplete plaintext";
 
 }  // namespace
 
 FrameCipher::FrameCipher() : sm4_(EVP_CIPHER_fetch(nullptr, "SM4-CBC", nullptr)) {
-    // An OpenSSL restricted to approved algorithms has neither, and POCO would go on without them.
-    const std::unique_ptr<EVP_MD, decltype(&EVP_MD_free)> md5(EVP_MD_fetch(nullptr, "MD5", nullptr),
-                                                              EVP_MD_free);
-    if (sm4_ == nullptr || md5 == nullptr) {
-        throw Poco::NotImplementedException("OpenSSL offers no SM4 or no MD5");
+    if (sm4_ == nullptr) {
+        throw Poco::NotImplementedException(kMissing);
     }
     KeepPocoSetUp();
-    const Poco::Crypto::CipherKey key("sm4", kPassphrase, kSalt, kIterations, "md5");
+    const Poco::Crypto::CipherKey key("sm4", kPassphrase, kSalt, kIterations, DigestName());
     std::copy_n(key.getKey().begin(), kBlock, key_.begin());
     std::copy_n(key.getIV().begin(), kBlock, vector_.begin());
+}
+
+void FrameCipher::Keep(bool keep) noexcept {
+    keeps = keep;
+}
+
+bool FrameCipher::Kept() noexcept {
+    return keeps;
+}
+
+std::shared_ptr<const FrameCipher> FrameCipher::OfAFrame() {
+    if (!Kept()) {
+        return std::make_shared<const FrameCipher>();
+    }
+    static const std::shared_ptr<const FrameCipher> kept = std::make_shared<const FrameCipher>();
+    return kept;
 }
 
 FrameCipher::Context FrameCipher::NewContext(Direction direction,

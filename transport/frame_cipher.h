@@ -13,14 +13,21 @@
 namespace CQXBASE {
 
 /// Key and initialisation vector are the same for every frame and every peer; deriving them takes
-/// about a millisecond, which is what constructing one costs. One object may be used by several
-/// threads at once: each call runs on a context of its own and only reads the key.
+/// about half a millisecond, which is what constructing one costs. One object may be used by
+/// several threads at once: each call runs on a context of its own and only reads the key.
 class FrameCipher {
   public:
     static constexpr std::size_t kBlock = 16;
 
     /// Throws Poco::Exception when OpenSSL offers no SM4 or no MD5, std::bad_alloc.
     FrameCipher();
+
+    /// Whether OfAFrame derives once a process instead of once a frame: the build option
+    /// QXDB_KEEP_FRAME_KEY unless set. From any thread.
+    static void Keep(bool keep) noexcept;
+    static bool Kept() noexcept;
+    /// For one frame, or the process's. Throws as the constructor.
+    static std::shared_ptr<const FrameCipher> OfAFrame();
 
     /// Ciphertext, 1 to 16 bytes longer than `plain`. Throws Poco::Exception, std::bad_alloc.
     std::string Encipher(std::string_view plain) const;

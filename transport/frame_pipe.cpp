@@ -24,18 +24,6 @@ namespace {
 constexpr const wchar_t* kSend = L"CQXBASE::QXIO::pipe_before_send";
 constexpr const wchar_t* kReceive = L"CQXBASE::QXIO::pipe_before_recv";
 
-#if QXDB_KEEP_FRAME_KEY
-/// The process's one, made when the first frame needs it.
-const FrameCipher& CipherOfAFrame() {
-    static const FrameCipher cipher;
-    return cipher;
-}
-#else
-FrameCipher CipherOfAFrame() {
-    return FrameCipher();
-}
-#endif
-
 /// A body on its way out, and what the log tells about it when enciphering fails.
 struct OutgoingBody {
     const char* bytes;
@@ -46,9 +34,9 @@ struct OutgoingBody {
     void Encipher(std::string& cipherText) {
         step = 2;
         plainLength = length;
-        const FrameCipher& cipher = CipherOfAFrame();
+        const std::shared_ptr<const FrameCipher> cipher = FrameCipher::OfAFrame();
         step = 4;
-        cipherText = cipher.Encipher({bytes, length});
+        cipherText = cipher->Encipher({bytes, length});
         step = 6;
         bytes = cipherText.data();
         length = cipherText.size();
@@ -132,11 +120,9 @@ void QXIO::do_ahead(const Work& work) {
 
 void QXIO::derive_ahead() {
     forget_ahead();
-#if !QXDB_KEEP_FRAME_KEY
     if (std::exchange(encipheredAnswer_, false)) {
-        do_ahead([this] { rxCipher_ = std::make_unique<FrameCipher>(); });
+        do_ahead([this] { rxCipher_ = FrameCipher::OfAFrame(); });
     }
-#endif
 }
 
 void QXIO::decipher_arrived() {
@@ -181,11 +167,11 @@ int QXIO::pipe_before_recv(char*& data, unsigned& length, std::string& plainText
         if (rxFault_ != nullptr) {
             std::rethrow_exception(std::exchange(rxFault_, nullptr));
         }
-        const std::unique_ptr<FrameCipher> cipher = std::move(rxCipher_);
+        const std::shared_ptr<const FrameCipher> cipher = std::move(rxCipher_);
         const std::string_view cipherText(body, header.bodyLength);
         plainText = cipher != nullptr
                         ? cipher->Decipher(cipherText, std::exchange(rxBegun_, std::string()))
-                        : CipherOfAFrame().Decipher(cipherText);
+                        : FrameCipher::OfAFrame()->Decipher(cipherText);
         if (plainText.size() != length) {
             QXDB_THROW(L"deciphered length is not that of the header.", L"qxio", kReceive);
         }

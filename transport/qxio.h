@@ -276,8 +276,8 @@ class QXIO : public ACE_Handler {
     std::uint32_t rxBodyLength_ = 0;
     std::uint32_t rxPlainLength_ = 0;
     bool encipheredAnswer_ = false;  ///< an enciphered frame was sent, and nothing received since
-    std::unique_ptr<FrameCipher> rxCipher_;  ///< of the next frame; null: not derived yet
-    std::string rxBegun_;                    ///< what it has made of the body under way
+    std::shared_ptr<const FrameCipher> rxCipher_;  ///< of the next frame; null: not derived yet
+    std::string rxBegun_;                          ///< what it has made of the body under way
     std::exception_ptr rxFault_;  ///< met ahead of the body's end, told when that is there
     /// The connection is not where a frame may begin: no tunnel yet, or a reply is still owed.
     bool midExchange_ = false;

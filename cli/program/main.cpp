@@ -1,6 +1,8 @@
 #include <exception>
 #include <iostream>
 
+#include <qxdb/DBAgent.h>
+
 #include "cli/output/display_text.h"
 #include "cli/program/tasks.h"
 #include "platform/console/terminal.h"
@@ -33,6 +35,7 @@ ExitStatus Report(ExitStatus status, const std::string& text) {
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
+    CQXDB::DBAgent::KeepFrameKey(true);
     try {
         return RunTask(
             program::ParseOptions(CQXBASE::platform::console::PrepareConsole(argc, argv)));

@@ -73,6 +73,12 @@ class QXDB_AGENT_API DBAgent {
     /// when all that are under way have ended. Cancel waits for nobody's exchange in either case.
     static void AllowConcurrentExchanges(bool allow) noexcept;
 
+    /// Whether the key of enciphered frames is derived once and kept, for all agents of the
+    /// process; false unless set (or built with QXDB_KEEP_FRAME_KEY): then it is derived for each
+    /// frame, which takes longer than a small statement. No byte on the wire changes. Means nothing
+    /// over TLS. From any thread and at any time.
+    static void KeepFrameKey(bool keep) noexcept;
+
     // Configuration.
 
     /// `server` is "host:port"; `db`, when not empty, becomes the data source's database name. A

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <dlfcn.h>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <openssl/evp.h>
@@ -10,6 +11,7 @@
 #include "tests/support/Hex.h"
 #include "tests/transport/fixtures.h"
 #include "tests/transport/loopback.h"
+#include "transport/frame_cipher.h"
 
 namespace {
 
@@ -66,6 +68,14 @@ TEST(FrameKey, DerivedForEveryFrameUnlessItIsKept) {
     }
     ThereAndBack(qxdb_test::FromHex("07000000 02000000 61006200"));
     EXPECT_EQ(derivations, QXDB_KEEP_FRAME_KEY != 0 ? 1 : 42);
+    derivations = 0;
+    int firstTime = QXDB_KEEP_FRAME_KEY != 0 ? 0 : 1;
+    for (const bool keep : {true, false, true, false}) {
+        FrameCipher::Keep(keep);
+        ThereAndBack("once more");
+        ThereAndBack("and again");
+        EXPECT_EQ(derivations.exchange(0), keep ? std::exchange(firstTime, 0) : 4);
+    }
 }
 
 #if !QXDB_KEEP_FRAME_KEY
