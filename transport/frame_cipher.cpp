@@ -71,20 +71,21 @@ void KeepPocoSetUp() {
 /// to be fetched again for each of the thousands of hashes. The digest stays for the process:
 /// somebody may be looking it up.
 const char* DigestName() {
-    static const char* const name = [] {
-        constexpr const char* kName = "qxdb-frame-key-md5";
-        EVP_MD* const md5 = EVP_MD_fetch(nullptr, "MD5", nullptr);
+    constexpr const char* kName = "qxdb-frame-key-md5";
+    static const EVP_MD* const md5 = [] {
+        EVP_MD* const fetched = EVP_MD_fetch(nullptr, "MD5", nullptr);
         // An OpenSSL restricted to approved algorithms has none, and POCO would go on without it.
-        if (md5 == nullptr) {
+        if (fetched == nullptr) {
             throw Poco::NotImplementedException(kMissing);
         }
-        if (OBJ_NAME_add(kName, OBJ_NAME_TYPE_MD_METH, reinterpret_cast<const char*>(md5)) != 1) {
-            EVP_MD_free(md5);
+        if (OBJ_NAME_add(kName, OBJ_NAME_TYPE_MD_METH, reinterpret_cast<const char*>(fetched)) !=
+            1) {
+            EVP_MD_free(fetched);
             throw std::bad_alloc();
         }
-        return kName;
+        return fetched;
     }();
-    return name;
+    return md5 != nullptr ? kName : "md5";
 }
 
 std::atomic<bool> keeps{QXDB_KEEP_FRAME_KEY != 0};
