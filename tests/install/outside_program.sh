@@ -9,8 +9,8 @@ flags=${sanitizers:+-fsanitize=$sanitizers}
 "$cmake" --install "$build" --prefix "$work/prefix" >/dev/null
 mv "$work/prefix" "$work/moved"
 
-# The program in the README is the example, so that it can't go stale.
-awk '/^```cpp$/ {on = 1; next} /^```$/ {on = 0} on' "$source/README.md" >"$work/readme.cpp"
+# The first program in the README is the example, so that it can't go stale.
+awk '/^```cpp$/ {on = 1; next} on && /^```$/ {exit} on' "$source/README.md" >"$work/readme.cpp"
 sed 1d "$source/examples/first_steps.cpp" | diff - "$work/readme.cpp"
 
 cp -r "$source/tests/install/outside" "$work/outside"
