@@ -10,7 +10,7 @@ namespace CQXBASE::platform::console {
 /// Calls back from a thread of its own, so the callbacks may do anything that a thread may. SIGTERM
 /// and SIGINT ask to stop, SIGUSR1 to report, SIGHUP to reload; on Windows Ctrl-C, Ctrl-Break and a
 /// closed console ask to stop, and nothing asks for the others. The SIGHUP of a terminal that
-/// closes asks to stop, at most once, when it is the process's, and does nothing when the starter
+/// closes asks to stop, at most once, when it is the process's; it asks to reload when the starter
 /// of the process had SIGHUP ignored. Make it before any other thread of the process starts, since
 /// they inherit that the signals are not delivered to them; one object a process at a time.
 class StopSignals {

@@ -80,14 +80,16 @@ void StopSignals::Watch() {
         if (number == -1 || quitting_) {
             continue;
         }
-        const bool closed = number == SIGHUP && terminal.TellsOfItsEnd(signal);
+        const bool ends = number == SIGHUP && endsWithTerminal && terminal.TellsOfItsEnd(signal);
         if (number == SIGUSR1) {
             onReport_();
-        } else if (number == SIGHUP && !closed) {
-            onReload_();
-        } else if (number == SIGTERM || number == SIGINT || (closed && endsWithTerminal)) {
+        } else if (number == SIGTERM || number == SIGINT || ends) {
             endsWithTerminal = false;
             onStop_();
+        } else if (number == SIGHUP) {
+            // Also for a terminal that is outlived: somebody's wish may have merged with its
+            // SIGHUP.
+            onReload_();
         }
     }
 }

@@ -3,6 +3,7 @@
 #include <iostream>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <ace/INET_Addr.h>
@@ -30,6 +31,9 @@ class Target {
     void Set(operation::Server* server) {
         const std::lock_guard<std::mutex> lock(mutex_);
         server_ = server;
+        if (server_ != nullptr && std::exchange(reloadsLater_, false)) {
+            server_->ReloadTls();
+        }
     }
     /// Twice means at once, and so does a stop before there is anything to finish.
     void Stop() {
@@ -43,7 +47,9 @@ class Target {
     /// New files for new connections; those that are open keep what they have.
     void Reload() {
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (server_ != nullptr && !stopped_) {
+        if (server_ == nullptr) {
+            reloadsLater_ = true;  // it may have read the old ones already
+        } else if (!stopped_) {
             server_->ReloadTls();
         }
     }
@@ -58,6 +64,19 @@ class Target {
     std::mutex mutex_;
     operation::Server* server_ = nullptr;
     bool stopped_ = false;
+    bool reloadsLater_ = false;
+};
+
+/// Makes a server the target until it ends, however it does.
+class Reached {
+  public:
+    Reached(Target& target, operation::Server& server) : target_(target) { target_.Set(&server); }
+    ~Reached() { target_.Set(nullptr); }
+    Reached(const Reached&) = delete;
+    Reached& operator=(const Reached&) = delete;
+
+  private:
+    Target& target_;
 };
 
 void Warn(const std::vector<std::string>& warnings) {
@@ -93,8 +112,9 @@ int Serve(const operation::CommandLine& command) {
     operation::Server server(options);
     Warn(command.warnings);
     const std::size_t accounts = server.Accounts().List().size();
+    // Before the port file, which tells others that signals are answered from now on.
+    const Reached reached(target, server);
     const operation::PortFile portFile(options.portFile, server.Port());
-    target.Set(&server);
     LogAt(Poco::Message::PRIO_NOTICE, "listening on ", options.listen, ", port ", server.Port(),
           "; accounts: ", accounts);
     WarnOfAccess(options, accounts);
@@ -104,7 +124,6 @@ int Serve(const operation::CommandLine& command) {
         LogError("stopped with ", unfinished, " requests unfinished");
         std::_Exit(EXIT_FAILURE);
     }
-    target.Set(nullptr);
     LogAt(Poco::Message::PRIO_NOTICE, "stopped");
     return EXIT_SUCCESS;
 }
